@@ -1,0 +1,118 @@
+#pragma once
+/// Algorithms: where values come from and modifications go to; and the environment's model evaluator.
+
+#include <functional>
+
+#include "host/errors.h"
+#include "host/extractable.h"
+
+class TavChange;
+class TavIntExprArg;
+class TavIntExprI;
+class TavNumVar;
+
+/// Base of an algorithm's implementation: it extracts model objects, knows the values of variables and hears of every
+/// modification of what it has extracted. One that outlives its environment is
+/// cut off from it.
+class TavAlgorithmI {
+ public:
+  explicit TavAlgorithmI(TavEnvI* env);
+  TavAlgorithmI(const TavAlgorithmI&) = delete;
+  TavAlgorithmI& operator=(const TavAlgorithmI&) = delete;
+  virtual ~TavAlgorithmI();
+
+  TavEnvI* getEnv() const noexcept { return _env; }
+  /// The current value of a variable: the leaf of every evaluation. May throw when there is none.
+  virtual double getValue(const TavNumVarI* variable) const = 0;
+  /// The value of another integer expression, asked for constraints. Default: throws TavAlgorithm::Exception. It must
+  /// not evaluate the expression: a constraint's evaluation comes here.
+  virtual double getValue(const TavIntExprI* expression) const;
+  /// Whether change records about the object are wanted. Default: false.
+  virtual bool hasExtracted(const TavExtractableI* object) const;
+  /// Takes one modification. Default: the record's applyToCP, with this algorithm and no data.
+  virtual void change(const TavChange& change);
+  /// An extracted object is about to be destroyed. Default: nothing.
+  virtual void forget(TavExtractableI* object);
+
+ private:
+  friend class TavEnvI;
+  TavEnvI* _env;
+};
+
+/// Handle on an algorithm, passed by value through every evaluation.
+class TavAlgorithm {
+ public:
+  /// Base of the failures below.
+  class Exception : public TavException {
+   public:
+    using TavException::TavException;
+  };
+  /// A class's extraction hook, or one of a constraint's hooks, is not installed.
+  class ExtractFailure : public Exception {
+   public:
+    using Exception::Exception;
+
+   protected:
+    const char* describe() const noexcept override { return "no hook extracts objects of this class"; }
+  };
+  /// A class's unextraction or modification hook is not installed.
+  class RemoveFailure : public Exception {
+   public:
+    using Exception::Exception;
+
+   protected:
+    const char* describe() const noexcept override { return "no hook unextracts or modifies objects of this class"; }
+  };
+  /// A change record's hook is not installed, or the algorithm refuses the change.
+  class CannotChangeException : public Exception {
+   public:
+    explicit CannotChangeException(const TavAlgorithmI* algorithm) noexcept : _algorithm(algorithm) {}
+    const TavAlgorithmI* getAlgorithm() const noexcept { return _algorithm; }
+
+   protected:
+    const char* describe() const noexcept override { return "the algorithm cannot apply this change"; }
+
+   private:
+    const TavAlgorithmI* _algorithm;
+  };
+
+  TavAlgorithm() noexcept = default;
+  TavAlgorithm(TavAlgorithmI* impl) noexcept : _impl(impl) {}
+
+  TavAlgorithmI* getImpl() const noexcept { return _impl; }
+  /// The variable's value in this algorithm. Throws TavEmptyHandleException on an empty algorithm or variable.
+  double getValue(TavNumVar variable) const;
+  /// The expression's value in this algorithm; variables are sent to the form above.
+  double getValue(TavIntExprArg expression) const;
+
+ private:
+  TavAlgorithmI* _impl = nullptr;
+};
+
+/// Handle on an environment's model evaluator: a second source of values, asked when an algorithm has none.
+class TavModelEvaluator {
+ public:
+  /// A variable without value was met.
+  class Unbound : public TavException {
+   public:
+    Unbound() noexcept = default;
+
+   protected:
+    const char* describe() const noexcept override { return "a variable has no value"; }
+  };
+  /// Gives the value of an expression or throws, Unbound for one that has none.
+  using Source = std::function<TavInt(TavIntExprI*)>;
+
+  explicit TavModelEvaluator(Source* source) noexcept : _source(source) {}
+
+  /// Installs the source of values; the evaluator is active while it has one.
+  void activate(Source source) const { *_source = std::move(source); }
+  void deactivate() const { *_source = nullptr; }
+  bool isActive() const noexcept { return static_cast<bool>(*_source); }
+  /// The expression's value in the environment's model evaluator. Throws Unbound when it has none, or when the
+  /// evaluator is not active.
+  TavInt evaluate(TavIntExprArg expression) const;
+
+ private:
+  Source* _source;
+};

@@ -1,0 +1,143 @@
+#include "host/array.h"
+
+#include <algorithm>
+#include <ostream>
+#include <vector>
+
+#include "host/column.h"
+#include "host/environment.h"
+
+// ---- TavArrayI
+
+// Both delegate to a finished empty array, so that the destructor frees the blocks when a later one cannot be had.
+TavArrayI::TavArrayI(TavGenAlloc* memory, TavInt size) : TavArrayI(memory, Empty()) {
+  reserve(size);
+  for (; _size < size; ++_size) set<TavInt>(_size, 0);
+}
+
+TavArrayI::TavArrayI(TavGenAlloc* memory, TavArrayI* source) : TavArrayI(memory, Empty()) { addArray(source); }
+
+TavArrayI::~TavArrayI() {
+  const TavInt blocks = (_capacity + kBlock - 1) >> kShift;
+  const TavInt words = std::min(_capacity, kBlock);
+  for (TavInt b = 0; b < blocks; ++b) {
+    getMemory()->resizeStorage(_blockTable[b], static_cast<std::size_t>(words) * sizeof(Word), 0);
+  }
+  if (_blockTable != &_firstBlock) {
+    getMemory()->resizeStorage(_blockTable, static_cast<std::size_t>(_tableSize) * sizeof(void*), 0);
+  }
+}
+
+void TavArrayI::growTable(TavInt blocks) {
+  if (blocks <= _tableSize) return;
+  const TavInt size = std::max(blocks, 2 * _tableSize);
+  const bool own = _blockTable != &_firstBlock;
+  void* table = getMemory()->resizeStorage(own ? _blockTable : nullptr,
+                                           own ? static_cast<std::size_t>(_tableSize) * sizeof(void*) : 0,
+                                           static_cast<std::size_t>(size) * sizeof(void*));
+  _blockTable = static_cast<void**>(table);
+  if (!own) _blockTable[0] = _firstBlock;
+  _tableSize = size;
+}
+
+void TavArrayI::reserve(TavInt size) {
+  if (size <= _capacity) return;
+  if (_capacity < kBlock) {  // the first block grows geometrically up to its full size
+    TavInt words = std::max<TavInt>(_capacity, 4);
+    while (words < std::min(size, kBlock)) words *= 2;
+    _blockTable[0] = getMemory()->resizeStorage(_blockTable[0], static_cast<std::size_t>(_capacity) * sizeof(Word),
+                                                static_cast<std::size_t>(words) * sizeof(Word));
+    _capacity = words;
+  }
+  for (; _capacity < size; _capacity += kBlock) {
+    const TavInt block = _capacity >> kShift;
+    growTable(block + 1);
+    _blockTable[block] = getMemory()->resizeStorage(nullptr, 0, static_cast<std::size_t>(kBlock) * sizeof(Word));
+  }
+}
+
+void TavArrayI::add(const void* word) {
+  Word copy;
+  std::memcpy(&copy, word, sizeof copy);  // `word` may lie in the block that moves
+  if (_size == _capacity) reserve(_size + 1);
+  set(_size++, copy);
+}
+
+void TavArrayI::addArray(TavArrayI* other) {
+  const TavInt count = other->_size;
+  reserve(_size + count);
+  for (TavInt i = 0; i < count;) {
+    const TavInt run = std::min({count - i, kBlock - (i & _indexMask), kBlock - (_size & _indexMask)});
+    std::memcpy(at(_size), other->at(i), static_cast<std::size_t>(run) * sizeof(Word));
+    _size += run;
+    i += run;
+  }
+}
+
+void TavArrayI::remove(TavInt first, TavInt count) {
+  for (TavInt i = first + count; i < _size; ++i) set(i - count, get<Word>(i));
+  _size -= count;
+}
+
+// ---- handles
+
+template <class T>
+TavArray<T>::TavArray(TavEnv env, TavInt size) {
+  TavGenAlloc* memory = env.getImpl()->getMemory();
+  _impl = new (memory) TavArrayI(memory, size);
+}
+
+template <class T>
+std::ostream& operator<<(std::ostream& os, const TavArray<T>& array) {
+  os << "[";
+  for (TavInt i = 0; i < array.getSize(); ++i) {
+    if (i > 0) os << (i % 10 == 0 ? ",\n" : ", ");
+    os << array[i];
+  }
+  return os << "]";
+}
+
+template class TavArray<double>;
+template class TavArray<TavInt>;
+template class TavArray<TavAny>;
+template class TavArray<TavExtractable>;
+template class TavArray<TavAddNumVar>;
+template std::ostream& operator<<(std::ostream&, const TavArray<double>&);
+template std::ostream& operator<<(std::ostream&, const TavArray<TavInt>&);
+template std::ostream& operator<<(std::ostream&, const TavArray<TavAny>&);
+template std::ostream& operator<<(std::ostream&, const TavArray<TavExtractable>&);
+
+TavNumArray TavIntArray::toNumArray() const {
+  TavNumArray numbers(getEnv(), getSize());
+  for (TavInt i = 0; i < getSize(); ++i) numbers.set(i, static_cast<double>((*this)[i]));
+  return numbers;
+}
+
+void TavExtractableArray::endElements() {
+  std::vector<TavExtractableI*> batch;
+  for (TavInt i = 0; i < getSize(); ++i) {
+    TavExtractableI* element = (*this)[i].getImpl();
+    if (!element) continue;
+    if (element->isRefCountedExpr()) {
+      element->end();
+    } else {
+      batch.push_back(element);
+    }
+  }
+  if (!batch.empty()) batch.front()->getEnv()->removeFromAllAndDestroy(batch.data(), batch.data() + batch.size());
+}
+
+void TavExtractableArray::removeMarked(TavEnvI* env) {
+  TavInt kept = 0;
+  for (TavInt i = 0; i < getSize(); ++i) {
+    const TavExtractable element = (*this)[i];
+    if (!element.getImpl() || !env->isRemoved(element.getImpl())) set(kept++, element);
+  }
+  remove(kept, getSize() - kept);
+}
+
+void TavExtractableArray::replaceByClone(TavEnvI* env) {
+  TavExtractableArray clones(TavEnv(env), 0);
+  for (TavInt i = 0; i < getSize(); ++i) clones.add(TavExtractable(env->getClone((*this)[i].getImpl())));
+  *this = clones;
+}

@@ -1,0 +1,51 @@
+#pragma once
+/// The base of change records: what tells algorithms of a modification.
+
+#include "host/extractable.h"
+
+class TavArrayI;
+
+/// Visits what a change record speaks of.
+class TavChangeVisitor {
+ public:
+  virtual ~TavChangeVisitor() = default;
+  virtual void visitChild(TavExtractableI* owner, TavExtractableI* part) = 0;
+};
+
+/// A modification of one object or of an array of objects. Records stand on the modifier's stack for the time of the
+/// notification and own nothing. They form a type tree of their own beside that of the model objects.
+class TavChange {
+ public:
+  explicit TavChange(TavExtractableI* changed) noexcept : _object(changed) {}
+  explicit TavChange(TavArrayI* changed) noexcept : _array(changed) {}
+  TavChange(const TavChange&) = delete;
+  TavChange& operator=(const TavChange&) = delete;
+
+  static constexpr const char* kTypeName = "TavChange";
+  static TavInt _rttiIndex;
+  static void InitTypeIndex();
+  static TavInt GetTypeIndex();
+  static TavTypeInfo GetTypeInfo();
+
+  virtual ~TavChange() = default;
+  virtual TavInt getTypeIndex() const;
+  virtual TavTypeInfo getTypeInfo() const;
+  virtual bool isType(TavTypeInfo type) const;
+  virtual const char* getRttiTypeName() const;
+  virtual TavInt getExtractableSize() const;
+  virtual TavTypeInfo getBaseTypeInfo() const;
+  virtual TavInt getBaseTypeIndex() const;
+  /// Shows the visitor the parts concerned, as children of `object`. Default: nothing.
+  virtual void visitChange(TavEnvI* env, TavExtractableI* object, TavChangeVisitor* visitor) const;
+  /// Calls the class's `_applyCP` hook; throws TavAlgorithm::CannotChangeException when none is installed.
+  virtual void applyToCP(TavAlgorithm algorithm, void* data) const = 0;
+  virtual bool isApplyingOnArray() const { return _array != nullptr; }
+  /// The changed array, or null when one object changed.
+  virtual TavArrayI* getChangedExtractableArray() const { return _array; }
+  /// The changed object, or null when an array of objects changed.
+  virtual TavExtractableI* getChangedExtractable() const { return _object; }
+
+ private:
+  TavExtractableI* _object = nullptr;
+  TavArrayI* _array = nullptr;
+};

@@ -1,0 +1,137 @@
+#include "host/domain.h"
+
+#include <algorithm>
+#include <ostream>
+
+#include "host/environment.h"
+
+namespace {
+
+/// The bounds of a list: its least and greatest value, 0 and 0 when it is empty.
+template <class Array>
+void boundsOf(Array values, double& lb, double& ub) {
+  lb = ub = values.getSize() > 0 ? static_cast<double>(values[0]) : 0.0;
+  for (TavInt i = 1; i < values.getSize(); ++i) {
+    lb = std::min(lb, static_cast<double>(values[i]));
+    ub = std::max(ub, static_cast<double>(values[i]));
+  }
+}
+
+template <class Array>
+bool holds(Array values, double value) {
+  for (TavInt i = 0; i < values.getSize(); ++i) {
+    if (static_cast<double>(values[i]) == value) return true;
+  }
+  return false;
+}
+
+template <class Array>
+Array copyInto(TavEnvI* env, Array values) {
+  Array copy(TavEnv(env), 0);
+  copy.getImpl()->addArray(values.getImpl());
+  return copy;
+}
+
+template <class Array>
+void displayValues(std::ostream& os, Array values) {
+  os << "{";
+  for (TavInt i = 0; i < values.getSize(); ++i) os << (i > 0 ? ", " : "") << values[i];
+  os << "} ";
+}
+
+/// Replaces a value list and gives the old one back.
+template <class Array>
+void takeValues(Array& list, Array values) {
+  if (list.getImpl() != values.getImpl()) list.end();
+  list = values;
+}
+
+}  // namespace
+
+void TavBoundedDomainI::end(TavEnvI*) {
+  getNumValues().end();
+  getIntValues().end();
+  TavVarDomainI::end();
+}
+
+void TavBoundedDomainI::display(std::ostream& os) const {
+  if (getNumValues().getImpl()) return displayValues(os, getNumValues());
+  if (getIntValues().getImpl()) return displayValues(os, getIntValues());
+  os << "[" << getLB() << " .. " << getUB() << "] ";
+}
+
+// ---- TavNumVarDomainI
+
+bool TavNumVarDomainI::contains(double value) const {
+  return value >= _lb && value <= _ub && (!_values.getImpl() || holds(_values, value));
+}
+
+void TavNumVarDomainI::setNumValues(TavNumArray values) {
+  takeValues(_values, values);
+  boundsOf(values, _lb, _ub);
+}
+
+void TavNumVarDomainI::setIntValues(TavIntArray values) {
+  setNumValues(values.toNumArray());
+  values.end();
+}
+
+TavVarDomainI* TavNumVarDomainI::makeCopy(TavEnvI* env) const {
+  if (!_values.getImpl()) return new (env) TavNumVarDomainI(_lb, _ub);
+  auto* copy = new (env) TavNumVarDomainI(copyInto(env, _values));
+  copy->_lb = _lb;
+  copy->_ub = _ub;
+  return copy;
+}
+
+// ---- TavIntVarDomainI
+
+bool TavIntVarDomainI::contains(double value) const {
+  if (value < _lb || value > _ub) return false;
+  return _values.getImpl() ? holds(_values, value) : std::trunc(value) == value;
+}
+
+TavInt TavIntVarDomainI::getSize() const {
+  if (_values.getImpl()) return _values.getSize();
+  return std::isfinite(_lb) && std::isfinite(_ub) ? std::max<TavInt>(0, TavTrunc(_ub - _lb) + 1) : -1;
+}
+
+void TavIntVarDomainI::setNumValues(TavNumArray values) {
+  TavIntArray whole(values.getEnv(), values.getSize());
+  for (TavInt i = 0; i < values.getSize(); ++i) whole.set(i, TavTrunc(values[i]));
+  setIntValues(whole);
+  values.end();
+}
+
+void TavIntVarDomainI::setIntValues(TavIntArray values) {
+  takeValues(_values, values);
+  boundsOf(values, _lb, _ub);
+}
+
+TavVarDomainI* TavIntVarDomainI::makeCopy(TavEnvI* env) const {
+  auto* copy = _values.getImpl() ? new (env) TavIntVarDomainI(copyInto(env, _values), _any)
+                                 : new (env) TavIntVarDomainI(0, 0, _any);
+  copy->_lb = _lb;
+  copy->_ub = _ub;
+  return copy;
+}
+
+TavVarDomainI* TavBoolVarDomainI::makeCopy(TavEnvI* env) const {
+  auto* copy = new (env) TavBoolVarDomainI(0, 0);
+  copy->setLB(getLB());
+  copy->setUB(getUB());
+  if (getIntValues().getImpl()) copy->setIntValues(copyInto(env, getIntValues()));
+  return copy;
+}
+
+// ---- ranges
+
+TavNumRange::TavNumRange(TavEnv env, double lb, double ub) {
+  TavGenAlloc* memory = env.getImpl()->getMemory();
+  _impl = new (memory) TavNumRangeI(memory, lb, ub);
+}
+
+TavIntRange::TavIntRange(TavEnv env, TavInt lb, TavInt ub) {
+  TavGenAlloc* memory = env.getImpl()->getMemory();
+  _impl = new (memory) TavIntRangeI(memory, lb, ub);
+}

@@ -1,0 +1,174 @@
+#pragma once
+/// Domains: bounds, kind and value list of a variable; and ranges, from which domains are made.
+
+#include "host/array.h"
+
+/// Base of the domains. A domain belongs to the variable that it was made for, or, when shared, to its environment.
+/// Made with `new (env) Class(...)`.
+class TavVarDomainI : public TavMemoryManagerObjectI {
+ public:
+  using TavMemoryManagerObjectI::end;
+
+  virtual double getLB() const = 0;
+  virtual void setLB(double lb) = 0;
+  virtual double getUB() const = 0;
+  virtual void setUB(double ub) = 0;
+  virtual TavNumVarKind::Type getType() const = 0;
+  /// Whether a variable with this domain may take the value.
+  virtual bool contains(double value) const = 0;
+  /// Number of values; -1 when there is no finite number of them.
+  virtual TavInt getSize() const = 0;
+  /// Whether the domain is a list of values.
+  virtual bool isEnumerated() const = 0;
+  /// Whether the values are arbitrary objects instead of numbers.
+  virtual bool isAnyDomain() const = 0;
+  /// The list of values; an empty handle where the domain has none of this kind.
+  virtual TavNumArray getNumValues() const = 0;
+  virtual TavIntArray getIntValues() const = 0;
+  /// Makes the domain the given list; the domain takes the array over. Bounds become the list's least and greatest.
+  virtual void setNumValues(TavNumArray values) = 0;
+  virtual void setIntValues(TavIntArray values) = 0;
+  /// Destroys a private domain with its value list.
+  virtual void end(TavEnvI* env) = 0;
+  virtual void display(std::ostream& os) const = 0;
+  /// A new private domain of the same content in `env`.
+  virtual TavVarDomainI* makeCopy(TavEnvI* env) const = 0;
+  virtual bool isShared() const = 0;
+
+  using TavMemoryManagerObjectI::operator new;
+  using TavMemoryManagerObjectI::operator delete;
+  static void* operator new(std::size_t bytes, TavEnvI* env);
+  static void operator delete(void* block, TavEnvI* env) noexcept;
+
+ protected:
+  TavVarDomainI() noexcept = default;
+  ~TavVarDomainI() override = default;
+};
+
+/// What the three kinds of domain share: the flag and how a domain ends and prints. Prints "[lb .. ub] ", or the values
+/// as "{a, b} ".
+class TavBoundedDomainI : public TavVarDomainI {
+ public:
+  void end(TavEnvI* env) override;
+  void display(std::ostream& os) const override;
+  bool isEnumerated() const override { return getNumValues().getImpl() || getIntValues().getImpl(); }
+  bool isAnyDomain() const override { return false; }
+  bool isShared() const override { return _shared; }
+  /// The environment keeps the domain from now on.
+  void share() noexcept { _shared = true; }
+
+ private:
+  bool _shared = false;
+};
+
+/// Real numbers between two bounds, or a list of them.
+class TavNumVarDomainI final : public TavBoundedDomainI {
+ public:
+  TavNumVarDomainI(double lb, double ub) noexcept : _lb(lb), _ub(ub) {}
+  /// Takes the array over.
+  explicit TavNumVarDomainI(TavNumArray values) { TavNumVarDomainI::setNumValues(values); }
+
+  double getLB() const override { return _lb; }
+  void setLB(double lb) override { _lb = lb; }
+  double getUB() const override { return _ub; }
+  void setUB(double ub) override { _ub = ub; }
+  TavNumVarKind::Type getType() const override { return TavNumVarKind::Float; }
+  bool contains(double value) const override;
+  TavInt getSize() const override { return _values.getImpl() ? _values.getSize() : -1; }
+  TavNumArray getNumValues() const override { return _values; }
+  TavIntArray getIntValues() const override { return TavIntArray(); }
+  void setNumValues(TavNumArray values) override;
+  void setIntValues(TavIntArray values) override;
+  TavVarDomainI* makeCopy(TavEnvI* env) const override;
+
+ private:
+  double _lb = 0.0;
+  double _ub = 0.0;
+  TavNumArray _values;
+};
+
+/// Whole numbers between two bounds, or a list of them, or a list of arbitrary objects.
+class TavIntVarDomainI : public TavBoundedDomainI {
+ public:
+  TavIntVarDomainI(TavInt lb, TavInt ub, TavInt flag) noexcept
+      : _lb(static_cast<double>(lb)), _ub(static_cast<double>(ub)), _any(flag != 0) {}
+  /// Takes the array over; `anyFlag` 1 says that its words are objects.
+  TavIntVarDomainI(TavIntArray values, TavInt anyFlag) : _any(anyFlag != 0) {
+    TavIntVarDomainI::setIntValues(values);
+  }
+
+  double getLB() const override { return _lb; }
+  void setLB(double lb) override { _lb = lb; }
+  double getUB() const override { return _ub; }
+  void setUB(double ub) override { _ub = ub; }
+  TavNumVarKind::Type getType() const override { return TavNumVarKind::Int; }
+  bool contains(double value) const override;
+  TavInt getSize() const override;
+  bool isAnyDomain() const override { return _any; }
+  TavNumArray getNumValues() const override { return TavNumArray(); }
+  TavIntArray getIntValues() const override { return _values; }
+  void setNumValues(TavNumArray values) override;
+  void setIntValues(TavIntArray values) override;
+  TavVarDomainI* makeCopy(TavEnvI* env) const override;
+
+ private:
+  double _lb = 0.0;
+  double _ub = 0.0;
+  TavIntArray _values;
+  bool _any = false;
+};
+
+/// 0 and 1, or one of them.
+class TavBoolVarDomainI final : public TavIntVarDomainI {
+ public:
+  TavBoolVarDomainI(TavInt lb, TavInt ub) noexcept : TavIntVarDomainI(lb, ub, 0) {}
+
+  TavNumVarKind::Type getType() const override { return TavNumVarKind::Bool; }
+  TavVarDomainI* makeCopy(TavEnvI* env) const override;
+};
+
+/// A pair of real bounds that lives in an environment.
+class TavNumRangeI final : public TavMemoryManagerObjectI {
+ public:
+  TavNumRangeI(TavGenAlloc* memory, double lb, double ub) noexcept
+      : TavMemoryManagerObjectI(memory), _lb(lb), _ub(ub) {}
+  double getLB() const noexcept { return _lb; }
+  double getUB() const noexcept { return _ub; }
+
+ private:
+  double _lb, _ub;
+};
+
+/// A pair of integer bounds that lives in an environment.
+class TavIntRangeI final : public TavMemoryManagerObjectI {
+ public:
+  TavIntRangeI(TavGenAlloc* memory, TavInt lb, TavInt ub) noexcept
+      : TavMemoryManagerObjectI(memory), _lb(lb), _ub(ub) {}
+  TavInt getLB() const noexcept { return _lb; }
+  TavInt getUB() const noexcept { return _ub; }
+
+ private:
+  TavInt _lb, _ub;
+};
+
+/// Handle on a pair of real bounds.
+class TavNumRange {
+ public:
+  TavNumRange() noexcept = default;
+  TavNumRange(TavEnv env, double lb, double ub);
+  TavNumRangeI* getImpl() const noexcept { return _impl; }
+
+ private:
+  TavNumRangeI* _impl = nullptr;
+};
+
+/// Handle on a pair of integer bounds.
+class TavIntRange {
+ public:
+  TavIntRange() noexcept = default;
+  TavIntRange(TavEnv env, TavInt lb, TavInt ub);
+  TavIntRangeI* getImpl() const noexcept { return _impl; }
+
+ private:
+  TavIntRangeI* _impl = nullptr;
+};

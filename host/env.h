@@ -1,0 +1,21 @@
+#pragma once
+/// The environment's handle.
+
+class TavEnvI;
+
+/// One environment: it owns every object that is made in it. A plain value; copies name the same environment.
+class TavEnv {
+ public:
+  /// Makes a new environment. It lives until end() is called on one of its handles.
+  TavEnv();
+  explicit TavEnv(TavEnvI* impl) noexcept : _impl(impl) {}
+
+  TavEnvI* getImpl() const noexcept { return _impl; }
+  /// Ends the environment with every object in it; all handles to them dangle afterwards. Empties this handle; an empty
+  /// handle is left alone.
+  void end();
+  friend bool operator==(TavEnv, TavEnv) noexcept = default;
+
+ private:
+  TavEnvI* _impl;
+};

@@ -1,0 +1,244 @@
+#pragma once
+/// The environment: owner of all objects and of their memory, meeting point of models and algorithms.
+
+#include <functional>
+#include <unordered_map>
+#include <vector>
+
+#include "host/algorithm.h"
+#include "host/change.h"
+#include "host/column.h"
+#include "host/domain.h"
+#include "host/memory.h"
+
+class TavNumExprI;
+
+/// A lock that the environment takes when it is given one.
+class TavLock {
+ public:
+  virtual void lock() = 0;
+  virtual void unlock() = 0;
+
+ protected:
+  ~TavLock() = default;
+};
+
+/// Holds a lock, or nothing when there is none.
+class TavLockGuard {
+ public:
+  explicit TavLockGuard(TavLock* lockOrNull) : _lock(lockOrNull) {
+    if (_lock) _lock->lock();
+  }
+  TavLockGuard(const TavLockGuard&) = delete;
+  TavLockGuard& operator=(const TavLockGuard&) = delete;
+  ~TavLockGuard() {
+    if (_lock) _lock->unlock();
+  }
+
+ private:
+  TavLock* _lock;
+};
+
+/// Takes over nodes whose count fell to zero. takeNode must not throw.
+class TavDeletionInterceptor {
+ public:
+  virtual void takeNode(TavNumExprI* node) = 0;
+
+ protected:
+  ~TavDeletionInterceptor() = default;
+};
+
+/// Supplied by the modelling-language layer; only its pointer is passed on here.
+class TavTupleEncoderI;
+
+/// One environment. One thread at a time works on it; environments on different threads share nothing but the type
+/// indices.
+class TavEnvI {
+ public:
+  TavEnvI();
+  TavEnvI(const TavEnvI&) = delete;
+  TavEnvI& operator=(const TavEnvI&) = delete;
+  /// Sets `ending`, runs every object's destructor once, newest identifier first, then frees arrays, domains and memory.
+  ~TavEnvI();
+
+  /// Displays in the library's call syntax instead of the plain mathematical one.
+  bool librarySyntaxDisplay = false;
+  /// Nodes whose count falls to zero go through removeFromAllAndDestroy.
+  bool removeFromAllOnDestroy = false;
+  /// True while the environment is torn down: nodes then release nothing.
+  bool ending = false;
+  /// Normalisation uses mark arrays; when clear, the variables' mark fields under `markLock`.
+  bool markArraysAvailable = true;
+  /// Linear nodes drop a removed variable's term at once and report it.
+  bool oneByOneRemoval = false;
+  /// Normalisation does nothing.
+  bool normalizationSkipped = false;
+  /// Guards the variables' mark fields; held while change records of a bulk edit are delivered, so it must be recursive
+  /// when listeners edit linear nodes themselves.
+  TavLock* markLock = nullptr;
+  TavDeletionInterceptor* deletionInterceptor = nullptr;
+  /// When set, nodes are allocated here instead of in the environment's general memory. Must outlive the environment.
+  TavMemory* nodeAllocator = nullptr;
+  /// Guards the assignment of type indices; null: no locking.
+  static TavLock* Mutex;
+
+  TavMemory* getMemory() noexcept { return &_memory; }
+  void* allocate(std::size_t bytes) { return (nodeAllocator ? nodeAllocator : &_memory)->alloc(bytes); }
+
+  /// A cell outside any list. Throws std::bad_alloc.
+  TavNumLinExprTermI* newTerm(TavNumVarI* var, double coef) {
+    void* cell = _freeTerms;
+    if (cell) {
+      _freeTerms = _freeTerms->next;
+    } else {
+      cell = carveTerm();
+    }
+    return new (cell) TavNumLinExprTermI{var, nullptr, coef};
+  }
+  /// Takes back a cell that is in no list.
+  void recycleTerm(TavNumLinExprTermI* cell) noexcept { recycleTerms(cell, cell); }
+  /// Takes back a chain of cells linked from `first` to `last`, in O(1).
+  void recycleTerms(TavNumLinExprTermI* first, TavNumLinExprTermI* last) noexcept;
+
+  /// A scratch array with one entry per identifier; entries are stale, so an entry is written before it is read. One
+  /// borrower at a time.
+  void** getMarkArray();
+  void releaseMarkArray(void** marks) noexcept;
+
+  bool isRemoved(const TavExtractableI* object) const noexcept {
+    return object->getId() == kRemoved || _table[static_cast<std::size_t>(object->getId())] == removedEntry();
+  }
+  /// Marks an object removed in the identifier table; throws std::bad_alloc only. Does nothing for one marked already.
+  void markRemoved(TavExtractableI* object);
+  /// Number of objects marked and not restored; the argument of restoreMarks.
+  std::size_t markedCount() const noexcept { return _marked.size(); }
+  /// Takes back all marks set since markedCount() gave `count`.
+  void restoreMarks(std::size_t count) noexcept;
+
+  /// Tells the listener and every algorithm that has extracted the changed object. All are told even when one throws;
+  /// the first exception goes on afterwards.
+  void change(const TavChange& change);
+  /// Sees every change record, before the algorithms; null for none.
+  void setChangeListener(std::function<void(const TavChange&)> listener) { _listener = std::move(listener); }
+
+  /// The object's clone in the current cloning pass; null for null and for an object without one.
+  TavExtractableI* getClone(const TavExtractableI* source) const noexcept;
+  /// Records `clone` as the clone of `source` until endCloning().
+  void setClone(const TavExtractableI* source, TavExtractableI* clone) { _clones[source] = clone; }
+  /// Starts a pass with an empty map.
+  void beginCloning() { _clones.clear(); }
+  void endCloning() noexcept { _clones.clear(); }
+
+  /// Deletes an object. A call from within a destructor queues, the outermost call drains: deep trees cost no stack.
+  void destroy(TavExtractableI* object, TavInt) noexcept;
+  /// Removes an object from all others and from all algorithms, then deletes it.
+  void removeFromAllAndDestroy(TavExtractableI* object, TavInt) { removeFromAllAndDestroy(&object, &object + 1); }
+  /// The same for a batch, repeats allowed, with one sweep over the live objects.
+  void removeFromAllAndDestroy(TavExtractableI* const* first, TavExtractableI* const* last);
+  /// Drops one reference held on behalf of a handle or a parent. Does not touch the node while the environment ends.
+  void release(TavNumExprI* node);
+
+  /// The shared domain of these bounds: real numbers.
+  TavVarDomainI* getOrMakeSharedDomain(double lb, double ub);
+  /// The shared domain of these bounds: whole numbers, of type Int also for 0 and 1.
+  TavVarDomainI* getOrMakeSharedDomain(TavInt lb, TavInt ub);
+  TavVarDomainI* getOrMakeSharedDomain(const TavNumRangeI* range);
+  TavVarDomainI* getOrMakeSharedDomain(const TavIntRangeI* range);
+
+  TavModelEvaluator getModelEvaluator() noexcept { return TavModelEvaluator(&_evaluator); }
+  TavTupleEncoderI* getTupleEncoder() const noexcept { return _tupleEncoder; }
+  void setTupleEncoder(TavTupleEncoderI* encoder) noexcept { _tupleEncoder = encoder; }
+
+  /// Model objects alive in this environment.
+  TavInt liveObjectCount() const noexcept { return _liveObjects; }
+  /// Cells handed out and not recycled. Walks the free list: for tests and diagnosis.
+  TavInt liveTermCount() const noexcept;
+
+ private:
+  friend class TavExtractableI;
+  friend class TavAlgorithmI;
+
+  static constexpr TavInt kRemoved = -1;
+  static TavExtractableI* removedEntry() noexcept {
+    return reinterpret_cast<TavExtractableI*>(static_cast<std::uintptr_t>(kRemoved));
+  }
+
+  /// Gives an object its identifier and a place in the registry.
+  TavInt enrol(TavExtractableI* object);
+  /// Takes identifier and place back.
+  void leave(TavInt id) noexcept;
+  void* carveTerm();
+  /// The object with this identifier, or null for a free identifier or a mark.
+  TavExtractableI* objectAt(std::size_t id) const noexcept;
+  void forgetMark(TavExtractableI* object) noexcept;
+  /// Tells every live object that `removed`, or a batch that starts with it, is going.
+  void sweepRemoved(TavExtractableI* removed);
+  bool wantsChange(const TavAlgorithmI* algorithm, const TavChange& change) const;
+
+  /// Kind and bits of the bounds.
+  struct DomainKey {
+    TavNumVarKind::Type type;
+    std::uint64_t lb, ub;
+    bool operator==(const DomainKey&) const noexcept = default;
+  };
+  struct DomainHash {
+    std::size_t operator()(const DomainKey& key) const noexcept;
+  };
+  template <class Bound, class Make>
+  TavVarDomainI* findOrMake(TavNumVarKind::Type type, Bound lb, Bound ub, Make make);
+
+  TavMemory _memory;
+  TavFixedSizeAllocatorI _termPool;
+  TavNumLinExprTermI* _freeTerms = nullptr;
+  /// The identifier table and registry. An entry is the object itself, the mark "removed", or, for a free identifier,
+  /// the next free one doubled plus one. While its object waits for destruction it links the work list.
+  std::vector<TavExtractableI*> _table;
+  TavInt _freeId = -1;
+  TavInt _liveObjects = 0;
+  /// Objects whose entry is the mark, in order of marking.
+  std::vector<TavExtractableI*> _marked;
+  TavExtractableI* _doomed = nullptr;
+  TavExtractableI* _lastDoomed = nullptr;
+  bool _destroying = false;
+  std::vector<void*> _marks;
+  bool _marksLent = false;
+  std::vector<TavAlgorithmI*> _algorithms;
+  std::function<void(const TavChange&)> _listener;
+  std::unordered_map<const TavExtractableI*, TavExtractableI*> _clones;
+  std::unordered_map<DomainKey, TavVarDomainI*, DomainHash> _domains;
+  TavModelEvaluator::Source _evaluator;
+  TavTupleEncoderI* _tupleEncoder = nullptr;
+};
+
+/// Clones what a root reaches into another environment, operands first, without recursion; each pair is recorded in
+/// both environments for as long as the pass lives.
+class TavClonePass {
+ public:
+  TavClonePass(TavEnvI* source, TavEnvI* target);
+  TavClonePass(const TavClonePass&) = delete;
+  TavClonePass& operator=(const TavClonePass&) = delete;
+  ~TavClonePass();
+
+  /// The clone of `root`, made now unless the pass made it before; null for null. Clones start uncounted.
+  TavExtractableI* clone(TavExtractableI* root);
+
+ private:
+  TavEnvI* _source;
+  TavEnvI* _target;
+};
+
+inline void* TavExtractableI::operator new(std::size_t bytes, TavEnvI* env) { return env->allocate(bytes); }
+
+inline void TavExtractableI::operator delete(void* block, std::size_t bytes) noexcept {
+  TavMemory::of(block)->dealloc(block, bytes);
+}
+
+inline void TavExtractableI::operator delete(void* block, TavEnvI*) noexcept {
+  TavMemory::of(block)->dealloc(block, TavMemory::sizeOf(block));
+}
+
+inline void* TavVarDomainI::operator new(std::size_t bytes, TavEnvI* env) { return env->getMemory()->alloc(bytes); }
+
+inline void TavVarDomainI::operator delete(void* block, TavEnvI* env) noexcept {
+  env->getMemory()->dealloc(block, TavMemory::sizeOf(block));
+}

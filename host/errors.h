@@ -1,0 +1,76 @@
+#pragma once
+/// The exception family. Every failure of the library is thrown by value and derives from TavException; messages are
+/// string literals, kept by pointer. Failed allocations stay std::bad_alloc.
+
+#include <exception>
+#include <iosfwd>
+
+#include "host/numbers.h"
+
+class TavAlgorithmI;
+
+/// Base of the family: a fixed message, or none, and a code.
+class TavException : public std::exception {
+ public:
+  explicit TavException(const char* message = nullptr, TavInt code = 0) noexcept : _message(message), _code(code) {}
+
+  /// The message; null when the exception carries none.
+  virtual const char* getMessage() const noexcept { return _message; }
+  TavInt getCode() const noexcept { return _code; }
+  /// Writes the message, or the class's own sentence when there is none.
+  virtual void print(std::ostream& os) const;
+  /// Kept for callers that end everything they catch: an exception thrown by value owns nothing.
+  virtual void end() noexcept {}
+  /// The message, or a sentence for the class; never null.
+  const char* what() const noexcept override;
+
+ protected:
+  /// What `what()` says when there is no message.
+  virtual const char* describe() const noexcept { return "failure in the modelling library"; }
+
+ private:
+  const char* _message;
+  TavInt _code;
+};
+
+/// Operands of two environments, wrong counts and other misuse.
+class TavWrongUsage : public TavException {
+ public:
+  explicit TavWrongUsage(const char* message, TavInt code = 0) noexcept : TavException(message, code) {}
+};
+
+/// A handle that holds no object was used.
+class TavEmptyHandleException : public TavException {
+ public:
+  TavEmptyHandleException() noexcept = default;
+
+ protected:
+  const char* describe() const noexcept override { return "an empty handle was used"; }
+};
+
+/// An operation that a class does not provide.
+class TavNotImplemented : public TavException {
+ public:
+  explicit TavNotImplemented(const char* message) noexcept : TavException(message) {}
+};
+
+/// An operation that is forbidden on an object.
+class TavNotSupportedOperation : public TavException {
+ public:
+  explicit TavNotSupportedOperation(const char* message) noexcept : TavException(message) {}
+};
+
+/// A variable cannot be taken as one of the requested kind.
+class TavBadConversion : public TavException {
+ public:
+  TavBadConversion() noexcept = default;
+
+ protected:
+  const char* describe() const noexcept override { return "the object cannot be converted to the requested kind"; }
+};
+
+/// An array that is empty, or holds an empty element, where it must not.
+class TavArrayError : public TavException {
+ public:
+  explicit TavArrayError(const char* message) noexcept : TavException(message) {}
+};

@@ -1,0 +1,122 @@
+#include "host/extractable.h"
+
+#include <cstring>
+#include <ostream>
+
+#include "host/environment.h"
+
+namespace {
+
+/// A name record with its text behind it.
+const TavNameRecord* makeName(TavEnvI* env, const char* name) {
+  if (!name) return nullptr;
+  const std::size_t length = std::strlen(name) + 1;
+  void* block = env->getMemory()->alloc(sizeof(TavNameRecord) + length);
+  char* text = static_cast<char*>(block) + sizeof(TavNameRecord);
+  std::memcpy(text, name, length);
+  return new (block) TavNameRecord{text};
+}
+
+void freeName(TavEnvI* env, const TavNameRecord* record) noexcept {
+  if (!record) return;
+  const std::size_t bytes = sizeof(TavNameRecord) + std::strlen(record->name) + 1;
+  env->getMemory()->dealloc(const_cast<TavNameRecord*>(record), bytes);
+}
+
+}  // namespace
+
+// ---- identity of the two roots
+
+TavInt TavExtractableI::_rttiIndex = 0;
+
+void TavExtractableI::InitTypeIndex() {
+  if (TavRtti::read(_rttiIndex) == 0) TavRtti::assign(_rttiIndex);
+}
+TavInt TavExtractableI::GetTypeIndex() {
+  InitTypeIndex();
+  return TavRtti::read(_rttiIndex);
+}
+TavTypeInfo TavExtractableI::GetTypeInfo() { return reinterpret_cast<TavTypeInfo>(&TavExtractableI::GetTypeIndex); }
+TavInt TavExtractableI::getTypeIndex() const { return TavRtti::read(_rttiIndex); }
+TavTypeInfo TavExtractableI::getTypeInfo() const { return GetTypeInfo(); }
+bool TavExtractableI::isType(TavTypeInfo type) const { return type == TavExtractableI::GetTypeInfo(); }
+const char* TavExtractableI::getRttiTypeName() const { return kTypeName; }
+TavInt TavExtractableI::getExtractableSize() const { return sizeof(TavExtractableI); }
+TavTypeInfo TavExtractableI::getBaseTypeInfo() const { return nullptr; }
+TavInt TavExtractableI::getBaseTypeIndex() const { return 0; }
+
+TavInt TavChange::_rttiIndex = 0;
+
+void TavChange::InitTypeIndex() {
+  if (TavRtti::read(_rttiIndex) == 0) TavRtti::assign(_rttiIndex);
+}
+TavInt TavChange::GetTypeIndex() {
+  InitTypeIndex();
+  return TavRtti::read(_rttiIndex);
+}
+TavTypeInfo TavChange::GetTypeInfo() { return reinterpret_cast<TavTypeInfo>(&TavChange::GetTypeIndex); }
+TavInt TavChange::getTypeIndex() const { return TavRtti::read(_rttiIndex); }
+TavTypeInfo TavChange::getTypeInfo() const { return GetTypeInfo(); }
+bool TavChange::isType(TavTypeInfo type) const { return type == TavChange::GetTypeInfo(); }
+const char* TavChange::getRttiTypeName() const { return kTypeName; }
+TavInt TavChange::getExtractableSize() const { return sizeof(TavChange); }
+TavTypeInfo TavChange::getBaseTypeInfo() const { return nullptr; }
+TavInt TavChange::getBaseTypeIndex() const { return 0; }
+void TavChange::visitChange(TavEnvI*, TavExtractableI*, TavChangeVisitor*) const {}
+
+// ---- TavExtractableI
+
+TavExtractableI::TavExtractableI(TavEnvI* env, const char* name) : _env(env), _name(makeName(env, name)) {
+  try {
+    _id = env->enrol(this);
+  } catch (...) {
+    freeName(env, _name);
+    throw;
+  }
+}
+
+TavExtractableI::~TavExtractableI() {
+  freeName(_env, _name);
+  _env->leave(_id);
+}
+
+void TavExtractableI::setName(const char* name) {
+  const TavNameRecord* record = makeName(_env, name);
+  freeName(_env, _name);
+  _name = record;
+}
+
+TavExtractableI* TavExtractableI::makeClone(TavEnvI*) const {
+  throw TavNotImplemented("objects of this class cannot be cloned");
+}
+void* TavExtractableI::extractToCP(TavAlgorithm) const { throw TavAlgorithm::ExtractFailure(nullptr, 0); }
+void TavExtractableI::unextractFromCP(TavAlgorithm, void*) const { throw TavAlgorithm::RemoveFailure(nullptr, 0); }
+void TavExtractableI::modifyCP(TavAlgorithm, void*) const { throw TavAlgorithm::RemoveFailure(nullptr, 0); }
+void TavExtractableI::atRemove(TavExtractableI*, void*) {}
+bool TavExtractableI::isRefCountedExpr() const { return false; }
+void TavExtractableI::end() { _env->removeFromAllAndDestroy(this, 0); }
+void TavExtractableI::expandTo(TavModelI*, const char*, const char*) const {}
+void TavExtractableI::display(std::ostream& os) const { os << getRttiTypeName() << "(" << _id << ")"; }
+void TavExtractableI::whenAddedToCP(TavAlgorithm, void*) const {}
+void TavExtractableI::whenRemovedFromCP(TavAlgorithm, void*) const {}
+bool TavExtractableI::hasNongroundType() const { return false; }
+bool TavExtractableI::isDecisionExpr() const { return true; }
+void TavExtractableI::notify(const TavChange& change) { _env->change(change); }
+
+void TavExtractableVisitor::visitArray(TavExtractableI* parent, TavExtractableArray children) {
+  for (TavInt i = 0; i < children.getSize(); ++i) {
+    if (TavExtractableI* child = children[i].getImpl()) visitChild(parent, child);
+  }
+}
+
+// ---- handle
+
+void TavExtractable::end() {
+  if (_impl) _impl->end();
+  _impl = nullptr;
+}
+
+std::ostream& operator<<(std::ostream& os, TavExtractable object) {
+  if (object.getImpl()) object.getImpl()->display(os);
+  return os;
+}

@@ -1,0 +1,133 @@
+#pragma once
+/// The base of every model object and the cell of a linear sum.
+
+#include <cstddef>
+#include <iosfwd>
+
+#include "host/env.h"
+#include "host/identity.h"
+
+class TavAlgorithm;
+class TavChange;
+class TavExtractableArray;
+class TavExtractableI;
+class TavModelI;
+class TavNumVarI;
+
+/// Walks the direct sub-objects of a model object; owned by the caller.
+class TavExtractableVisitor {
+ public:
+  virtual ~TavExtractableVisitor() = default;
+  virtual void beginVisit(TavExtractableI* parent) = 0;
+  virtual void visitChild(TavExtractableI* parent, TavExtractableI* child) = 0;
+  virtual void endVisit(TavExtractableI* parent) = 0;
+
+  /// visitChild for every non-null element, in index order.
+  void visitArray(TavExtractableI* parent, TavExtractableArray children);
+};
+
+/// What a named object's name pointer leads to.
+struct TavNameRecord {
+  const char* name;
+};
+
+/// Base of every model object. It is made with `new (env) Class(env, ...)` in its environment's memory and knows its
+/// environment, its identifier there and its name. Client classes derive from it (mostly from a class further down).
+class TavExtractableI {
+ public:
+  /// Enrols the object. `name` is copied; null leaves the object unnamed.
+  TavExtractableI(TavEnvI* env, const char* name);
+  TavExtractableI(const TavExtractableI&) = delete;
+  TavExtractableI& operator=(const TavExtractableI&) = delete;
+
+  TavEnvI* getEnv() const noexcept { return _env; }
+  /// Index into mark arrays and the identifier table. Unique among the live objects of the environment; an identifier
+  /// is used again after its object's end.
+  TavInt getId() const noexcept { return _id; }
+  /// The name, or null.
+  const char* getName() const noexcept { return _name ? _name->name : nullptr; }
+  /// Replaces the name by a copy of `name`; null removes it.
+  void setName(const char* name);
+
+  static void* operator new(std::size_t bytes, TavEnvI* env);
+  static void operator delete(void* block, std::size_t bytes) noexcept;
+  /// For a constructor that threw.
+  static void operator delete(void* block, TavEnvI* env) noexcept;
+
+  static constexpr const char* kTypeName = "TavExtractableI";
+  static TavInt _rttiIndex;
+  static void InitTypeIndex();
+  static TavInt GetTypeIndex();
+  static TavTypeInfo GetTypeInfo();
+
+  /// Leaves the environment's registry and frees name and identifier.
+  virtual ~TavExtractableI();
+  virtual TavInt getTypeIndex() const;
+  virtual TavTypeInfo getTypeInfo() const;
+  /// True for the token of the object's class and of each of its bases.
+  virtual bool isType(TavTypeInfo type) const;
+  virtual const char* getRttiTypeName() const;
+  virtual TavInt getExtractableSize() const;
+  virtual TavTypeInfo getBaseTypeInfo() const;
+  virtual TavInt getBaseTypeIndex() const;
+  /// A copy in `target`; operands are taken from the clone map. Default: TavNotImplemented.
+  virtual TavExtractableI* makeClone(TavEnvI* target) const;
+  /// The algorithm's object for this one. Default: TavAlgorithm::ExtractFailure.
+  virtual void* extractToCP(TavAlgorithm algorithm) const;
+  /// Default: TavAlgorithm::RemoveFailure.
+  virtual void unextractFromCP(TavAlgorithm algorithm, void* object) const;
+  /// Default: TavAlgorithm::RemoveFailure.
+  virtual void modifyCP(TavAlgorithm algorithm, void* object) const;
+  /// Called on every live object before `removed` goes; for a batch once, with its first object: the environment answers
+  /// which objects are removed. Default: nothing.
+  virtual void atRemove(TavExtractableI* removed, void* data);
+  virtual void visitSubExtractables(TavExtractableVisitor* visitor) = 0;
+  /// Whether the object is counted: end() then drops one reference. Default: false.
+  virtual bool isRefCountedExpr() const;
+  /// Default: removes the object from all others and from all algorithms and destroys it.
+  virtual void end();
+  virtual void expandTo(TavModelI* model, const char* first, const char* second) const;
+  /// Writes the object as text. Default: class name and identifier.
+  virtual void display(std::ostream& os) const;
+  virtual void whenAddedToCP(TavAlgorithm algorithm, void* data) const;
+  virtual void whenRemovedFromCP(TavAlgorithm algorithm, void* data) const;
+  virtual bool hasNongroundType() const;
+  /// Whether the value depends on decisions. Default: true.
+  virtual bool isDecisionExpr() const;
+  /// Hands a change record to the environment.
+  virtual void notify(const TavChange& change);
+
+ private:
+  TavEnvI* _env;
+  TavInt _id;
+  const TavNameRecord* _name;
+};
+
+/// One cell of a linear sum, made and recycled by the environment, owned by the node whose list holds it.
+struct TavNumLinExprTermI {
+  TavNumVarI* var;
+  TavNumLinExprTermI* next;
+  double coef;
+};
+
+/// A handle on any model object. A plain value: copies name the same object, nothing is counted.
+class TavExtractable {
+ public:
+  TavExtractable() noexcept = default;
+  explicit TavExtractable(TavExtractableI* impl) noexcept : _impl(impl) {}
+
+  TavExtractableI* getImpl() const noexcept { return _impl; }
+  TavEnv getEnv() const noexcept { return TavEnv(_impl->getEnv()); }
+  TavInt getId() const noexcept { return _impl->getId(); }
+  const char* getName() const noexcept { return _impl->getName(); }
+  void setName(const char* name) const { _impl->setName(name); }
+  /// The object's own end(); empties this handle. An empty handle is left alone.
+  void end();
+  friend bool operator==(TavExtractable, TavExtractable) noexcept = default;
+
+ protected:
+  TavExtractableI* _impl = nullptr;
+};
+
+/// The object's display; nothing for an empty handle.
+std::ostream& operator<<(std::ostream& os, TavExtractable object);

@@ -1,0 +1,132 @@
+#include "host/memory.h"
+
+#include <cassert>
+#include <cstdlib>
+#include <new>
+
+// ---- TavFixedSizeAllocatorI
+
+TavInt TavFixedSizeAllocatorI::liveBlocks() const noexcept {
+  TavInt live = _carved;
+  for (const FreeBlock* block = _free; block; block = block->next) --live;
+  return live;
+}
+
+void* TavFixedSizeAllocatorI::grow(TavMemory* memory) {
+  assert(_blockSize >= sizeof(FreeBlock));
+  TavChunk* chunk = memory->makeChunk(TavMemory::kChunkSize, _blockSize);
+  _bump = reinterpret_cast<char*>(chunk + 1);
+  _end = _bump + (TavMemory::kChunkSize - sizeof(TavChunk)) / _blockSize * _blockSize;
+  return carve();
+}
+
+// ---- TavMemory
+
+TavMemory::TavMemory(TavEnvI* env) noexcept : _env(env) {
+  for (TavInt i = 0; i < kPools; ++i) _pools[i] = TavFixedSizeAllocatorI(static_cast<std::size_t>(8 * i));
+}
+
+TavMemory::~TavMemory() {
+  endManagedObjects();
+  while (_chunks) freeChunk(_chunks);
+}
+
+void TavMemory::endManagedObjects() noexcept {
+  while (_managed) _managed->end();
+}
+
+void* TavMemory::alloc(std::size_t bytes) {
+  const TavInt index = getIndex(static_cast<TavInt>(bytes));
+  if (index > 0) return _pools[index].allocateBlock(this);
+  TavChunk* chunk = makeChunk(sizeof(TavChunk) + bytes, bytes);
+  _unpooledBytes += static_cast<TavInt>(bytes);
+  return chunk + 1;
+}
+
+void TavMemory::dealloc(void* block, std::size_t bytes) noexcept {
+  const TavInt index = getIndex(static_cast<TavInt>(bytes));
+  if (index > 0) return _pools[index].deallocate(block);
+  _unpooledBytes -= static_cast<TavInt>(chunkOf(block)->blockSize);
+  freeChunk(chunkOf(block));
+}
+
+void* TavMemory::resizeStorage(void* storage, std::size_t oldBytes, std::size_t newBytes) {
+  void* resized = nullptr;
+  if (newBytes == 0) {
+    std::free(storage);
+  } else {
+    resized = std::realloc(storage, newBytes);
+    if (!resized) throw std::bad_alloc();
+  }
+  _unpooledBytes += static_cast<TavInt>(newBytes) - static_cast<TavInt>(oldBytes);
+  return resized;
+}
+
+TavInt TavMemory::usedBytes() const noexcept {
+  TavInt bytes = _unpooledBytes;
+  for (const TavFixedSizeAllocatorI& pool : _pools) bytes += pool.liveBlocks() * static_cast<TavInt>(pool.blockSize());
+  return bytes;
+}
+
+TavChunk* TavMemory::makeChunk(std::size_t bytes, std::size_t blockSize) {
+#ifdef TAV_PLAIN_ALLOC
+  void* raw = std::malloc(bytes);
+#else
+  void* raw = std::aligned_alloc(kChunkSize, (bytes + kChunkSize - 1) / kChunkSize * kChunkSize);
+#endif
+  if (!raw) throw std::bad_alloc();
+  auto* chunk = new (raw) TavChunk{this, blockSize, _chunks, nullptr};
+  if (_chunks) _chunks->previous = chunk;
+  _chunks = chunk;
+  return chunk;
+}
+
+void TavMemory::freeChunk(TavChunk* chunk) noexcept {
+  (chunk->previous ? chunk->previous->next : _chunks) = chunk->next;
+  if (chunk->next) chunk->next->previous = chunk->previous;
+  std::free(chunk);
+}
+
+// ---- TavAllocationList
+
+struct alignas(16) TavAllocationList::Piece {
+  Piece* next;
+};
+
+void* TavAllocationList::alloc(TavInt bytes) {
+  constexpr std::size_t kPieceSize = 4096;
+  const std::size_t wanted = (static_cast<std::size_t>(bytes) + 15) / 16 * 16;
+  if (static_cast<std::size_t>(_end - _bump) < wanted) {
+    const std::size_t room = wanted > kPieceSize ? wanted : kPieceSize;
+    void* raw = std::malloc(sizeof(Piece) + room);
+    if (!raw) throw std::bad_alloc();
+    _pieces = new (raw) Piece{_pieces};
+    _bump = reinterpret_cast<char*>(_pieces + 1);
+    _end = _bump + room;
+  }
+  char* block = _bump;
+  _bump += wanted;
+  return block;
+}
+
+void TavAllocationList::reset() noexcept {
+  while (_pieces) {
+    Piece* next = _pieces->next;
+    std::free(_pieces);
+    _pieces = next;
+  }
+  _bump = _end = nullptr;
+}
+
+// ---- TavMemoryManagerObjectI
+
+TavMemoryManagerObjectI::TavMemoryManagerObjectI(TavGenAlloc* memory) noexcept
+    : _memory(memory), _next(memory->_managed) {
+  if (_next) _next->_previous = this;
+  memory->_managed = this;
+}
+
+TavMemoryManagerObjectI::~TavMemoryManagerObjectI() {
+  (_previous ? _previous->_next : _memory->_managed) = _next;
+  if (_next) _next->_previous = _previous;
+}

@@ -1,0 +1,177 @@
+#pragma once
+/// The memory of an environment: pools of one block size each over chunks that are aligned to their size. A block finds
+/// its owner by masking its address, so objects carry no header.
+///
+/// With TAV_PLAIN_ALLOC every block is an allocation of its own with the same header in front, so that the sanitizers
+/// see each object by itself.
+
+#include <cstddef>
+
+#include "host/numbers.h"
+
+class TavEnvI;
+class TavMemory;
+class TavMemoryManagerObjectI;
+
+/// What stands at the start of a chunk (in plain allocation: of a block). `owner` is the memory that it belongs to.
+struct alignas(16) TavChunk {
+  TavMemory* owner;
+  std::size_t blockSize;
+  TavChunk* next;
+  TavChunk* previous;
+};
+
+/// Blocks of one size: a free list over chunks that are filled upwards.
+class TavFixedSizeAllocatorI {
+ public:
+  TavFixedSizeAllocatorI() = default;
+  explicit TavFixedSizeAllocatorI(std::size_t blockSize) noexcept : _blockSize(blockSize) {}
+
+  /// A block, recycled if there is one. Throws std::bad_alloc and is then unchanged.
+  void* allocateBlock(TavMemory* memory) {
+    if (_free) return takeFree();
+    if (_bump == _end) return grow(memory);
+    return carve();
+  }
+  /// Takes a block back for the next allocateBlock.
+  void deallocate(void* block) noexcept {
+    auto* free = static_cast<FreeBlock*>(block);
+    free->next = _free;
+    _free = free;
+  }
+  /// Blocks handed out and not yet taken back. Walks the free list: for tests and diagnosis.
+  TavInt liveBlocks() const noexcept;
+  std::size_t blockSize() const noexcept { return _blockSize; }
+
+ private:
+  struct FreeBlock {
+    FreeBlock* next;
+  };
+  void* takeFree() noexcept {
+    FreeBlock* block = _free;
+    _free = block->next;
+    return block;
+  }
+  void* carve() noexcept {
+    char* block = _bump;
+    _bump += _blockSize;
+    ++_carved;
+    return block;
+  }
+  void* grow(TavMemory* memory);
+
+  std::size_t _blockSize = 0;
+  FreeBlock* _free = nullptr;
+  char* _bump = nullptr;
+  char* _end = nullptr;
+  TavInt _carved = 0;
+};
+
+/// The memory of one environment (or a separate one that takes its nodes). Freed whole with everything in it.
+class TavMemory {
+ public:
+  explicit TavMemory(TavEnvI* env) noexcept;
+  TavMemory(const TavMemory&) = delete;
+  TavMemory& operator=(const TavMemory&) = delete;
+  /// Ends every array, domain, range and column that lives here, then frees all blocks.
+  ~TavMemory();
+
+  /// The size class of a byte count; -1 when it is beyond the pooled sizes.
+  static TavInt getIndex(TavInt bytes) noexcept { return bytes <= kMaxPooled ? (bytes + 7) / 8 : -1; }
+  /// The memory that a block came from.
+  static TavMemory* of(const void* block) noexcept { return chunkOf(block)->owner; }
+  /// The size that a block was allocated with, rounded up to its size class.
+  static std::size_t sizeOf(const void* block) noexcept { return chunkOf(block)->blockSize; }
+
+  /// `bytes` raw bytes, aligned to 8, to 16 where `bytes` is a multiple of 16. Throws std::bad_alloc.
+  void* alloc(std::size_t bytes);
+  /// Takes back a block that `alloc` gave for the same byte count.
+  void dealloc(void* block, std::size_t bytes) noexcept;
+  /// Makes storage of `oldBytes` one of `newBytes` with the same leading content; null for 0 bytes, on either side.
+  /// For the blocks of arrays, which know their memory and their size. Throws std::bad_alloc and is then unchanged.
+  void* resizeStorage(void* storage, std::size_t oldBytes, std::size_t newBytes);
+  TavEnvI* getEnv() const noexcept { return _env; }
+  /// Bytes in blocks that are handed out. Walks all free lists: for tests and diagnosis.
+  TavInt usedBytes() const noexcept;
+  /// Ends every array, domain, range and column that lives here, newest first.
+  void endManagedObjects() noexcept;
+
+ private:
+  friend class TavFixedSizeAllocatorI;
+  friend class TavMemoryManagerObjectI;
+#ifdef TAV_PLAIN_ALLOC
+  static constexpr TavInt kMaxPooled = -1;
+  static TavChunk* chunkOf(const void* block) noexcept {
+    return static_cast<TavChunk*>(const_cast<void*>(block)) - 1;
+  }
+#else
+  static constexpr TavInt kMaxPooled = 256;
+  static TavChunk* chunkOf(const void* block) noexcept {
+    return reinterpret_cast<TavChunk*>(reinterpret_cast<std::uintptr_t>(block) & ~(kChunkSize - 1));
+  }
+#endif
+  static constexpr std::uintptr_t kChunkSize = std::uintptr_t{1} << 16;
+  static constexpr TavInt kPools = kMaxPooled > 0 ? kMaxPooled / 8 + 1 : 1;
+
+  TavChunk* makeChunk(std::size_t bytes, std::size_t blockSize);
+  void freeChunk(TavChunk* chunk) noexcept;
+
+  TavEnvI* _env;
+  TavChunk* _chunks = nullptr;
+  TavMemoryManagerObjectI* _managed = nullptr;
+  TavInt _unpooledBytes = 0;
+  TavFixedSizeAllocatorI _pools[kPools];
+};
+
+/// The allocator that arrays and other managed objects name.
+using TavGenAlloc = TavMemory;
+
+/// Raw bytes that are given back all at once.
+class TavAllocationList {
+ public:
+  TavAllocationList() = default;
+  TavAllocationList(const TavAllocationList&) = delete;
+  TavAllocationList& operator=(const TavAllocationList&) = delete;
+  ~TavAllocationList() { reset(); }
+
+  /// `bytes` bytes, aligned to 16; they live until reset() or the list's end. Throws std::bad_alloc.
+  void* alloc(TavInt bytes);
+  void reset() noexcept;
+
+ private:
+  struct Piece;
+  Piece* _pieces = nullptr;
+  char* _bump = nullptr;
+  char* _end = nullptr;
+};
+
+/// Base of what lives in a memory without being a model object: arrays, domains, ranges, columns. The memory knows each
+/// of them and ends those that are left when it goes.
+class TavMemoryManagerObjectI {
+ public:
+  TavMemoryManagerObjectI(const TavMemoryManagerObjectI&) = delete;
+  TavMemoryManagerObjectI& operator=(const TavMemoryManagerObjectI&) = delete;
+
+  TavEnvI* getEnv() const noexcept { return _memory->getEnv(); }
+  TavGenAlloc* getMemory() const noexcept { return _memory; }
+  /// Destroys the object and gives its memory back.
+  virtual void end() { delete this; }
+
+  static void* operator new(std::size_t bytes, TavGenAlloc* memory) { return memory->alloc(bytes); }
+  static void operator delete(void* block, std::size_t bytes) noexcept { TavMemory::of(block)->dealloc(block, bytes); }
+  static void operator delete(void* block, TavGenAlloc* memory) noexcept {
+    memory->dealloc(block, TavMemory::sizeOf(block));
+  }
+
+ protected:
+  explicit TavMemoryManagerObjectI(TavGenAlloc* memory) noexcept;
+  /// For objects made by the class's own operator new: they find their memory by their address.
+  TavMemoryManagerObjectI() noexcept : TavMemoryManagerObjectI(TavMemory::of(this)) {}
+  virtual ~TavMemoryManagerObjectI();
+
+ private:
+  friend class TavMemory;
+  TavGenAlloc* _memory;
+  TavMemoryManagerObjectI* _next;
+  TavMemoryManagerObjectI* _previous = nullptr;
+};

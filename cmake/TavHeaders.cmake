@@ -1,0 +1,21 @@
+# tav_every_header_alone(): a target every_header_alone that compiles each header of host/ and expression/ as the first
+# and only line of a source, twice over, so that missing includes and missing include guards show.
+function(tav_every_header_alone)
+  file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/host/*.h
+       ${PROJECT_SOURCE_DIR}/expression/*.h)
+  set(sources)
+  foreach(header IN LISTS headers)
+    string(REPLACE "/" "__" stem ${header})
+    set(source ${PROJECT_BINARY_DIR}/headers/${stem}.cpp)
+    file(CONFIGURE OUTPUT ${source} CONTENT "#include \"${header}\"\n#include \"${header}\"  // and once more\n")
+    list(APPEND sources ${source})
+  endforeach()
+  if(NOT sources)
+    message(FATAL_ERROR "TAV_CHECK_HEADERS: no header found")
+  endif()
+  add_library(every_header_alone OBJECT EXCLUDE_FROM_ALL ${sources})
+  tav_target(every_header_alone)
+  target_compile_options(every_header_alone PRIVATE -O0)
+  target_include_directories(every_header_alone PRIVATE ${PROJECT_SOURCE_DIR})
+  set_target_properties(every_header_alone PROPERTIES UNITY_BUILD OFF)
+endfunction()

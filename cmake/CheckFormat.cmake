@@ -2,7 +2,7 @@
 get_filename_component(root ${CMAKE_CURRENT_LIST_DIR} DIRECTORY)
 set(files)
 foreach(room host expression tests bench examples)
-  file(GLOB_RECURSE found ${root}/${room}/*.h ${root}/${room}/*.cpp)
+  file(GLOB_RECURSE found ${root}/${room}/*.h ${root}/${room}/*.cpp ${root}/${room}/*.inc)
   list(APPEND files ${found})
 endforeach()
 if(NOT files)

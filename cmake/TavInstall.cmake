@@ -3,7 +3,8 @@ include(CMakePackageConfigHelpers)
 
 set(tav_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/tavexpression)
 install(TARGETS tavexpression EXPORT tavexpressionTargets)
-install(DIRECTORY host expression DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tavexpression FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY host expression DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tavexpression
+        FILES_MATCHING PATTERN "*.h" PATTERN "*.inc")
 install(EXPORT tavexpressionTargets NAMESPACE tavexpression:: DESTINATION ${tav_package_dir})
 
 configure_package_config_file(cmake/tavexpressionConfig.cmake.in ${PROJECT_BINARY_DIR}/tavexpressionConfig.cmake

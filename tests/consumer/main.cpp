@@ -1,0 +1,38 @@
+// Uses the installed library as a stranger would: composes a model, prints and evaluates it by an algorithm of its own.
+#include <iostream>
+#include <sstream>
+
+#include "expression/nodes.h"
+#include "expression/tavexpression.h"
+
+namespace {
+
+class Values final : public TavAlgorithmI {
+ public:
+  using TavAlgorithmI::TavAlgorithmI;
+  using TavAlgorithmI::getValue;
+  double getValue(const TavNumVarI* variable) const override { return variable->getName()[0] == 'x' ? 5.0 : 0.5; }
+};
+
+bool expect(bool holds, const char* what) {
+  if (!holds) std::cerr << "wrong: " << what << "\n";
+  return holds;
+}
+
+}  // namespace
+
+int main() {
+  TavEnv env;
+  const TavNumVar x(env, 0.0, 10.0, "x"), y(env, 0.0, 10.0, "y");
+  TavExpr sum = x + 2.0 * y;
+  sum += 3.0;
+  std::ostringstream text;
+  text << sum;
+  Values values(env.getImpl());
+  const bool right = expect(text.str() == "x + 2*y + 3 ", "the text of a sum") &
+                     expect(sum.eval(&values) == 9.0, "the value of a sum") &
+                     expect(sum.getImpl()->isType(TavNumLinTermI::GetTypeInfo()), "the class of its node");
+  std::cout << text.str() << "\n";
+  env.end();
+  return right ? 0 : 1;
+}

@@ -1,0 +1,47 @@
+#pragma once
+/// Class header for authors of algorithms: the base of constraints and the constant constraint.
+
+#include "expression/core/int_expr.h"
+
+/// Adds a constraint to, or removes it from, an algorithm.
+using TavConstraintHook = void (*)(TavAlgorithm, const TavExtractableI*, void*);
+
+/// A constraint: an integer expression whose value is its truth. Concrete kinds derive from it; they are not counted and
+/// live until they are ended.
+class TavConstraintI : public TavNode<TavConstraintI, TavIntExprI> {
+ public:
+  static constexpr const char* kTypeName = "TavConstraintI";
+  /// Shared by constraints of every class.
+  static inline TavConstraintHook _addToCP = nullptr;
+  static inline TavConstraintHook _removeFromCP = nullptr;
+
+  TavConstraintI(TavEnvI* env, const char* name) : TavNode(env, name) {}
+
+  /// The model evaluator's answer when it is active, an Unbound of which goes on; the algorithm's own value when it is
+  /// not, or when it fails otherwise.
+  double eval(TavAlgorithm algorithm) const override;
+  bool isRefCountedExpr() const override { return false; }
+  void end() override { TavExtractableI::end(); }
+  void release() override {}
+  /// Throw TavAlgorithm::ExtractFailure when their hook is not installed.
+  void whenAddedToCP(TavAlgorithm algorithm, void* data) const override;
+  void whenRemovedFromCP(TavAlgorithm algorithm, void* data) const override;
+};
+
+/// A constraint that always holds or never does. Prints "TrueConstraint " or "FalseConstraint " in both syntaxes.
+class TavConstConstraintI final : public TavNode<TavConstConstraintI, TavConstraintI> {
+ public:
+  static constexpr const char* kTypeName = "TavConstConstraintI";
+
+  TavConstConstraintI(TavEnvI* env, const char* name, TavInt truth) : TavNode(env, name), _truth(truth) {}
+
+  virtual bool isTrue() const { return _truth != 0; }
+  double eval(TavAlgorithm) const override { return isTrue() ? 1.0 : 0.0; }
+  void visitSubExtractables(TavExtractableVisitor* visitor) override;
+  /// A nameless copy in this constraint's own environment.
+  TavExtractableI* makeClone(TavEnvI* target) const override;
+  void display(std::ostream& os) const override;
+
+ private:
+  TavInt _truth;
+};

@@ -1,0 +1,143 @@
+#pragma once
+/// Class header for authors of algorithms: the regular shapes of nodes. A node class states its name, its texts and its
+/// arithmetic; its family does the rest.
+
+#include <ostream>
+
+#include "expression/core/num_expr.h"
+
+/// What a node writes before, between and behind its operands.
+struct TavText {
+  const char* open;
+  const char* middle;
+  const char* close;
+};
+
+/// A node's texts in the two syntaxes.
+struct TavTexts {
+  TavText library;
+  TavText plain;
+
+  const TavText& in(const TavEnvI* env) const noexcept { return env->librarySyntaxDisplay ? library : plain; }
+};
+
+/// f(x). Self states `kTexts` and `static double apply(double)`.
+template <class Self, class Base, class Operand = TavNumExprI>
+class TavUnaryI : public TavNode<Self, Base> {
+ public:
+  TavUnaryI(TavEnvI* env, Operand* operand) : TavNode<Self, Base>(env, nullptr), _operand(operand) {
+    operand->retain();
+  }
+  ~TavUnaryI() override { this->getEnv()->release(_operand); }
+
+  Operand* getOperand() const noexcept { return _operand; }
+  double eval(TavAlgorithm algorithm) const override { return Self::apply(_operand->eval(algorithm)); }
+  void visitSubExtractables(TavExtractableVisitor* visitor) override {
+    visitor->beginVisit(this);
+    visitor->visitChild(this, _operand);
+    visitor->endVisit(this);
+  }
+  TavExtractableI* makeClone(TavEnvI* target) const override {
+    return new (target) Self(target, TavCloneOf(_operand, this->getEnv()));
+  }
+  void display(std::ostream& os) const override {
+    const TavText& text = Self::kTexts.in(this->getEnv());
+    os << text.open;
+    _operand->display(os);
+    os << text.close;
+  }
+
+ private:
+  Operand* _operand;
+};
+
+/// f(x, c), x printed first. Self states `kTexts` and `static double apply(double x, Constant c)`.
+template <class Self, class Base, class Constant, class Operand = TavNumExprI>
+class TavCstI : public TavNode<Self, Base> {
+ public:
+  TavCstI(TavEnvI* env, Operand* operand, Constant constant)
+      : TavNode<Self, Base>(env, nullptr), _operand(operand), _constant(constant) {
+    operand->retain();
+  }
+  ~TavCstI() override { this->getEnv()->release(_operand); }
+
+  Operand* getOperand() const noexcept { return _operand; }
+  Constant getConstant() const noexcept { return _constant; }
+  double eval(TavAlgorithm algorithm) const override { return Self::apply(_operand->eval(algorithm), _constant); }
+  void visitSubExtractables(TavExtractableVisitor* visitor) override {
+    visitor->beginVisit(this);
+    visitor->visitChild(this, _operand);
+    visitor->endVisit(this);
+  }
+  TavExtractableI* makeClone(TavEnvI* target) const override {
+    return new (target) Self(target, TavCloneOf(_operand, this->getEnv()), _constant);
+  }
+  void display(std::ostream& os) const override {
+    const TavText& text = Self::kTexts.in(this->getEnv());
+    os << text.open;
+    _operand->display(os);
+    os << text.middle << _constant << text.close;
+  }
+
+ private:
+  Operand* _operand;
+  Constant _constant;
+};
+
+/// f(c, x): the constant is still the second field and the second argument of `apply`, but prints first.
+template <class Self, class Base, class Constant, class Operand = TavNumExprI>
+class TavRecCstI : public TavCstI<Self, Base, Constant, Operand> {
+ public:
+  using TavCstI<Self, Base, Constant, Operand>::TavCstI;
+
+  void display(std::ostream& os) const override {
+    const TavText& text = Self::kTexts.in(this->getEnv());
+    os << text.open << this->getConstant() << text.middle;
+    this->getOperand()->display(os);
+    os << text.close;
+  }
+};
+
+/// f(x, y). Self states `kTexts` and `static double apply(double x, double y)`; x is evaluated first.
+template <class Self, class Base, class Operand = TavNumExprI>
+class TavBinaryI : public TavNode<Self, Base> {
+ public:
+  TavBinaryI(TavEnvI* env, Operand* left, Operand* right)
+      : TavNode<Self, Base>(env, nullptr), _left(left), _right(right) {
+    left->retain();
+    right->retain();
+  }
+  ~TavBinaryI() override {
+    this->getEnv()->release(_left);
+    this->getEnv()->release(_right);
+  }
+
+  Operand* getLeft() const noexcept { return _left; }
+  Operand* getRight() const noexcept { return _right; }
+  double eval(TavAlgorithm algorithm) const override {
+    const double left = _left->eval(algorithm);
+    return Self::apply(left, _right->eval(algorithm));
+  }
+  void visitSubExtractables(TavExtractableVisitor* visitor) override {
+    visitor->beginVisit(this);
+    visitor->visitChild(this, _left);
+    visitor->visitChild(this, _right);
+    visitor->endVisit(this);
+  }
+  TavExtractableI* makeClone(TavEnvI* target) const override {
+    Operand* left = TavCloneOf(_left, this->getEnv());
+    return new (target) Self(target, left, TavCloneOf(_right, this->getEnv()));
+  }
+  void display(std::ostream& os) const override {
+    const TavText& text = Self::kTexts.in(this->getEnv());
+    os << text.open;
+    _left->display(os);
+    os << text.middle;
+    _right->display(os);
+    os << text.close;
+  }
+
+ private:
+  Operand* _left;
+  Operand* _right;
+};

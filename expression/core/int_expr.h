@@ -1,0 +1,22 @@
+#pragma once
+/// Class header for authors of algorithms: the base of integer expressions.
+
+#include "expression/core/num_expr.h"
+
+class TavIntLinTermI;
+
+/// An expression whose value is known to be integral.
+class TavIntExprI : public TavNode<TavIntExprI, TavNumExprI> {
+ public:
+  static constexpr const char* kTypeName = "TavIntExprI";
+
+  TavIntExprI(TavEnvI* env, const char* name) : TavNode(env, name) {}
+
+  bool isInteger() const override { return true; }
+  TavNumExprI* copy() override { return intCopy(); }
+
+  /// What copy() answers, as an integer expression.
+  virtual TavIntExprI* intCopy() { return this; }
+  /// The expression as an integer linear node; by default a new one with this node as its only part.
+  virtual TavIntLinTermI* toIntLinTermI();
+};

@@ -1,0 +1,51 @@
+#include "expression/core/int_linear.h"
+
+#include "expression/core/num_linear.h"
+
+static_assert(sizeof(TavIntLinTermI) == 80);
+
+TavIntLinTermRemoveVar::TavIntLinTermRemoveVar(TavIntLinTermI* linear, TavNumVarI* var) noexcept
+    : TavChangeRecord(linear), _linear(linear), _var(var) {}
+
+void TavIntLinTermRemoveVar::visitChange(TavEnvI*, TavExtractableI* object, TavChangeVisitor* visitor) const {
+  visitor->visitChild(object, _var);
+}
+
+TavIntLinTermI::TavIntLinTermI(TavIntLinExprTerm term) : TavIntLinTermI(term.getImpl()->var->getEnv(), 0) {
+  append(term.getImpl());
+}
+
+void TavIntLinTermI::multiply(TavInt k) {
+  replaceParts([k](TavIntExprI* part) { return (TavIntExprArg(part) * k).getImpl(); });
+  for (TavNumLinExprTermI* cell = _terms.first; cell; cell = cell->next) cell->coef *= static_cast<double>(k);
+  _constant = TavWrapMul(_constant, k);
+}
+
+TavNumLinTermI* TavIntLinTermI::toNumLinTermI() {
+  auto numeric = TavMakeNode<TavNumLinTermI>(getEnv(), getEnv(), static_cast<double>(_constant));
+  numeric->copyFrom(*this);
+  return numeric.release();
+}
+
+TavIntLinTermI* TavIntLinTermI::copyLinear() const {
+  auto fresh = TavMakeNode<TavIntLinTermI>(getEnv(), getEnv(), _constant);
+  fresh->copyFrom(*this);
+  return fresh.release();
+}
+
+// ---- integer expressions
+
+TavIntLinTermI* TavIntExprI::toIntLinTermI() {
+  auto linear = TavMakeNode<TavIntLinTermI>(getEnv(), getEnv(), 0);
+  linear->append(this);
+  return linear.release();
+}
+
+TavIntExpr::TavIntExpr(TavEnv env, TavInt constant)
+    : TavIntExpr(TavIntExprArg(new (env.getImpl()) TavIntLinTermI(env.getImpl(), constant))) {}
+
+TavIntExpr::TavIntExpr(TavIntLinExprTerm term) : TavIntExpr(static_cast<TavIntExprArg>(term)) {}
+
+TavIntLinExprTerm::operator TavIntExprArg() const {
+  return TavIntExprArg(new (_cell->var->getEnv()) TavIntLinTermI(*this));
+}

@@ -1,0 +1,45 @@
+#pragma once
+/// Class header for authors of algorithms: the integer linear node and the record of a removed variable.
+
+#include "expression/core/linear.h"
+
+class TavIntLinTermI;
+
+/// The term of a variable was dropped.
+class TavIntLinTermRemoveVar final : public TavChangeRecord<TavIntLinTermRemoveVar> {
+ public:
+  static constexpr const char* kTypeName = "TavIntLinTermRemoveVar";
+
+  TavIntLinTermRemoveVar(TavIntLinTermI* linear, TavNumVarI* var) noexcept;
+
+  TavIntLinTermI* getLinear() const noexcept { return _linear; }
+  TavNumVarI* getVar() const noexcept { return _var; }
+  void visitChange(TavEnvI* env, TavExtractableI* object, TavChangeVisitor* visitor) const override;
+
+ private:
+  TavIntLinTermI* _linear;
+  TavNumVarI* _var;
+};
+
+/// A linear sum of integer expressions. Coefficients are doubles that hold whole numbers; it is never normalised.
+class TavIntLinTermI final
+    : public TavLinearI<TavIntLinTermI, TavIntExprI, TavInt, TavIntExprI, TavIntLinTermRemoveVar> {
+ public:
+  static constexpr const char* kTypeName = "TavIntLinTermI";
+
+  TavIntLinTermI(TavEnvI* env, TavInt constant) : TavLinearI(env, constant) {}
+  /// The term's cell as the one term.
+  explicit TavIntLinTermI(TavIntLinExprTerm term);
+
+  /// Multiplies coefficients, constant (wrapping around) and every part; 0 keeps every term.
+  void multiply(TavInt k);
+  /// Called for every added cell: nothing is remembered about the terms.
+  void termsChanged() noexcept {}
+
+  /// A new numeric node of the same terms, parts and constant; this one stays as it is.
+  TavNumLinTermI* toNumLinTermI() override;
+  TavIntLinTermI* toIntLinTermI() override { return this; }
+  /// A new node; parts are shared.
+  TavIntExprI* intCopy() override { return copyLinear(); }
+  TavIntLinTermI* copyLinear() const;
+};

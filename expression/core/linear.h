@@ -1,0 +1,105 @@
+#pragma once
+/// Class header for authors of algorithms: what the numeric and the integer linear node share.
+
+#include <limits>
+#include <ostream>
+#include <vector>
+
+#include "expression/core/num_var.h"
+#include "expression/core/term_list.h"
+
+/// constant + sum of coefficient * variable + sum of parts. Self is the node class, Constant its constant's type, Part
+/// the class of its parts, RemoveVar the record that a removed variable is reported by. Self::termsChanged() hears of
+/// every added cell.
+template <class Self, class Base, class Constant, class Part, class RemoveVar>
+class TavLinearI : public TavNode<Self, Base> {
+ public:
+  TavLinearI(TavEnvI* env, Constant constant) : TavNode<Self, Base>(env, nullptr), _constant(constant) {}
+  ~TavLinearI() override { drop(); }
+
+  const TavNumLinExprTermI* getFirstTerm() const noexcept { return _terms.first; }
+  const TavPart* getFirstPart() const noexcept { return _parts.first; }
+  Constant getConstant() const noexcept { return _constant; }
+  void setConstant(Constant constant) noexcept { _constant = constant; }
+  double getNumConstant() const override { return static_cast<double>(_constant); }
+  /// No terms and no parts.
+  bool isConstant() const noexcept { return !_terms.first && !_parts.first; }
+
+  /// Drops everything; the cells go back in one splice.
+  void clear() noexcept {
+    drop();
+    _constant = 0;
+    self()->termsChanged();
+  }
+  /// Take a loose cell over.
+  void append(TavNumLinExprTermI* cell) noexcept {
+    _terms.append(cell);
+    self()->termsChanged();
+  }
+  void prepend(TavNumLinExprTermI* cell) noexcept {
+    _terms.prepend(cell);
+    self()->termsChanged();
+  }
+  /// Adds one reference; the expression becomes a part whatever it is, a linear one too.
+  void append(Part* expr) { append(TavLoosePart(this->getEnv(), expr).take()); }
+  void append(TavPart* part) noexcept {
+    _parts.append(part);
+    part->expr->retain();
+  }
+  /// Takes over the terms, parts and constant of `other` and ends it: an uncounted one is destroyed.
+  void append(Self* other);
+  /// Drops the first term of the variable, if there is one.
+  void remove(TavNumVarI* var) noexcept;
+  /// Drops terms and parts of the objects, counting down from the array's size.
+  void remove(TavExtractableArray objects);
+  /// Drops the terms and parts whose object the environment reports removed; references are not given back.
+  void removeMarked() noexcept;
+
+  double eval(TavAlgorithm algorithm) const override;
+  void visitSubExtractables(TavExtractableVisitor* visitor) override;
+  TavExtractableI* makeClone(TavEnvI* target) const override;
+  void atRemove(TavExtractableI* removed, void* data) override;
+  void display(std::ostream& os) const override;
+  /// One term in the plain syntax; false when it writes nothing, the coefficient being 0.
+  virtual bool displayTerm(std::ostream& os, TavNumLinExprTermI* term) const;
+
+ protected:
+  Self* self() noexcept { return static_cast<Self*>(this); }
+  Part* partOf(const TavPart* part) const noexcept { return static_cast<Part*>(part->expr); }
+  /// Fills this new node with the terms and parts of another one, whose class may differ.
+  template <class Linear>
+  void copyFrom(const Linear& other);
+  /// Replaces every part p by make(p). All new parts are made before the first is replaced.
+  template <class Make>
+  void replaceParts(Make make);
+
+  TavTermList _terms;
+  Constant _constant;
+  TavPartList _parts;
+
+ private:
+  /// Gives all parts and cells back.
+  void drop() noexcept;
+  void freePart(TavPart* part) noexcept { this->getEnv()->getMemory()->dealloc(part, sizeof *part); }
+  /// Drops the cells that `isGone` names until `left` of them are gone.
+  template <class Cell, class IsGone, class Drop>
+  static void sweep(TavCellList<Cell>& list, TavInt& left, IsGone isGone, Drop drop);
+  void displayPlain(std::ostream& os) const;
+  void displayLibrary(std::ostream& os) const;
+  static void displayVar(std::ostream& os, const TavNumVarI* var);
+};
+
+/// Marks the objects of an array removed for as long as it lives.
+class TavRemovalMarks {
+ public:
+  TavRemovalMarks(TavEnvI* env, TavExtractableArray objects);
+  TavRemovalMarks(const TavRemovalMarks&) = delete;
+  TavRemovalMarks& operator=(const TavRemovalMarks&) = delete;
+  ~TavRemovalMarks() { _env->restoreMarks(_count); }
+
+ private:
+  TavEnvI* _env;
+  std::size_t _count;
+};
+
+#include "expression/core/linear.inc"

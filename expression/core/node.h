@@ -1,0 +1,50 @@
+#pragma once
+/// Class header for authors of algorithms: what every node class and every change record has of its own.
+
+#include "host/tavhost.h"
+
+/// Makes an algorithm's object for a model object.
+using TavExtractHook = void* (*)(TavAlgorithm, const TavExtractableI*);
+/// Takes back or modifies the algorithm's object of a model object.
+using TavObjectHook = void (*)(TavAlgorithm, const TavExtractableI*, void*);
+/// Applies a change record.
+using TavApplyHook = void (*)(TavAlgorithm, const TavChange*, void*);
+
+/// A model object class: identity and its three hook slots. An algorithm layer assigns the slots; each class has its own
+/// and never falls back to its base's.
+template <class Self, class Base>
+class TavNode : public TavTyped<Self, Base> {
+ public:
+  using TavTyped<Self, Base>::TavTyped;
+
+  static inline TavExtractHook _extractCP = nullptr;
+  static inline TavObjectHook _unextractCP = nullptr;
+  static inline TavObjectHook _modifyCP = nullptr;
+
+  void* extractToCP(TavAlgorithm algorithm) const override {
+    if (!_extractCP) throw TavAlgorithm::ExtractFailure(nullptr, 0);
+    return _extractCP(algorithm, this);
+  }
+  void unextractFromCP(TavAlgorithm algorithm, void* object) const override {
+    if (!_unextractCP) throw TavAlgorithm::RemoveFailure(nullptr, 0);
+    _unextractCP(algorithm, this, object);
+  }
+  void modifyCP(TavAlgorithm algorithm, void* object) const override {
+    if (!_modifyCP) throw TavAlgorithm::RemoveFailure(nullptr, 0);  // kept: not a failure of its own
+    _modifyCP(algorithm, this, object);
+  }
+};
+
+/// A change record class: identity and its hook slot.
+template <class Self>
+class TavChangeRecord : public TavTyped<Self, TavChange> {
+ public:
+  using TavTyped<Self, TavChange>::TavTyped;
+
+  static inline TavApplyHook _applyCP = nullptr;
+
+  void applyToCP(TavAlgorithm algorithm, void* data) const override {
+    if (!_applyCP) throw TavAlgorithm::CannotChangeException(algorithm.getImpl());
+    _applyCP(algorithm, this, data);
+  }
+};

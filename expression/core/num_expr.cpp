@@ -1,0 +1,86 @@
+#include "expression/core/num_expr.h"
+
+#include <memory>
+#include <ostream>
+
+#include "expression/core/index.h"
+#include "expression/core/kind.h"
+#include "expression/core/num_linear.h"
+
+// ---- TavNumExprI
+
+void TavNumExprI::end() {
+  if (--_refCount > 0) return;  // kept: the count may reach -1, that is how an uncounted node is ended
+  TavEnvI* env = getEnv();
+  if (env->deletionInterceptor) {
+    env->deletionInterceptor->takeNode(this);
+  } else if (env->removeFromAllOnDestroy) {
+    env->removeFromAllAndDestroy(this, 0);
+  } else {
+    env->destroy(this, 0);
+  }
+}
+
+void TavNumExprI::release() {
+  if (!getEnv()->ending) end();
+}
+
+TavNumLinTermI* TavNumExprI::toNumLinTermI() {
+  auto linear = TavMakeNode<TavNumLinTermI>(getEnv(), getEnv(), 0.0);
+  linear->append(this);
+  return linear.release();
+}
+
+// ---- TavNumExprArg
+
+TavEnv TavNumExprArg::getEnv() const {
+  if (!_impl) throw TavEmptyHandleException();
+  return TavEnv(_impl->getEnv());
+}
+
+bool TavNumExprArg::isConstant() const {
+  if (!_impl) throw TavEmptyHandleException();
+  return TavIsConstant(_impl);
+}
+
+bool TavNumExprArg::isIndex() const {
+  if (!_impl) throw TavEmptyHandleException();
+  return TavIsIndex(_impl);
+}
+
+double TavNumExprArg::getNumConstant() const {
+  TavTestIsLinear(_impl);
+  return _impl->getNumConstant();
+}
+
+bool TavNumExprArg::isInteger() const {
+  if (!_impl) throw TavEmptyHandleException();
+  return _impl->isInteger();
+}
+
+double TavNumExprArg::eval(TavAlgorithm algorithm) const {
+  if (!_impl) throw TavEmptyHandleException();
+  return _impl->eval(algorithm);
+}
+
+void TavNumExprArg::end() {
+  if (_impl) _impl->end();
+  _impl = nullptr;
+}
+
+std::ostream& operator<<(std::ostream& os, TavNumExprArg expression) {
+  return os << static_cast<TavExtractable>(expression);
+}
+
+// ---- the linearity test
+
+void TavTestIsLinear(TavNumExprI* node) {
+  if (!node) throw TavEmptyHandleException();
+  if (!TavIsLinearWithoutParts(node)) throw TavNumExpr::NonLinearExpression(node);
+}
+
+void TavNumExpr::NonLinearExpression::print(std::ostream& os) const {
+  os << "Expression ";
+  if (_expression) _expression->display(os);
+  os << " is non linear, setting or querying the constant part is forbidden";
+}

@@ -1,0 +1,85 @@
+#pragma once
+/// Class header for authors of algorithms: the numeric linear node and the records of its modifications.
+
+#include "expression/core/linear.h"
+
+class TavNumLinTermI;
+
+/// A variable that was absent has got a coefficient.
+class TavNumLinTermAddVar final : public TavChangeRecord<TavNumLinTermAddVar> {
+ public:
+  static constexpr const char* kTypeName = "TavNumLinTermAddVar";
+
+  TavNumLinTermAddVar(TavNumLinTermI* linear, TavNumVarI* var) noexcept;
+
+  TavNumLinTermI* getLinear() const noexcept { return _linear; }
+  TavNumVarI* getVar() const noexcept { return _var; }
+  void visitChange(TavEnvI* env, TavExtractableI* object, TavChangeVisitor* visitor) const override;
+
+ private:
+  TavNumLinTermI* _linear;
+  TavNumVarI* _var;
+};
+
+/// The coefficient of a variable has changed, or its term was dropped.
+class TavNumLinTermRemoveVar final : public TavChangeRecord<TavNumLinTermRemoveVar> {
+ public:
+  static constexpr const char* kTypeName = "TavNumLinTermRemoveVar";
+
+  TavNumLinTermRemoveVar(TavNumLinTermI* linear, TavNumVarI* var) noexcept;
+
+  TavNumLinTermI* getLinear() const noexcept { return _linear; }
+  TavNumVarI* getVar() const noexcept { return _var; }
+  void visitChange(TavEnvI* env, TavExtractableI* object, TavChangeVisitor* visitor) const override;
+
+ private:
+  TavNumLinTermI* _linear;
+  TavNumVarI* _var;
+};
+
+/// A linear sum of numeric expressions: what every TavExpr holds.
+class TavNumLinTermI final
+    : public TavLinearI<TavNumLinTermI, TavNumExprI, double, TavNumExprI, TavNumLinTermRemoveVar> {
+ public:
+  static constexpr const char* kTypeName = "TavNumLinTermI";
+
+  TavNumLinTermI(TavEnvI* env, double constant) : TavLinearI(env, constant) {}
+  /// The term's cell as the one term.
+  explicit TavNumLinTermI(TavNumLinExprTerm term);
+  explicit TavNumLinTermI(TavIntLinExprTerm term);
+
+  /// Multiply or divide coefficients, constant and every part by d; no value of d is special.
+  void multiply(double d);
+  void divide(double d);
+  /// Adds the coefficients of each variable up in its last term and drops the terms that come to exactly 0; O(n). The
+  /// others keep their order. Returns the number of terms merged; dropped zeros do not count.
+  TavInt normalize();
+  /// Normalises, then sets one coefficient: 0 unlinks the term, an absent variable is appended. Reports
+  /// TavNumLinTermAddVar for an absent variable, TavNumLinTermRemoveVar for any change of a non-zero coefficient.
+  /// Returns the old coefficient, 0 for an absent variable. O(n).
+  double setCoef(TavNumVar variable, double coef);
+  /// Normalises, then sets many coefficients, `coefs` being at least as long as `variables`: O(n + m). Terms stay linked
+  /// at 0; what is reported is a coefficient that becomes zero (TavNumLinTermRemoveVar) or stops being it
+  /// (TavNumLinTermAddVar). An absent variable that is listed twice is appended twice. The old coefficients go to
+  /// `previous` unless it is empty.
+  void setCoef(TavNumVarArray variables, TavNumArray coefs, TavNumArray previous);
+  bool isNormalized() const noexcept { return _normalized; }
+  /// Whether the value is linear in the decisions: true without parts, or when every part is a parameter.
+  bool isLinear() const;
+  /// Called for every added cell.
+  void termsChanged() noexcept { _normalized = false; }
+
+  bool isInteger() const override;
+  TavNumLinTermI* toNumLinTermI() override { return this; }
+  /// A new node; parts are shared.
+  TavNumExprI* copy() override { return copyLinear(); }
+  TavNumLinTermI* copyLinear() const;
+
+ private:
+  friend class TavIntLinTermI;
+  /// Merges with `markOf(cell)` being the representative of the cell's variable.
+  template <class MarkOf>
+  TavInt merge(MarkOf markOf) noexcept;
+
+  bool _normalized = false;
+};

@@ -1,0 +1,250 @@
+#include "expression/core/num_var.h"
+
+#include <cmath>
+#include <ostream>
+
+#include "expression/core/int_linear.h"
+#include "expression/core/num_linear.h"
+
+static_assert(sizeof(TavNumExprI) == 40 && sizeof(TavNumVarI) == 56);
+
+namespace {
+
+TavInt roundUp(double bound) { return TavTrunc(std::ceil(bound)); }
+
+/// Boolean bounds compared as doubles; the upper bound's threshold is 0, not 1.
+TavInt boolLower(double lb) { return lb < 0 ? 0 : lb > 1.0 ? 1 : TavTrunc(lb); }
+TavInt boolUpper(double ub) { return ub < 0 ? 0 : ub > 0.0 ? 1 : TavTrunc(ub); }  // kept: 0.5 gives 1
+
+/// A new array with the same elements from the array's own memory.
+template <class Array>
+Array copyOf(Array values) {
+  TavGenAlloc* memory = values.getImpl()->getMemory();
+  return Array(new (memory) TavArrayI(memory, values.getImpl()));
+}
+
+/// Gives an array back unless a domain has taken it.
+template <class Array>
+class ArrayGuard {
+ public:
+  explicit ArrayGuard(Array array) noexcept : _array(array) {}
+  ArrayGuard(const ArrayGuard&) = delete;
+  ArrayGuard& operator=(const ArrayGuard&) = delete;
+  ~ArrayGuard() { _array.end(); }
+  Array get() const noexcept { return _array; }
+  void release() noexcept { _array = Array(); }
+
+ private:
+  Array _array;
+};
+
+/// A private domain that takes `values` over.
+template <class Domain, class Array, class... Flag>
+TavVarDomainI* domainOver(TavEnvI* env, Array values, Flag... flag) {
+  ArrayGuard<Array> guard(values);
+  auto* domain = new (env) Domain(values, flag...);
+  guard.release();
+  return domain;
+}
+
+TavVarDomainI* privateNumDomain(TavEnvI* env, TavNumArray values, TavNumVar::Type type) {
+  if (type == TavNumVar::Float) return domainOver<TavNumVarDomainI>(env, copyOf(values));
+  throw TavNotSupportedOperation(type == TavNumVar::Int
+                                     ? "You cannot create a integer variable by giving it an array of double"
+                                     : "You cannot create a boolean variable by giving it an array of values");
+}
+
+TavVarDomainI* privateIntDomain(TavEnvI* env, TavIntArray values, TavNumVar::Type type) {
+  if (type == TavNumVar::Float) return domainOver<TavNumVarDomainI>(env, values.toNumArray());
+  if (type == TavNumVar::Int) return domainOver<TavIntVarDomainI>(env, copyOf(values), TavInt{0});
+  // kept: the numeric form says the same by another class
+  throw TavNotImplemented("You cannot create a boolean variable by giving it an array of values");
+}
+
+}  // namespace
+
+// ---- construction
+
+TavVarDomainI* TavNumVarI::domainByBounds(TavEnvI* env, double lb, double ub, Type type) {
+  if (type == TavNumVar::Float) return env->getOrMakeSharedDomain(lb, ub);
+  if (type == TavNumVar::Int) return env->getOrMakeSharedDomain(roundUp(lb), roundUp(ub));  // kept: both rounded up
+  return env->getOrMakeSharedDomain(boolLower(lb), boolUpper(ub));
+}
+
+TavVarDomainI* TavNumVarI::domainByType(TavEnvI* env, Type type, double lb, double ub) {
+  if (type == TavNumVar::Float || type == TavNumVar::Int) return domainByBounds(env, lb, ub, type);
+  // kept: truncation comes first here, so that an upper bound of 0.5 gives 0
+  const TavInt lower = TavTrunc(lb);
+  const TavInt upper = TavTrunc(ub);
+  return env->getOrMakeSharedDomain(TavInt{lower >= 1}, TavInt{upper > 0});
+}
+
+TavNumVarI::TavNumVarI(TavEnvI* env, TavNumArray values, Type type, const char* name) : TavNumVarI(env, name) {
+  _domain = privateNumDomain(env, values, type);
+}
+
+TavNumVarI::TavNumVarI(TavEnvI* env, TavIntArray values, Type type, const char* name) : TavNumVarI(env, name) {
+  _domain = privateIntDomain(env, values, type);
+}
+
+TavNumVarI::TavNumVarI(TavEnvI* env, TavAnyArray values, const char* name) : TavNumVarI(env, name) {
+  _domain = domainOver<TavIntVarDomainI>(env, TavIntArray(copyOf(values).getImpl()), TavInt{1});
+}
+
+TavNumVarI::~TavNumVarI() {
+  if (_domain && !_domain->isShared()) _domain->end(getEnv());
+}
+
+// ---- modification
+
+void TavNumVarI::copyOnWrite() {
+  if (_domain && _domain->isShared()) _domain = _domain->makeCopy(getEnv());
+}
+
+void TavNumVarI::setLB(double lb) {
+  if (_domain) {
+    copyOnWrite();
+    _domain->setLB(lb);
+  } else {
+    _domain = getEnv()->getOrMakeSharedDomain(lb, TavGetInfinity());
+  }
+  notify(TavSetNumVarBounds(this, lb, getUB()));
+}
+
+void TavNumVarI::setUB(double ub) {
+  if (_domain) {
+    copyOnWrite();
+    _domain->setUB(ub);
+  } else {
+    _domain = getEnv()->getOrMakeSharedDomain(0.0, ub);
+  }
+  notify(TavSetNumVarBounds(this, getLB(), ub));
+}
+
+void TavNumVarI::setBounds(double lb, double ub) {
+  if (_domain) {
+    copyOnWrite();
+    _domain->setLB(lb);
+    _domain->setUB(ub);
+  } else {
+    _domain = getEnv()->getOrMakeSharedDomain(lb, ub);
+  }
+  notify(TavSetNumVarBounds(this, lb, ub));
+}
+
+void TavNumVarI::makeDomain(double lb, double ub) {
+  const Type type = getType();
+  if (type == TavNumVar::Float) {
+    _domain = new (getEnv()) TavNumVarDomainI(lb, ub);
+  } else if (type == TavNumVar::Int) {
+    _domain = new (getEnv()) TavIntVarDomainI(-TavIntVar::kMaxInt, TavIntVar::kMaxInt, 0);
+    _domain->setLB(lb);
+    _domain->setUB(ub);
+  } else {
+    _domain = new (getEnv()) TavBoolVarDomainI(boolLower(lb), boolUpper(ub));
+  }
+}
+
+void TavNumVarI::setPossibleValues(TavNumArray values) {
+  if (getType() != TavNumVar::Float) {
+    throw TavNotSupportedOperation(
+        "You cannot change the domain of an integer variable by giving it a floating point variable");
+  }
+  if (_domain) {
+    ArrayGuard<TavNumArray> copy(copyOf(values));
+    copyOnWrite();
+    _domain->setNumValues(copy.get());
+    copy.release();
+  } else {
+    _domain = domainOver<TavNumVarDomainI>(getEnv(), copyOf(values));
+  }
+  notify(TavSetNumVarPossibleValues(this, values.getImpl(), nullptr));  // kept: the caller's own array is reported
+}
+
+void TavNumVarI::setPossibleValues(TavIntArray values) {
+  if (getType() == TavNumVar::Float) {
+    TavNumArray numbers = values.toNumArray();
+    ArrayGuard<TavNumArray> guard(numbers);
+    if (_domain) {
+      copyOnWrite();
+      _domain->setNumValues(numbers);
+    } else {
+      _domain = new (getEnv()) TavNumVarDomainI(numbers);
+    }
+    guard.release();
+    notify(TavSetNumVarPossibleValues(this, numbers.getImpl(), nullptr));
+    return;
+  }
+  ArrayGuard<TavIntArray> copy(copyOf(values));
+  copyOnWrite();
+  _domain->setIntValues(copy.get());
+  copy.release();
+  notify(TavSetNumVarPossibleValues(this, nullptr, values.getImpl()));
+}
+
+// ---- node protocol
+
+double TavNumVarI::eval(TavAlgorithm algorithm) const {
+  try {
+    const TavAlgorithmI* values = algorithm.getImpl();
+    if (!values) throw TavEmptyHandleException();
+    return values->getValue(this);
+  } catch (...) {
+    // The inner handler must be over before the rethrow, or the second failure would go on instead of the first.
+    TavModelEvaluator evaluator = getEnv()->getModelEvaluator();
+    if (evaluator.isActive()) {
+      try {
+        return static_cast<double>(evaluator.evaluate(TavIntExprArg(const_cast<TavNumVarI*>(this))));
+      } catch (...) {
+      }
+    }
+    throw;
+  }
+}
+
+TavNumLinTermI* TavNumVarI::toNumLinTermI() {
+  auto linear = TavMakeNode<TavNumLinTermI>(getEnv(), getEnv(), 0.0);
+  linear->append(getEnv()->newTerm(this, 1.0));
+  return linear.release();
+}
+
+TavIntLinTermI* TavNumVarI::toIntLinTermI() {
+  auto linear = TavMakeNode<TavIntLinTermI>(getEnv(), getEnv(), 0);
+  linear->append(getEnv()->newTerm(this, 1.0));
+  return linear.release();
+}
+
+void TavNumVarI::visitSubExtractables(TavExtractableVisitor* visitor) {
+  visitor->beginVisit(this);
+  visitor->endVisit(this);
+}
+
+TavExtractableI* TavNumVarI::makeClone(TavEnvI* target) const {
+  if (!_domain) return new (target) TavNumVarI(target, getName());
+  TavVarDomainI* domain = _domain->makeCopy(target);
+  try {
+    return new (target) TavNumVarI(target, domain, getName());
+  } catch (...) {
+    domain->end(target);
+    throw;
+  }
+}
+
+void TavNumVarI::display(std::ostream& os) const {
+  displayLabel(os);
+  if (_domain) {
+    _domain->display(os);
+  } else {
+    os << "[0 .. " << TavGetInfinity() << "] ";
+  }
+}
+
+/// The name, or the kind with the identifier.
+void TavNumVarI::displayLabel(std::ostream& os) const {
+  if (getName()) {
+    os << getName();
+    return;
+  }
+  const bool isFloat = getType() == TavNumVar::Float;
+  os << (isFloat ? "TavNumVar(" : _domain->isAnyDomain() ? "TavAnyVar(" : "TavIntVar(") << getId() << ")";
+}

@@ -1,0 +1,346 @@
+#include "expression/core/check.h"
+#include "expression/core/draft.h"
+
+// Sums and differences. The numeric and the integer side follow the same table: a linear operand takes the other one in,
+// the left one if both are linear; two operands that are not linear make a new linear node.
+
+namespace {
+
+/// What the two sides differ in: class of the linear node, of the operands, of the constant.
+struct Numeric {
+  using Linear = TavNumLinTermI;
+  using Expr = TavNumExprI;
+  using Arg = TavNumExprArg;
+  using Constant = double;
+  static bool isLinear(TavKind kind) { return kind == TavKind::NumLinear || kind == TavKind::IntLinear; }
+  static double add(double a, double b) { return a + b; }
+};
+struct Integer {
+  using Linear = TavIntLinTermI;
+  using Expr = TavIntExprI;
+  using Arg = TavIntExprArg;
+  using Constant = TavInt;
+  static bool isLinear(TavKind kind) { return kind == TavKind::IntLinear; }
+  static TavInt add(TavInt a, TavInt b) { return TavWrapAdd(a, b); }
+};
+
+/// Appends a summand that is not linear: a variable as a term with this coefficient, any other node as a part.
+template <class Side>
+void appendSummand(TavDraft<typename Side::Linear>& draft, typename Side::Expr* e, TavKind kind, double coef) {
+  if (kind == TavKind::Variable) {
+    draft->append(draft->getEnv()->newTerm(static_cast<TavNumVarI*>(static_cast<TavNumExprI*>(e)), coef));
+  } else {
+    draft->append(e);
+  }
+}
+
+/// a + b, or a - b for a negated b that is a variable or linear.
+template <class Side>
+typename Side::Arg sum(typename Side::Expr* a, typename Side::Expr* b, bool negated = false) {
+  using Linear = typename Side::Linear;
+  const TavKind kindA = TavKindOf(a);
+  const TavKind kindB = TavKindOf(b);
+  TavEnvI* env = a->getEnv();
+  const double coefB = negated ? -1.0 : 1.0;
+  if (!Side::isLinear(kindB)) {
+    auto draft = Side::isLinear(kindA) ? TavDraftOf<Linear>(a, kindA)
+                                       : TavNewDraft<Linear>(env, typename Side::Constant{0});
+    if (!Side::isLinear(kindA)) appendSummand<Side>(draft, a, kindA, 1.0);
+    appendSummand<Side>(draft, b, kindB, coefB);
+    return typename Side::Arg(draft.release());
+  }
+  if (Side::isLinear(kindA)) {
+    auto left = TavDraftOf<Linear>(a, kindA);
+    auto right = TavDraftOf<Linear>(b, kindB, a == b);  // one uncounted node twice: it cannot be merged with itself
+    if (negated) right->multiply(-1);
+    left->append(right.release());
+    return typename Side::Arg(left.release());
+  }
+  auto draft = TavDraftOf<Linear>(b, kindB);
+  if (kindA == TavKind::Variable) {
+    TavLooseTerm cell(env, static_cast<TavNumVarI*>(static_cast<TavNumExprI*>(a)), 1.0);
+    if (negated) draft->multiply(-1);
+    draft->prepend(cell.take());
+  } else {
+    TavLoosePart part(env, a);
+    if (negated) draft->multiply(-1);
+    draft->append(part.take());
+  }
+  return typename Side::Arg(draft.release());
+}
+
+template <class Side>
+typename Side::Arg difference(typename Side::Expr* a, typename Side::Expr* b) {
+  if (TavKindOf(b) != TavKind::Other) return sum<Side>(a, b, true);
+  TavNodeGuard<typename Side::Expr> negated((-typename Side::Arg(b)).getImpl());
+  const auto result = sum<Side>(a, negated.get());
+  negated.release();
+  return result;
+}
+
+/// a + the cell's term.
+template <class Side>
+typename Side::Arg sumWithTerm(typename Side::Expr* a, TavNumLinExprTermI* cell) {
+  using Linear = typename Side::Linear;
+  const TavKind kind = TavKindOf(a);
+  const bool linear = Side::isLinear(kind);
+  auto draft = linear ? TavDraftOf<Linear>(a, kind) : TavNewDraft<Linear>(a->getEnv(), typename Side::Constant{0});
+  if (!linear) appendSummand<Side>(draft, a, kind, 1.0);
+  draft->append(cell);
+  return typename Side::Arg(draft.release());
+}
+
+/// The cell's term + b.
+template <class Side>
+typename Side::Arg sumWithTerm(TavNumLinExprTermI* cell, typename Side::Expr* b, bool negated = false) {
+  using Linear = typename Side::Linear;
+  const TavKind kind = TavKindOf(b);
+  if (Side::isLinear(kind)) {
+    auto draft = TavDraftOf<Linear>(b, kind);
+    if (negated) draft->multiply(-1);
+    draft->prepend(cell);
+    return typename Side::Arg(draft.release());
+  }
+  auto draft = TavNewDraft<Linear>(b->getEnv(), typename Side::Constant{0});
+  appendSummand<Side>(draft, b, kind, negated ? -1.0 : 1.0);
+  draft->prepend(cell);
+  return typename Side::Arg(draft.release());
+}
+
+template <class Side>
+typename Side::Arg termMinus(TavNumLinExprTermI* cell, typename Side::Expr* b) {
+  if (TavKindOf(b) != TavKind::Other) return sumWithTerm<Side>(cell, b, true);
+  TavNodeGuard<typename Side::Expr> negated((-typename Side::Arg(b)).getImpl());
+  const auto result = sumWithTerm<Side>(cell, negated.get());
+  negated.release();
+  return result;
+}
+
+template <class Side>
+typename Side::Arg sumOfTerms(TavNumLinExprTermI* t, TavNumLinExprTermI* u) {
+  auto draft = TavNewDraft<typename Side::Linear>(t->var->getEnv(), typename Side::Constant{0});
+  draft->append(t);
+  draft->append(u);
+  return typename Side::Arg(draft.release());
+}
+
+template <class Side>
+typename Side::Arg sumWithConstant(typename Side::Expr* e, typename Side::Constant constant) {
+  using Linear = typename Side::Linear;
+  TavEnvI* env = TavRequireEnv(e);
+  const TavKind kind = TavKindOf(e);
+  if (Side::isLinear(kind)) {
+    auto draft = TavDraftOf<Linear>(e, kind);
+    draft->setConstant(Side::add(draft->getConstant(), constant));
+    return typename Side::Arg(draft.release());
+  }
+  auto draft = TavNewDraft<Linear>(env, constant);
+  appendSummand<Side>(draft, e, kind, 1.0);
+  return typename Side::Arg(draft.release());
+}
+
+template <class Side>
+typename Side::Arg sumWithConstant(TavNumLinExprTermI* cell, typename Side::Constant constant) {
+  auto draft = TavNewDraft<typename Side::Linear>(cell->var->getEnv(), constant);
+  draft->append(cell);
+  return typename Side::Arg(draft.release());
+}
+
+TavNumLinExprTermI* negate(TavNumLinExprTermI* cell) noexcept {
+  cell->coef = -cell->coef;
+  return cell;
+}
+
+// ---- the checks, one home for each message
+
+void check(TavNumExprArg a, TavNumExprArg b) {
+  TavRequireSameEnv(a.getImpl(), b.getImpl(),
+                    "TavNumExprArg operator + const TavNumExprArg const TavNumExprArg: mixing mismatch Environments");
+}
+void check(TavNumExprArg a, TavNumLinExprTerm t) {
+  TavRequireSameEnv(
+      a.getImpl(), t.getImpl()->var,
+      "TavNumExprArg operator + const TavNumExprArg const TavNumLinExprTerm: mixing mismatch Environments");
+}
+void check(TavNumExprArg a, TavIntLinExprTerm t) {
+  TavRequireSameEnv(
+      a.getImpl(), t.getImpl()->var,
+      "TavNumExprArg operator + const TavNumExprArg const TavIntLinExprTerm: mixing mismatch Environments");
+}
+void check(TavNumLinExprTerm t, TavNumExprArg b) {
+  TavRequireSameEnv(
+      t.getImpl()->var, b.getImpl(),
+      "TavNumExprArg operator + const TavNumLinExprTerm const TavNumExprArg: mixing mismatch Environments");
+}
+void check(TavIntLinExprTerm t, TavNumExprArg b) {
+  TavRequireSameEnv(
+      t.getImpl()->var, b.getImpl(),
+      "TavNumExprArg operator + const TavIntLinExprTerm const TavNumExprArg: mixing mismatch Environments");
+}
+void check(TavNumLinExprTerm t, TavNumLinExprTerm u) {
+  TavRequireSameEnv(
+      t.getImpl()->var, u.getImpl()->var,
+      "TavNumExprArg operator + const TavNumLinExprTerm const TavNumLinExprTerm: mixing mismatch Environments");
+}
+void check(TavIntLinExprTerm t, TavNumLinExprTerm u) {
+  TavRequireSameEnv(
+      t.getImpl()->var, u.getImpl()->var,
+      "TavNumExprArg operator + const TavIntLinExprTerm const TavNumLinExprTerm: mixing mismatch Environments");
+}
+void check(TavNumLinExprTerm t, TavIntLinExprTerm u) {
+  TavRequireSameEnv(
+      t.getImpl()->var, u.getImpl()->var,
+      "TavNumExprArg operator + const TavNumLinExprTerm const TavIntLinExprTerm: mixing mismatch Environments");
+}
+void check(TavIntExprArg a, TavIntExprArg b) {
+  TavRequireSameEnv(a.getImpl(), b.getImpl(),
+                    "TavIntExprArg operator + const TavIntExprArg const TavIntExprArg: mixing mismatch Environments");
+}
+void check(TavIntExprArg a, TavIntLinExprTerm t) {
+  TavRequireSameEnv(
+      a.getImpl(), t.getImpl()->var,
+      "TavIntExprArg operator + const TavIntExprArg const TavIntLinExprTerm: mixing mismatch Environments");
+}
+void check(TavIntLinExprTerm t, TavIntExprArg b) {
+  TavRequireSameEnv(
+      t.getImpl()->var, b.getImpl(),
+      "TavIntExprArg operator + const TavIntLinExprTerm const TavIntExprArg: mixing mismatch Environments");
+}
+void check(TavIntLinExprTerm t, TavIntLinExprTerm u) {
+  TavRequireSameEnv(
+      t.getImpl()->var, u.getImpl()->var,
+      "TavIntExprArg operator + const TavIntLinExprTerm const TavIntLinExprTerm: mixing mismatch Environments");
+}
+
+}  // namespace
+
+// ---- addition
+
+TavNumExprArg operator+(TavNumExprArg a, TavNumExprArg b) {
+  check(a, b);
+  return sum<Numeric>(a.getImpl(), b.getImpl());
+}
+TavNumExprArg operator+(TavNumExprArg a, TavNumLinExprTerm t) {
+  check(a, t);
+  return sumWithTerm<Numeric>(a.getImpl(), t.getImpl());
+}
+TavNumExprArg operator+(TavNumExprArg a, TavIntLinExprTerm t) {
+  check(a, t);
+  return sumWithTerm<Numeric>(a.getImpl(), t.getImpl());
+}
+TavNumExprArg operator+(TavNumLinExprTerm t, TavNumExprArg b) {
+  check(t, b);
+  return sumWithTerm<Numeric>(t.getImpl(), b.getImpl());
+}
+TavNumExprArg operator+(TavIntLinExprTerm t, TavNumExprArg b) {
+  check(t, b);
+  return sumWithTerm<Numeric>(t.getImpl(), b.getImpl());
+}
+TavNumExprArg operator+(TavNumLinExprTerm t, TavNumLinExprTerm u) {
+  check(t, u);
+  return sumOfTerms<Numeric>(t.getImpl(), u.getImpl());
+}
+TavNumExprArg operator+(TavIntLinExprTerm t, TavNumLinExprTerm u) {
+  check(t, u);
+  return sumOfTerms<Numeric>(t.getImpl(), u.getImpl());
+}
+TavNumExprArg operator+(TavNumLinExprTerm t, TavIntLinExprTerm u) {
+  check(t, u);
+  return sumOfTerms<Numeric>(t.getImpl(), u.getImpl());
+}
+TavIntExprArg operator+(TavIntExprArg a, TavIntExprArg b) {
+  check(a, b);
+  return sum<Integer>(a.getImpl(), b.getImpl());
+}
+TavIntExprArg operator+(TavIntExprArg a, TavIntLinExprTerm t) {
+  check(a, t);
+  return sumWithTerm<Integer>(a.getImpl(), t.getImpl());
+}
+TavIntExprArg operator+(TavIntLinExprTerm t, TavIntExprArg b) {
+  check(t, b);
+  return sumWithTerm<Integer>(t.getImpl(), b.getImpl());
+}
+TavIntExprArg operator+(TavIntLinExprTerm t, TavIntLinExprTerm u) {
+  check(t, u);
+  return sumOfTerms<Integer>(t.getImpl(), u.getImpl());
+}
+
+// ---- subtraction: the environments are tested before anything is negated
+
+TavNumExprArg operator-(TavNumExprArg a, TavNumExprArg b) {
+  check(a, b);
+  return difference<Numeric>(a.getImpl(), b.getImpl());
+}
+TavNumExprArg operator-(TavNumExprArg a, TavNumLinExprTerm t) {
+  check(a, t);
+  return sumWithTerm<Numeric>(a.getImpl(), negate(t.getImpl()));
+}
+TavNumExprArg operator-(TavNumExprArg a, TavIntLinExprTerm t) {
+  check(a, t);
+  return sumWithTerm<Numeric>(a.getImpl(), negate(t.getImpl()));
+}
+TavNumExprArg operator-(TavNumLinExprTerm t, TavNumExprArg b) {
+  check(t, b);
+  return termMinus<Numeric>(t.getImpl(), b.getImpl());
+}
+TavNumExprArg operator-(TavIntLinExprTerm t, TavNumExprArg b) {
+  check(t, b);
+  return termMinus<Numeric>(t.getImpl(), b.getImpl());
+}
+TavNumExprArg operator-(TavNumLinExprTerm t, TavNumLinExprTerm u) {
+  check(t, u);
+  return sumOfTerms<Numeric>(t.getImpl(), negate(u.getImpl()));
+}
+TavNumExprArg operator-(TavIntLinExprTerm t, TavNumLinExprTerm u) {
+  check(t, u);
+  return sumOfTerms<Numeric>(t.getImpl(), negate(u.getImpl()));
+}
+TavNumExprArg operator-(TavNumLinExprTerm t, TavIntLinExprTerm u) {
+  check(t, u);
+  return sumOfTerms<Numeric>(t.getImpl(), negate(u.getImpl()));
+}
+TavIntExprArg operator-(TavIntExprArg a, TavIntExprArg b) {
+  check(a, b);
+  return difference<Integer>(a.getImpl(), b.getImpl());
+}
+TavIntExprArg operator-(TavIntExprArg a, TavIntLinExprTerm t) {
+  check(a, t);
+  return sumWithTerm<Integer>(a.getImpl(), negate(t.getImpl()));
+}
+TavIntExprArg operator-(TavIntLinExprTerm t, TavIntExprArg b) {
+  check(t, b);
+  return termMinus<Integer>(t.getImpl(), b.getImpl());
+}
+TavIntExprArg operator-(TavIntLinExprTerm t, TavIntLinExprTerm u) {
+  check(t, u);
+  return sumOfTerms<Integer>(t.getImpl(), negate(u.getImpl()));
+}
+
+// ---- negation
+
+TavNumExprArg operator-(TavNumExprArg e) { return tavdetail::times(e, -1.0); }
+TavIntExprArg operator-(TavIntExprArg e) { return tavdetail::times(e, TavInt{-1}); }
+TavNumLinExprTerm operator-(TavNumVar x) { return tavdetail::times(x, -1.0); }
+TavIntLinExprTerm operator-(TavIntVar x) { return tavdetail::times(x, TavInt{-1}); }
+TavNumLinExprTerm operator-(TavNumLinExprTerm t) noexcept {
+  return TavNumLinExprTerm(negate(t.getImpl()));  // kept: in place, so that t itself is negated too
+}
+TavIntLinExprTerm operator-(TavIntLinExprTerm t) noexcept { return TavIntLinExprTerm(negate(t.getImpl())); }
+
+// ---- numbers
+
+TavNumExprArg tavdetail::plus(TavNumExprArg e, double constant) {
+  return sumWithConstant<Numeric>(e.getImpl(), constant);
+}
+TavNumExprArg tavdetail::plus(TavNumLinExprTerm t, double constant) {
+  return sumWithConstant<Numeric>(t.getImpl(), constant);
+}
+TavNumExprArg tavdetail::plus(TavIntLinExprTerm t, double constant) {
+  return sumWithConstant<Numeric>(t.getImpl(), constant);
+}
+TavIntExprArg tavdetail::plus(TavIntExprArg e, TavInt constant) {
+  return sumWithConstant<Integer>(e.getImpl(), constant);
+}
+TavIntExprArg tavdetail::plus(TavIntLinExprTerm t, TavInt constant) {
+  return sumWithConstant<Integer>(t.getImpl(), constant);
+}

@@ -1,0 +1,94 @@
+#pragma once
+/// Class header for authors of algorithms: the two lists of a linear node, terms and parts.
+
+#include <memory>
+#include <utility>
+
+#include "expression/core/num_expr.h"
+
+/// One part of a linear node: an expression that is a summand as it is, held with one reference.
+struct TavPart {
+  TavNumExprI* expr;
+  TavPart* next;
+};
+static_assert(sizeof(TavPart) == 16 && sizeof(TavNumLinExprTermI) == 24);
+
+/// A singly linked list with a tail pointer. A null tail means "empty" to whoever adds a cell.
+template <class Cell>
+struct TavCellList {
+  Cell* first = nullptr;
+  Cell* last = nullptr;
+
+  void append(Cell* cell) noexcept {
+    (last ? last->next : first) = cell;
+    last = cell;
+  }
+  void prepend(Cell* cell) noexcept {
+    // kept: a sweep may have left the tail null with cells before it; they are lost here
+    cell->next = last ? first : nullptr;
+    first = cell;
+    if (!last) last = cell;
+  }
+  /// Takes over all cells of `other`.
+  void splice(TavCellList& other) noexcept {
+    if (other.first) {
+      (last ? last->next : first) = other.first;
+      last = other.last;
+    }
+    other = TavCellList();
+  }
+  /// Takes a cell out; `link` is the pointer that leads to it, `previous` the cell that holds the link, or null.
+  void unlink(Cell** link, Cell* previous) noexcept {
+    Cell* cell = *link;
+    *link = cell->next;
+    if (cell == last) last = previous;
+  }
+};
+
+using TavTermList = TavCellList<TavNumLinExprTermI>;
+using TavPartList = TavCellList<TavPart>;
+
+/// A loose cell that goes back to the environment unless it is taken.
+class TavLooseTerm {
+ public:
+  TavLooseTerm(TavEnvI* env, TavNumVarI* var, double coef) : _env(env), _cell(env->newTerm(var, coef)) {}
+  TavLooseTerm(const TavLooseTerm&) = delete;
+  TavLooseTerm& operator=(const TavLooseTerm&) = delete;
+  ~TavLooseTerm() {
+    if (_cell) _env->recycleTerm(_cell);
+  }
+  TavNumLinExprTermI* take() noexcept { return std::exchange(_cell, nullptr); }
+
+ private:
+  TavEnvI* _env;
+  TavNumLinExprTermI* _cell;
+};
+
+/// A part in no list, which goes unless it is taken. Its reference is added when a list takes it.
+class TavLoosePart {
+ public:
+  TavLoosePart(TavEnvI* env, TavNumExprI* expr)
+      : _part(new (env->getMemory()->alloc(sizeof(TavPart))) TavPart{expr, nullptr}) {}
+  TavLoosePart(const TavLoosePart&) = delete;
+  TavLoosePart& operator=(const TavLoosePart&) = delete;
+  ~TavLoosePart() {
+    if (_part) _part->expr->getEnv()->getMemory()->dealloc(_part, sizeof *_part);
+  }
+  TavPart* take() noexcept { return std::exchange(_part, nullptr); }
+
+ private:
+  TavPart* _part;
+};
+
+/// Ends a new node unless it is released: for nodes that are filled step by step.
+struct TavNodeEnder {
+  void operator()(TavNumExprI* node) const { node->end(); }
+};
+template <class Node>
+using TavNodeGuard = std::unique_ptr<Node, TavNodeEnder>;
+
+/// A new node in the memory of `env`, under guard.
+template <class Node, class... Args>
+TavNodeGuard<Node> TavMakeNode(TavEnvI* env, Args&&... args) {
+  return TavNodeGuard<Node>(new (env) Node(std::forward<Args>(args)...));
+}

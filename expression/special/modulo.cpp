@@ -1,0 +1,21 @@
+#include "expression/special/modulo.h"
+
+#include "expression/core/check.h"
+#include "expression/tavexpression.h"
+
+TavIntExprArg operator%(TavIntExprArg a, TavIntExprArg b) {
+  TavRequireSameEnv(a.getImpl(), b.getImpl(),
+                    "TavIntExprArg operator % const TavIntExprArg const TavIntExprArg: mixing mismatch Environments");
+  TavEnvI* env = a.getImpl()->getEnv();
+  return TavIntExprArg(new (env) TavIntModuloI(env, a.getImpl(), b.getImpl()));
+}
+
+TavIntExprArg tavdetail::modulo(TavIntExprArg e, TavInt divisor) {
+  TavEnvI* env = TavRequireEnv(e.getImpl());
+  return TavIntExprArg(new (env) TavIntModuloCstI(env, e.getImpl(), divisor));
+}
+
+TavIntExprArg tavdetail::modulo(TavInt dividend, TavIntExprArg e) {
+  TavEnvI* env = TavRequireEnv(e.getImpl());
+  return TavIntExprArg(new (env) TavIntRecModuloCstI(env, e.getImpl(), dividend));
+}

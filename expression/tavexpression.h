@@ -1,0 +1,922 @@
+#pragma once
+/// The public header of the expression library: handles, operators and functions from which models are composed.
+///
+/// A handle is one pointer and a plain value: copying, assigning or dropping it changes nothing in the model. Objects
+/// live in their environment until their last holder lets go, or until the environment ends.
+///
+/// - Argument handles (TavNumExprArg, TavIntExprArg, the term handles) do not count. They are parameters and results;
+///   what they name must be taken up by a counted handle or another expression, or it stays until the environment ends.
+/// - Counted handles (TavNumExpr, TavExpr, TavIntExpr) add one reference when they are built from an argument handle, a
+///   term or a constant. `end()` gives it back; going out of scope does not.
+/// - Variables are not counted: they live until `end()`.
+///
+/// Failures derive from TavException. A failing call leaves its operands as they were. Evaluation tests no arithmetic
+/// domain: IEEE values pass through. Every expression prints in two syntaxes, chosen by the environment's
+/// `librarySyntaxDisplay`: the library's call syntax ("TavSin(" x ") ") and the plain one ("sin(" x ")"); numbers print
+/// as the stream prints them.
+
+#include <concepts>
+#include <iosfwd>
+
+#include "host/tavhost.h"
+
+class TavConstConstraintI;
+class TavConstraint;
+class TavConstraintI;
+class TavConversionI;
+class TavExpr;
+class TavIntExpr;
+class TavIntExprI;
+class TavIntVar;
+class TavNumExpr;
+class TavNumExprI;
+class TavNumLinTermI;
+class TavNumVar;
+class TavNumVarArray;
+class TavNumVarI;
+class TavSemiContVarI;
+
+/// Every node class derives from exactly one base, so that a node and each of its bases have the same address. Handles
+/// rely on it to name a node by any of its classes without the classes' definitions.
+template <class To, class From>
+To* TavImplCast(From* impl) noexcept {
+  return reinterpret_cast<To*>(impl);
+}
+
+/// The counted handles that convert to TavNumExprArg; TavIntExpr goes by its own conversion to TavIntExprArg.
+template <class H>
+concept TavCountedNumHandle = std::derived_from<H, TavNumExpr> && !std::derived_from<H, TavIntExpr>;
+
+// ---- argument handles
+
+/// Any numeric expression, uncounted: the parameter and result type of operators and functions. Never a member.
+class TavNumExprArg {
+ public:
+  TavNumExprArg() noexcept = default;
+  explicit TavNumExprArg(TavNumExprI* impl) noexcept : _impl(impl) {}
+  /// The node of a counted handle.
+  template <TavCountedNumHandle H>
+  TavNumExprArg(const H& handle) noexcept : _impl(handle.getImpl()) {}
+
+  TavNumExprI* getImpl() const noexcept { return _impl; }
+  TavEnv getEnv() const;
+  /// True for a linear expression without terms and parts, whatever its constant. The shape alone counts:
+  /// `2 * x - 2 * x` is not constant before it is normalised. Throws TavEmptyHandleException.
+  bool isConstant() const;
+  /// True for an index node. Throws TavEmptyHandleException.
+  bool isIndex() const;
+  /// The constant of a linear expression. Throws TavEmptyHandleException, and TavNumExpr::NonLinearExpression for every
+  /// other expression.
+  double getNumConstant() const;
+  /// Whether the value is known to be integral. Throws TavEmptyHandleException.
+  bool isInteger() const;
+  /// The value under `algorithm`. Throws TavEmptyHandleException, and what the algorithm throws for a variable.
+  double eval(TavAlgorithm algorithm) const;
+  /// The node's own end(): drops one reference of a counted node (and so destroys an unused temporary), destroys a
+  /// variable. Empties this handle; an empty one is left alone.
+  void end();
+
+  operator TavExtractable() const noexcept { return TavExtractable(TavImplCast<TavExtractableI>(_impl)); }
+  explicit operator bool() const noexcept { return _impl != nullptr; }
+
+ protected:
+  TavNumExprI* _impl = nullptr;
+};
+
+/// Any integer expression, uncounted.
+class TavIntExprArg : public TavNumExprArg {
+ public:
+  TavIntExprArg() noexcept = default;
+  explicit TavIntExprArg(TavIntExprI* impl) noexcept : TavNumExprArg(TavImplCast<TavNumExprI>(impl)) {}
+
+  TavIntExprI* getImpl() const noexcept { return TavImplCast<TavIntExprI>(_impl); }
+};
+
+/// The expression's display; nothing for an empty handle.
+std::ostream& operator<<(std::ostream& os, TavNumExprArg expression);
+template <std::derived_from<TavNumExpr> H>
+std::ostream& operator<<(std::ostream& os, const H& expression) {
+  return os << TavNumExprArg(static_cast<const TavNumExpr&>(expression).getImpl());
+}
+
+// ---- variables
+
+/// A variable of any kind. It is a leaf of expressions; its bounds and kind live in a domain that variables with equal
+/// bounds share until one of them changes. Copies of the handle name the same variable.
+class TavNumVar : public TavNumExprArg {
+ public:
+  using Type = TavNumVarKind::Type;
+  static constexpr Type Int = TavNumVarKind::Int;
+  static constexpr Type Float = TavNumVarKind::Float;
+  static constexpr Type Bool = TavNumVarKind::Bool;
+
+  TavNumVar() noexcept = default;
+  explicit TavNumVar(TavNumVarI* impl) noexcept : TavNumExprArg(TavImplCast<TavNumExprI>(impl)) {}
+  /// A new variable. Integer bounds are both rounded up: (0.2, 3.7) gives [1, 4]. Boolean bounds are brought to 0 or 1,
+  /// the upper one to 1 from anything above 0; such a variable reports type Int, its domain being the shared [0, 1].
+  /// `name` is copied.
+  explicit TavNumVar(TavEnv env, double lb = 0.0, double ub = TavGetInfinity(), Type type = Float,
+                     const char* name = nullptr);
+  /// A new continuous variable.
+  TavNumVar(TavEnv env, double lb, double ub, const char* name);
+  /// A new variable in the column's environment, then installed into the column. Boolean bounds are truncated first: an
+  /// upper bound of 0.5 gives 0.
+  explicit TavNumVar(const TavAddNumVar& column, double lb = 0.0, double ub = TavGetInfinity(), Type type = Float,
+                     const char* name = nullptr);
+  /// The same over a list of values; see the form over an environment.
+  TavNumVar(const TavAddNumVar& column, TavNumArray values, Type type = Float, const char* name = nullptr);
+  /// A new continuous variable with the range's bounds, in its environment.
+  explicit TavNumVar(TavNumRange range, const char* name = nullptr);
+  /// A new continuous variable over a copy of the values. Throws TavNotSupportedOperation for any other type.
+  TavNumVar(TavEnv env, TavNumArray values, Type type = Float, const char* name = nullptr);
+  /// A new 0-1 integer variable that stands for the constraint's truth; it prints as the constraint.
+  explicit TavNumVar(TavConstraint constraint);
+
+  TavNumVarI* getImpl() const noexcept { return TavImplCast<TavNumVarI>(_impl); }
+  TavInt getId() const;
+  const char* getName() const;
+  void setName(const char* name) const;
+  double getLB() const;
+  double getUB() const;
+  /// The setters change this variable alone, a shared domain being copied first, and report the modification
+  /// (TavSetNumVarBounds). Nothing checks that lb is not above ub.
+  void setLB(double lb) const;
+  void setUB(double ub) const;
+  void setBounds(double lb, double ub) const;
+  /// Throws TavWrongUsage "Using empty handle TavNumVar::getType".
+  Type getType() const;
+  /// Appends the value list, if there is one, to `out`. Throws TavWrongUsage "Using empty handle TavNumVar" or "Using
+  /// empty TavNumArray handle.".
+  void getPossibleValues(TavNumArray out) const;
+  /// Replaces the value list by a copy and reports it (TavSetNumVarPossibleValues). Throws TavWrongUsage "Using empty
+  /// TavNumVar handle." or "Using empty TavNumArray handle."; TavNotSupportedOperation unless the type is Float.
+  void setPossibleValues(TavNumArray values) const;
+};
+
+/// An integer variable.
+class TavIntVar : public TavIntExprArg {
+ public:
+  /// The default upper bound, 2^53 - 1: the greatest integer up to which doubles are exact.
+  static constexpr TavInt kMaxInt = 9007199254740991;
+
+  TavIntVar() noexcept = default;
+  explicit TavIntVar(TavNumVarI* impl) noexcept : TavIntExprArg(TavImplCast<TavIntExprI>(impl)) {}
+  /// A new variable with bounds [0, kMaxInt].
+  explicit TavIntVar(TavEnv env, const char* name = nullptr);
+  TavIntVar(TavEnv env, TavInt lb, TavInt ub, const char* name = nullptr);
+  explicit TavIntVar(TavIntRange range, const char* name = nullptr);
+  /// A new variable over a copy of the values.
+  TavIntVar(TavEnv env, TavIntArray values, const char* name = nullptr);
+  /// New variables in the column's environment, then installed into the column.
+  TavIntVar(const TavAddNumVar& column, TavInt lb, TavInt ub, const char* name = nullptr);
+  TavIntVar(const TavAddNumVar& column, TavIntArray values, const char* name = nullptr);
+  /// The same variable. Throws TavBadConversion when its type is Float.
+  explicit TavIntVar(TavNumVar variable);
+  /// Bounds are whole: give them as integers.
+  template <class L, class U>
+    requires(TavFloating<L> || TavFloating<U>)
+  TavIntVar(TavEnv env, L lb, U ub, const char* name = nullptr) = delete;
+
+  operator TavNumVar() const noexcept { return TavNumVar(getImpl()); }
+  TavNumVarI* getImpl() const noexcept { return TavImplCast<TavNumVarI>(_impl); }
+  TavInt getId() const { return TavNumVar(*this).getId(); }
+  const char* getName() const { return TavNumVar(*this).getName(); }
+  void setName(const char* name) const { TavNumVar(*this).setName(name); }
+  /// The bounds, cut toward zero.
+  TavInt getMin() const { return TavTrunc(TavNumVar(*this).getLB()); }
+  TavInt getMax() const { return TavTrunc(TavNumVar(*this).getUB()); }
+  /// Throw TavWrongUsage "Using empty TavIntVar handle."; report as TavNumVar's setters do.
+  void setMin(TavInt lb) const;
+  void setMax(TavInt ub) const;
+  /// Throws TavWrongUsage "Using empty handle TavIntVar".
+  void setBounds(TavInt lb, TavInt ub) const;
+  /// Throws TavWrongUsage "Using empty handle TavIntVar::getType".
+  TavNumVar::Type getType() const;
+  /// Appends the value list, if there is one, to `out`. Throws TavWrongUsage "Using empty handle TavIntVar" or "Using
+  /// empty TavIntArray handle.".
+  void getPossibleValues(TavIntArray out) const;
+  /// Replaces the value list by a copy and reports it. Throws TavWrongUsage "Using empty TavIntVar handle." or "Using
+  /// empty TavIntArray handle.".
+  void setPossibleValues(TavIntArray values) const;
+};
+
+/// A 0-1 variable. Its type is Int, the shared domain [0, 1] being an integer one; only the column form makes a variable
+/// of type Bool.
+class TavBoolVar : public TavIntVar {
+ public:
+  TavBoolVar() noexcept = default;
+  explicit TavBoolVar(TavNumVarI* impl) noexcept : TavIntVar(impl) {}
+  explicit TavBoolVar(TavEnv env, const char* name = nullptr);
+  /// The bounds are taken as they are given.
+  TavBoolVar(TavEnv env, TavInt lb, TavInt ub, const char* name = nullptr);
+  /// A new variable of type Bool in the column's environment, then installed into the column.
+  explicit TavBoolVar(const TavAddNumVar& column, const char* name = nullptr);
+  /// The same variable. Throws TavWrongUsage "Try to add a float variable to TavBoolVarArray" for type Float, and
+  /// TavBadConversion for type Int unless each bound is exactly 0 or 1.
+  explicit TavBoolVar(TavNumVar variable);
+  /// The same variable. Throws TavBadConversion when a bound lies outside 0 to 1.
+  explicit TavBoolVar(TavIntVar variable);
+};
+
+/// A variable that is 0, or between its threshold and its upper bound. Its domain keeps the bounds [0, ub].
+class TavSemiContVar : public TavNumVar {
+ public:
+  TavSemiContVar() noexcept = default;
+  explicit TavSemiContVar(TavSemiContVarI* impl) noexcept : TavNumVar(TavImplCast<TavNumVarI>(impl)) {}
+  /// A new variable with threshold `sclb` and bounds [0, ub].
+  TavSemiContVar(TavEnv env, double sclb, double ub, Type type = Float, const char* name = nullptr);
+  /// The same in the column's environment, then installed into the column.
+  TavSemiContVar(const TavAddNumVar& column, double sclb, double ub, Type type = Float, const char* name = nullptr);
+
+  TavSemiContVarI* getImpl() const noexcept { return TavImplCast<TavSemiContVarI>(_impl); }
+  double getSemiContinuousLb() const;
+  /// Reports a new threshold with the old one (TavSetSemiContBound); says nothing when the value is the same.
+  void setSemiContinuousLb(double sclb) const;
+  /// The clone registered for this variable, in its own environment or in `env`.
+  TavSemiContVar getClone() const;
+  TavSemiContVar getClone(TavEnv env) const;
+  void setClone(TavSemiContVar clone) const;
+  void setClone(TavSemiContVar clone, TavEnv env) const;
+};
+
+// ---- term handles
+
+/// One term: the result of `variable * number`. Single use: its cell belongs to the first expression that takes it.
+class TavNumLinExprTerm {
+ public:
+  explicit TavNumLinExprTerm(TavNumLinExprTermI* cell) noexcept : _cell(cell) {}
+
+  TavNumLinExprTermI* getImpl() const noexcept { return _cell; }
+  TavNumVar getVar() const noexcept { return TavNumVar(_cell->var); }
+  double getCoef() const noexcept { return _cell->coef; }
+  /// A new linear node of this one term.
+  operator TavNumExprArg() const;
+
+ private:
+  TavNumLinExprTermI* _cell;
+};
+
+/// One term of integer variable and integer coefficient. Single use.
+class TavIntLinExprTerm {
+ public:
+  explicit TavIntLinExprTerm(TavNumLinExprTermI* cell) noexcept : _cell(cell) {}
+
+  TavNumLinExprTermI* getImpl() const noexcept { return _cell; }
+  TavIntVar getVar() const noexcept { return TavIntVar(_cell->var); }
+  double getCoef() const noexcept { return _cell->coef; }
+  /// A new integer linear node of this one term.
+  operator TavIntExprArg() const;
+
+ private:
+  TavNumLinExprTermI* _cell;
+};
+
+// ---- counted handles
+
+/// Any numeric expression, counted.
+class TavNumExpr {
+ public:
+  /// The constant part of an expression that is not linear was asked for or set.
+  class NonLinearExpression : public TavException {
+   public:
+    explicit NonLinearExpression(TavNumExprI* expression) noexcept
+        : TavException("Constant part cannot be set or queried"), _expression(expression) {}
+    TavNumExprArg getExpression() const noexcept { return TavNumExprArg(_expression); }
+    /// "Expression ", the expression, " is non linear, setting or querying the constant part is forbidden".
+    void print(std::ostream& os) const override;
+
+   private:
+    TavNumExprI* _expression;
+  };
+
+  TavNumExpr() noexcept = default;
+  /// Shares the node and adds one reference.
+  TavNumExpr(TavNumExprArg expression);
+  /// Names the node without counting it.
+  explicit TavNumExpr(TavNumExprI* impl) noexcept : _impl(impl) {}
+  /// A new linear node with this constant.
+  explicit TavNumExpr(TavEnv env, double constant = 0.0);
+  /// A new linear node of this one term.
+  TavNumExpr(TavNumLinExprTerm term);
+  TavNumExpr(TavIntLinExprTerm term);
+
+  TavNumExprI* getImpl() const noexcept { return _impl; }
+  TavEnv getEnv() const { return TavNumExprArg(_impl).getEnv(); }
+  /// As on TavNumExprArg.
+  bool isConstant() const { return TavNumExprArg(_impl).isConstant(); }
+  double getNumConstant() const { return TavNumExprArg(_impl).getNumConstant(); }
+  bool isInteger() const { return TavNumExprArg(_impl).isInteger(); }
+  double eval(TavAlgorithm algorithm) const { return TavNumExprArg(_impl).eval(algorithm); }
+
+  /// Rebuild the expression with the free operator: an unshared linear node is extended in place. The first two throw
+  /// TavWrongUsage "TavNumExpr& TavNumExpr::operator += const TavNumExprArg arg : mixing mismatch Environments" (-=
+  /// alike); the handle is then as it was.
+  TavNumExpr& operator+=(TavNumExprArg arg);
+  TavNumExpr& operator-=(TavNumExprArg arg);
+  TavNumExpr& operator+=(double constant);
+  TavNumExpr& operator-=(double constant);
+  TavNumExpr& operator*=(double factor);
+  TavNumExpr& operator/=(double divisor);
+
+  /// The clone registered for the node, in its own environment or in `env`; uncounted.
+  TavNumExpr getClone() const;
+  TavNumExpr getClone(TavEnv env) const;
+  void setClone(TavNumExpr clone) const;
+  void setClone(TavNumExpr clone, TavEnv env) const;
+
+  /// Gives the reference back and empties the handle. The node goes with its last reference; a variable stays. An empty
+  /// handle is left alone.
+  void end();
+  operator TavExtractable() const noexcept { return TavExtractable(TavImplCast<TavExtractableI>(_impl)); }
+  explicit operator bool() const noexcept { return _impl != nullptr; }
+
+ protected:
+  TavNumExprI* _impl = nullptr;
+};
+
+/// A linear sum, counted: terms, a constant, and other expressions as summands. Its operations change the node in place
+/// and copy it first only when another holder shares it, so that `e += c * x` is O(1) where `e = e + c * x` is O(n).
+/// Assigning a new expression neither ends nor counts down the old node: call end() before.
+class TavExpr : public TavNumExpr {
+ public:
+  /// Walks the terms as they stand: a variable may come more than once.
+  class LinearIterator {
+   public:
+    explicit LinearIterator(const TavNumLinExprTermI* cell) noexcept : _cell(cell) {}
+    /// Whether there is a term; false at the end.
+    bool ok() const noexcept { return _cell != nullptr; }
+    explicit operator bool() const noexcept { return ok(); }
+    TavNumVar getVar() const noexcept { return TavNumVar(_cell->var); }
+    double getCoef() const noexcept { return _cell->coef; }
+    LinearIterator& operator++() noexcept {
+      _cell = _cell->next;
+      return *this;
+    }
+
+   private:
+    const TavNumLinExprTermI* _cell;
+  };
+
+  TavExpr() noexcept = default;
+  /// A new sum with this constant and no terms.
+  explicit TavExpr(TavEnv env, double constant = 0.0) : TavNumExpr(env, constant) {}
+  /// Takes the node over when nobody holds it, else a copy; an expression that is not linear becomes the one part of a
+  /// new sum.
+  TavExpr(TavNumExprArg expression);
+  TavExpr(const TavNumExpr& expression) : TavExpr(TavNumExprArg(expression.getImpl())) {}
+  TavExpr(TavNumLinExprTerm term) : TavNumExpr(term) {}
+  TavExpr(TavIntLinExprTerm term) : TavNumExpr(term) {}
+  /// Names the node without counting it.
+  explicit TavExpr(TavNumLinTermI* impl) noexcept : TavNumExpr(TavImplCast<TavNumExprI>(impl)) {}
+
+  TavNumLinTermI* getImpl() const noexcept { return TavImplCast<TavNumLinTermI>(_impl); }
+
+  /// Add or subtract at the tail, O(1); a linear operand is merged in, an uncounted one without copying (it is ended),
+  /// any other expression becomes a part. All throw TavWrongUsage "TavExpr& TavNumExpr::operator += const TavNumVar arg
+  /// : mixing mismatch Environments" and the like, before anything is changed.
+  TavExpr& operator+=(double constant);
+  TavExpr& operator-=(double constant);
+  TavExpr& operator+=(TavNumVar variable);
+  TavExpr& operator-=(TavNumVar variable);
+  TavExpr& operator+=(TavIntVar variable);
+  TavExpr& operator-=(TavIntVar variable);
+  TavExpr& operator+=(TavNumLinExprTerm term);
+  TavExpr& operator-=(TavNumLinExprTerm term);
+  TavExpr& operator+=(TavIntLinExprTerm term);
+  TavExpr& operator-=(TavIntLinExprTerm term);
+  TavExpr& operator+=(TavNumExprArg arg);
+  TavExpr& operator-=(TavNumExprArg arg);
+  /// Multiply or divide every coefficient, every part and the constant, O(n); 0 and 1 are not special.
+  TavExpr& operator*=(double factor);
+  TavExpr& operator/=(double divisor);
+
+  /// Drops all terms and parts; the constant becomes 0. O(1) in the number of terms.
+  void clear();
+  /// Throws NonLinearExpression when the sum has parts; a shared node then stays shared.
+  void setNumConstant(double constant);
+  /// Sets one coefficient and reports the modification (TavNumLinTermAddVar, TavNumLinTermRemoveVar); returns the old
+  /// one, 0 when the variable was absent. Normalises, then searches: O(n). On a shared node a private copy is edited,
+  /// which no algorithm has extracted; to edit an extracted node use the node's setCoef.
+  double setLinearCoef(TavNumVar variable, double coef);
+  /// Sets many coefficients in O(n + m), reporting zero crossings only. `coefs` is at least as long as `variables`.
+  /// Throws TavEmptyHandleException on an empty array or element.
+  void setLinearCoefs(TavNumVarArray variables, TavNumArray coefs);
+  /// Drop the terms and parts of the given objects in one sweep that ends after as many hits as the array is long.
+  void remove(TavNumVarArray variables);
+  void remove(TavExtractableArray objects);
+  /// Merges the terms of each variable into its last one and drops zeros, O(n). True when nothing had to be merged.
+  /// Throws TavEmptyHandleException.
+  bool normalize();
+  /// Throws TavEmptyHandleException; true otherwise.
+  bool isNormalized() const;
+  /// A new handle on a copy; parts are shared.
+  TavExpr copy() const;
+  LinearIterator getLinearIterator() const;
+};
+
+/// An integer expression, counted.
+class TavIntExpr : public TavNumExpr {
+ public:
+  TavIntExpr() noexcept = default;
+  /// Shares the node and adds one reference.
+  TavIntExpr(TavIntExprArg expression) : TavNumExpr(static_cast<TavNumExprArg>(expression)) {}
+  TavIntExpr(TavIntLinExprTerm term);
+  /// A new integer linear node with this constant.
+  explicit TavIntExpr(TavEnv env, TavInt constant = 0);
+  /// Names the node without counting it.
+  explicit TavIntExpr(TavIntExprI* impl) noexcept : TavNumExpr(TavImplCast<TavNumExprI>(impl)) {}
+
+  TavIntExprI* getImpl() const noexcept { return TavImplCast<TavIntExprI>(_impl); }
+  operator TavIntExprArg() const noexcept { return TavIntExprArg(getImpl()); }
+
+  /// Rebuild the expression with the free operator, whose message they throw; the handle is then as it was.
+  TavIntExpr& operator+=(TavIntExprArg arg);
+  TavIntExpr& operator-=(TavIntExprArg arg);
+  TavIntExpr& operator+=(TavInt constant);
+  TavIntExpr& operator-=(TavInt constant);
+  TavIntExpr& operator*=(TavInt factor);
+  /// An integer expression takes whole numbers, and division would leave the integers.
+  template <TavFloating F>
+  TavIntExpr& operator+=(F constant) = delete;
+  template <TavFloating F>
+  TavIntExpr& operator-=(F constant) = delete;
+  template <TavFloating F>
+  TavIntExpr& operator*=(F factor) = delete;
+  template <class D>
+  TavIntExpr& operator/=(D divisor) = delete;
+};
+
+/// Whether x has no fractional part; false for infinities and not-a-numbers.
+bool TavNumIsInteger(double x) noexcept;
+
+/// Throws TavEmptyHandleException for null and TavNumExpr::NonLinearExpression unless the node is a linear one without
+/// parts.
+void TavTestIsLinear(TavNumExprI* node);
+
+/// Writes |x| as null-terminated decimal text and returns its length; the caller prints the sign. `precision` digits
+/// follow the first one: above 14 or -1 counts as 14, any other value below 1 as 1. Exponents above the precision
+/// or below -6 give the exponent form ("1.5e+20", "1e-7"), all others positional text without trailing zeros. An
+/// infinity or not-a-number gives "?" and status -1, everything else status 0. `out` has room for 24
+/// characters.
+int convertTavNum(char* out, double x, int precision, int* status);
+
+// ---- operators: sums
+//
+// Sums and multiples of variables and linear expressions stay one linear node; everything else becomes a node of its
+// own. Operands of two environments: TavWrongUsage, with a message that names the operator and the operands, before any
+// node is made or changed.
+//
+// An uncounted linear operand is changed in place and returned; an uncounted linear right operand is merged in and
+// destroyed, so that the caller's handle to it dangles. Counted operands are never changed. Other temporaries that an
+// operator only reads (a converted integer sum, a constant side of a product, a folded product) stay until they are
+// ended or the environment ends.
+//
+// The terms of the left operand come first; when only the right operand is a sum, a variable on the left is put before
+// its terms, and any other expression on the left behind its parts.
+
+TavNumExprArg operator+(TavNumExprArg a, TavNumExprArg b);
+TavNumExprArg operator+(TavNumExprArg a, TavNumLinExprTerm t);
+TavNumExprArg operator+(TavNumExprArg a, TavIntLinExprTerm t);
+TavNumExprArg operator+(TavNumLinExprTerm t, TavNumExprArg b);
+TavNumExprArg operator+(TavIntLinExprTerm t, TavNumExprArg b);
+TavNumExprArg operator+(TavNumLinExprTerm t, TavNumLinExprTerm u);
+TavNumExprArg operator+(TavIntLinExprTerm t, TavNumLinExprTerm u);
+TavNumExprArg operator+(TavNumLinExprTerm t, TavIntLinExprTerm u);
+TavIntExprArg operator+(TavIntExprArg a, TavIntExprArg b);
+TavIntExprArg operator+(TavIntExprArg a, TavIntLinExprTerm t);
+TavIntExprArg operator+(TavIntLinExprTerm t, TavIntExprArg b);
+TavIntExprArg operator+(TavIntLinExprTerm t, TavIntLinExprTerm u);
+
+/// a - b is a + (-b), with the addition's message.
+TavNumExprArg operator-(TavNumExprArg a, TavNumExprArg b);
+TavNumExprArg operator-(TavNumExprArg a, TavNumLinExprTerm t);
+TavNumExprArg operator-(TavNumExprArg a, TavIntLinExprTerm t);
+TavNumExprArg operator-(TavNumLinExprTerm t, TavNumExprArg b);
+TavNumExprArg operator-(TavIntLinExprTerm t, TavNumExprArg b);
+TavNumExprArg operator-(TavNumLinExprTerm t, TavNumLinExprTerm u);
+TavNumExprArg operator-(TavIntLinExprTerm t, TavNumLinExprTerm u);
+TavNumExprArg operator-(TavNumLinExprTerm t, TavIntLinExprTerm u);
+TavIntExprArg operator-(TavIntExprArg a, TavIntExprArg b);
+TavIntExprArg operator-(TavIntExprArg a, TavIntLinExprTerm t);
+TavIntExprArg operator-(TavIntLinExprTerm t, TavIntExprArg b);
+TavIntExprArg operator-(TavIntLinExprTerm t, TavIntLinExprTerm u);
+
+/// Negation: e * -1. A term handle's own cell is negated, so that the operand is negated too.
+TavNumExprArg operator-(TavNumExprArg e);
+TavIntExprArg operator-(TavIntExprArg e);
+TavNumLinExprTerm operator-(TavNumVar x);
+TavIntLinExprTerm operator-(TavIntVar x);
+TavNumLinExprTerm operator-(TavNumLinExprTerm t) noexcept;
+TavIntLinExprTerm operator-(TavIntLinExprTerm t) noexcept;
+
+/// The bodies behind the operators that take numbers of any arithmetic type. Integers count as signed 64-bit values,
+/// all others as doubles.
+namespace tavdetail {
+TavNumExprArg plus(TavNumExprArg e, double constant);
+TavNumExprArg plus(TavNumLinExprTerm t, double constant);
+TavNumExprArg plus(TavIntLinExprTerm t, double constant);
+TavIntExprArg plus(TavIntExprArg e, TavInt constant);
+TavIntExprArg plus(TavIntLinExprTerm t, TavInt constant);
+TavNumLinExprTerm times(TavNumVar x, double factor);
+TavIntLinExprTerm times(TavIntVar x, TavInt factor);
+TavNumExprArg times(TavNumExprArg e, double factor);
+TavIntExprArg times(TavIntExprArg e, TavInt factor);
+TavNumExprArg over(TavNumExprArg e, double divisor);
+TavNumExprArg over(double dividend, TavNumExprArg e);
+TavIntExprArg modulo(TavIntExprArg e, TavInt divisor);
+TavIntExprArg modulo(TavInt dividend, TavIntExprArg e);
+TavIntExprArg div(TavIntExprArg e, TavInt divisor);
+TavIntExprArg div(TavInt dividend, TavIntExprArg e);
+}  // namespace tavdetail
+
+/// e + d: the linear expression with its constant raised; any other expression becomes the part of a new sum.
+template <TavNumber N>
+TavNumExprArg operator+(TavNumExprArg e, N d) {
+  return tavdetail::plus(e, static_cast<double>(d));
+}
+template <TavNumber N>
+TavNumExprArg operator+(N d, TavNumExprArg e) {
+  return tavdetail::plus(e, static_cast<double>(d));
+}
+template <TavNumber N>
+TavNumExprArg operator+(TavNumLinExprTerm t, N d) {
+  return tavdetail::plus(t, static_cast<double>(d));
+}
+template <TavNumber N>
+TavNumExprArg operator+(N d, TavNumLinExprTerm t) {
+  return tavdetail::plus(t, static_cast<double>(d));
+}
+template <TavFloating F>
+TavNumExprArg operator+(TavIntLinExprTerm t, F d) {
+  return tavdetail::plus(t, static_cast<double>(d));
+}
+template <TavFloating F>
+TavNumExprArg operator+(F d, TavIntLinExprTerm t) {
+  return tavdetail::plus(t, static_cast<double>(d));
+}
+template <TavIntegral K>
+TavIntExprArg operator+(TavIntExprArg e, K k) {
+  return tavdetail::plus(e, static_cast<TavInt>(k));
+}
+template <TavIntegral K>
+TavIntExprArg operator+(K k, TavIntExprArg e) {
+  return tavdetail::plus(e, static_cast<TavInt>(k));
+}
+template <TavIntegral K>
+TavIntExprArg operator+(TavIntLinExprTerm t, K k) {
+  return tavdetail::plus(t, static_cast<TavInt>(k));
+}
+template <TavIntegral K>
+TavIntExprArg operator+(K k, TavIntLinExprTerm t) {
+  return tavdetail::plus(t, static_cast<TavInt>(k));
+}
+
+/// e - d is e + (-d); d - e is d + (-e).
+template <TavNumber N>
+TavNumExprArg operator-(TavNumExprArg e, N d) {
+  return tavdetail::plus(e, -static_cast<double>(d));
+}
+template <TavNumber N>
+TavNumExprArg operator-(N d, TavNumExprArg e) {
+  return tavdetail::plus(-e, static_cast<double>(d));
+}
+template <TavNumber N>
+TavNumExprArg operator-(TavNumLinExprTerm t, N d) {
+  return tavdetail::plus(t, -static_cast<double>(d));
+}
+template <TavNumber N>
+TavNumExprArg operator-(N d, TavNumLinExprTerm t) {
+  return tavdetail::plus(-t, static_cast<double>(d));
+}
+template <TavFloating F>
+TavNumExprArg operator-(TavIntLinExprTerm t, F d) {
+  return tavdetail::plus(t, -static_cast<double>(d));
+}
+template <TavFloating F>
+TavNumExprArg operator-(F d, TavIntLinExprTerm t) {
+  return tavdetail::plus(-t, static_cast<double>(d));
+}
+template <TavIntegral K>
+TavIntExprArg operator-(TavIntExprArg e, K k) {
+  return tavdetail::plus(e, TavWrapNegate(static_cast<TavInt>(k)));
+}
+template <TavIntegral K>
+TavIntExprArg operator-(K k, TavIntExprArg e) {
+  return tavdetail::plus(-e, static_cast<TavInt>(k));
+}
+template <TavIntegral K>
+TavIntExprArg operator-(TavIntLinExprTerm t, K k) {
+  return tavdetail::plus(t, TavWrapNegate(static_cast<TavInt>(k)));
+}
+template <TavIntegral K>
+TavIntExprArg operator-(K k, TavIntLinExprTerm t) {
+  return tavdetail::plus(-t, static_cast<TavInt>(k));
+}
+
+// ---- operators: products, quotients, remainders
+
+/// One term, O(1): the cell that the sum will hold.
+template <TavNumber N>
+TavNumLinExprTerm operator*(TavNumVar x, N d) {
+  return tavdetail::times(x, static_cast<double>(d));
+}
+template <TavNumber N>
+TavNumLinExprTerm operator*(N d, TavNumVar x) {
+  return tavdetail::times(x, static_cast<double>(d));
+}
+template <TavFloating F>
+TavNumLinExprTerm operator*(TavIntVar x, F d) {
+  return tavdetail::times(TavNumVar(x), static_cast<double>(d));
+}
+template <TavFloating F>
+TavNumLinExprTerm operator*(F d, TavIntVar x) {
+  return tavdetail::times(TavNumVar(x), static_cast<double>(d));
+}
+template <TavIntegral K>
+TavIntLinExprTerm operator*(TavIntVar x, K k) {
+  return tavdetail::times(x, static_cast<TavInt>(k));
+}
+template <TavIntegral K>
+TavIntLinExprTerm operator*(K k, TavIntVar x) {
+  return tavdetail::times(x, static_cast<TavInt>(k));
+}
+
+/// e * d: a linear expression with all coefficients multiplied, O(n), no factor being special: 0 keeps every term. The
+/// constants of products by constants fold: x * 2 * 3 is x * 6. Any other e gives a node, TavNumTimesCstI or
+/// TavIntTimesCstI.
+/// Evaluates to value times d in floating point. Prints "( " e "* " d ") ", or e " * " d.
+template <TavNumber N>
+TavNumExprArg operator*(TavNumExprArg e, N d) {
+  return tavdetail::times(e, static_cast<double>(d));
+}
+template <TavNumber N>
+TavNumExprArg operator*(N d, TavNumExprArg e) {
+  return tavdetail::times(e, static_cast<double>(d));
+}
+template <TavIntegral K>
+TavIntExprArg operator*(TavIntExprArg e, K k) {
+  return tavdetail::times(e, static_cast<TavInt>(k));
+}
+template <TavIntegral K>
+TavIntExprArg operator*(K k, TavIntExprArg e) {
+  return tavdetail::times(e, static_cast<TavInt>(k));
+}
+
+/// a * b: a constant side makes it a product by that constant, else a node TavNumTimesI.
+/// Prints "( " a "* " b ") ", or a " * " b.
+TavNumExprArg operator*(TavNumExprArg a, TavNumExprArg b);
+/// Always a node TavIntTimesI; evaluates in floating point without truncating the operands.
+TavIntExprArg operator*(TavIntExprArg a, TavIntExprArg b);
+
+/// e / d: a variable becomes a term with coefficient 1 / d, a linear expression is divided, any other e gives a node
+/// TavNumDivCstI. No divisor is checked: 0 gives infinities or not-a-numbers.
+/// Prints "( " e "/ " d ") ", or e "/ " d.
+template <TavNumber N>
+TavNumExprArg operator/(TavNumExprArg e, N d) {
+  return tavdetail::over(e, static_cast<double>(d));
+}
+/// d / e: always a node TavNumRecDivCstI. Prints "( " d "/ " e ") ", or d " / " e.
+template <TavNumber N>
+TavNumExprArg operator/(N d, TavNumExprArg e) {
+  return tavdetail::over(static_cast<double>(d), e);
+}
+/// Always a node TavNumDivI. Prints "( " a "/ " b ") ", or a " / " b.
+TavNumExprArg operator/(TavNumExprArg a, TavNumExprArg b);
+
+/// The quotient of integers, cut toward zero, each operand's value being cut first: -7 by 2 is -3. Always a node
+/// (TavIntDivI, TavIntDivCstI, TavIntRecDivCstI). A zero divisor is not checked: the evaluation is then undefined.
+/// Mixed environments: TavWrongUsage "TavDiv: mixing mismatch Environments".
+/// Prints "( " a "/ " b ") ", or a " / " b.
+TavIntExprArg TavDiv(TavIntExprArg a, TavIntExprArg b);
+template <TavIntegral K>
+TavIntExprArg TavDiv(TavIntExprArg e, K k) {
+  return tavdetail::div(e, static_cast<TavInt>(k));
+}
+template <TavIntegral K>
+TavIntExprArg TavDiv(K k, TavIntExprArg e) {
+  return tavdetail::div(static_cast<TavInt>(k), e);
+}
+template <TavFloating F>
+TavIntExprArg TavDiv(TavIntExprArg e, F d) = delete;
+template <TavFloating F>
+TavIntExprArg TavDiv(F d, TavIntExprArg e) = delete;
+
+/// The remainder of the division of integers, with the sign of the dividend, each operand's value being cut first:
+/// -7 % 3 is -1. Always a node (TavIntModuloI, TavIntModuloCstI, TavIntRecModuloCstI). A zero divisor is not checked:
+/// the evaluation is then undefined.
+/// Prints "( " a "% " b ") " or a " % " b; with a constant on the right "( " e "% " k ") " or e "% " k; with one on the
+/// left "(" k "% " e ")" or k " % " e.
+TavIntExprArg operator%(TavIntExprArg a, TavIntExprArg b);
+template <TavIntegral K>
+TavIntExprArg operator%(TavIntExprArg e, K k) {
+  return tavdetail::modulo(e, static_cast<TavInt>(k));
+}
+template <TavIntegral K>
+TavIntExprArg operator%(K k, TavIntExprArg e) {
+  return tavdetail::modulo(static_cast<TavInt>(k), e);
+}
+template <TavFloating F>
+TavIntExprArg operator%(TavIntExprArg e, F d) = delete;
+template <TavFloating F>
+TavIntExprArg operator%(F d, TavIntExprArg e) = delete;
+
+// ---- arrays of handles
+
+/// Array of model objects of one kind, read and written as Handle. Elements are uncounted and may be empty. `Impl` is
+/// the handle's implementation class.
+template <class Handle, class Impl>
+class TavHandleArray : public TavExtractableArray {
+ public:
+  using TavExtractableArray::TavExtractableArray;
+
+  Handle operator[](TavInt i) const noexcept { return Handle(_impl->template get<Impl*>(i)); }
+  void set(TavInt i, Handle element) noexcept { _impl->set(i, element.getImpl()); }
+  /// Appends the element; its count stays as it is.
+  void add(Handle element) {
+    auto* impl = element.getImpl();
+    _impl->add(&impl);
+  }
+  /// Appends the elements of another array, which may be this one.
+  void add(TavHandleArray other) { _impl->addArray(other.getImpl()); }
+};
+
+namespace tavdetail {
+/// The ten messages of one family of element-list constructors, by number of elements.
+struct CountTexts {
+  const char* text[10];
+};
+extern const CountTexts kNumVarArrayTexts, kIntVarArrayTexts, kBoolVarArrayTexts, kSemiContVarArrayTexts,
+    kConstraintArrayTexts;
+/// An array of the k elements; throws TavWrongUsage with the family's message when n differs from k.
+TavArrayI* makeList(TavEnv env, TavInt n, const void* const* elements, TavInt k, const CountTexts& texts);
+
+template <class Handle, class... E>
+TavArrayI* makeListOf(TavEnv env, TavInt n, const CountTexts& texts, E... elements) {
+  const void* const impls[] = {Handle(elements).getImpl()...};
+  return makeList(env, n, impls, sizeof...(E), texts);
+}
+}  // namespace tavdetail
+
+/// One to ten elements of an array that is written out.
+template <class Handle, class... E>
+concept TavElementsOf =
+    sizeof...(E) >= 1 && sizeof...(E) <= 10 && (std::convertible_to<E, Handle> && ...) && (std::is_class_v<E> && ...);
+
+/// Array of numeric expressions.
+class TavNumExprArray : public TavHandleArray<TavNumExprArg, TavNumExprI> {
+ public:
+  using TavHandleArray::TavHandleArray;
+  using TavHandleArray::operator[];
+  /// The element at the position that `index` evaluates to; documented with TavElement.
+  TavNumExprArg operator[](TavIntExprArg index) const;
+  /// Adds one reference to every non-null element.
+  void lockExprs() const noexcept;
+  /// Gives one reference of every non-null element back.
+  void releaseExprs() const;
+  /// Calls every element's own end(); no element may be empty, nor stand in the array more often than it is counted.
+  void endElements() const;
+  /// Makes this handle point to a new array in `env` of the elements' registered clones; the old array stays with its
+  /// environment.
+  void replaceByClone(TavEnvI* env);
+};
+
+/// The older name of the same array.
+using TavExprArray = TavNumExprArray;
+
+/// Array of integer expressions.
+class TavIntExprArray : public TavHandleArray<TavIntExprArg, TavIntExprI> {
+ public:
+  using TavHandleArray::TavHandleArray;
+  using TavHandleArray::operator[];
+  /// The element at the position that `index` evaluates to; documented with TavElement.
+  TavIntExprArg operator[](TavIntExprArg index) const;
+  /// As on TavNumExprArray.
+  void lockExprs() const noexcept;
+  void releaseExprs() const;
+  void endElements() const;
+  void replaceByClone(TavEnvI* env);
+  /// A new array in `env` (null: in this array's environment, asking each element's own) of the registered clones.
+  TavIntExprArray getClone(TavEnvI* env) const;
+};
+
+class TavIntVarArray;
+
+/// Array of variables.
+class TavNumVarArray : public TavHandleArray<TavNumVar, TavNumVarI> {
+ public:
+  using TavHandleArray::TavHandleArray;
+  using TavHandleArray::operator[];
+  using Type = TavNumVar::Type;
+
+  /// n new unnamed variables; n of 0 or less gives an empty array. Boolean bounds are truncated first. The shared domain
+  /// is looked up once.
+  TavNumVarArray(TavEnv env, TavInt n, double lb, double ub, Type type = TavNumVar::Float);
+  /// One new variable per element of the first array given, `ubs` being at least as long as `lbs`. An empty array
+  /// handle: TavEmptyHandleException.
+  TavNumVarArray(TavEnv env, TavNumArray lbs, TavNumArray ubs, Type type = TavNumVar::Float);
+  TavNumVarArray(TavEnv env, double lb, TavNumArray ubs, Type type = TavNumVar::Float);
+  TavNumVarArray(TavEnv env, TavNumArray lbs, double ub, Type type = TavNumVar::Float);
+  /// One new variable per non-empty column, installed into it, with bounds [0, infinity] or the given ones; an empty
+  /// element per empty column. An empty array handle: TavEmptyHandleException.
+  TavNumVarArray(TavEnv env, TavNumColumnArray columns, Type type = TavNumVar::Float);
+  TavNumVarArray(TavEnv env, TavNumColumnArray columns, TavNumArray lbs, TavNumArray ubs,
+                 Type type = TavNumVar::Float);
+  /// The listed variables, one to ten. Throws TavWrongUsage "TavNumVarArray::TavNumVarArray: n !=2" (with a blank before
+  /// a 1) when n is not their number.
+  template <class... E>
+    requires TavElementsOf<TavNumVar, E...>
+  TavNumVarArray(TavEnv env, TavInt n, E... elements)
+      : TavHandleArray(tavdetail::makeListOf<TavNumVar>(env, n, tavdetail::kNumVarArrayTexts, elements...)) {}
+
+  /// The element at the position that `index` evaluates to; documented with TavElement.
+  TavNumExprArg operator[](TavIntExprArg index) const;
+  /// A new array of the same variables.
+  TavNumExprArray toNumExprArray() const;
+  /// A new array of the same variables. Before it is made, a continuous one throws TavBadConversion, an empty element
+  /// TavWrongUsage "Using empty handle TavNumVar::getType".
+  TavIntExprArray toIntExprArray() const;
+  TavIntVarArray toIntVarArray() const;
+  /// As on TavIntExprArray.
+  TavNumVarArray getClone(TavEnvI* env) const;
+  /// Sets the bounds of all elements, upper ones first, and reports them as one modification
+  /// (TavSetNumVarArrayBounds). Domains are changed where they are: one that is shared changes for every variable that
+  /// shares it. Both arrays are at least as long as this one; an empty handle throws TavEmptyHandleException.
+  void setBounds(TavNumArray lbs, TavNumArray ubs) const;
+};
+
+/// Array of integer variables.
+class TavIntVarArray : public TavHandleArray<TavIntVar, TavNumVarI> {
+ public:
+  using TavHandleArray::TavHandleArray;
+  using TavHandleArray::operator[];
+
+  /// As on TavNumVarArray; both bounds are rounded up.
+  TavIntVarArray(TavEnv env, TavInt n, TavInt lb, TavInt ub);
+  TavIntVarArray(TavEnv env, TavIntArray lbs, TavIntArray ubs);
+  TavIntVarArray(TavEnv env, TavInt lb, TavIntArray ubs);
+  TavIntVarArray(TavEnv env, TavIntArray lbs, TavInt ub);
+  /// One new variable per non-empty column with bounds [0, kMaxInt], or with the given ones cut toward zero.
+  TavIntVarArray(TavEnv env, TavNumColumnArray columns);
+  TavIntVarArray(TavEnv env, TavNumColumnArray columns, TavNumArray lbs, TavNumArray ubs);
+  /// The listed variables, one to ten. Throws TavWrongUsage "TavIntVarArray::TavIntVarArray: n !=2" when n is not their
+  /// number.
+  template <class... E>
+    requires TavElementsOf<TavIntVar, E...>
+  TavIntVarArray(TavEnv env, TavInt n, E... elements)
+      : TavHandleArray(tavdetail::makeListOf<TavIntVar>(env, n, tavdetail::kIntVarArrayTexts, elements...)) {}
+
+  /// The element at the position that `index` evaluates to; documented with TavElement.
+  TavIntExprArg operator[](TavIntExprArg index) const;
+  /// New arrays of the same variables, without a test.
+  TavIntExprArray toIntExprArray() const;
+  TavNumVarArray toNumVarArray() const;
+  TavIntVarArray getClone(TavEnvI* env) const;
+};
+
+/// Array of 0-1 variables.
+class TavBoolVarArray : public TavIntVarArray {
+ public:
+  TavBoolVarArray() noexcept = default;
+  explicit TavBoolVarArray(TavArrayI* impl) noexcept : TavIntVarArray(impl) {}
+  explicit TavBoolVarArray(TavEnv env, TavInt size = 0) : TavIntVarArray(env, size) {}
+  /// One new variable of type Bool with bounds [0, 1] per non-empty column, an empty element per empty column. An empty
+  /// array handle: TavEmptyHandleException.
+  TavBoolVarArray(TavEnv env, TavNumColumnArray columns);
+  /// The same array, shared, after a check of every element: TavWrongUsage "Using empty variable" or "Try to add a float
+  /// variable to TavBoolVarArray", TavBadConversion unless each bound of an Int variable is exactly 0 or 1.
+  TavBoolVarArray(const TavIntVarArray& variables);
+  /// The listed variables, one to ten. Throws TavWrongUsage "TavBoolVarArray::TavBoolVarArray: n !=2" when n is not
+  /// their number.
+  template <class... E>
+    requires TavElementsOf<TavBoolVar, E...>
+  TavBoolVarArray(TavEnv env, TavInt n, E... elements)
+      : TavIntVarArray(tavdetail::makeListOf<TavBoolVar>(env, n, tavdetail::kBoolVarArrayTexts, elements...)) {}
+
+  using TavIntVarArray::operator[];
+  TavBoolVar operator[](TavInt i) const noexcept { return TavBoolVar(_impl->get<TavNumVarI*>(i)); }
+  TavBoolVarArray getClone(TavEnvI* env) const;
+};
+
+// ---- constraints
+
+/// A constraint of any kind: an integer expression whose value is its truth. Not counted; it lives until end().
+class TavConstraint : public TavExtractable {
+ public:
+  TavConstraint() noexcept = default;
+  explicit TavConstraint(TavConstraintI* impl) noexcept : TavExtractable(TavImplCast<TavExtractableI>(impl)) {}
+
+  TavConstraintI* getImpl() const noexcept { return TavImplCast<TavConstraintI>(_impl); }
+  operator TavIntExprArg() const noexcept { return TavIntExprArg(TavImplCast<TavIntExprI>(_impl)); }
+};
+
+/// Array of constraints.
+class TavConstraintArray : public TavHandleArray<TavConstraint, TavConstraintI> {
+ public:
+  using TavHandleArray::TavHandleArray;
+  /// The listed constraints, one to ten. Throws TavWrongUsage "TavConstraintArray::TavConstraintArray: n !=2" when n is
+  /// not their number; the array made for them then stays with the environment.
+  template <class... E>
+    requires TavElementsOf<TavConstraint, E...>
+  TavConstraintArray(TavEnv env, TavInt n, E... elements)
+      : TavHandleArray(tavdetail::makeListOf<TavConstraint>(env, n, tavdetail::kConstraintArrayTexts, elements...)) {}
+};

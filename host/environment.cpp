@@ -94,7 +94,9 @@ void TavEnvI::forgetMark(TavExtractableI* object) noexcept {
 
 void* TavEnvI::carveTerm() {
 #ifdef TAV_PLAIN_ALLOC
-  return _memory.alloc(sizeof(TavNumLinExprTermI));
+  void* cell = _memory.alloc(sizeof(TavNumLinExprTermI));
+  ++_plainTerms;
+  return cell;
 #else
   return _termPool.allocateBlock(&_memory);
 #endif
@@ -104,6 +106,7 @@ void TavEnvI::recycleTerms(TavNumLinExprTermI* first, TavNumLinExprTermI* last) 
 #ifdef TAV_PLAIN_ALLOC
   for (TavNumLinExprTermI* end = last->next; first != end;) {
     TavNumLinExprTermI* next = first->next;
+    --_plainTerms;
     _memory.dealloc(first, sizeof *first);
     first = next;
   }
@@ -114,7 +117,7 @@ void TavEnvI::recycleTerms(TavNumLinExprTermI* first, TavNumLinExprTermI* last) 
 }
 
 TavInt TavEnvI::liveTermCount() const noexcept {
-  TavInt live = _termPool.liveBlocks();
+  TavInt live = _plainTerms + _termPool.liveBlocks();
   for (const TavNumLinExprTermI* cell = _freeTerms; cell; cell = cell->next) --live;
   return live;
 }

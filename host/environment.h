@@ -190,6 +190,8 @@ class TavEnvI {
   TavMemory _memory;
   TavFixedSizeAllocatorI _termPool;
   TavNumLinExprTermI* _freeTerms = nullptr;
+  /// Cells alive when each is an allocation of its own.
+  TavInt _plainTerms = 0;
   /// The identifier table and registry. An entry is the object itself, the mark "removed", or, for a free identifier,
   /// the next free one doubled plus one. While its object waits for destruction it links the work list.
   std::vector<TavExtractableI*> _table;

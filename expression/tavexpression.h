@@ -96,7 +96,7 @@ class TavIntExprArg : public TavNumExprArg {
 std::ostream& operator<<(std::ostream& os, TavNumExprArg expression);
 template <std::derived_from<TavNumExpr> H>
 std::ostream& operator<<(std::ostream& os, const H& expression) {
-  return os << TavNumExprArg(static_cast<const TavNumExpr&>(expression).getImpl());
+  return os << TavNumExprArg(TavImplCast<TavNumExprI>(expression.getImpl()));
 }
 
 // ---- variables

@@ -174,8 +174,8 @@ class TavIntVar : public TavIntExprArg {
   explicit TavIntVar(TavNumVar variable);
   /// Bounds are whole: give them as integers.
   template <class L, class U>
-    requires(TavFloating<L> || TavFloating<U>)
-  TavIntVar(TavEnv env, L lb, U ub, const char* name = nullptr) = delete;
+  requires(TavFloating<L> || TavFloating<U>) TavIntVar(TavEnv env, L lb, U ub, const char* name = nullptr)
+  = delete;
 
   operator TavNumVar() const noexcept { return TavNumVar(getImpl()); }
   TavNumVarI* getImpl() const noexcept { return TavImplCast<TavNumVarI>(_impl); }
@@ -200,8 +200,8 @@ class TavIntVar : public TavIntExprArg {
   void setPossibleValues(TavIntArray values) const;
 };
 
-/// A 0-1 variable. Its type is Int, the shared domain [0, 1] being an integer one; only the column form makes a variable
-/// of type Bool.
+/// A 0-1 variable. Its type is Int, the shared domain [0, 1] being an integer one; only the column form makes a
+/// variable of type Bool.
 class TavBoolVar : public TavIntVar {
  public:
   TavBoolVar() noexcept = default;
@@ -759,8 +759,8 @@ TavArrayI* makeListOf(TavEnv env, TavInt n, const CountTexts& texts, E... elemen
 
 /// One to ten elements of an array that is written out.
 template <class Handle, class... E>
-concept TavElementsOf =
-    sizeof...(E) >= 1 && sizeof...(E) <= 10 && (std::convertible_to<E, Handle> && ...) && (std::is_class_v<E> && ...);
+concept TavElementsOf = sizeof...(E) >= 1 && sizeof...(E) <= 10 && (std::convertible_to<E, Handle> && ...) &&
+                        (std::is_class_v<E> && ...);
 
 /// Array of numeric expressions.
 class TavNumExprArray : public TavHandleArray<TavNumExprArg, TavNumExprI> {
@@ -808,8 +808,8 @@ class TavNumVarArray : public TavHandleArray<TavNumVar, TavNumVarI> {
   using TavHandleArray::operator[];
   using Type = TavNumVar::Type;
 
-  /// n new unnamed variables; n of 0 or less gives an empty array. Boolean bounds are truncated first. The shared domain
-  /// is looked up once.
+  /// n new unnamed variables; n of 0 or less gives an empty array. Boolean bounds are truncated first. The shared
+  /// domain is looked up once.
   TavNumVarArray(TavEnv env, TavInt n, double lb, double ub, Type type = TavNumVar::Float);
   /// One new variable per element of the first array given, `ubs` being at least as long as `lbs`. An empty array
   /// handle: TavEmptyHandleException.
@@ -819,13 +819,11 @@ class TavNumVarArray : public TavHandleArray<TavNumVar, TavNumVarI> {
   /// One new variable per non-empty column, installed into it, with bounds [0, infinity] or the given ones; an empty
   /// element per empty column. An empty array handle: TavEmptyHandleException.
   TavNumVarArray(TavEnv env, TavNumColumnArray columns, Type type = TavNumVar::Float);
-  TavNumVarArray(TavEnv env, TavNumColumnArray columns, TavNumArray lbs, TavNumArray ubs,
-                 Type type = TavNumVar::Float);
-  /// The listed variables, one to ten. Throws TavWrongUsage "TavNumVarArray::TavNumVarArray: n !=2" (with a blank before
-  /// a 1) when n is not their number.
+  TavNumVarArray(TavEnv env, TavNumColumnArray columns, TavNumArray lbs, TavNumArray ubs, Type type = TavNumVar::Float);
+  /// The listed variables, one to ten. Throws TavWrongUsage "TavNumVarArray::TavNumVarArray: n !=2" (with a blank
+  /// before a 1) when n is not their number.
   template <class... E>
-    requires TavElementsOf<TavNumVar, E...>
-  TavNumVarArray(TavEnv env, TavInt n, E... elements)
+  requires TavElementsOf<TavNumVar, E...> TavNumVarArray(TavEnv env, TavInt n, E... elements)
       : TavHandleArray(tavdetail::makeListOf<TavNumVar>(env, n, tavdetail::kNumVarArrayTexts, elements...)) {}
 
   /// The element at the position that `index` evaluates to; documented with TavElement.
@@ -861,8 +859,7 @@ class TavIntVarArray : public TavHandleArray<TavIntVar, TavNumVarI> {
   /// The listed variables, one to ten. Throws TavWrongUsage "TavIntVarArray::TavIntVarArray: n !=2" when n is not their
   /// number.
   template <class... E>
-    requires TavElementsOf<TavIntVar, E...>
-  TavIntVarArray(TavEnv env, TavInt n, E... elements)
+  requires TavElementsOf<TavIntVar, E...> TavIntVarArray(TavEnv env, TavInt n, E... elements)
       : TavHandleArray(tavdetail::makeListOf<TavIntVar>(env, n, tavdetail::kIntVarArrayTexts, elements...)) {}
 
   /// The element at the position that `index` evaluates to; documented with TavElement.
@@ -882,14 +879,13 @@ class TavBoolVarArray : public TavIntVarArray {
   /// One new variable of type Bool with bounds [0, 1] per non-empty column, an empty element per empty column. An empty
   /// array handle: TavEmptyHandleException.
   TavBoolVarArray(TavEnv env, TavNumColumnArray columns);
-  /// The same array, shared, after a check of every element: TavWrongUsage "Using empty variable" or "Try to add a float
-  /// variable to TavBoolVarArray", TavBadConversion unless each bound of an Int variable is exactly 0 or 1.
+  /// The same array, shared, after a check of every element: TavWrongUsage "Using empty variable" or "Try to add a
+  /// float variable to TavBoolVarArray", TavBadConversion unless each bound of an Int variable is exactly 0 or 1.
   TavBoolVarArray(const TavIntVarArray& variables);
   /// The listed variables, one to ten. Throws TavWrongUsage "TavBoolVarArray::TavBoolVarArray: n !=2" when n is not
   /// their number.
   template <class... E>
-    requires TavElementsOf<TavBoolVar, E...>
-  TavBoolVarArray(TavEnv env, TavInt n, E... elements)
+  requires TavElementsOf<TavBoolVar, E...> TavBoolVarArray(TavEnv env, TavInt n, E... elements)
       : TavIntVarArray(tavdetail::makeListOf<TavBoolVar>(env, n, tavdetail::kBoolVarArrayTexts, elements...)) {}
 
   using TavIntVarArray::operator[];
@@ -916,8 +912,7 @@ class TavConstraintArray : public TavHandleArray<TavConstraint, TavConstraintI> 
   /// The listed constraints, one to ten. Throws TavWrongUsage "TavConstraintArray::TavConstraintArray: n !=2" when n is
   /// not their number; the array made for them then stays with the environment.
   template <class... E>
-    requires TavElementsOf<TavConstraint, E...>
-  TavConstraintArray(TavEnv env, TavInt n, E... elements)
+  requires TavElementsOf<TavConstraint, E...> TavConstraintArray(TavEnv env, TavInt n, E... elements)
       : TavHandleArray(tavdetail::makeListOf<TavConstraint>(env, n, tavdetail::kConstraintArrayTexts, elements...)) {}
 };
 
@@ -938,10 +933,8 @@ class TavSemiContVarArray : public TavHandleArray<TavSemiContVar, TavSemiContVar
   /// The listed variables, one to ten. Throws TavWrongUsage "TavSemiContVarArray::TavSemiContVarArray: n !=2" when n is
   /// not their number.
   template <class... E>
-    requires TavElementsOf<TavSemiContVar, E...>
-  TavSemiContVarArray(TavEnv env, TavInt n, E... elements)
-      : TavHandleArray(tavdetail::makeListOf<TavSemiContVar>(env, n, tavdetail::kSemiContVarArrayTexts, elements...)) {
-  }
+  requires TavElementsOf<TavSemiContVar, E...> TavSemiContVarArray(TavEnv env, TavInt n, E... elements)
+      : TavHandleArray(tavdetail::makeListOf<TavSemiContVar>(env, n, tavdetail::kSemiContVarArrayTexts, elements...)) {}
 };
 
 /// A conversion in the model: variables and the type that an algorithm is to give them. The variables stay as they are.
@@ -1092,8 +1085,8 @@ TavNumExprArg power(TavNumExprArg base, double exponent);
 TavNumExprArg power(double base, TavNumExprArg exponent);
 }  // namespace tavdetail
 
-/// x to the power y, by std::pow: a negative base with a fractional exponent gives a not-a-number. Counts as integer when
-/// both sides do, negative exponents notwithstanding. Mixed environments: TavWrongUsage "TavPower: mixing mismatch
+/// x to the power y, by std::pow: a negative base with a fractional exponent gives a not-a-number. Counts as integer
+/// when both sides do, negative exponents notwithstanding. Mixed environments: TavWrongUsage "TavPower: mixing mismatch
 /// environments". Prints "( " x "^ " y ") ", or x " ^ " y.
 TavNumExprArg TavPower(TavNumExprArg x, TavNumExprArg y);
 template <TavNumber N>
@@ -1146,10 +1139,10 @@ TavIntExprArg TavElement(TavIntVarArray array, TavIntExprArg index);
 TavNumExprArg TavElement(TavNumArray array, TavIntExprArg index);
 TavNumExprArg TavElement(TavNumVarArray array, TavIntExprArg index);
 
-/// The piecewise-linear function of x with n breakpoints and n + 1 slopes that takes `anchorValue` at `anchor`. Two equal
-/// breakpoints are a jump, whose height is the slope between them. Both arrays are copied; their sizes and order are
-/// not checked. An empty handle: TavEmptyHandleException.
-/// Prints "piecewiselinear(" x ", " breakpoints ", " slopes ", " anchor ", " anchorValue ")" in both syntaxes.
+/// The piecewise-linear function of x with n breakpoints and n + 1 slopes that takes `anchorValue` at `anchor`. Two
+/// equal breakpoints are a jump, whose height is the slope between them. Both arrays are copied; their sizes and order
+/// are not checked. An empty handle: TavEmptyHandleException. Prints "piecewiselinear(" x ", " breakpoints ", " slopes
+/// ", " anchor ", " anchorValue ")" in both syntaxes.
 TavNumExprArg TavPiecewiseLinear(TavNumExprArg x, TavNumArray breakpoints, TavNumArray slopes, double anchor,
                                  double anchorValue);
 /// The form by values at the breakpoints, with the slopes outside. The segment is the one that `firstSlope`, taken as a

@@ -13,8 +13,8 @@ class TavNumArray;
 class TavNumExprArg;
 
 /// The implementation behind every array handle. Element i lies in block i >> blockShift at position i & indexMask.
-/// Nothing checks an index. Appending is O(1) amortised; elements keep their place for good once the array has more than
-/// one block.
+/// Nothing checks an index. Appending is O(1) amortised; elements keep their place for good once the array has more
+/// than one block.
 class TavArrayI final : public TavMemoryManagerObjectI {
  public:
   /// `size` words, all zero bits.

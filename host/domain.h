@@ -93,9 +93,7 @@ class TavIntVarDomainI : public TavBoundedDomainI {
   TavIntVarDomainI(TavInt lb, TavInt ub, TavInt flag) noexcept
       : _lb(static_cast<double>(lb)), _ub(static_cast<double>(ub)), _any(flag != 0) {}
   /// Takes the array over; `anyFlag` 1 says that its words are objects.
-  TavIntVarDomainI(TavIntArray values, TavInt anyFlag) : _any(anyFlag != 0) {
-    TavIntVarDomainI::setIntValues(values);
-  }
+  TavIntVarDomainI(TavIntArray values, TavInt anyFlag) : _any(anyFlag != 0) { TavIntVarDomainI::setIntValues(values); }
 
   double getLB() const override { return _lb; }
   void setLB(double lb) override { _lb = lb; }

@@ -58,7 +58,8 @@ class TavEnvI {
   TavEnvI();
   TavEnvI(const TavEnvI&) = delete;
   TavEnvI& operator=(const TavEnvI&) = delete;
-  /// Sets `ending`, runs every object's destructor once, newest identifier first, then frees arrays, domains and memory.
+  /// Sets `ending`, runs every object's destructor once, newest identifier first, then frees arrays, domains and
+  /// memory.
   ~TavEnvI();
 
   /// Displays in the library's call syntax instead of the plain mathematical one.

@@ -78,8 +78,8 @@ class TavExtractableI {
   virtual void unextractFromCP(TavAlgorithm algorithm, void* object) const;
   /// Default: TavAlgorithm::RemoveFailure.
   virtual void modifyCP(TavAlgorithm algorithm, void* object) const;
-  /// Called on every live object before `removed` goes; for a batch once, with its first object: the environment answers
-  /// which objects are removed. Default: nothing.
+  /// Called on every live object before `removed` goes; for a batch once, with its first object: the environment
+  /// answers which objects are removed. Default: nothing.
   virtual void atRemove(TavExtractableI* removed, void* data);
   virtual void visitSubExtractables(TavExtractableVisitor* visitor) = 0;
   /// Whether the object is counted: end() then drops one reference. Default: false.

@@ -101,9 +101,7 @@ class TavMemory {
   friend class TavMemoryManagerObjectI;
 #ifdef TAV_PLAIN_ALLOC
   static constexpr TavInt kMaxPooled = -1;
-  static TavChunk* chunkOf(const void* block) noexcept {
-    return static_cast<TavChunk*>(const_cast<void*>(block)) - 1;
-  }
+  static TavChunk* chunkOf(const void* block) noexcept { return static_cast<TavChunk*>(const_cast<void*>(block)) - 1; }
 #else
   static constexpr TavInt kMaxPooled = 256;
   static TavChunk* chunkOf(const void* block) noexcept {

@@ -6,8 +6,8 @@
 /// Adds a constraint to, or removes it from, an algorithm.
 using TavConstraintHook = void (*)(TavAlgorithm, const TavExtractableI*, void*);
 
-/// A constraint: an integer expression whose value is its truth. Concrete kinds derive from it; they are not counted and
-/// live until they are ended.
+/// A constraint: an integer expression whose value is its truth. Concrete kinds derive from it; they are not counted
+/// and live until they are ended.
 class TavConstraintI : public TavNode<TavConstraintI, TavIntExprI> {
  public:
   static constexpr const char* kTypeName = "TavConstraintI";

@@ -21,8 +21,8 @@ void rebuild(TavNumExprI*& impl, Build build) {
   impl->retain();
 }
 
-/// The in-place change of a TavExpr: works on the node itself, or on a copy of a shared one. Nothing has happened to the
-/// handle until commit().
+/// The in-place change of a TavExpr: works on the node itself, or on a copy of a shared one. Nothing has happened to
+/// the handle until commit().
 class Edit {
  public:
   explicit Edit(TavNumExprI*& impl) : _impl(impl) {
@@ -39,9 +39,7 @@ class Edit {
     return static_cast<TavNumLinTermI*>(_impl);
   }
   /// The private node for changes that may fail.
-  TavNumLinTermI* operator->() const noexcept {
-    return _copy ? _copy.get() : static_cast<TavNumLinTermI*>(_impl);
-  }
+  TavNumLinTermI* operator->() const noexcept { return _copy ? _copy.get() : static_cast<TavNumLinTermI*>(_impl); }
 
  private:
   TavNumExprI*& _impl;
@@ -88,17 +86,15 @@ TavNumLinExprTerm::operator TavNumExprArg() const {
 }
 
 TavNumExpr& TavNumExpr::operator+=(TavNumExprArg arg) {
-  TavRequireSameEnv(
-      _impl, arg.getImpl(),
-      "TavNumExpr& TavNumExpr::operator += const TavNumExprArg arg : mixing mismatch Environments");
+  TavRequireSameEnv(_impl, arg.getImpl(),
+                    "TavNumExpr& TavNumExpr::operator += const TavNumExprArg arg : mixing mismatch Environments");
   rebuild(_impl, [arg](TavNumExprI* old) { return TavNumExprArg(old) + arg; });
   return *this;
 }
 
 TavNumExpr& TavNumExpr::operator-=(TavNumExprArg arg) {
-  TavRequireSameEnv(
-      _impl, arg.getImpl(),
-      "TavNumExpr& TavNumExpr::operator -= const TavNumExprArg arg : mixing mismatch Environments");
+  TavRequireSameEnv(_impl, arg.getImpl(),
+                    "TavNumExpr& TavNumExpr::operator -= const TavNumExprArg arg : mixing mismatch Environments");
   rebuild(_impl, [arg](TavNumExprI* old) { return TavNumExprArg(old) - arg; });
   return *this;
 }
@@ -237,9 +233,14 @@ TavExpr& TavExpr::operator+=(TavNumExprArg arg) {
                     "TavExpr& TavNumExpr::operator += const TavNumExprArg arg : mixing mismatch Environments");
   TavNumExprI* operand = arg.getImpl();
   switch (const TavKind kind = TavKindOf(operand)) {
-    case TavKind::Variable: appendTerm(_impl, static_cast<TavNumVarI*>(operand), 1.0); break;
-    case TavKind::Other: appendPart(_impl, operand); break;
-    default: appendLinear(_impl, operand, kind, false);
+    case TavKind::Variable:
+      appendTerm(_impl, static_cast<TavNumVarI*>(operand), 1.0);
+      break;
+    case TavKind::Other:
+      appendPart(_impl, operand);
+      break;
+    default:
+      appendLinear(_impl, operand, kind, false);
   }
   return *this;
 }
@@ -249,14 +250,17 @@ TavExpr& TavExpr::operator-=(TavNumExprArg arg) {
                     "TavExpr& TavExpr::operator -= const TavNumExprArg arg : mixing mismatch Environments");
   TavNumExprI* operand = arg.getImpl();
   switch (const TavKind kind = TavKindOf(operand)) {
-    case TavKind::Variable: appendTerm(_impl, static_cast<TavNumVarI*>(operand), -1.0); break;
+    case TavKind::Variable:
+      appendTerm(_impl, static_cast<TavNumVarI*>(operand), -1.0);
+      break;
     case TavKind::Other: {
       TavNodeGuard<TavNumExprI> negated((-arg).getImpl());
       appendPart(_impl, negated.get());
       negated.release();
       break;
     }
-    default: appendLinear(_impl, operand, kind, true);
+    default:
+      appendLinear(_impl, operand, kind, true);
   }
   return *this;
 }

@@ -10,8 +10,8 @@ using TavObjectHook = void (*)(TavAlgorithm, const TavExtractableI*, void*);
 /// Applies a change record.
 using TavApplyHook = void (*)(TavAlgorithm, const TavChange*, void*);
 
-/// A model object class: identity and its three hook slots. An algorithm layer assigns the slots; each class has its own
-/// and never falls back to its base's.
+/// A model object class: identity and its three hook slots. An algorithm layer assigns the slots; each class has its
+/// own and never falls back to its base's.
 template <class Self, class Base>
 class TavNode : public TavTyped<Self, Base> {
  public:

@@ -24,8 +24,7 @@ void TavNumLinTermRemoveVar::visitChange(TavEnvI*, TavExtractableI* object, TavC
 
 // ---- marks
 
-TavRemovalMarks::TavRemovalMarks(TavEnvI* env, TavExtractableArray objects)
-    : _env(env), _count(env->markedCount()) {
+TavRemovalMarks::TavRemovalMarks(TavEnvI* env, TavExtractableArray objects) : _env(env), _count(env->markedCount()) {
   try {
     for (TavInt i = 0; i < objects.getSize(); ++i) {
       if (TavExtractableI* object = objects[i].getImpl()) env->markRemoved(object);
@@ -137,9 +136,8 @@ TavInt TavNumLinTermI::normalize() {
   if (env->markArraysAvailable) {
     const MarkArray marks(env);
     for (TavNumLinExprTermI* cell = _terms.first; cell; cell = cell->next) marks[cell->var] = cell;
-    merged = merge([&marks](const TavNumLinExprTermI* cell) {
-      return static_cast<TavNumLinExprTermI*>(marks[cell->var]);
-    });
+    merged =
+        merge([&marks](const TavNumLinExprTermI* cell) { return static_cast<TavNumLinExprTermI*>(marks[cell->var]); });
   } else {
     const TavLockGuard lock(env->markLock);
     for (TavNumLinExprTermI* cell = _terms.first; cell; cell = cell->next) cell->var->setMark(cell);
@@ -166,7 +164,7 @@ double TavNumLinTermI::setCoef(TavNumVar variable, double coef) {
     } else {
       cell->coef = coef;
     }
-    if (old == 0.0) return 0.0;  // kept: a stored zero changes silently
+    if (old == 0.0) return 0.0;                 // kept: a stored zero changes silently
     notify(TavNumLinTermRemoveVar(this, var));  // kept: any change of a non-zero coefficient is a removal
     return old;
   }

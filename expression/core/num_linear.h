@@ -58,8 +58,8 @@ class TavNumLinTermI final
   /// TavNumLinTermAddVar for an absent variable, TavNumLinTermRemoveVar for any change of a non-zero coefficient.
   /// Returns the old coefficient, 0 for an absent variable. O(n).
   double setCoef(TavNumVar variable, double coef);
-  /// Normalises, then sets many coefficients, `coefs` being at least as long as `variables`: O(n + m). Terms stay linked
-  /// at 0; what is reported is a coefficient that becomes zero (TavNumLinTermRemoveVar) or stops being it
+  /// Normalises, then sets many coefficients, `coefs` being at least as long as `variables`: O(n + m). Terms stay
+  /// linked at 0; what is reported is a coefficient that becomes zero (TavNumLinTermRemoveVar) or stops being it
   /// (TavNumLinTermAddVar). An absent variable that is listed twice is appended twice. The old coefficients go to
   /// `previous` unless it is empty.
   void setCoef(TavNumVarArray variables, TavNumArray coefs, TavNumArray previous);

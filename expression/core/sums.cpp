@@ -1,8 +1,8 @@
 #include "expression/core/check.h"
 #include "expression/core/draft.h"
 
-// Sums and differences. The numeric and the integer side follow the same table: a linear operand takes the other one in,
-// the left one if both are linear; two operands that are not linear make a new linear node.
+// Sums and differences. The numeric and the integer side follow the same table: a linear operand takes the other one
+// in, the left one if both are linear; two operands that are not linear make a new linear node.
 
 namespace {
 
@@ -43,8 +43,8 @@ typename Side::Arg sum(typename Side::Expr* a, typename Side::Expr* b, bool nega
   TavEnvI* env = a->getEnv();
   const double coefB = negated ? -1.0 : 1.0;
   if (!Side::isLinear(kindB)) {
-    auto draft = Side::isLinear(kindA) ? TavDraftOf<Linear>(a, kindA)
-                                       : TavNewDraft<Linear>(env, typename Side::Constant{0});
+    auto draft =
+        Side::isLinear(kindA) ? TavDraftOf<Linear>(a, kindA) : TavNewDraft<Linear>(env, typename Side::Constant{0});
     if (!Side::isLinear(kindA)) appendSummand<Side>(draft, a, kindA, 1.0);
     appendSummand<Side>(draft, b, kindB, coefB);
     return typename Side::Arg(draft.release());

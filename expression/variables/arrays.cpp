@@ -187,9 +187,8 @@ void TavIntExprArray::replaceByClone(TavEnvI* env) { *this = getClone(env); }
 // ---- numeric variables
 
 TavNumVarArray::TavNumVarArray(TavEnv env, TavInt n, double lb, double ub, Type type)
-    : TavNumVarArray(bulk<TavNumVarArray>(env, n, [&, make = byType(env, type)](TavInt) mutable {
-        return TavNumVar(make.make(lb, ub));
-      })) {}
+    : TavNumVarArray(bulk<TavNumVarArray>(
+          env, n, [&, make = byType(env, type)](TavInt) mutable { return TavNumVar(make.make(lb, ub)); })) {}
 
 TavNumVarArray::TavNumVarArray(TavEnv env, TavNumArray lbs, TavNumArray ubs, Type type) {
   requireArrays(lbs, ubs);
@@ -200,30 +199,26 @@ TavNumVarArray::TavNumVarArray(TavEnv env, TavNumArray lbs, TavNumArray ubs, Typ
 
 TavNumVarArray::TavNumVarArray(TavEnv env, double lb, TavNumArray ubs, Type type) {
   requireArrays(ubs);
-  *this = bulk<TavNumVarArray>(env, ubs.getSize(), [&, make = byType(env, type)](TavInt i) mutable {
-    return TavNumVar(make.make(lb, ubs[i]));
-  });
+  *this = bulk<TavNumVarArray>(
+      env, ubs.getSize(), [&, make = byType(env, type)](TavInt i) mutable { return TavNumVar(make.make(lb, ubs[i])); });
 }
 
 TavNumVarArray::TavNumVarArray(TavEnv env, TavNumArray lbs, double ub, Type type) {
   requireArrays(lbs);
-  *this = bulk<TavNumVarArray>(env, lbs.getSize(), [&, make = byType(env, type)](TavInt i) mutable {
-    return TavNumVar(make.make(lbs[i], ub));
-  });
+  *this = bulk<TavNumVarArray>(
+      env, lbs.getSize(), [&, make = byType(env, type)](TavInt i) mutable { return TavNumVar(make.make(lbs[i], ub)); });
 }
 
 TavNumVarArray::TavNumVarArray(TavEnv env, TavNumColumnArray columns, Type type) {
   requireArrays(columns);
-  *this = bulkByColumns<TavNumVarArray>(env, columns, [&](const TavAddNumVar& column, TavInt) {
-    return TavNumVar(column, 0.0, TavGetInfinity(), type);
-  });
+  *this = bulkByColumns<TavNumVarArray>(
+      env, columns, [&](const TavAddNumVar& column, TavInt) { return TavNumVar(column, 0.0, TavGetInfinity(), type); });
 }
 
 TavNumVarArray::TavNumVarArray(TavEnv env, TavNumColumnArray columns, TavNumArray lbs, TavNumArray ubs, Type type) {
   requireArrays(columns, lbs, ubs);
-  *this = bulkByColumns<TavNumVarArray>(env, columns, [&](const TavAddNumVar& column, TavInt i) {
-    return TavNumVar(column, lbs[i], ubs[i], type);
-  });
+  *this = bulkByColumns<TavNumVarArray>(
+      env, columns, [&](const TavAddNumVar& column, TavInt i) { return TavNumVar(column, lbs[i], ubs[i], type); });
 }
 
 TavNumExprArray TavNumVarArray::toNumExprArray() const { return sameElements<TavNumExprArray>(*this); }
@@ -286,9 +281,8 @@ TavIntVarArray::TavIntVarArray(TavEnv env, TavIntArray lbs, TavInt ub) {
 
 TavIntVarArray::TavIntVarArray(TavEnv env, TavNumColumnArray columns) {
   requireArrays(columns);
-  *this = bulkByColumns<TavIntVarArray>(env, columns, [&](const TavAddNumVar& column, TavInt) {
-    return TavIntVar(column, 0, TavIntVar::kMaxInt);
-  });
+  *this = bulkByColumns<TavIntVarArray>(
+      env, columns, [&](const TavAddNumVar& column, TavInt) { return TavIntVar(column, 0, TavIntVar::kMaxInt); });
 }
 
 TavIntVarArray::TavIntVarArray(TavEnv env, TavNumColumnArray columns, TavNumArray lbs, TavNumArray ubs) {

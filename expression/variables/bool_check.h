@@ -3,8 +3,8 @@
 
 #include "expression/core/num_var.h"
 
-/// Throws TavWrongUsage for a continuous variable and TavBadConversion for an integer one unless each bound is exactly 0
-/// or 1. Any other type passes.
+/// Throws TavWrongUsage for a continuous variable and TavBadConversion for an integer one unless each bound is exactly
+/// 0 or 1. Any other type passes.
 inline void TavCheckBool(TavNumVar variable) {
   const auto isZeroOrOne = [](double bound) { return bound == 0.0 || bound == 1.0; };
   const TavNumVar::Type type = variable.getType();

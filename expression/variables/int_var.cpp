@@ -5,8 +5,9 @@
 TavIntVar::TavIntVar(TavEnv env, const char* name) : TavIntVar(env, 0, kMaxInt, name) {}
 
 TavIntVar::TavIntVar(TavEnv env, TavInt lb, TavInt ub, const char* name)
-    : TavIntVar(new (env.getImpl()) TavNumVarI(env.getImpl(), static_cast<double>(lb), static_cast<double>(ub),
-                                               TavNumVar::Int, name)) {}
+    : TavIntVar(new (env.getImpl())
+                    TavNumVarI(env.getImpl(), static_cast<double>(lb), static_cast<double>(ub), TavNumVar::Int, name)) {
+}
 
 TavIntVar::TavIntVar(TavIntRange range, const char* name)
     : TavIntVar(new (range.getImpl()->getEnv()) TavNumVarI(range.getImpl(), name)) {}
@@ -68,8 +69,7 @@ void TavIntVar::setPossibleValues(TavIntArray values) const {
 TavBoolVar::TavBoolVar(TavEnv env, const char* name) : TavBoolVar(env, 0, 1, name) {}
 
 TavBoolVar::TavBoolVar(TavEnv env, TavInt lb, TavInt ub, const char* name)
-    : TavBoolVar(
-          new (env.getImpl()) TavNumVarI(env.getImpl(), env.getImpl()->getOrMakeSharedDomain(lb, ub), name)) {}
+    : TavBoolVar(new (env.getImpl()) TavNumVarI(env.getImpl(), env.getImpl()->getOrMakeSharedDomain(lb, ub), name)) {}
 
 TavBoolVar::TavBoolVar(const TavAddNumVar& column, const char* name) {
   TavEnvI* env = column.getEnv();

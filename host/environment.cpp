@@ -122,6 +122,11 @@ TavInt TavEnvI::liveTermCount() const noexcept {
   return live;
 }
 
+bool TavEnvI::isLive(const TavExtractableI* object) const noexcept {
+  const auto id = static_cast<std::size_t>(object->getId());
+  return id < _table.size() && (_table[id] == object || _table[id] == removedEntry());
+}
+
 void** TavEnvI::getMarkArray() {
   assert(!_marksLent && "the mark array is lent already");
   if (_marks.size() < _table.size()) _marks.resize(_table.capacity());

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "host/algorithm.h"
@@ -150,6 +151,13 @@ class TavEnvI {
   TavTupleEncoderI* getTupleEncoder() const noexcept { return _tupleEncoder; }
   void setTupleEncoder(TavTupleEncoderI* encoder) noexcept { _tupleEncoder = encoder; }
 
+  /// Whether the object is one of this environment's live ones: for assertions.
+  bool isLive(const TavExtractableI* object) const noexcept;
+  /// Cells that came through a term handle, remembered by debug builds of the library alone: noteTaken is false for one
+  /// that an expression has taken already.
+  bool noteTaken(const TavNumLinExprTermI* cell) { return _takenTerms.insert(cell).second; }
+  bool noteLoose(const TavNumLinExprTermI* cell) { return _takenTerms.erase(cell) <= 1; }
+
   /// Model objects alive in this environment.
   TavInt liveObjectCount() const noexcept { return _liveObjects; }
   /// Cells handed out and not recycled. Walks the free list: for tests and diagnosis.
@@ -191,6 +199,7 @@ class TavEnvI {
   TavMemory _memory;
   TavFixedSizeAllocatorI _termPool;
   TavNumLinExprTermI* _freeTerms = nullptr;
+  std::unordered_set<const TavNumLinExprTermI*> _takenTerms;
   /// Cells alive when each is an allocation of its own.
   TavInt _plainTerms = 0;
   /// The identifier table and registry. An entry is the object itself, the mark "removed", or, for a free identifier,

@@ -6,11 +6,11 @@
 // ---- terms
 
 TavNumLinExprTerm tavdetail::times(TavNumVar x, double factor) {
-  return TavNumLinExprTerm(TavRequireEnv(x.getImpl())->newTerm(x.getImpl(), factor));
+  return TavNumLinExprTerm(TavLooseCell(TavRequireEnv(x.getImpl()), x.getImpl(), factor));
 }
 
 TavIntLinExprTerm tavdetail::times(TavIntVar x, TavInt factor) {
-  return TavIntLinExprTerm(TavRequireEnv(x.getImpl())->newTerm(x.getImpl(), static_cast<double>(factor)));
+  return TavIntLinExprTerm(TavLooseCell(TavRequireEnv(x.getImpl()), x.getImpl(), static_cast<double>(factor)));
 }
 
 // ---- products

@@ -1,18 +1,35 @@
 #pragma once
 /// Class header for authors of algorithms: the checks at the door of operators and builders.
 
-#include "host/errors.h"
-#include "host/extractable.h"
+#include <cassert>
+
+#include "host/environment.h"
 
 /// Throws TavWrongUsage with this message, a literal, unless both operands live in one environment, and
 /// TavEmptyHandleException when one is missing. Its call comes before anything is made or changed.
 inline void TavRequireSameEnv(const TavExtractableI* a, const TavExtractableI* b, const char* message) {
   if (!a || !b) throw TavEmptyHandleException();
+  assert(a->getEnv()->isLive(a) && b->getEnv()->isLive(b) && "an operand is gone: its handle dangles");
   if (a->getEnv() != b->getEnv()) throw TavWrongUsage(message, 0);
 }
 
 /// The operand's environment. Throws TavEmptyHandleException when there is no operand.
 inline TavEnvI* TavRequireEnv(const TavExtractableI* operand) {
   if (!operand) throw TavEmptyHandleException();
+  assert(operand->getEnv()->isLive(operand) && "the operand is gone: its handle dangles");
   return operand->getEnv();
+}
+
+/// A new term for a handle.
+inline TavNumLinExprTermI* TavLooseCell(TavEnvI* env, TavNumVarI* var, double coef) {
+  TavNumLinExprTermI* cell = env->newTerm(var, coef);
+  assert(env->noteLoose(cell));
+  return cell;
+}
+
+/// The cell of a term handle, which an expression takes over now.
+inline TavNumLinExprTermI* TavTakeCell(TavEnvI* env, TavNumLinExprTermI* cell) {
+  assert(env->noteTaken(cell) && "a term handle was used twice: it belongs to the first expression that took it");
+  static_cast<void>(env);
+  return cell;
 }

@@ -52,6 +52,13 @@ void appendTerm(TavNumExprI*& impl, TavNumVarI* var, double coef) {
   edit.commit()->append(cell.take());
 }
 
+/// Takes a term handle's cell over, negated or not.
+void appendCell(TavNumExprI*& impl, TavNumLinExprTermI* cell, double sign = 1.0) {
+  TavNumLinTermI* linear = Edit(impl).commit();
+  cell->coef *= sign;
+  linear->append(TavTakeCell(linear->getEnv(), cell));
+}
+
 void appendPart(TavNumExprI*& impl, TavNumExprI* expr) {
   TavLoosePart part(impl->getEnv(), expr);
   Edit edit(impl);
@@ -203,28 +210,28 @@ TavExpr& TavExpr::operator-=(TavIntVar variable) {
 TavExpr& TavExpr::operator+=(TavNumLinExprTerm term) {
   TavRequireSameEnv(_impl, term.getImpl()->var,
                     "TavExpr& TavExpr::operator += const TavNumLinExprTerm term : mixing mismatch Environments");
-  Edit(_impl).commit()->append(term.getImpl());
+  appendCell(_impl, term.getImpl());
   return *this;
 }
 
 TavExpr& TavExpr::operator-=(TavNumLinExprTerm term) {
   TavRequireSameEnv(_impl, term.getImpl()->var,
                     "TavExpr& TavExpr::operator -= const TavNumLinExprTerm arg : mixing mismatch Environments");
-  Edit(_impl).commit()->append((-term).getImpl());
+  appendCell(_impl, term.getImpl(), -1.0);
   return *this;
 }
 
 TavExpr& TavExpr::operator+=(TavIntLinExprTerm term) {
   TavRequireSameEnv(_impl, term.getImpl()->var,
                     "TavExpr& TavExpr::operator += const TavIntLinExprTerm arg : mixing mismatch Environments");
-  Edit(_impl).commit()->append(term.getImpl());
+  appendCell(_impl, term.getImpl());
   return *this;
 }
 
 TavExpr& TavExpr::operator-=(TavIntLinExprTerm term) {
   TavRequireSameEnv(_impl, term.getImpl()->var,
                     "TavExpr& TavExpr::operator -= const TavIntLinExprTerm arg : mixing mismatch Environments");
-  Edit(_impl).commit()->append((-term).getImpl());
+  appendCell(_impl, term.getImpl(), -1.0);
   return *this;
 }
 

@@ -1,5 +1,6 @@
 #include "expression/core/int_linear.h"
 
+#include "expression/core/check.h"
 #include "expression/core/num_linear.h"
 
 static_assert(sizeof(TavIntLinTermI) == 80);
@@ -12,7 +13,7 @@ void TavIntLinTermRemoveVar::visitChange(TavEnvI*, TavExtractableI* object, TavC
 }
 
 TavIntLinTermI::TavIntLinTermI(TavIntLinExprTerm term) : TavIntLinTermI(term.getImpl()->var->getEnv(), 0) {
-  append(term.getImpl());
+  append(TavTakeCell(getEnv(), term.getImpl()));
 }
 
 void TavIntLinTermI::multiply(TavInt k) {

@@ -2,6 +2,7 @@
 
 #include <cassert>
 
+#include "expression/core/check.h"
 #include "expression/core/int_linear.h"
 
 static_assert(sizeof(TavNumLinTermI) == 88);
@@ -75,7 +76,7 @@ class NewCells {
 // ---- construction and copy
 
 TavNumLinTermI::TavNumLinTermI(TavNumLinExprTerm term) : TavNumLinTermI(term.getImpl()->var->getEnv(), 0.0) {
-  append(term.getImpl());
+  append(TavTakeCell(getEnv(), term.getImpl()));
 }
 
 TavNumLinTermI::TavNumLinTermI(TavIntLinExprTerm term) : TavNumLinTermI(TavNumLinExprTerm(term.getImpl())) {}

@@ -86,7 +86,7 @@ typename Side::Arg sumWithTerm(typename Side::Expr* a, TavNumLinExprTermI* cell)
   const bool linear = Side::isLinear(kind);
   auto draft = linear ? TavDraftOf<Linear>(a, kind) : TavNewDraft<Linear>(a->getEnv(), typename Side::Constant{0});
   if (!linear) appendSummand<Side>(draft, a, kind, 1.0);
-  draft->append(cell);
+  draft->append(TavTakeCell(draft->getEnv(), cell));
   return typename Side::Arg(draft.release());
 }
 
@@ -98,12 +98,12 @@ typename Side::Arg sumWithTerm(TavNumLinExprTermI* cell, typename Side::Expr* b,
   if (Side::isLinear(kind)) {
     auto draft = TavDraftOf<Linear>(b, kind);
     if (negated) draft->multiply(-1);
-    draft->prepend(cell);
+    draft->prepend(TavTakeCell(draft->getEnv(), cell));
     return typename Side::Arg(draft.release());
   }
   auto draft = TavNewDraft<Linear>(b->getEnv(), typename Side::Constant{0});
   appendSummand<Side>(draft, b, kind, negated ? -1.0 : 1.0);
-  draft->prepend(cell);
+  draft->prepend(TavTakeCell(draft->getEnv(), cell));
   return typename Side::Arg(draft.release());
 }
 
@@ -119,8 +119,8 @@ typename Side::Arg termMinus(TavNumLinExprTermI* cell, typename Side::Expr* b) {
 template <class Side>
 typename Side::Arg sumOfTerms(TavNumLinExprTermI* t, TavNumLinExprTermI* u) {
   auto draft = TavNewDraft<typename Side::Linear>(t->var->getEnv(), typename Side::Constant{0});
-  draft->append(t);
-  draft->append(u);
+  draft->append(TavTakeCell(draft->getEnv(), t));
+  draft->append(TavTakeCell(draft->getEnv(), u));
   return typename Side::Arg(draft.release());
 }
 
@@ -142,7 +142,7 @@ typename Side::Arg sumWithConstant(typename Side::Expr* e, typename Side::Consta
 template <class Side>
 typename Side::Arg sumWithConstant(TavNumLinExprTermI* cell, typename Side::Constant constant) {
   auto draft = TavNewDraft<typename Side::Linear>(cell->var->getEnv(), constant);
-  draft->append(cell);
+  draft->append(TavTakeCell(draft->getEnv(), cell));
   return typename Side::Arg(draft.release());
 }
 

@@ -1,0 +1,87 @@
+#pragma once
+/// Class header for authors of algorithms: the shape of nodes over an array of expressions.
+
+#include "expression/core/check.h"
+#include "expression/core/num_expr.h"
+#include "expression/tavexpression.h"
+
+/// f(x0, x1, ...). The node owns its array and holds one reference on every element. Self writes eval, makeClone and
+/// display.
+template <class Self, class Base, class Array>
+class TavArrayOperandsI : public TavNode<Self, Base> {
+ public:
+  /// Takes over a fresh array that nobody else names. A constructor of Self does nothing more that may throw: the
+  /// elements are locked from here on, and only the destructor releases them.
+  TavArrayOperandsI(TavEnvI* env, Array exprs) : TavNode<Self, Base>(env, nullptr), _exprs(exprs) {
+    _exprs.lockExprs();
+  }
+  ~TavArrayOperandsI() override {
+    _exprs.releaseExprs();
+    _exprs.end();
+  }
+
+  Array getExprs() const noexcept { return _exprs; }
+  void visitSubExtractables(TavExtractableVisitor* visitor) override {
+    visitor->beginVisit(this);
+    visitor->visitArray(this, _exprs);
+    visitor->endVisit(this);
+  }
+
+ private:
+  Array _exprs;
+};
+
+/// The array's environment. Throws TavEmptyHandleException for an empty array handle or element and TavWrongUsage with
+/// this message, a literal, for an element of another environment. Its call comes before anything is made.
+inline TavEnvI* TavRequireElements(TavExtractableArray array, const char* message) {
+  if (!array.getImpl()) throw TavEmptyHandleException();
+  TavEnvI* env = array.getImpl()->getEnv();
+  for (TavInt i = 0; i < array.getSize(); ++i) {
+    if (TavRequireEnv(array.getImpl()->get<TavExtractableI*>(i)) != env) throw TavWrongUsage(message, 0);
+  }
+  return env;
+}
+
+/// Ends an array unless it is released: for an array on its way into an object.
+template <class Array>
+class TavArrayGuard {
+ public:
+  explicit TavArrayGuard(Array array) noexcept : _array(array) {}
+  TavArrayGuard(const TavArrayGuard&) = delete;
+  TavArrayGuard& operator=(const TavArrayGuard&) = delete;
+  ~TavArrayGuard() { _array.end(); }
+  void release() noexcept { _array = Array(); }
+
+ private:
+  Array _array;
+};
+
+/// A new Node(env, exprs, args...), which owns the fresh array `exprs`; when it cannot be made the array is ended.
+template <class Node, class Array, class... Args>
+Node* TavMakeArrayNode(TavEnvI* env, Array exprs, Args... args) {
+  TavArrayGuard<Array> guard(exprs);
+  Node* node = new (env) Node(env, exprs, args...);
+  guard.release();
+  return node;
+}
+
+/// A copy of the array in the array's own memory.
+template <class Array>
+Array TavCopyOfArray(Array array) {
+  TavGenAlloc* memory = array.getImpl()->getMemory();
+  return Array(new (memory) TavArrayI(memory, array.getImpl()));
+}
+
+/// A new array in `target` of the elements' clones as `target` has them registered. Throws TavEmptyHandleException when
+/// an element has none.
+template <class Array>
+Array TavCloneOfArray(Array exprs, TavEnvI* target) {
+  Array copies = exprs;
+  copies.replaceByClone(target);  // redirects this handle; the array that `exprs` names stays as it is
+  TavArrayGuard<Array> guard(copies);
+  for (TavInt i = 0; i < exprs.getSize(); ++i) {
+    if (exprs[i] && !copies[i]) throw TavEmptyHandleException();
+  }
+  guard.release();
+  return copies;
+}

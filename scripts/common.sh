@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Shared by the scripts of this folder: sourced, not run.
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 jobs=$(nproc 2>/dev/null || getconf _NPROCESSORS_ONLN 2>/dev/null || echo 2)
@@ -50,7 +51,7 @@ need() {
       fi
     fi
   else
-    say "no apt-get here; wanted are the counterparts of these Debian packages:" $(packages_for "$@")
+    say "no apt-get here; wanted are the counterparts of these Debian packages: $(packages_for "$@" | xargs)"
   fi
   command -v cmake >/dev/null || die "cmake (3.25 or later) is needed"
   command -v ninja >/dev/null || die "ninja is needed"
@@ -62,7 +63,7 @@ build() {
   local preset=$1
   shift
   (
-    cd "$root"
+    cd "$root" || exit
     cmake --preset "$preset" "$@"
     cmake --build --preset "$preset" --parallel "$jobs"
   )

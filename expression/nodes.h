@@ -1,8 +1,13 @@
 #pragma once
 /// Class headers for authors of algorithms: everything needed to fill hooks, read operands and apply change records.
 
+#include "expression/arithmetic/min_max.h"
+#include "expression/arithmetic/power.h"
 #include "expression/arithmetic/product.h"
+#include "expression/arithmetic/square_abs_sgn.h"
 #include "expression/constraints/constraint.h"
+#include "expression/constraints/conversion.h"
+#include "expression/core/array_family.h"
 #include "expression/core/index.h"
 #include "expression/core/int_expr.h"
 #include "expression/core/int_linear.h"
@@ -12,3 +17,5 @@
 #include "expression/core/num_var.h"
 #include "expression/special/modulo.h"
 #include "expression/tavexpression.h"
+#include "expression/variables/indicator_var.h"
+#include "expression/variables/semicont_var.h"

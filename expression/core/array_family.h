@@ -42,6 +42,14 @@ inline TavEnvI* TavRequireElements(TavExtractableArray array, const char* messag
   return env;
 }
 
+/// Whether every element is integer; true without elements.
+inline bool TavAreIntegers(TavNumExprArray exprs) {
+  for (TavInt i = 0; i < exprs.getSize(); ++i) {
+    if (!exprs[i].getImpl()->isInteger()) return false;
+  }
+  return true;
+}
+
 /// Ends an array unless it is released: for an array on its way into an object.
 template <class Array>
 class TavArrayGuard {

@@ -1,0 +1,120 @@
+#include "expression/arithmetic/min_max.h"
+
+namespace {
+
+constexpr const char* kMixedMin = "TavMin: mixing mismatch Environments";
+constexpr const char* kMixedMax = "TavMax: mixing mismatch Environments";
+
+/// The node over a copy of the caller's array.
+template <class Node, class Array>
+Node* extremeOf(Array array, const char* mixed) {
+  TavEnvI* env = TavRequireElements(array, mixed);
+  return TavMakeArrayNode<Node>(env, TavCopyOfArray(array));
+}
+
+/// The number that no other one replaces.
+template <class Array, class Replaces>
+auto extremeNumber(Array numbers, const char* emptyText, Replaces replaces) {
+  if (!numbers.getImpl()) throw TavEmptyHandleException();
+  if (numbers.getSize() == 0) throw TavArrayError(emptyText);
+  auto extreme = numbers[0];
+  for (TavInt i = 0; i < numbers.getSize(); ++i) {
+    if (replaces(numbers[i], extreme)) extreme = numbers[i];
+  }
+  return extreme;
+}
+
+}  // namespace
+
+// ---- two operands
+
+TavNumExprArg TavMin(TavNumExprArg a, TavNumExprArg b) {
+  TavRequireSameEnv(a.getImpl(), b.getImpl(), kMixedMin);
+  TavEnvI* env = a.getImpl()->getEnv();
+  return TavNumExprArg(new (env) TavNumMinI(env, a.getImpl(), b.getImpl()));
+}
+
+TavNumExprArg TavMax(TavNumExprArg a, TavNumExprArg b) {
+  TavRequireSameEnv(a.getImpl(), b.getImpl(), kMixedMax);
+  TavEnvI* env = a.getImpl()->getEnv();
+  return TavNumExprArg(new (env) TavNumMaxI(env, a.getImpl(), b.getImpl()));
+}
+
+TavIntExprArg TavMin(TavIntExprArg a, TavIntExprArg b) {
+  TavRequireSameEnv(a.getImpl(), b.getImpl(), kMixedMin);
+  TavEnvI* env = a.getImpl()->getEnv();
+  return TavIntExprArg(new (env) TavIntMinI(env, a.getImpl(), b.getImpl()));
+}
+
+TavIntExprArg TavMax(TavIntExprArg a, TavIntExprArg b) {
+  TavRequireSameEnv(a.getImpl(), b.getImpl(), kMixedMax);
+  TavEnvI* env = a.getImpl()->getEnv();
+  return TavIntExprArg(new (env) TavIntMaxI(env, a.getImpl(), b.getImpl()));
+}
+
+// ---- an operand and a constant
+
+TavNumExprArg tavdetail::min(TavNumExprArg x, double c) {
+  TavEnvI* env = TavRequireEnv(x.getImpl());
+  return TavNumExprArg(new (env) TavNumMinCstI(env, x.getImpl(), c));
+}
+
+TavNumExprArg tavdetail::max(TavNumExprArg x, double c) {
+  TavEnvI* env = TavRequireEnv(x.getImpl());
+  return TavNumExprArg(new (env) TavNumMaxCstI(env, x.getImpl(), c));
+}
+
+TavIntExprArg tavdetail::min(TavIntExprArg x, TavInt c) {
+  TavEnvI* env = TavRequireEnv(x.getImpl());
+  return TavIntExprArg(new (env) TavIntMinCstI(env, x.getImpl(), c));
+}
+
+TavIntExprArg tavdetail::max(TavIntExprArg x, TavInt c) {
+  TavEnvI* env = TavRequireEnv(x.getImpl());
+  return TavIntExprArg(new (env) TavIntMaxCstI(env, x.getImpl(), c));
+}
+
+// ---- arrays of expressions
+
+TavNumExprArg TavMin(TavNumExprArray array) { return TavNumExprArg(extremeOf<TavNumMinArrayI>(array, kMixedMin)); }
+TavNumExprArg TavMax(TavNumExprArray array) { return TavNumExprArg(extremeOf<TavNumMaxArrayI>(array, kMixedMax)); }
+TavIntExprArg TavMin(TavIntExprArray array) { return TavIntExprArg(extremeOf<TavIntMinArrayI>(array, kMixedMin)); }
+TavIntExprArg TavMax(TavIntExprArray array) { return TavIntExprArg(extremeOf<TavIntMaxArrayI>(array, kMixedMax)); }
+
+TavNumExprArg TavMin(TavNumVarArray array) {
+  TavEnvI* env = TavRequireElements(array, kMixedMin);
+  return TavNumExprArg(TavMakeArrayNode<TavNumMinArrayI>(env, array.toNumExprArray()));
+}
+
+TavNumExprArg TavMax(TavNumVarArray array) {
+  TavEnvI* env = TavRequireElements(array, kMixedMax);
+  return TavNumExprArg(TavMakeArrayNode<TavNumMaxArrayI>(env, array.toNumExprArray()));
+}
+
+TavIntExprArg TavMin(TavIntVarArray array) {
+  TavEnvI* env = TavRequireElements(array, kMixedMin);
+  return TavIntExprArg(TavMakeArrayNode<TavIntMinArrayI>(env, array.toIntExprArray()));
+}
+
+TavIntExprArg TavMax(TavIntVarArray array) {
+  TavEnvI* env = TavRequireElements(array, kMixedMax);
+  return TavIntExprArg(TavMakeArrayNode<TavIntMaxArrayI>(env, array.toIntExprArray()));
+}
+
+// ---- arrays of numbers
+
+double TavMin(TavNumArray array) {
+  return extremeNumber(array, "Array of size 0 in call to TavMin", [](double v, double m) { return m > v; });
+}
+
+double TavMax(TavNumArray array) {
+  return extremeNumber(array, "Array of size 0 in call to TavMax", [](double v, double m) { return v > m; });
+}
+
+TavInt TavMin(TavIntArray array) {
+  return extremeNumber(array, "Array of size 0 in call to TavMin", [](TavInt v, TavInt m) { return v < m; });
+}
+
+TavInt TavMax(TavIntArray array) {
+  return extremeNumber(array, "Array of size 0 in call to TavMax", [](TavInt v, TavInt m) { return v > m; });
+}

@@ -1,0 +1,19 @@
+#include "expression/arithmetic/power.h"
+
+#include "expression/core/check.h"
+
+TavNumExprArg TavPower(TavNumExprArg x, TavNumExprArg y) {
+  TavRequireSameEnv(x.getImpl(), y.getImpl(), "TavPower: mixing mismatch environments");
+  TavEnvI* env = x.getImpl()->getEnv();
+  return TavNumExprArg(new (env) TavNumPowerI(env, x.getImpl(), y.getImpl()));
+}
+
+TavNumExprArg tavdetail::power(TavNumExprArg base, double exponent) {
+  TavEnvI* env = TavRequireEnv(base.getImpl());
+  return TavNumExprArg(new (env) TavNumPowerCstI(env, base.getImpl(), exponent));
+}
+
+TavNumExprArg tavdetail::power(double base, TavNumExprArg exponent) {
+  TavEnvI* env = TavRequireEnv(exponent.getImpl());
+  return TavNumExprArg(new (env) TavNumRecPowerCstI(env, exponent.getImpl(), base));
+}

@@ -1,0 +1,158 @@
+#include "expression/core/array_family.h"
+#include "expression/core/int_linear.h"
+#include "expression/core/num_linear.h"
+
+namespace {
+
+// ---- scalar products
+
+/// Throws TavEmptyHandleException for an empty handle, TavInvalidScalProdArraysException for unequal sizes.
+template <class A, class B>
+void requireSameSize(const A& a, const B& b) {
+  if (!a.getImpl() || !b.getImpl()) throw TavEmptyHandleException();
+  if (a.getSize() != b.getSize()) {
+    throw TavInvalidScalProdArraysException("TavScalProd: arrays have different size", 0);
+  }
+}
+
+void requireIn(const TavEnvI* env, const TavExtractableI* factor) {
+  if (TavRequireEnv(factor) != env) throw TavWrongUsage("TavScalProd: mixing mismatch environments", 0);
+}
+
+/// One cell per position: nothing is merged, zeros stay.
+template <class Linear, class Coefs, class Vars>
+Linear* termsOf(Coefs coefs, Vars vars) {
+  requireSameSize(coefs, vars);
+  TavEnvI* env = vars.getImpl()->getEnv();
+  for (TavInt i = 0; i < vars.getSize(); ++i) requireIn(env, vars[i].getImpl());
+  auto linear = TavMakeNode<Linear>(env, env, 0);
+  for (TavInt i = 0; i < vars.getSize(); ++i) {
+    linear->append(env->newTerm(vars[i].getImpl(), static_cast<double>(coefs[i])));
+  }
+  return linear.release();
+}
+
+/// Holds one reference on an element while an operator works on it: an uncounted linear element would be changed in
+/// place otherwise, and the array would name something else afterwards.
+class HeldElement {
+ public:
+  explicit HeldElement(TavNumExprI* node) noexcept : _node(node) {
+    if (_node) _node->retain();
+  }
+  HeldElement(const HeldElement&) = delete;
+  HeldElement& operator=(const HeldElement&) = delete;
+  ~HeldElement() {
+    if (_node) _node->lower();
+  }
+
+ private:
+  TavNumExprI* _node;
+};
+
+/// One part per position, also for a product that is linear.
+template <class Linear, class Part, class Array>
+Linear* productsOf(Array a, Array b) {
+  requireSameSize(a, b);
+  TavEnvI* env = a.getImpl()->getEnv();
+  for (TavInt i = 0; i < a.getSize(); ++i) {
+    requireIn(env, a[i].getImpl());
+    requireIn(env, b[i].getImpl());
+  }
+  auto linear = TavMakeNode<Linear>(env, env, 0);
+  for (TavInt i = 0; i < a.getSize(); ++i) {
+    HeldElement left(a[i].getImpl());
+    HeldElement right(b[i].getImpl());
+    TavNodeGuard<Part> product((a[i] * b[i]).getImpl());
+    linear->append(product.get());
+    product.release();
+  }
+  return linear.release();
+}
+
+template <class A, class B>
+double numberOf(A a, B b) {
+  requireSameSize(a, b);
+  double sum = 0.0;
+  for (TavInt i = 0; i < a.getSize(); ++i) sum += static_cast<double>(a[i]) * static_cast<double>(b[i]);
+  return sum;
+}
+
+// ---- sums
+
+/// The elements added up in place by the operator of the counted handle, whose messages a foreign element meets. A
+/// half-made sum goes with the failure.
+template <class Sum, class Array>
+auto* sumOfElements(Array array) {
+  if (!array.getImpl()) throw TavEmptyHandleException();
+  struct Local {
+    Sum sum;
+    ~Local() { sum.end(); }
+  } local{Sum(array.getEnv(), 0)};
+  for (TavInt i = 0; i < array.getSize(); ++i) {
+    HeldElement held(array[i].getImpl());
+    local.sum += array[i];
+  }
+  auto* node = local.sum.getImpl();
+  TavImplCast<TavNumExprI>(node)->lower();
+  local.sum = Sum();
+  return node;
+}
+
+}  // namespace
+
+TavNumExprArg TavScalProd(TavNumArray coefs, TavNumVarArray variables) {
+  return TavNumExprArg(termsOf<TavNumLinTermI>(coefs, variables));
+}
+TavNumExprArg TavScalProd(TavNumVarArray variables, TavNumArray coefs) { return TavScalProd(coefs, variables); }
+
+TavNumExprArg TavScalProd(TavNumArray coefs, TavIntVarArray variables) {
+  return TavNumExprArg(termsOf<TavNumLinTermI>(coefs, variables));
+}
+TavNumExprArg TavScalProd(TavIntVarArray variables, TavNumArray coefs) { return TavScalProd(coefs, variables); }
+
+TavNumExprArg TavScalProd(TavIntArray coefs, TavNumVarArray variables) {
+  return TavNumExprArg(termsOf<TavNumLinTermI>(coefs, variables));
+}
+TavNumExprArg TavScalProd(TavNumVarArray variables, TavIntArray coefs) { return TavScalProd(coefs, variables); }
+
+TavIntExprArg TavScalProd(TavIntArray coefs, TavIntVarArray variables) {
+  return TavIntExprArg(termsOf<TavIntLinTermI>(coefs, variables));
+}
+TavIntExprArg TavScalProd(TavIntVarArray variables, TavIntArray coefs) { return TavScalProd(coefs, variables); }
+
+TavNumExprArg TavScalProd(TavNumExprArray a, TavNumExprArray b) {
+  return TavNumExprArg(productsOf<TavNumLinTermI, TavNumExprI>(a, b));
+}
+TavIntExprArg TavScalProd(TavIntExprArray a, TavIntExprArray b) {
+  return TavIntExprArg(productsOf<TavIntLinTermI, TavIntExprI>(a, b));
+}
+
+double TavScalProd(TavNumArray a, TavNumArray b) { return numberOf(a, b); }
+double TavScalProd(TavIntArray a, TavNumArray b) { return numberOf(a, b); }
+double TavScalProd(TavNumArray a, TavIntArray b) { return numberOf(a, b); }
+
+TavInt TavScalProd(TavIntArray a, TavIntArray b) {
+  requireSameSize(a, b);
+  TavInt sum = 0;
+  for (TavInt i = 0; i < a.getSize(); ++i) sum = TavWrapAdd(sum, TavWrapMul(a[i], b[i]));
+  return sum;
+}
+
+TavNumExprArg TavSum(TavNumExprArray array) { return TavNumExprArg(sumOfElements<TavExpr>(array)); }
+TavNumExprArg TavSum(TavNumVarArray array) { return TavNumExprArg(sumOfElements<TavExpr>(array)); }
+TavIntExprArg TavSum(TavIntExprArray array) { return TavIntExprArg(sumOfElements<TavIntExpr>(array)); }
+TavIntExprArg TavSum(TavIntVarArray array) { return TavIntExprArg(sumOfElements<TavIntExpr>(array)); }
+
+double TavSum(TavNumArray array) {
+  if (!array.getImpl()) throw TavEmptyHandleException();
+  double sum = 0.0;
+  for (TavInt i = 0; i < array.getSize(); ++i) sum += array[i];
+  return sum;
+}
+
+TavInt TavSum(TavIntArray array) {
+  if (!array.getImpl()) throw TavEmptyHandleException();
+  TavInt sum = 0;
+  for (TavInt i = 0; i < array.getSize(); ++i) sum = TavWrapAdd(sum, array[i]);
+  return sum;
+}

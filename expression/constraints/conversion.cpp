@@ -1,0 +1,97 @@
+#include "expression/constraints/conversion.h"
+
+#include <algorithm>
+#include <exception>
+#include <ostream>
+
+#include "expression/core/array_family.h"
+#include "expression/core/num_var.h"
+
+namespace {
+
+/// The conversion of a copy of the caller's array, in the array's environment.
+template <class Array>
+TavConversionI* conversionOf(Array variables, TavNumVar::Type type, const char* name) {
+  if (!variables.getImpl()) throw TavEmptyHandleException();
+  const TavNumVarArray vars(TavCopyOfArray(variables).getImpl());
+  return TavMakeArrayNode<TavConversionI>(vars.getImpl()->getEnv(), vars, type, name);
+}
+
+}  // namespace
+
+// ---- node
+
+TavConversionI::TavConversionI(TavEnvI* env, TavNumVar var, TavNumVar::Type type, const char* name)
+    : TavNode(env, name), _vars(TavEnv(env), TavInt{1}), _type(type) {
+  _vars.set(0, var);
+}
+
+template <class IsGone>
+void TavConversionI::removeVars(IsGone isGone) {
+  std::exception_ptr failure;
+  // A listener may take variables out itself, hence the minimum.
+  for (TavInt i = _vars.getSize() - 1; i >= 0; i = std::min(i, _vars.getSize()) - 1) {
+    TavNumVarI* var = _vars[i].getImpl();
+    if (!isGone(var)) continue;
+    _vars.remove(i);
+    try {
+      notify(TavConversionRemoveVar(var, this));
+    } catch (...) {
+      if (!failure) failure = std::current_exception();
+    }
+  }
+  if (failure) std::rethrow_exception(failure);
+}
+
+void TavConversionI::removeVar(TavNumVar var) {
+  removeVars([gone = var.getImpl()](const TavNumVarI* v) { return v == gone; });
+}
+
+void TavConversionI::atRemove(TavExtractableI* removed, void*) {
+  removeVars([removed](const TavNumVarI* v) { return v && (v == removed || v->getEnv()->isRemoved(v)); });
+}
+
+void TavConversionI::visitSubExtractables(TavExtractableVisitor* visitor) {
+  visitor->beginVisit(this);
+  visitor->visitArray(this, _vars);
+  visitor->endVisit(this);
+}
+
+TavExtractableI* TavConversionI::makeClone(TavEnvI* target) const {
+  TavNumVarArray vars = _vars;
+  vars.replaceByClone(target);  // redirects this handle alone
+  return TavMakeArrayNode<TavConversionI>(target, vars, _type, static_cast<const char*>(nullptr));
+}
+
+void TavConversionI::display(std::ostream& os) const {
+  os << "TavConversionI (";
+  if (getName()) {
+    os << getName();
+  } else {
+    os << getId();
+  }
+  os << ")\n  vars " << _vars << "\n  type " << static_cast<int>(_type) << "\n";
+}
+
+void TavConversionRemoveVar::visitChange(TavEnvI*, TavExtractableI*, TavChangeVisitor* visitor) const {
+  visitor->visitChild(_conversion, _var);
+}
+
+// ---- handle
+
+// kept: none of the three uses the environment that it is given
+TavConversion::TavConversion(TavEnv, TavNumVar variable, TavNumVar::Type type, const char* name) {
+  TavEnvI* env = TavRequireEnv(variable.getImpl());
+  *this = TavConversion(new (env) TavConversionI(env, variable, type, name));
+}
+
+TavConversion::TavConversion(TavEnv, TavNumVarArray variables, TavNumVar::Type type, const char* name)
+    : TavConversion(conversionOf(variables, type, name)) {}
+
+TavConversion::TavConversion(TavEnv, TavIntVarArray variables, TavNumVar::Type type, const char* name)
+    : TavConversion(conversionOf(variables, type, name)) {}
+
+void TavConversion::removeVar(TavNumVar variable) const {
+  if (!_impl || !variable) throw TavEmptyHandleException();
+  getImpl()->removeVar(variable);
+}

@@ -1,0 +1,55 @@
+#pragma once
+/// Class header for authors of algorithms: the conversion of variables and the record of a variable that leaves it.
+
+#include "expression/core/node.h"
+#include "expression/tavexpression.h"
+
+/// Variables and the type that an algorithm is to give them. It has no value and leaves the variables as they are.
+class TavConversionI final : public TavNode<TavConversionI, TavExtractableI> {
+ public:
+  static constexpr const char* kTypeName = "TavConversionI";
+
+  /// Takes over a fresh array that nobody else names.
+  TavConversionI(TavEnvI* env, TavNumVarArray vars, TavNumVar::Type type, const char* name)
+      : TavNode(env, name), _vars(vars), _type(type) {}
+  TavConversionI(TavEnvI* env, TavNumVar var, TavNumVar::Type type, const char* name);
+  ~TavConversionI() override { _vars.end(); }
+
+  TavNumVarArray getVars() const noexcept { return _vars; }
+  TavNumVar::Type getType() const noexcept { return _type; }
+
+  /// Takes every occurrence of the variable out, last first, and reports each. A listener that throws stops neither:
+  /// the first failure goes on afterwards.
+  void removeVar(TavNumVar var);
+
+  /// The same for all variables that are being removed.
+  void atRemove(TavExtractableI* removed, void* data) override;
+  void visitSubExtractables(TavExtractableVisitor* visitor) override;
+  /// An unnamed conversion of the variables' clones, as `target` has them registered.
+  TavExtractableI* makeClone(TavEnvI* target) const override;
+  void display(std::ostream& os) const override;
+
+ private:
+  template <class IsGone>
+  void removeVars(IsGone isGone);
+
+  TavNumVarArray _vars;
+  TavNumVar::Type _type;
+};
+
+/// A variable has left a conversion.
+class TavConversionRemoveVar final : public TavChangeRecord<TavConversionRemoveVar> {
+ public:
+  static constexpr const char* kTypeName = "TavConversionRemoveVar";
+
+  TavConversionRemoveVar(TavNumVarI* var, TavConversionI* conversion)
+      : TavChangeRecord(conversion), _var(var), _conversion(conversion) {}
+
+  TavNumVarI* getVar() const noexcept { return _var; }
+  TavConversionI* getConversion() const noexcept { return _conversion; }
+  void visitChange(TavEnvI* env, TavExtractableI* object, TavChangeVisitor* visitor) const override;
+
+ private:
+  TavNumVarI* _var;
+  TavConversionI* _conversion;
+};

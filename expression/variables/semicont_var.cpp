@@ -1,0 +1,95 @@
+#include "expression/variables/semicont_var.h"
+
+#include <ostream>
+
+#include "expression/core/check.h"
+#include "expression/variables/bulk.h"
+
+// ---- node
+
+void TavSemiContVarI::setBd(double threshold) {
+  if (threshold == _threshold) return;
+  const double old = _threshold;
+  _threshold = threshold;
+  notify(TavSetSemiContBound(this, old, threshold));
+}
+
+TavExtractableI* TavSemiContVarI::makeClone(TavEnvI* target) const {
+  return new (target) TavSemiContVarI(target, _threshold, nullptr);  // kept: no domain, no name
+}
+
+void TavSemiContVarI::display(std::ostream& os) const {
+  os << "TavSemiContI (";
+  if (getName()) {
+    os << getName();
+  } else {
+    os << getId();
+  }
+  os << ")\n";
+  TavNumVarI::display(os);
+  os << "  _threshold " << _threshold << "\n";
+}
+
+// ---- handle
+
+TavSemiContVar::TavSemiContVar(TavEnv env, double sclb, double ub, Type type, const char* name)
+    : TavSemiContVar(new (env.getImpl()) TavSemiContVarI(env.getImpl(), type, 0.0, ub, sclb, name)) {}
+
+TavSemiContVar::TavSemiContVar(const TavAddNumVar& column, double sclb, double ub, Type type, const char* name)
+    : TavSemiContVar(TavEnv(column.getEnv()), sclb, ub, type, name) {
+  column.install(getImpl());
+}
+
+double TavSemiContVar::getSemiContinuousLb() const { return getImpl()->getThreshold(); }
+void TavSemiContVar::setSemiContinuousLb(double sclb) const { getImpl()->setBd(sclb); }
+
+TavSemiContVar TavSemiContVar::getClone() const { return getClone(getEnv()); }
+
+TavSemiContVar TavSemiContVar::getClone(TavEnv env) const {
+  return TavSemiContVar(static_cast<TavSemiContVarI*>(env.getImpl()->getClone(getImpl())));
+}
+
+void TavSemiContVar::setClone(TavSemiContVar clone) const { setClone(clone, getEnv()); }
+
+void TavSemiContVar::setClone(TavSemiContVar clone, TavEnv env) const {
+  TavRequireEnv(getImpl());
+  env.getImpl()->setClone(getImpl(), clone.getImpl());
+}
+
+// ---- array
+
+TavSemiContVarArray::TavSemiContVarArray(TavEnv env, TavInt n, double sclb, double ub, Type type) {
+  *this = TavMakeVars<TavSemiContVarArray>(env, n, [&, domains = TavDomainCache(env, type)](TavInt) mutable {
+    return TavSemiContVar(new (env.getImpl()) TavSemiContVarI(env.getImpl(), domains.find(0.0, ub), sclb, nullptr));
+  });
+}
+
+TavSemiContVarArray::TavSemiContVarArray(TavEnv env, TavNumArray sclbs, TavNumArray ubs, Type type) {
+  TavRequireArrays(sclbs, ubs);
+  *this = TavMakeVars<TavSemiContVarArray>(
+      env, sclbs.getSize(), [&, domains = TavDomainCache(env, type)](TavInt i) mutable {
+        TavVarDomainI* domain = domains.find(0.0, ubs[i]);
+        return TavSemiContVar(new (env.getImpl()) TavSemiContVarI(env.getImpl(), domain, sclbs[i], nullptr));
+      });
+}
+
+TavSemiContVarArray::TavSemiContVarArray(TavEnv env, TavNumColumnArray columns, TavNumArray sclbs, TavNumArray ubs,
+                                         Type type) {
+  TavRequireArrays(columns, sclbs, ubs);
+  *this = TavMakeVarsByColumns<TavSemiContVarArray>(env, columns, [&](const TavAddNumVar& column, TavInt i) {
+    return TavSemiContVar(column, sclbs[i], ubs[i], type);
+  });
+}
+
+const tavdetail::CountTexts tavdetail::kSemiContVarArrayTexts = {{
+    "TavSemiContVarArray::TavSemiContVarArray: n !=1",
+    "TavSemiContVarArray::TavSemiContVarArray: n !=2",
+    "TavSemiContVarArray::TavSemiContVarArray: n !=3",
+    "TavSemiContVarArray::TavSemiContVarArray: n !=4",
+    "TavSemiContVarArray::TavSemiContVarArray: n !=5",
+    "TavSemiContVarArray::TavSemiContVarArray: n !=6",
+    "TavSemiContVarArray::TavSemiContVarArray: n !=7",
+    "TavSemiContVarArray::TavSemiContVarArray: n !=8",
+    "TavSemiContVarArray::TavSemiContVarArray: n !=9",
+    "TavSemiContVarArray::TavSemiContVarArray: n !=10",
+}};

@@ -1,0 +1,202 @@
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <random>
+#include <sstream>
+
+#include "tests/host/objects.h"
+
+namespace {
+
+class Arrays : public ::testing::Test {
+ protected:
+  ~Arrays() override { env.end(); }
+  template <class T>
+  static std::string print(const T& object) {
+    std::ostringstream os;
+    os << object;
+    return os.str();
+  }
+  static std::string print(const TavVarDomainI* domain) {
+    std::ostringstream os;
+    domain->display(os);
+    return os.str();
+  }
+  static std::vector<TavInt> contents(TavIntArray array) {
+    std::vector<TavInt> words;
+    for (TavInt i = 0; i < array.getSize(); ++i) words.push_back(array[i]);
+    return words;
+  }
+  TavEnv env;
+};
+
+TEST_F(Arrays, FollowAPlainVectorThroughRandomEdits) {
+  std::mt19937 random(7);
+  TavIntArray array(env);
+  std::vector<TavInt> model;
+  const auto below = [&random](std::size_t n) { return static_cast<TavInt>(random() % n); };
+  for (int step = 0; step < 400; ++step) {
+    const TavInt size = array.getSize();
+    switch (random() % 4) {
+      case 0:
+        for (TavInt n = below(300); n > 0; --n) {
+          array.add(n);
+          model.push_back(n);
+        }
+        break;
+      case 1:
+        if (size > 4000) break;
+        array.getImpl()->addArray(array.getImpl());
+        model.insert(model.end(), model.begin(), model.begin() + size);
+        break;
+      case 2:
+        if (size > 0) {
+          const TavInt first = below(model.size());
+          const TavInt count = below(model.size() - static_cast<std::size_t>(first)) + 1;
+          array.remove(first, count);
+          model.erase(model.begin() + first, model.begin() + first + count);
+        }
+        break;
+      default:
+        if (size > 0) {  // the word to add lies in the block that may move
+          const TavInt i = below(model.size());
+          array.getImpl()->add(array.getImpl()->at(i));
+          model.push_back(model[static_cast<std::size_t>(i)]);
+        }
+    }
+    ASSERT_EQ(contents(array), model) << step;
+  }
+  TavArrayI* copy = new (array.getImpl()->getMemory()) TavArrayI(array.getImpl()->getMemory(), array.getImpl());
+  array.add(1);
+  EXPECT_EQ(contents(TavIntArray(copy)), model);
+  array.end();
+  EXPECT_EQ(array.getImpl(), nullptr);
+}
+
+TEST_F(Arrays, StartWithZerosAndKeepTheirPlaceOnceTheyHaveSeveralBlocks) {
+  TavNumArray array(env, 1500);
+  for (TavInt i = 0; i < 1500; ++i) ASSERT_EQ(array[i], 0.0);
+  array[1] = 5.0;
+  const void* place = array.getImpl()->at(1);
+  for (TavInt i = 0; i < 5000; ++i) array.add(1.0);
+  EXPECT_EQ(array.getImpl()->at(1), place);
+  EXPECT_EQ(array[1], 5.0);
+  EXPECT_EQ(TavExtractableArray(env, 2)[1].getImpl(), nullptr);
+}
+
+TEST_F(Arrays, GiveTheirMemoryBack) {
+  TavMemory* memory = env.getImpl()->getMemory();
+  const TavInt used = memory->usedBytes();
+  for (const TavInt size : {0, 1, 1024, 1025, 10000}) {
+    TavIntArray array(env, size);
+    EXPECT_GT(memory->usedBytes(), used);
+    array.end();
+    EXPECT_EQ(memory->usedBytes(), used) << size;
+  }
+}
+
+TEST_F(Arrays, PrintWithALineBreakAfterEveryTenth) {
+  TavIntArray array(env);
+  EXPECT_EQ(print(array), "[]");
+  for (TavInt i = 1; i <= 10; ++i) array.add(i);
+  EXPECT_EQ(print(array), "[1, 2, 3, 4, 5, 6, 7, 8, 9, 10]");
+  for (TavInt i = 11; i <= 21; ++i) array.add(i);
+  EXPECT_EQ(print(array), "[1, 2, 3, 4, 5, 6, 7, 8, 9, 10,\n11, 12, 13, 14, 15, 16, 17, 18, 19, 20,\n21]");
+  array.remove(2, 19);
+  array[1] = -7;
+  EXPECT_EQ(print(array.toNumArray()), "[1, -7]");
+  TavExtractableArray objects(env, 1);
+  objects.add(TavExtractable(makeObject(env)));
+  EXPECT_EQ(print(objects), "[, TavExtractableI(0)]");
+}
+
+TEST_F(Arrays, DropMarkedObjectsAndFollowClones) {
+  TestObject* a = makeObject(env);
+  TestObject* b = makeObject(env);
+  TavExtractableArray array(env);
+  for (TestObject* element : {a, b, a}) array.add(TavExtractable(element));
+  array.add(TavExtractable());
+  const TavExtractableArray before = array;
+  env.getImpl()->setClone(a, b);
+  array.replaceByClone(env.getImpl());
+  EXPECT_EQ(before[0].getImpl(), a);
+  EXPECT_EQ(array.getSize(), 4);
+  EXPECT_EQ(array[0].getImpl(), b);
+  EXPECT_EQ(array[1].getImpl(), nullptr);
+  env.getImpl()->markRemoved(a);
+  array = before;
+  array.removeMarked(env.getImpl());
+  ASSERT_EQ(array.getSize(), 2);
+  EXPECT_EQ(array[0].getImpl(), b);
+}
+
+TEST_F(Arrays, DomainsAreSharedByTheBitsOfTheirBounds) {
+  TavEnvI* e = env.getImpl();
+  constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+  TavVarDomainI* domain = e->getOrMakeSharedDomain(0.0, 5.0);
+  EXPECT_TRUE(domain->isShared());
+  EXPECT_EQ(e->getOrMakeSharedDomain(0.0, 5.0), domain);
+  EXPECT_EQ(e->getOrMakeSharedDomain(TavNumRange(env, 0.0, 5.0).getImpl()), domain);
+  EXPECT_NE(e->getOrMakeSharedDomain(TavInt{0}, TavInt{5}), domain);
+  EXPECT_EQ(e->getOrMakeSharedDomain(TavInt{0}, TavInt{5}), e->getOrMakeSharedDomain(TavIntRange(env, 0, 5).getImpl()));
+  EXPECT_EQ(e->getOrMakeSharedDomain(TavInt{0}, TavInt{1})->getType(), TavNumVarKind::Int);
+  EXPECT_NE(e->getOrMakeSharedDomain(-0.0, 5.0), domain);
+  EXPECT_TRUE(std::signbit(e->getOrMakeSharedDomain(-0.0, 5.0)->getLB()));
+  EXPECT_EQ(e->getOrMakeSharedDomain(kNaN, 5.0), e->getOrMakeSharedDomain(kNaN, 5.0));
+  domain->setUB(9.0);  // an edit in place: the key lies from now on
+  TavVarDomainI* fresh = e->getOrMakeSharedDomain(0.0, 5.0);
+  EXPECT_NE(fresh, domain);
+  EXPECT_EQ(fresh->getUB(), 5.0);
+  EXPECT_EQ(domain->getUB(), 9.0);
+  EXPECT_EQ(e->getOrMakeSharedDomain(0.0, 5.0), fresh);
+}
+
+TEST_F(Arrays, CopiesOfDomainsArePrivateAndKeepKindBoundsAndValues) {
+  TavEnv other;
+  TavEnvI* e = env.getImpl();
+  TavNumArray nums(env);
+  for (const double v : {3.5, -1.0, 2.0}) nums.add(v);
+  TavIntArray ints(env);
+  for (const TavInt v : {7, 4}) ints.add(v);
+  TavIntArray any(env, 2);
+  struct Case {
+    TavVarDomainI* domain;
+    const char* text;
+    TavNumVarKind::Type type;
+    bool enumerated, any;
+    TavInt size;
+    double inside, outside;
+  };
+  const Case kCases[] = {
+      {e->getOrMakeSharedDomain(-1.5, 2.0), "[-1.5 .. 2] ", TavNumVarKind::Float, false, false, -1, 0.5, 2.5},
+      {e->getOrMakeSharedDomain(TavInt{1}, TavInt{3}), "[1 .. 3] ", TavNumVarKind::Int, false, false, 3, 2, 2.5},
+      {new (e) TavBoolVarDomainI(0, 1), "[0 .. 1] ", TavNumVarKind::Bool, false, false, 2, 1, 2},
+      {new (e) TavNumVarDomainI(nums), "{3.5, -1, 2} ", TavNumVarKind::Float, true, false, 3, 3.5, 3},
+      {new (e) TavIntVarDomainI(ints, 0), "{7, 4} ", TavNumVarKind::Int, true, false, 2, 7, 5},
+      {new (e) TavIntVarDomainI(any, 1), "{0, 0} ", TavNumVarKind::Int, true, true, 2, 0, 1}};
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(c.text);
+    TavVarDomainI* copy = c.domain->makeCopy(other.getImpl());
+    EXPECT_FALSE(copy->isShared());
+    EXPECT_EQ(TavMemory::of(copy), other.getImpl()->getMemory());
+    for (const TavVarDomainI* domain :
+         {static_cast<const TavVarDomainI*>(copy), static_cast<const TavVarDomainI*>(c.domain)}) {
+      EXPECT_EQ(print(domain), c.text);
+      EXPECT_EQ(domain->getType(), c.type);
+      EXPECT_EQ(domain->isEnumerated(), c.enumerated);
+      EXPECT_EQ(domain->isAnyDomain(), c.any);
+      EXPECT_EQ(domain->getSize(), c.size);
+      EXPECT_TRUE(domain->contains(c.inside));
+      EXPECT_FALSE(domain->contains(c.outside));
+    }
+    copy->setLB(-99.0);
+    EXPECT_NE(c.domain->getLB(), -99.0);
+    copy->end(other.getImpl());
+  }
+  EXPECT_EQ(other.getImpl()->getMemory()->usedBytes(), 0);
+  EXPECT_EQ(kCases[3].domain->getLB(), -1.0);
+  EXPECT_EQ(kCases[3].domain->getUB(), 3.5);
+  other.end();
+}
+
+}  // namespace

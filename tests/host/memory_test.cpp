@@ -1,0 +1,119 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "tests/host/objects.h"
+
+namespace {
+
+TEST(Memory, SizeClassesRoundUpToEightAndStopAtThePooledSizes) {
+#ifdef TAV_PLAIN_ALLOC
+  EXPECT_EQ(TavMemory::getIndex(8), -1);
+#else
+  const std::pair<TavInt, TavInt> kCases[] = {{0, 0}, {1, 1}, {8, 1}, {9, 2}, {24, 3}, {128, 16}, {129, 17}};
+  for (const auto& [bytes, index] : kCases) EXPECT_EQ(TavMemory::getIndex(bytes), index) << bytes;
+  EXPECT_EQ(TavMemory::getIndex(TavInt{1} << 20), -1);
+#endif
+}
+
+TEST(Memory, BlocksOfEverySizeAreAlignedApartOwnedAndGivenBack) {
+  TavMemory memory(nullptr);
+  struct Block {
+    unsigned char* at;
+    std::size_t bytes;
+  };
+  std::vector<Block> blocks;
+  for (int round = 0; round < 40; ++round) {  // enough of the middle sizes to fill more than one chunk
+    for (std::size_t bytes = 1; bytes <= 300; ++bytes) {
+      auto* at = static_cast<unsigned char*>(memory.alloc(bytes));
+      ASSERT_EQ(reinterpret_cast<std::uintptr_t>(at) % (bytes % 16 == 0 ? 16 : 8), 0u) << bytes;
+      ASSERT_EQ(TavMemory::of(at), &memory);
+      ASSERT_GE(TavMemory::sizeOf(at), bytes);
+      std::memset(at, static_cast<int>(bytes % 251), bytes);
+      blocks.push_back({at, bytes});
+    }
+  }
+  for (const Block& block : blocks) {
+    const auto expected = static_cast<unsigned char>(block.bytes % 251);
+    ASSERT_TRUE(std::all_of(block.at, block.at + block.bytes, [&](unsigned char c) { return c == expected; }));
+    memory.dealloc(block.at, block.bytes);
+  }
+  EXPECT_EQ(memory.usedBytes(), 0);
+}
+
+TEST(Memory, LargeBlocksKnowTheirOwnerAndGoAtOnce) {
+  TavMemory memory(nullptr);
+  for (const std::size_t bytes : {std::size_t{65536}, std::size_t{1} << 22}) {
+    void* block = memory.alloc(bytes);
+    std::memset(block, 1, bytes);
+    EXPECT_EQ(TavMemory::of(block), &memory);
+    EXPECT_GE(memory.usedBytes(), static_cast<TavInt>(bytes));
+    memory.dealloc(block, bytes);
+    EXPECT_EQ(memory.usedBytes(), 0);
+  }
+}
+
+#ifndef TAV_PLAIN_ALLOC
+TEST(Memory, AFreedBlockServesTheNextRequestOfItsClassAlone) {
+  TavMemory memory(nullptr);
+  void* block = memory.alloc(40);
+  memory.dealloc(block, 40);
+  EXPECT_NE(memory.alloc(48), block);
+  EXPECT_EQ(memory.alloc(33), block);
+}
+#endif
+
+TEST(Memory, StorageKeepsItsContentWhenItIsResized) {
+  TavMemory memory(nullptr);
+  auto* storage = static_cast<int*>(memory.resizeStorage(nullptr, 0, 8 * sizeof(int)));
+  for (int i = 0; i < 8; ++i) storage[i] = i;
+  storage = static_cast<int*>(memory.resizeStorage(storage, 8 * sizeof(int), 4000 * sizeof(int)));
+  for (int i = 0; i < 8; ++i) EXPECT_EQ(storage[i], i);
+  EXPECT_EQ(memory.usedBytes(), 4000 * TavInt{sizeof(int)});
+  EXPECT_EQ(memory.resizeStorage(storage, 4000 * sizeof(int), 0), nullptr);
+  EXPECT_EQ(memory.usedBytes(), 0);
+}
+
+TEST(Memory, AllocationListsGiveAlignedBytesAndStartAfresh) {
+  TavAllocationList list;
+  for (int round = 0; round < 2; ++round) {
+    for (const TavInt bytes : {1, 16, 100, 4096, 5000, 100000, 3}) {
+      void* at = list.alloc(bytes);
+      EXPECT_EQ(reinterpret_cast<std::uintptr_t>(at) % 16, 0u);
+      std::memset(at, 7, static_cast<std::size_t>(bytes));
+    }
+    list.reset();
+  }
+}
+
+TEST(Memory, NodesGoToTheSeparateAllocatorAndBackToIt) {
+  TavEnv env;
+  TavMemory nodes(env.getImpl());
+  env.getImpl()->nodeAllocator = &nodes;
+  auto* apart = new (env.getImpl()) TestObject(env.getImpl(), nullptr);
+  EXPECT_EQ(TavMemory::of(apart), &nodes);
+  TavIntArray array(env, 3);
+  EXPECT_EQ(TavMemory::of(array.getImpl()), env.getImpl()->getMemory());
+  env.getImpl()->nodeAllocator = nullptr;  // blocks find their own way home
+  auto* inside = new (env.getImpl()) TestObject(env.getImpl(), nullptr);
+  EXPECT_EQ(TavMemory::of(inside), env.getImpl()->getMemory());
+  env.getImpl()->destroy(apart, 0);
+  EXPECT_EQ(nodes.usedBytes(), 0);
+  env.end();
+}
+
+TEST(Memory, AThrowingConstructorGivesItsBlockAndIdentifierBack) {
+  struct Throwing final : TestObject {
+    explicit Throwing(TavEnvI* env) : TestObject(env, "half made") { throw 1; }
+  };
+  TavEnv env;
+  const TavInt used = env.getImpl()->getMemory()->usedBytes();
+  EXPECT_THROW(new (env.getImpl()) Throwing(env.getImpl()), int);
+  EXPECT_EQ(env.getImpl()->liveObjectCount(), 0);
+  EXPECT_EQ(env.getImpl()->getMemory()->usedBytes(), used);
+  env.end();
+}
+
+}  // namespace

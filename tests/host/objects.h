@@ -1,0 +1,74 @@
+#pragma once
+/// What the host's tests use in place of expression classes.
+
+#include <string>
+#include <vector>
+
+#include "host/tavhost.h"
+
+/// A model object that owns memory of its own, has children, and counts destructions.
+class TestObject : public TavExtractableI {
+ public:
+  TestObject(TavEnvI* env, const char* name, std::vector<TavExtractableI*> operands = {})
+      : TavExtractableI(env, name), text(100, 'x'), children(std::move(operands)) {}
+  ~TestObject() override {
+    if (destroyed) ++*destroyed;
+    if (next) getEnv()->destroy(next, 0);
+  }
+  void visitSubExtractables(TavExtractableVisitor* visitor) override {
+    visitor->beginVisit(this);
+    for (TavExtractableI* child : children) visitor->visitChild(this, child);
+    visitor->endVisit(this);
+  }
+  TavExtractableI* makeClone(TavEnvI* target) const override {
+    ++clones;
+    std::vector<TavExtractableI*> copies;
+    for (TavExtractableI* child : children) copies.push_back(getEnv()->getClone(child));
+    return new (target) TestObject(target, getName(), copies);
+  }
+  void atRemove(TavExtractableI* removed, void*) override {
+    removals.push_back(removed);
+    if (throwsAtRemove) throw TavException("refused");
+  }
+
+  std::string text;
+  std::vector<TavExtractableI*> children;
+  std::vector<TavExtractableI*> removals;
+  bool throwsAtRemove = false;
+  mutable int clones = 0;
+  /// Counts destructors, when set.
+  int* destroyed = nullptr;
+  /// Destroyed by this object's destructor, when set.
+  TestObject* next = nullptr;
+};
+
+inline TestObject* makeObject(TavEnv env, const char* name = nullptr, std::vector<TavExtractableI*> children = {}) {
+  return new (env.getImpl()) TestObject(env.getImpl(), name, std::move(children));
+}
+
+class TestChange final : public TavTyped<TestChange, TavChange> {
+ public:
+  using TavTyped::TavTyped;
+  static constexpr const char* kTypeName = "TestChange";
+  void applyToCP(TavAlgorithm, void*) const override { ++applied; }
+  mutable int applied = 0;
+};
+
+/// Hears of the objects in `extracted`.
+class TestAlgorithm : public TavAlgorithmI {
+ public:
+  explicit TestAlgorithm(TavEnv env) : TavAlgorithmI(env.getImpl()) {}
+  double getValue(const TavNumVarI*) const override { return 0.0; }
+  bool hasExtracted(const TavExtractableI* object) const override { return object == extracted; }
+  void change(const TavChange& change) override {
+    ++changes;
+    TavAlgorithmI::change(change);
+    if (failure) throw TavException(failure);
+  }
+  void forget(TavExtractableI* object) override { forgotten.push_back(object); }
+
+  TavExtractableI* extracted = nullptr;
+  const char* failure = nullptr;
+  int changes = 0;
+  std::vector<TavExtractableI*> forgotten;
+};

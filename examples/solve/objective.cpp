@@ -1,0 +1,21 @@
+#include "objective.h"
+
+#include <ostream>
+
+namespace tavsolve {
+
+void ObjectiveI::visitSubExtractables(TavExtractableVisitor* visitor) {
+  visitor->beginVisit(this);
+  visitor->visitChild(this, TavExtractable(_sum).getImpl());
+  visitor->endVisit(this);
+}
+
+void ObjectiveI::display(std::ostream& os) const {
+  if (getEnv()->librarySyntaxDisplay) {
+    os << (_maximise ? "TavMaximize(" : "TavMinimize(") << _sum << ") ";
+  } else {
+    os << (_maximise ? "maximize " : "minimize ") << _sum;
+  }
+}
+
+}  // namespace tavsolve

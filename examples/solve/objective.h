@@ -1,0 +1,32 @@
+#pragma once
+/// What is minimised or maximised.
+
+#include "expression/nodes.h"
+#include "expression/tavexpression.h"
+
+namespace tavsolve {
+
+class ObjectiveI final : public TavNode<ObjectiveI, TavExtractableI> {
+ public:
+  static constexpr const char* kTypeName = "ObjectiveI";
+
+  /// Takes over the reference that `sum` holds.
+  ObjectiveI(TavEnvI* env, TavExpr sum, bool maximise, const char* name)
+      : TavNode(env, name), _sum(sum), _maximise(maximise) {}
+  ~ObjectiveI() override { _sum.end(); }
+
+  TavExpr getSum() const { return _sum; }
+  bool isMaximised() const { return _maximise; }
+  /// Nobody else holds the sum, so it is edited in place and the algorithms that have extracted it are told.
+  void setCoef(TavNumVar variable, double coef) { _sum.setLinearCoef(variable, coef); }
+
+  void visitSubExtractables(TavExtractableVisitor* visitor) override;
+  /// "TavMinimize(sum) " or "minimize sum"; "Maximize" alike.
+  void display(std::ostream& os) const override;
+
+ private:
+  TavExpr _sum;
+  bool _maximise;
+};
+
+}  // namespace tavsolve

@@ -1,0 +1,32 @@
+#pragma once
+/// The command line.
+
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "edits.h"
+
+namespace tavsolve {
+
+enum class PrintForm { None, Plain, Library };
+
+struct Options {
+  std::string file;
+  std::vector<Edit> edits;
+  PrintForm print = PrintForm::None;
+  double seconds = std::numeric_limits<double>::infinity();
+  bool relax = false;
+  bool check = false;
+  bool asWritten = false;
+  bool quiet = false;
+  bool help = false;
+};
+
+/// Reads the command line. Throws InputError.
+Options parseOptions(int argc, const char* const* argv);
+
+/// The text of `--help`.
+extern const char* const kHelp;
+
+}  // namespace tavsolve

@@ -1,0 +1,33 @@
+#pragma once
+/// A row: lb <= linear sum <= ub. The library knows constraints in general; this is a concrete kind of our own.
+
+#include "expression/nodes.h"
+#include "expression/tavexpression.h"
+
+namespace tavsolve {
+
+class RangeConstraintI final : public TavNode<RangeConstraintI, TavConstraintI> {
+ public:
+  static constexpr const char* kTypeName = "RangeConstraintI";
+
+  /// Takes over the reference that `sum` holds. An infinite bound is no bound.
+  RangeConstraintI(TavEnvI* env, double lb, TavExpr sum, double ub, const char* name)
+      : TavNode(env, name), _lb(lb), _ub(ub), _sum(sum) {}
+  ~RangeConstraintI() override { _sum.end(); }
+
+  double getLB() const { return _lb; }
+  double getUB() const { return _ub; }
+  TavExpr getSum() const { return _sum; }
+  /// Nobody else holds the sum, so it is edited in place and the algorithms that have extracted it are told.
+  void setCoef(TavNumVar variable, double coef) { _sum.setLinearCoef(variable, coef); }
+
+  void visitSubExtractables(TavExtractableVisitor* visitor) override;
+  /// "TavRange(lb, sum, ub) " or the inequality itself.
+  void display(std::ostream& os) const override;
+
+ private:
+  double _lb, _ub;
+  TavExpr _sum;
+};
+
+}  // namespace tavsolve

@@ -1,9 +1,41 @@
 #include "expression/core/index.h"
 #include "expression/core/num_linear.h"
+#include "expression/special/element.h"
+#include "expression/special/sub_map.h"
+
+namespace {
+
+/// The index of an element node, or the indexer of a sub-map node; null for every other.
+const TavIntExprI* positionOf(const TavNumExprI* part) {
+  const TavTypeInfo type = part->getTypeInfo();
+  if (type == TavNumArrayElementI::GetTypeInfo()) return static_cast<const TavNumArrayElementI*>(part)->getIndex();
+  if (type == TavNumExprArrayElementI::GetTypeInfo()) {
+    return static_cast<const TavNumExprArrayElementI*>(part)->getIndex();
+  }
+  if (type == TavIntArrayElementI::GetTypeInfo()) {
+    const auto* integer = static_cast<const TavIntExprI*>(part);
+    return static_cast<const TavIntArrayElementI*>(integer)->getIndex();
+  }
+  if (type == TavIntExprArrayElementI::GetTypeInfo()) {
+    const auto* integer = static_cast<const TavIntExprI*>(part);
+    return static_cast<const TavIntExprArrayElementI*>(integer)->getIndex();
+  }
+  const auto* map = dynamic_cast<const TavSubMapNode*>(part);
+  return map ? map->getIndexer() : nullptr;
+}
+
+/// Whether a part is fixed before any decision, as far as its position goes: the elements themselves do not count.
+bool isParameter(const TavNumExprI* part) {
+  if (TavIsIndex(part)) return true;
+  const TavIntExprI* position = positionOf(part);
+  return position && !position->isDecisionExpr();
+}
+
+}  // namespace
 
 bool TavNumLinTermI::isLinear() const {
   for (const TavPart* part = _parts.first; part; part = part->next) {
-    if (!TavIsIndex(part->expr)) return false;
+    if (!isParameter(part->expr)) return false;
   }
   return true;
 }

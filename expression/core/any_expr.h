@@ -1,0 +1,45 @@
+#pragma once
+/// Class header for authors of algorithms: expressions whose values are arbitrary objects.
+
+#include "expression/core/node.h"
+
+/// What selects a part of a map: its value as an array, whose kind follows from what the map is indexed by. Supplied by
+/// the modelling-language layer.
+class TavTupleIndexerI {
+ public:
+  virtual ~TavTupleIndexerI() = default;
+  virtual bool hasRangeIndex() const = 0;
+  virtual TavIntArray getIntArray() const = 0;
+  virtual TavNumArray getNumArray() const = 0;
+  virtual TavAnyArray getAnyArray() const = 0;
+};
+
+/// An expression over arbitrary objects. It is counted as a numeric expression is.
+class TavAnyExprI : public TavNode<TavAnyExprI, TavExtractableI> {
+ public:
+  static constexpr const char* kTypeName = "TavAnyExprI";
+
+  TavAnyExprI(TavEnvI* env, const char* name) : TavNode(env, name) {}
+
+  TavInt getRefCount() const noexcept { return _refCount; }
+  /// Adds one reference.
+  void retain() noexcept { ++_refCount; }
+
+  bool isRefCountedExpr() const override { return true; }
+  /// Drops one reference. At 0 or below the node goes, by removeFromAllAndDestroy or destroy.
+  void end() override;
+
+  virtual TavAnyExprI* copy() { return this; }
+  /// end(), unless the environment is ending.
+  virtual void release();
+  /// What encodes the tuples of the expression's values; null when there is nothing to encode.
+  virtual TavTupleEncoderI* getEncoder() const { return nullptr; }
+  /// What the map is indexed with.
+  virtual TavTupleIndexerI* getIndexer() const = 0;
+  /// The value under the algorithm.
+  virtual TavAny evalAny(TavAlgorithm algorithm) const = 0;
+  virtual const char* getMapName() const = 0;
+
+ private:
+  TavInt _refCount = 0;
+};

@@ -1,0 +1,42 @@
+#pragma once
+/// Class header for authors of algorithms: how many expressions take a value, and how far their values spread.
+
+#include "expression/core/array_family.h"
+#include "expression/core/int_expr.h"
+
+/// The number of expressions whose value is exactly `value`.
+class TavCountI final : public TavArrayOperandsI<TavCountI, TavIntExprI, TavIntExprArray> {
+ public:
+  static constexpr const char* kTypeName = "TavCountI";
+
+  TavCountI(TavEnvI* env, TavIntExprArray exprs, TavInt value) : TavArrayOperandsI(env, exprs), _value(value) {}
+
+  TavInt getValue() const noexcept { return _value; }
+  double eval(TavAlgorithm algorithm) const override;
+  TavExtractableI* makeClone(TavEnvI* target) const override;
+  void display(std::ostream& os) const override;
+
+ private:
+  TavInt _value;
+};
+
+/// The population standard deviation of the expressions' values. The bounds are carried along for algorithms.
+class TavStandardDeviationI final : public TavArrayOperandsI<TavStandardDeviationI, TavNumExprI, TavIntExprArray> {
+ public:
+  static constexpr const char* kTypeName = "TavStandardDeviationI";
+
+  TavStandardDeviationI(TavEnvI* env, TavIntExprArray exprs, double lowerBound, double upperBound)
+      : TavArrayOperandsI(env, exprs), _lowerBound(lowerBound), _upperBound(upperBound) {}
+
+  double getLowerBound() const noexcept { return _lowerBound; }
+  double getUpperBound() const noexcept { return _upperBound; }
+  double eval(TavAlgorithm algorithm) const override;
+  TavExtractableI* makeClone(TavEnvI* target) const override;
+  void display(std::ostream& os) const override;
+
+ private:
+  double _lowerBound;
+  double _upperBound;
+};
+
+static_assert(sizeof(TavCountI) == 56 && sizeof(TavStandardDeviationI) == 64);

@@ -1,0 +1,142 @@
+#pragma once
+/// Class header for authors of algorithms: elements of arrays at a position that an expression gives.
+
+#include <cassert>
+#include <ostream>
+
+#include "expression/core/array_family.h"
+#include "expression/core/families.h"
+#include "expression/core/int_expr.h"
+
+/// array[index]: what the element nodes share. Self states `kTexts`.
+template <class Self, class Base, class Array>
+class TavElementI : public TavNode<Self, Base> {
+ public:
+  /// Takes over a fresh array that nobody else names.
+  TavElementI(TavEnvI* env, TavIntExprI* index, Array array)
+      : TavNode<Self, Base>(env, nullptr), _index(index), _array(array) {
+    index->retain();
+  }
+
+  TavIntExprI* getIndex() const noexcept { return _index; }
+  Array getArray() const noexcept { return _array; }
+  void display(std::ostream& os) const override {
+    const TavText& text = Self::kTexts.in(this->getEnv());
+    os << text.open;
+    _index->display(os);
+    if (this->getEnv()->librarySyntaxDisplay) os << text.middle << _array;
+    os << text.close;
+  }
+
+ protected:
+  /// The position that the index gives, cut toward zero. No bound is checked.
+  TavInt positionIn(TavAlgorithm algorithm) const {
+    const TavInt position = TavTrunc(_index->eval(algorithm));
+    assert(position >= 0 && position < _array.getSize() && "an element's index lies outside its array");
+    return position;
+  }
+
+ private:
+  TavIntExprI* _index;
+  Array _array;
+};
+
+/// A new element node, which owns the fresh array; when it cannot be made the array is ended.
+template <class Node, class Array>
+Node* TavMakeElement(TavEnvI* env, TavIntExprI* index, Array array) {
+  TavArrayGuard<Array> guard(array);
+  Node* node = new (env) Node(env, index, array);
+  guard.release();
+  return node;
+}
+
+/// An element of an array of numbers.
+template <class Self, class Base, class Array>
+class TavConstElementI : public TavElementI<Self, Base, Array> {
+ public:
+  using TavElementI<Self, Base, Array>::TavElementI;
+  // kept: the array stays with the environment
+  ~TavConstElementI() override { this->getEnv()->release(this->getIndex()); }
+
+  double eval(TavAlgorithm algorithm) const override {
+    const Array array = this->getArray();
+    return static_cast<double>(array[this->positionIn(algorithm)]);
+  }
+  void visitSubExtractables(TavExtractableVisitor* visitor) override {
+    visitor->beginVisit(this);
+    visitor->visitChild(this, this->getIndex());
+    visitor->endVisit(this);
+  }
+  TavExtractableI* makeClone(TavEnvI* target) const override {
+    TavIntExprI* index = TavCloneOf(this->getIndex(), this->getEnv());
+    TavGenAlloc* memory = target->getMemory();
+    return TavMakeElement<Self>(target, index, Array(new (memory) TavArrayI(memory, this->getArray().getImpl())));
+  }
+};
+
+/// An element of an array of expressions, on each of which the node holds one reference.
+template <class Self, class Base, class Array>
+class TavExprElementI : public TavElementI<Self, Base, Array> {
+ public:
+  TavExprElementI(TavEnvI* env, TavIntExprI* index, Array array) : TavElementI<Self, Base, Array>(env, index, array) {
+    array.lockExprs();
+  }
+  ~TavExprElementI() override {
+    Array array = this->getArray();
+    this->getEnv()->release(this->getIndex());
+    array.releaseExprs();
+    array.end();
+  }
+
+  double eval(TavAlgorithm algorithm) const override {
+    return this->getArray()[this->positionIn(algorithm)].eval(algorithm);
+  }
+  void visitSubExtractables(TavExtractableVisitor* visitor) override {
+    visitor->beginVisit(this);
+    visitor->visitChild(this, this->getIndex());
+    visitor->visitArray(this, this->getArray());
+    visitor->endVisit(this);
+  }
+  TavExtractableI* makeClone(TavEnvI* target) const override {
+    TavIntExprI* index = TavCloneOf(this->getIndex(), this->getEnv());
+    return TavMakeElement<Self>(target, index, TavCloneOfArray(this->getArray(), target));
+  }
+};
+
+/// An element of an array of numeric expressions.
+class TavNumExprArrayElementI final : public TavExprElementI<TavNumExprArrayElementI, TavNumExprI, TavNumExprArray> {
+ public:
+  using TavExprElementI::TavExprElementI;
+  static constexpr const char* kTypeName = "TavNumExprArrayElementI";
+  static constexpr TavTexts kTexts{{"TavNumExprArrayIndex(", ", ", ") "}, {"num-exprs[", "", "]"}};
+  /// Whether every element is; the index does not count.
+  bool isInteger() const override;
+};
+
+/// An element of an array of integer expressions.
+class TavIntExprArrayElementI final : public TavExprElementI<TavIntExprArrayElementI, TavIntExprI, TavIntExprArray> {
+ public:
+  using TavExprElementI::TavExprElementI;
+  static constexpr const char* kTypeName = "TavIntExprArrayElementI";
+  static constexpr TavTexts kTexts{{"TavIntExprArrayIndex(", ", ", ") "}, {"int-exprs[", "", "]"}};
+};
+
+/// An element of an array of doubles.
+class TavNumArrayElementI final : public TavConstElementI<TavNumArrayElementI, TavNumExprI, TavNumArray> {
+ public:
+  using TavConstElementI::TavConstElementI;
+  static constexpr const char* kTypeName = "TavNumArrayElementI";
+  static constexpr TavTexts kTexts{{"TavNumArrayIndex(", ", ", ") "}, {"nums[", "", "]"}};
+  /// Whether every value is whole.
+  bool isInteger() const override;
+};
+
+/// An element of an array of integers.
+class TavIntArrayElementI final : public TavConstElementI<TavIntArrayElementI, TavIntExprI, TavIntArray> {
+ public:
+  using TavConstElementI::TavConstElementI;
+  static constexpr const char* kTypeName = "TavIntArrayElementI";
+  static constexpr TavTexts kTexts{{"TavIntArrayIndex(", ", ", ") "}, {"ints[", "", "]"}};
+};
+
+static_assert(sizeof(TavNumExprArrayElementI) == 56 && sizeof(TavIntArrayElementI) == 56);

@@ -1,0 +1,90 @@
+#pragma once
+/// Class header for authors of algorithms: piecewise-linear functions and client functions that are monotonic.
+
+#include "expression/core/num_expr.h"
+#include "expression/tavexpression.h"
+
+/// A piecewise-linear function of an expression, or of 0 when there is none. The node owns both arrays, which are
+/// copies.
+class TavExprPiecewiseLinearI final : public TavNode<TavExprPiecewiseLinearI, TavNumExprI> {
+ public:
+  static constexpr const char* kTypeName = "TavExprPiecewiseLinearI";
+  /// The values of `form`.
+  static constexpr TavInt kByValues = 0;
+  static constexpr TavInt kBySlopes = 1;
+
+  /// By slopes: slopes[k] applies left of breakpoints[k], the last one right of all. Between equal breakpoints the
+  /// slope is the height of a jump.
+  TavExprPiecewiseLinearI(TavEnvI* env, TavNumExprI* expr, TavNumArray breakpoints, TavNumArray slopes, double anchor,
+                          double anchorValue);
+  /// By values at the breakpoints.
+  TavExprPiecewiseLinearI(TavEnvI* env, TavNumExprI* expr, double firstSlope, TavNumArray breakpoints,
+                          TavNumArray values, double lastSlope);
+  /// Takes over two fresh arrays that nobody else names.
+  TavExprPiecewiseLinearI(TavEnvI* env, TavInt form, TavNumExprI* expr, TavNumArray breakpoints,
+                          TavNumArray slopesOrValues, double first, double second);
+  ~TavExprPiecewiseLinearI() override;
+
+  /// The expression, or null.
+  TavNumExprI* getOperand() const noexcept { return _operand; }
+  TavInt getForm() const noexcept { return _form; }
+  TavNumArray getBreakpoints() const noexcept { return _breakpoints; }
+  TavNumArray getSlopesOrValues() const noexcept { return _slopesOrValues; }
+  /// The anchor, or the slope before the first breakpoint.
+  double getFirstNumber() const noexcept { return _first; }
+  /// The value at the anchor, or the slope behind the last breakpoint.
+  double getSecondNumber() const noexcept { return _second; }
+  /// The function's value at x; O(n).
+  double getPiecewiseLinearValue(double x) const;
+
+  double eval(TavAlgorithm algorithm) const override {
+    return getPiecewiseLinearValue(_operand ? _operand->eval(algorithm) : 0.0);
+  }
+  void visitSubExtractables(TavExtractableVisitor* visitor) override;
+  TavExtractableI* makeClone(TavEnvI* target) const override;
+  void display(std::ostream& os) const override;
+
+ private:
+  void copyArrays(TavNumArray breakpoints, TavNumArray slopesOrValues);
+  TavInt startIndex() const;
+  double rightOfAnchor(double x) const;
+  double leftOfAnchor(double x) const;
+  double valueForm(double x) const;
+
+  TavNumExprI* _operand;
+  TavInt _form;
+  TavNumArray _breakpoints;
+  TavNumArray _slopesOrValues;
+  double _first;
+  double _second;
+};
+
+/// A client's function of an expression, declared decreasing or increasing.
+class TavMonotonicNumExprI final : public TavNode<TavMonotonicNumExprI, TavNumExprI> {
+ public:
+  static constexpr const char* kTypeName = "TavMonotonicNumExprI";
+  using Function = double (*)(double);
+
+  /// `decreasing` is 1 or 0.
+  TavMonotonicNumExprI(TavEnvI* env, TavNumExprI* operand, Function function, Function second, TavInt decreasing);
+  ~TavMonotonicNumExprI() override { getEnv()->release(_operand); }
+
+  TavNumExprI* getOperand() const noexcept { return _operand; }
+  Function getFunction() const noexcept { return _function; }
+  /// Carried along for algorithms.
+  Function getSecondFunction() const noexcept { return _second; }
+  bool isDecreasing() const noexcept { return _decreasing != 0; }
+
+  double eval(TavAlgorithm algorithm) const override { return _function(_operand->eval(algorithm)); }
+  void visitSubExtractables(TavExtractableVisitor* visitor) override;
+  TavExtractableI* makeClone(TavEnvI* target) const override;
+  void display(std::ostream& os) const override;
+
+ private:
+  TavNumExprI* _operand;
+  Function _function;
+  Function _second;
+  TavInt _decreasing;
+};
+
+static_assert(sizeof(TavExprPiecewiseLinearI) == 88 && sizeof(TavMonotonicNumExprI) == 72);

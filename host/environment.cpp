@@ -249,14 +249,20 @@ TavExtractableI* TavEnvI::getClone(const TavExtractableI* source) const noexcept
   return found == _clones.end() ? nullptr : found->second;
 }
 
+TavExtractableI* TavEnvI::getCloneOnDemand(TavExtractableI* source) {
+  return _clonePass ? _clonePass->clone(source) : getClone(source);
+}
+
 TavClonePass::TavClonePass(TavEnvI* source, TavEnvI* target) : _source(source), _target(target) {
   _source->beginCloning();
   _target->beginCloning();
+  _target->_clonePass = this;
 }
 
 TavClonePass::~TavClonePass() {
   _source->endCloning();
   _target->endCloning();
+  _target->_clonePass = nullptr;
 }
 
 TavExtractableI* TavClonePass::clone(TavExtractableI* root) {

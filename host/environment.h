@@ -49,6 +49,8 @@ class TavDeletionInterceptor {
   ~TavDeletionInterceptor() = default;
 };
 
+class TavClonePass;
+
 /// Supplied by the modelling-language layer; only its pointer is passed on here.
 class TavTupleEncoderI;
 
@@ -125,6 +127,9 @@ class TavEnvI {
 
   /// The object's clone in the current cloning pass; null for null and for an object without one.
   TavExtractableI* getClone(const TavExtractableI* source) const noexcept;
+  /// The same; while a TavClonePass into this environment is under way, an object without a clone is cloned now. For
+  /// what visitors do not show: the variables of terms with coefficient 0.
+  TavExtractableI* getCloneOnDemand(TavExtractableI* source);
   /// Records `clone` as the clone of `source` until endCloning().
   void setClone(const TavExtractableI* source, TavExtractableI* clone) { _clones[source] = clone; }
   /// Starts a pass with an empty map.
@@ -166,6 +171,7 @@ class TavEnvI {
  private:
   friend class TavExtractableI;
   friend class TavAlgorithmI;
+  friend class TavClonePass;
 
   static constexpr TavInt kRemoved = -1;
   static TavExtractableI* removedEntry() noexcept {
@@ -217,6 +223,7 @@ class TavEnvI {
   std::vector<TavAlgorithmI*> _algorithms;
   std::function<void(const TavChange&)> _listener;
   std::unordered_map<const TavExtractableI*, TavExtractableI*> _clones;
+  TavClonePass* _clonePass = nullptr;
   std::unordered_map<DomainKey, TavVarDomainI*, DomainHash> _domains;
   TavModelEvaluator::Source _evaluator;
   TavTupleEncoderI* _tupleEncoder = nullptr;

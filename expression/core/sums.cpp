@@ -34,6 +34,20 @@ void appendSummand(TavDraft<typename Side::Linear>& draft, typename Side::Expr* 
   }
 }
 
+/// Negates the right operand's draft. Its old parts lose a reference; `left` may be one of them, and held by nobody else
+/// while a compound assignment has lowered its count.
+template <class Linear>
+void negateBeside(TavNumExprI* left, TavDraft<Linear>& right) {
+  struct Hold {
+    explicit Hold(TavNumExprI* held) noexcept : node(held) { node->retain(); }
+    Hold(const Hold&) = delete;
+    Hold& operator=(const Hold&) = delete;
+    ~Hold() { node->lower(); }
+    TavNumExprI* node;
+  } hold(left);
+  right->multiply(-1);
+}
+
 /// a + b, or a - b for a negated b that is a variable or linear.
 template <class Side>
 typename Side::Arg sum(typename Side::Expr* a, typename Side::Expr* b, bool negated = false) {
@@ -52,18 +66,18 @@ typename Side::Arg sum(typename Side::Expr* a, typename Side::Expr* b, bool nega
   if (Side::isLinear(kindA)) {
     auto left = TavDraftOf<Linear>(a, kindA);
     auto right = TavDraftOf<Linear>(b, kindB, a == b);  // one uncounted node twice: it cannot be merged with itself
-    if (negated) right->multiply(-1);
+    if (negated) negateBeside(a, right);
     left->append(right.release());
     return typename Side::Arg(left.release());
   }
   auto draft = TavDraftOf<Linear>(b, kindB);
   if (kindA == TavKind::Variable) {
     TavLooseTerm cell(env, static_cast<TavNumVarI*>(static_cast<TavNumExprI*>(a)), 1.0);
-    if (negated) draft->multiply(-1);
+    if (negated) negateBeside(a, draft);
     draft->prepend(cell.take());
   } else {
     TavLoosePart part(env, a);
-    if (negated) draft->multiply(-1);
+    if (negated) negateBeside(a, draft);
     draft->append(part.take());
   }
   return typename Side::Arg(draft.release());

@@ -153,7 +153,8 @@ void TavNumExprArray::lockExprs() const noexcept {
 }
 
 void TavNumExprArray::releaseExprs() const {
-  forEachExpr(*this, [](TavNumExprI* node) { node->getEnv()->release(node); });
+  TavEnvI* env = _impl->getEnv();  // not asked of the element: it may be gone when the environment ends
+  forEachExpr(*this, [env](TavNumExprI* node) { env->release(node); });
 }
 
 void TavNumExprArray::endElements() const {
@@ -173,7 +174,8 @@ void TavIntExprArray::lockExprs() const noexcept {
 }
 
 void TavIntExprArray::releaseExprs() const {
-  forEachExpr(*this, [](TavNumExprI* node) { node->getEnv()->release(node); });
+  TavEnvI* env = _impl->getEnv();  // not asked of the element: it may be gone when the environment ends
+  forEachExpr(*this, [env](TavNumExprI* node) { env->release(node); });
 }
 
 void TavIntExprArray::endElements() const {

@@ -4,6 +4,8 @@ namespace {
 
 constexpr const char* kMixedMin = "TavMin: mixing mismatch Environments";
 constexpr const char* kMixedMax = "TavMax: mixing mismatch Environments";
+constexpr const char* kNoneToMin = "Array of size 0 in call to TavMin";
+constexpr const char* kNoneToMax = "Array of size 0 in call to TavMax";
 
 /// The node over a copy of the caller's array.
 template <class Node, class Array>
@@ -104,17 +106,17 @@ TavIntExprArg TavMax(TavIntVarArray array) {
 // ---- arrays of numbers
 
 double TavMin(TavNumArray array) {
-  return extremeNumber(array, "Array of size 0 in call to TavMin", [](double v, double m) { return m > v; });
+  return extremeNumber(array, kNoneToMin, [](double v, double m) { return m > v; });
 }
 
 double TavMax(TavNumArray array) {
-  return extremeNumber(array, "Array of size 0 in call to TavMax", [](double v, double m) { return v > m; });
+  return extremeNumber(array, kNoneToMax, [](double v, double m) { return v > m; });
 }
 
 TavInt TavMin(TavIntArray array) {
-  return extremeNumber(array, "Array of size 0 in call to TavMin", [](TavInt v, TavInt m) { return v < m; });
+  return extremeNumber(array, kNoneToMin, [](TavInt v, TavInt m) { return v < m; });
 }
 
 TavInt TavMax(TavIntArray array) {
-  return extremeNumber(array, "Array of size 0 in call to TavMax", [](TavInt v, TavInt m) { return v > m; });
+  return extremeNumber(array, kNoneToMax, [](TavInt v, TavInt m) { return v > m; });
 }

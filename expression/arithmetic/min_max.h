@@ -147,7 +147,7 @@ class TavIntMinArrayI final : public TavExtremeArrayI<TavIntMinArrayI, TavIntExp
  public:
   using TavExtremeArrayI::TavExtremeArrayI;
   static constexpr const char* kTypeName = "TavIntMinArrayI";
-  static constexpr const char* kEmptyText = "Array of size 0 in evaluation of TavMin";
+  static constexpr const char* kEmptyText = TavNumMinArrayI::kEmptyText;
   static constexpr TavTexts kTexts{{"TavMin( ", "", ") "}, {"min(", "", ")"}};
   static bool replaces(double v, double m) { return m > v; }
 };
@@ -157,7 +157,7 @@ class TavIntMaxArrayI final : public TavExtremeArrayI<TavIntMaxArrayI, TavIntExp
  public:
   using TavExtremeArrayI::TavExtremeArrayI;
   static constexpr const char* kTypeName = "TavIntMaxArrayI";
-  static constexpr const char* kEmptyText = "Array of size 0 in evaluation of TavMax";
+  static constexpr const char* kEmptyText = TavNumMaxArrayI::kEmptyText;
   static constexpr TavTexts kTexts{{"TavMax( ", "", ") "}, {"max(", "", ")"}};
   static bool replaces(double v, double m) { return v > m; }
 };

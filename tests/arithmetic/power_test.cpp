@@ -8,26 +8,20 @@ TEST_F(Power, ValuesAreThoseOfPow) {
   EXPECT_EQ(eval(TavPower(leaf(2), leaf(-1))), 0.5);
   EXPECT_TRUE(std::isnan(eval(TavPower(leaf(-4), 0.5))));
   EXPECT_EQ(eval(TavPower(leaf(-0.0), -1)), -kInf);
-  EXPECT_EQ(eval(TavPower(leaf(kNaN), 0)), 1.0);
   const TavNumExprArg x = leaf(3);
   EXPECT_EQ(eval(TavPower(x, x)), 27.0);
   EXPECT_EQ(x.getImpl()->getRefCount(), 2);
 }
 
 TEST_F(Power, Texts) {
-  struct Case {
-    TavNumExprArg node;
-    const char *type, *library, *plain;
+  const auto expect = [&](TavNumExprArg node, const char* libraryText, const char* plainText) {
+    EXPECT_EQ(library(node), libraryText);
+    EXPECT_EQ(plain(node), plainText);
   };
-  for (const Case& c :
-       {Case{TavPower(leaf(2), 0.5), "TavNumPowerCstI", "( leaf^ 0.5) ", "leaf ^ 0.5"},
-        {TavPower(2, leaf(2)), "TavNumRecPowerCstI", "( 2^ leaf) ", "2 ^ leaf"},
-        {TavPower(leaf(2), intLeaf(3)), "TavNumPowerI", "( leaf^ ileaf) ", "leaf ^ ileaf"},
-        {TavPower(num("x", 1) + num("y", 1), 2), "TavNumPowerCstI", "( ( x  + y ) ^ 2) ", "x  + y  ^ 2"}}) {
-    EXPECT_STREQ(c.node.getImpl()->getRttiTypeName(), c.type);
-    EXPECT_EQ(library(c.node), c.library);
-    EXPECT_EQ(plain(c.node), c.plain);
-  }
+  expect(TavPower(leaf(2), 0.5), "( leaf^ 0.5) ", "leaf ^ 0.5");
+  expect(TavPower(2, leaf(2)), "( 2^ leaf) ", "2 ^ leaf");
+  expect(TavPower(leaf(2), intLeaf(3)), "( leaf^ ileaf) ", "leaf ^ ileaf");
+  expect(TavPower(num("x", 1) + num("y", 1), 2), "( ( x  + y ) ^ 2) ", "x  + y  ^ 2");
 }
 
 TEST_F(Power, CountsAsIntegerWhenBothSidesDoEvenWithANegativeExponent) {

@@ -82,17 +82,3 @@ TEST_F(Conversion, ACloneHoldsTheClonesAndHasNoName) {
   conversion.end();  // with its array
   EXPECT_LT(env.getImpl()->getMemory()->usedBytes(), bytes - static_cast<TavInt>(sizeof(TavConversionI)));
 }
-
-TEST_F(Conversion, TheRecordShowsConversionAndVariable) {
-  const TavConversion conversion = relax(TavNumVarArray(env, 1, x));
-  struct Visitor final : TavChangeVisitor {
-    void visitChild(TavExtractableI* o, TavExtractableI* p) override {
-      owner = o;
-      part = p;
-    }
-    TavExtractableI *owner = nullptr, *part = nullptr;
-  } visitor;
-  TavConversionRemoveVar(x.getImpl(), conversion.getImpl()).visitChange(env.getImpl(), conversion.getImpl(), &visitor);
-  EXPECT_EQ(visitor.owner, conversion.getImpl());
-  EXPECT_EQ(visitor.part, x.getImpl());
-}

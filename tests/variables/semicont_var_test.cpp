@@ -68,11 +68,9 @@ TEST_F(SemiContVar, ArraysAreMadeInBulkByColumnsOrWrittenOut) {
     TavEnvI* env;
     mutable std::vector<TavExtractableI*> installed;
   } column(env);
-  TavNumArray sclbs(env, 3), ubs(env, 3);
-  for (int k = 0; k < 3; ++k) {
-    sclbs.set(k, k + 0.5);
-    ubs.set(k, 10.0 * k);
-  }
+  TavNumArray sclbs(env), ubs(env);
+  for (double sclb : {0.5, 1.5, 2.5}) sclbs.add(sclb);
+  for (double ub : {10.0, 20.0, 30.0}) ubs.add(ub);
   TavNumColumnArray columns(env, 3);
   columns.set(0, TavAddNumVar(&column));
   columns.set(2, TavAddNumVar(&column));
@@ -83,7 +81,7 @@ TEST_F(SemiContVar, ArraysAreMadeInBulkByColumnsOrWrittenOut) {
   EXPECT_EQ(same[1].getType(), TavNumVar::Int);
   ASSERT_EQ(each.getSize(), 3);
   EXPECT_EQ(each[2].getSemiContinuousLb(), 2.5);
-  EXPECT_EQ(each[2].getUB(), 20.0);
+  EXPECT_EQ(each[2].getUB(), 30.0);
   EXPECT_FALSE(byColumn[1]);
   EXPECT_EQ(column.installed, (std::vector<TavExtractableI*>{byColumn[0].getImpl(), byColumn[2].getImpl()}));
   EXPECT_EQ(byColumn[2].getSemiContinuousLb(), 2.5);

@@ -15,6 +15,8 @@ template <class... F>
 struct Overloaded : F... {
   using F::operator()...;
 };
+template <class... F>
+Overloaded(F...) -> Overloaded<F...>;
 
 bool isObjective(const Model& model, const std::string& name) {
   return model.objective()->getName() && name == model.objective()->getName();

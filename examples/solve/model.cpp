@@ -9,8 +9,6 @@ namespace tavsolve {
 
 namespace {
 
-/// Slack for whole bounds that a file gives with rounding errors.
-constexpr double kWholeTolerance = 1e-6;
 constexpr double kMaxInt = static_cast<double>(TavIntVar::kMaxInt);
 
 const char* nameOrNull(const std::string& name) { return name.empty() ? nullptr : name.c_str(); }
@@ -21,9 +19,9 @@ bool hasName(const TavExtractableI* object, const std::string& name) {
 
 }  // namespace
 
-TavInt wholeLowerBound(double lb) { return TavTrunc(std::clamp(std::ceil(lb - kWholeTolerance), -kMaxInt, kMaxInt)); }
+TavInt wholeLowerBound(double lb) { return TavTrunc(std::clamp(std::ceil(lb), -kMaxInt, kMaxInt)); }
 
-TavInt wholeUpperBound(double ub) { return TavTrunc(std::clamp(std::floor(ub + kWholeTolerance), -kMaxInt, kMaxInt)); }
+TavInt wholeUpperBound(double ub) { return TavTrunc(std::clamp(std::floor(ub), -kMaxInt, kMaxInt)); }
 
 Model::Model(const ModelFile& file) {
   // Each sum that loses a removed column says so in a change record of its own.
@@ -78,8 +76,10 @@ TavNumVar Model::makeColumn(const ModelFile::Column& column) {
   }
   if (!column.integer) return TavNumVar(_env, column.lb, column.ub, name);
   const TavInt lb = wholeLowerBound(column.lb), ub = wholeUpperBound(column.ub);
-  if (lb == 0 && ub == 1) return TavBoolVar(_env, name);
-  return TavIntVar(_env, lb, ub, name);
+  const TavNumVar variable = lb == 0 && ub == 1 ? TavBoolVar(_env, name) : TavIntVar(_env, lb, ub, name);
+  // An integer variable is made with whole, finite bounds; the solver is to see those of the file.
+  if (variable.getLB() != column.lb || variable.getUB() != column.ub) variable.setBounds(column.lb, column.ub);
+  return variable;
 }
 
 void Model::relax() {
@@ -114,10 +114,6 @@ RangeConstraintI* Model::findRow(const std::string& name) const {
 bool Model::isSemiContinuous(TavNumVar column) const { return _semiContinuous.contains(column.getId()); }
 
 void Model::setBounds(TavNumVar column, double lb, double ub) {
-  if (column.isInteger()) {
-    lb = static_cast<double>(wholeLowerBound(lb));
-    ub = static_cast<double>(wholeUpperBound(ub));
-  }
   const auto semiContinuous = _semiContinuous.find(column.getId());
   if (semiContinuous == _semiContinuous.end()) return column.setBounds(lb, ub);
   semiContinuous->second.setSemiContinuousLb(lb);

@@ -55,7 +55,7 @@ class Model {
   std::unordered_map<TavInt, TavSemiContVar> _semiContinuous;
 };
 
-/// A bound of an integer column as the library takes it: whole, and within what a double counts exactly.
+/// A bound of an integer column brought to the nearest whole number within it, and to what a double counts exactly.
 TavInt wholeLowerBound(double lb);
 TavInt wholeUpperBound(double ub);
 

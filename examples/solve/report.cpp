@@ -77,9 +77,11 @@ void printOutcome(std::ostream& os, const Model& model, const SolverAlgorithmI& 
     os << "\nagreement  largest difference of eval to the solver: rows " << text(rowDifference) << ", objective "
        << text(std::abs(objective - outcome.objective)) << "; " << held << " of " << model.rows().size()
        << " rows hold\n";
+    if (held < model.rows().size()) {
+      os << "warning    rows violated by the solver's own solution: " << model.rows().size() - held << "\n";
+    }
     if (std::abs(objective - outcome.objective) > 1e-6 * std::max(1.0, std::abs(objective))) {
-      os << "warning    the solver reports an objective that its own solution does not have: " << text(objective)
-         << "\n";
+      os << "warning    the objective of the solver's own solution is " << text(objective) << "\n";
     }
   }
   char seconds[32];

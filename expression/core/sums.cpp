@@ -12,6 +12,7 @@ struct Numeric {
   using Expr = TavNumExprI;
   using Arg = TavNumExprArg;
   using Constant = double;
+  static constexpr TavKind kLinear = TavKind::NumLinear;
   static bool isLinear(TavKind kind) { return kind == TavKind::NumLinear || kind == TavKind::IntLinear; }
   static double add(double a, double b) { return a + b; }
 };
@@ -20,6 +21,7 @@ struct Integer {
   using Expr = TavIntExprI;
   using Arg = TavIntExprArg;
   using Constant = TavInt;
+  static constexpr TavKind kLinear = TavKind::IntLinear;
   static bool isLinear(TavKind kind) { return kind == TavKind::IntLinear; }
   static TavInt add(TavInt a, TavInt b) { return TavWrapAdd(a, b); }
 };
@@ -34,8 +36,8 @@ void appendSummand(TavDraft<typename Side::Linear>& draft, typename Side::Expr* 
   }
 }
 
-/// Negates the right operand's draft. Its old parts lose a reference; `left` may be one of them, and held by nobody else
-/// while a compound assignment has lowered its count.
+/// Negates the right operand's draft. Its old parts lose a reference; `left` may be one of them, and held by nobody
+/// else while a compound assignment has lowered its count: it stays, and is free to be changed from then on.
 template <class Linear>
 void negateBeside(TavNumExprI* left, TavDraft<Linear>& right) {
   struct Hold {
@@ -66,7 +68,11 @@ typename Side::Arg sum(typename Side::Expr* a, typename Side::Expr* b, bool nega
   if (Side::isLinear(kindA)) {
     auto left = TavDraftOf<Linear>(a, kindA);
     auto right = TavDraftOf<Linear>(b, kindB, a == b);  // one uncounted node twice: it cannot be merged with itself
-    if (negated) negateBeside(a, right);
+    if (negated) {
+      negateBeside(a, right);
+      if (kindA == Side::kLinear && a->getRefCount() <= 0)
+        left = TavDraft<Linear>(static_cast<Linear*>(static_cast<TavNumExprI*>(a)));
+    }
     left->append(right.release());
     return typename Side::Arg(left.release());
   }

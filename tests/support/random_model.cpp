@@ -549,7 +549,8 @@ Node* World::sumTerm(Node* a, Node* var, double coef, bool isInt, bool termFirst
 }
 
 Node* World::plus(Node* e, double d) {
-  Node* n = isLinear(e) ? draft(e, false) : sum(e, linear(false, 0.0), false);
+  if (!isLinear(e)) return sum(e, linear(false, d), false);
+  Node* n = draft(e, false);
   n->c += d;
   return n;
 }

@@ -424,7 +424,11 @@ class Program {
       left.add(a.num);
       right.add(b.num);
       Node* node = _world.linear(false, 0.0);
+      ++a.node->refs;  // the elements of the arrays stay as they are
+      ++b.node->refs;
       Node* product = _world.product(a.node, b.node, false);
+      --a.node->refs;
+      --b.node->refs;
       node->ops.push_back(product);
       ++product->refs;
       const Val made = numeric(TavScalProd(left, right), node);
@@ -451,9 +455,6 @@ class Program {
         _world.addInPlace(sum, n, false);
       }
       --n->refs;
-    }
-    for (Node* n : nodes) {
-      if (model::isVar(n)) continue;
     }
     return sum;
   }

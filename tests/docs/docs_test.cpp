@@ -1,0 +1,149 @@
+// The pages are held against the tree: a page that no longer says what stands there fails here.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <regex>
+#include <sstream>
+#include <string>
+
+#include "tests/docs/cube.h"
+#include "tests/support/fixture.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+fs::path root() { return fs::path(__FILE__).parent_path().parent_path().parent_path(); }
+
+std::string contentOf(const fs::path& file) {
+  std::ifstream in(file);
+  EXPECT_TRUE(in) << file;
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+/// What is known of a class: where it stands, and its literal texts in both syntaxes where a family prints it.
+struct Row {
+  std::string file, library, plain;
+};
+
+/// All string literals in `code` behind one another, without the quotes.
+std::string literalsOf(const std::string& code) {
+  static const std::regex literal("\"([^\"]*)\"");
+  std::string all;
+  for (std::sregex_iterator i(code.begin(), code.end(), literal), end; i != end; ++i) all += (*i)[1];
+  return all;
+}
+
+std::map<std::string, Row> classesInHeaders() {
+  static const std::regex name("constexpr const char\\* kTypeName = \"(\\w+)\";");
+  static const std::regex texts("kTexts\\{(\\{[^}]*\\}),\\s*(\\{[^}]*\\})\\};");
+  std::map<std::string, Row> classes;
+  const fs::path expression = root() / "expression";
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(expression)) {
+    if (entry.path().extension() != ".h") continue;
+    const std::string code = contentOf(entry.path());
+    for (std::sregex_iterator i(code.begin(), code.end(), name), end; i != end; ++i) {
+      Row row{fs::relative(entry.path(), expression).generic_string(), "", ""};
+      // A class's texts stand between its type name and the next class's.
+      const std::string rest = i->suffix().str();
+      const std::string own = rest.substr(0, rest.find("kTypeName"));
+      std::smatch found;
+      if (std::regex_search(own, found, texts)) {
+        row.library = literalsOf(found[1]);
+        row.plain = literalsOf(found[2]);
+      }
+      classes[(*i)[1]] = row;
+    }
+  }
+  return classes;
+}
+
+/// The cells of a table's line, without the code marks.
+std::vector<std::string> cellsOf(std::string line) {
+  line = std::regex_replace(line, std::regex("\\\\\\||`"), "");
+  std::vector<std::string> cells;
+  std::istringstream in(line);
+  for (std::string cell; std::getline(in, cell, '|');) {
+    cells.push_back(std::regex_replace(cell, std::regex("^ +| +$"), ""));
+  }
+  return cells;
+}
+
+std::map<std::string, std::vector<std::string>> rowsOfNodesPage() {
+  std::map<std::string, std::vector<std::string>> rows;
+  std::ifstream page(root() / "docs/nodes.md");
+  for (std::string line; std::getline(page, line);) {
+    if (line.rfind("| `Tav", 0) != 0) continue;
+    std::vector<std::string> cells = cellsOf(line);
+    const std::string name = cells.at(1);
+    EXPECT_TRUE(rows.emplace(name, cells).second) << "two rows for " << name;
+  }
+  return rows;
+}
+
+TEST(Docs, NodesPageHasOneTrueRowPerClass) {
+  const auto classes = classesInHeaders();
+  const auto rows = rowsOfNodesPage();
+  ASSERT_GT(classes.size(), 70u) << "the headers were not found";
+  for (const auto& [name, truth] : classes) {
+    const auto found = rows.find(name);
+    if (found == rows.end()) {
+      ADD_FAILURE() << "docs/nodes.md has no row for " << name << " of " << truth.file;
+      continue;
+    }
+    const std::vector<std::string>& cells = found->second;
+    ASSERT_EQ(cells.size(), 8u) << name;
+    EXPECT_EQ(cells[3], truth.file) << name;
+    if (truth.library.empty()) continue;
+    EXPECT_EQ(literalsOf(cells[6]), truth.library) << name;
+    EXPECT_EQ(literalsOf(cells[7]), truth.plain) << name;
+  }
+  for (const auto& row : rows) EXPECT_EQ(classes.count(row.first), 1u) << row.first << " is no class of expression/";
+}
+
+TEST(Docs, PagesQuoteWhatIsCompiled) {
+  const std::string readme = contentOf(root() / "README.md");
+  EXPECT_NE(readme.find("```cpp\n" + contentOf(root() / "examples/first/main.cpp") + "```"), std::string::npos);
+  EXPECT_NE(readme.find("```\n" + contentOf(root() / "examples/first/output.txt") + "```"), std::string::npos);
+
+  const std::string cube = contentOf(root() / "tests/docs/cube.h");
+  const std::string page = contentOf(root() / "docs/add_a_node.md");
+  const std::string classText = cube.substr(cube.find("/// x * x * x.\nclass"), std::string::npos);
+  EXPECT_NE(page.find("```cpp\n" + classText + "```"), std::string::npos);
+}
+
+TEST(Docs, LinksLeadToFiles) {
+  static const std::regex link("\\]\\(([^)#:]+)\\)");
+  for (const char* name :
+       {"README.md", "docs/architecture.md", "docs/memory.md", "docs/nodes.md", "docs/add_a_node.md"}) {
+    const fs::path page = root() / name;
+    const std::string text = contentOf(page);
+    for (std::sregex_iterator i(text.begin(), text.end(), link), end; i != end; ++i) {
+      EXPECT_TRUE(fs::exists(page.parent_path() / (*i)[1].str())) << name << " links to " << (*i)[1];
+    }
+  }
+}
+
+class AddedNode : public TavTest {};
+
+TEST_F(AddedNode, BehavesAsTheFamilyPromises) {
+  const TavNumVar x = num("x", -2.0);
+  const TavNumExpr cube = TavCube(x);
+  EXPECT_EQ(eval(cube), -8.0);
+  EXPECT_EQ(library(cube), "TavCube(x[0 .. 10] ) ");
+  EXPECT_EQ(plain(cube), "cube(x[0 .. 10] )");
+  EXPECT_EQ(children(cube.getImpl()), std::vector<TavExtractableI*>{x.getImpl()});
+  EXPECT_TRUE(TavCube(leaf(3.0, true)).isInteger());
+  EXPECT_THROW(TavCube(TavNumExprArg()), TavEmptyHandleException);
+
+  TavClonePass pass(env.getImpl(), other.getImpl());
+  auto* clone = static_cast<TavCubeI*>(pass.clone(cube.getImpl()));
+  EXPECT_EQ(clone->getEnv(), other.getImpl());
+  EXPECT_STREQ(clone->getOperand()->getName(), "x");
+}
+
+}  // namespace

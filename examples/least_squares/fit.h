@@ -1,0 +1,25 @@
+#pragma once
+/// Non-linear least squares over expressions, by Ipopt.
+
+#include <string>
+#include <vector>
+
+#include "expression/tavexpression.h"
+
+/// Expressions over the parameters, whose sum of squares is to be least.
+struct LeastSquares {
+  std::vector<TavNumVar> parameters;
+  std::vector<TavNumExpr> residuals;
+};
+
+struct Fit {
+  bool converged = false;
+  /// The solver's word on how it ended, when it did not converge.
+  std::string failure;
+  std::vector<double> parameters;
+  double sumOfSquares = 0;
+};
+
+/// Minimises from `start`. Derivatives are central differences of the residuals' values; the second derivatives leave
+/// those of the residuals out (Gauss-Newton).
+Fit fit(TavEnv env, const LeastSquares& problem, const std::vector<double>& start);

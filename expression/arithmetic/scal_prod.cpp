@@ -15,6 +15,7 @@ void requireSameSize(const A& a, const B& b) {
   }
 }
 
+// kept: "environments" in small letters, unlike in most other messages
 void requireIn(const TavEnvI* env, const TavExtractableI* factor) {
   if (TavRequireEnv(factor) != env) throw TavWrongUsage("TavScalProd: mixing mismatch environments", 0);
 }
@@ -49,7 +50,7 @@ class HeldElement {
   TavNumExprI* _node;
 };
 
-/// One part per position, also for a product that is linear.
+/// One part per position.
 template <class Linear, class Part, class Array>
 Linear* productsOf(Array a, Array b) {
   requireSameSize(a, b);
@@ -63,7 +64,7 @@ Linear* productsOf(Array a, Array b) {
     HeldElement left(a[i].getImpl());
     HeldElement right(b[i].getImpl());
     TavNodeGuard<Part> product((a[i] * b[i]).getImpl());
-    linear->append(product.get());
+    linear->append(product.get());  // kept: a part even when it is linear
     product.release();
   }
   return linear.release();

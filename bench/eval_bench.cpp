@@ -17,7 +17,8 @@ struct Evaluation {
 
 void evalSum(benchmark::State& state) {
   Pair pair(state.range(0));
-  ArrayValues values(pair.env.getImpl(), pair.vars.size());
+  LibraryValues values(pair.env.getImpl(), pair.vars.size());
+  HandValues handValues(pair.handVars.size());
   TavExpr sum(pair.env);
   hand::Sum* handSum = hand::newSum(&pair.handEnv, 0.0);
   for (std::size_t i = 0; i < pair.vars.size(); ++i) {
@@ -25,7 +26,7 @@ void evalSum(benchmark::State& state) {
     hand::add(handSum, hand::times(pair.handVars[i], coefAt(i)));
   }
   Evaluation library{[&] { return sum.eval(TavAlgorithm(&values)); }};
-  Evaluation byHand{[&] { return handSum->eval(values); }};
+  Evaluation byHand{[&] { return handSum->eval(handValues); }};
   race(state, state.range(0), library, byHand);
 }
 BENCHMARK(evalSum)->Arg(1'000)->Arg(100'000)->Arg(1'000'000)->UseManualTime();
@@ -33,7 +34,8 @@ BENCHMARK(evalSum)->Arg(1'000)->Arg(100'000)->Arg(1'000'000)->UseManualTime();
 /// A balanced tree of products over n variables: n - 1 nodes.
 void evalProducts(benchmark::State& state) {
   Pair pair(state.range(0));
-  ArrayValues values(pair.env.getImpl(), pair.vars.size());
+  LibraryValues values(pair.env.getImpl(), pair.vars.size());
+  HandValues handValues(pair.handVars.size());
   std::vector<TavNumExprArg> level(pair.vars.begin(), pair.vars.end());
   std::vector<hand::Node*> handLevel(pair.handVars.begin(), pair.handVars.end());
   while (level.size() > 1) {
@@ -50,7 +52,7 @@ void evalProducts(benchmark::State& state) {
     handLevel.resize(out);
   }
   Evaluation library{[&] { return level[0].eval(TavAlgorithm(&values)); }};
-  Evaluation byHand{[&] { return handLevel[0]->eval(values); }};
+  Evaluation byHand{[&] { return handLevel[0]->eval(handValues); }};
   race(state, state.range(0), library, byHand);
 }
 BENCHMARK(evalProducts)->Arg(1'000)->Arg(100'000)->Arg(1'000'000)->UseManualTime();

@@ -83,13 +83,26 @@ void race(benchmark::State& state, TavInt items, Library& library, Hand& byHand)
 /// Gives freed memory back to the system, so that the next use of memory is a first one.
 inline void chillMemory() { malloc_trim(0); }
 
-/// Values of variables by identifier.
-class ArrayValues final : public TavAlgorithmI, public hand::Values {
+/// The values of `count` variables, by identifier.
+inline std::vector<double> someValues(std::size_t count) {
+  std::vector<double> values(count);
+  for (std::size_t i = 0; i < count; ++i) values[i] = 0.5 + 0.001 * static_cast<double>(i % 1000);
+  return values;
+}
+
+class LibraryValues final : public TavAlgorithmI {
  public:
-  ArrayValues(TavEnvI* env, std::size_t count) : TavAlgorithmI(env), _values(count) {
-    for (std::size_t i = 0; i < count; ++i) _values[i] = 0.5 + 0.001 * static_cast<double>(i % 1000);
-  }
+  LibraryValues(TavEnvI* env, std::size_t count) : TavAlgorithmI(env), _values(someValues(count)) {}
+  using TavAlgorithmI::getValue;
   double getValue(const TavNumVarI* var) const override { return _values[static_cast<std::size_t>(var->getId())]; }
+
+ private:
+  std::vector<double> _values;
+};
+
+class HandValues final : public hand::Values {
+ public:
+  explicit HandValues(std::size_t count) : _values(someValues(count)) {}
   double getValue(const hand::Var* var) const override { return _values[static_cast<std::size_t>(var->id)]; }
 
  private:

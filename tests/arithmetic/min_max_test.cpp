@@ -169,3 +169,11 @@ TEST_F(MinMax, EmptyArraysFailWhereTheyAreUsed) {
   EXPECT_EQ(TavMin(ints), -1);
   EXPECT_EQ(TavMax(ints), 9);
 }
+
+TEST_F(MinMax, TheEnvironmentMayEndTheElementsBeforeTheArrayNode) {
+  TavNumExprArg first = leaf(1);
+  const TavNumExprArg element = leaf(2);
+  first.end();  // its identifier goes to the next node: the newest identifier, the element's, is destroyed first
+  const TavNumExprArg node = TavMin(exprs({element}));
+  EXPECT_LT(node.getImpl()->getId(), element.getImpl()->getId());
+}

@@ -137,7 +137,7 @@ void TavExtractableArray::removeMarked(TavEnvI* env) {
 }
 
 void TavExtractableArray::replaceByClone(TavEnvI* env) {
-  TavExtractableArray clones(TavEnv(env), 0);
-  for (TavInt i = 0; i < getSize(); ++i) clones.add(TavExtractable(env->getClone((*this)[i].getImpl())));
+  TavExtractableArray clones(TavEnv(env), getSize());
+  for (TavInt i = 0; i < getSize(); ++i) clones.set(i, TavExtractable(env->getClone((*this)[i].getImpl())));
   *this = clones;
 }

@@ -134,7 +134,10 @@ TavNumExpr TavNumExpr::getClone(TavEnv env) const {
 
 void TavNumExpr::setClone(TavNumExpr clone) const { setClone(clone, getEnv()); }
 
-void TavNumExpr::setClone(TavNumExpr clone, TavEnv env) const { env.getImpl()->setClone(_impl, clone._impl); }
+void TavNumExpr::setClone(TavNumExpr clone, TavEnv env) const {
+  if (!_impl) throw TavEmptyHandleException();
+  env.getImpl()->setClone(_impl, clone._impl);
+}
 
 void TavNumExpr::end() {
   if (_impl) _impl->getEnv()->release(_impl);

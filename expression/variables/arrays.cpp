@@ -1,86 +1,27 @@
-#include <utility>
-
 #include "expression/core/num_var.h"
 #include "expression/variables/bool_check.h"
+#include "expression/variables/bulk.h"
 
 namespace {
 
-template <class... Arrays>
-void requireArrays(const Arrays&... arrays) {
-  if ((!arrays.getImpl() || ...)) throw TavEmptyHandleException();
-}
-
-/// Adds `count` variables to `array`: make(i) gives the i-th. On failure those made before it are ended.
-template <class Array, class Make>
-Array bulk(TavEnv env, TavInt count, Make make) {
-  Array array(env, 0);
-  try {
-    array.getImpl()->reserve(count);
-    for (TavInt i = 0; i < count; ++i) array.add(make(i));
-  } catch (...) {
-    array.TavExtractableArray::endElements();
-    array.end();
-    throw;
-  }
-  return array;
-}
-
-/// Makes variables of given bounds, looking the shared domain up again only when the bounds change.
-class DomainCache {
- public:
-  using Find = TavVarDomainI* (*)(TavEnvI*, double, double, TavNumVar::Type);
-  DomainCache(TavEnv env, TavNumVar::Type type, Find find) : _env(env.getImpl()), _type(type), _find(find) {}
-
-  TavNumVarI* make(double lb, double ub) {
-    if (!_domain || lb != _lb || ub != _ub) {  // a not-a-number is looked up each time
-      _domain = _find(_env, lb, ub, _type);
-      _lb = lb;
-      _ub = ub;
-    }
-    return new (_env) TavNumVarI(_env, _domain, nullptr);
-  }
-
- private:
-  TavEnvI* _env;
-  TavNumVar::Type _type;
-  Find _find;
-  TavVarDomainI* _domain = nullptr;
-  double _lb = 0.0;
-  double _ub = 0.0;
-};
-
-DomainCache byType(TavEnv env, TavNumVar::Type type) {
-  return DomainCache(env, type, [](TavEnvI* e, double lb, double ub, TavNumVar::Type t) {
-    return TavNumVarI::domainByType(e, t, lb, ub);
-  });
-}
-
-DomainCache integers(TavEnv env) { return DomainCache(env, TavNumVar::Int, &TavNumVarI::domainByBounds); }
-
-/// One variable per non-empty column.
-template <class Array, class Make>
-Array bulkByColumns(TavEnv env, TavNumColumnArray columns, Make make) {
-  return bulk<Array>(env, columns.getSize(), [&](TavInt i) {
-    const TavAddNumVar column = std::as_const(columns)[i];
-    return column.getImpl() ? make(column, i) : decltype(make(column, i))();
-  });
+TavNumVarI* makeVar(TavEnv env, TavDomainCache& domains, double lb, double ub) {
+  return new (env.getImpl()) TavNumVarI(env.getImpl(), domains.find(lb, ub), nullptr);
 }
 
 /// A new array of `To`'s kind with the same elements.
 template <class To>
 To sameElements(TavExtractableArray array) {
-  To copy(array.getEnv(), 0);
-  copy.getImpl()->addArray(array.getImpl());
-  return copy;
+  TavGenAlloc* memory = array.getImpl()->getMemory();
+  return To(new (memory) TavArrayI(memory, array.getImpl()));
 }
 
 template <class Array>
 Array clones(const Array& array, TavEnvI* env) {
-  Array copy(env ? TavEnv(env) : array.getEnv(), 0);
+  Array copy(env ? TavEnv(env) : array.getEnv(), array.getSize());
   for (TavInt i = 0; i < array.getSize(); ++i) {
     TavExtractableI* element = static_cast<const TavExtractableArray&>(array)[i].getImpl();
     TavExtractableI* clone = element ? (env ? env : element->getEnv())->getClone(element) : nullptr;
-    copy.getImpl()->add(&clone);
+    copy.getImpl()->set(i, clone);
   }
   return copy;
 }
@@ -162,9 +103,9 @@ void TavNumExprArray::endElements() const {
 }
 
 void TavNumExprArray::replaceByClone(TavEnvI* env) {
-  TavNumExprArray copy(TavEnv(env), 0);
+  TavNumExprArray copy(TavEnv(env), getSize());
   for (TavInt i = 0; i < getSize(); ++i) {
-    copy.add(TavNumExprArg(TavNumExpr((*this)[i].getImpl()).getClone(TavEnv(env)).getImpl()));
+    copy.set(i, TavNumExprArg(TavNumExpr((*this)[i].getImpl()).getClone(TavEnv(env)).getImpl()));
   }
   *this = copy;
 }
@@ -189,37 +130,40 @@ void TavIntExprArray::replaceByClone(TavEnvI* env) { *this = getClone(env); }
 // ---- numeric variables
 
 TavNumVarArray::TavNumVarArray(TavEnv env, TavInt n, double lb, double ub, Type type)
-    : TavNumVarArray(bulk<TavNumVarArray>(
-          env, n, [&, make = byType(env, type)](TavInt) mutable { return TavNumVar(make.make(lb, ub)); })) {}
+    : TavNumVarArray(TavMakeVars<TavNumVarArray>(env, n, [&, domains = TavDomainCache(env, type)](TavInt) mutable {
+        return TavNumVar(makeVar(env, domains, lb, ub));
+      })) {}
 
 TavNumVarArray::TavNumVarArray(TavEnv env, TavNumArray lbs, TavNumArray ubs, Type type) {
-  requireArrays(lbs, ubs);
-  *this = bulk<TavNumVarArray>(env, lbs.getSize(), [&, make = byType(env, type)](TavInt i) mutable {
-    return TavNumVar(make.make(lbs[i], ubs[i]));
+  TavRequireArrays(lbs, ubs);
+  *this = TavMakeVars<TavNumVarArray>(env, lbs.getSize(), [&, domains = TavDomainCache(env, type)](TavInt i) mutable {
+    return TavNumVar(makeVar(env, domains, lbs[i], ubs[i]));
   });
 }
 
 TavNumVarArray::TavNumVarArray(TavEnv env, double lb, TavNumArray ubs, Type type) {
-  requireArrays(ubs);
-  *this = bulk<TavNumVarArray>(
-      env, ubs.getSize(), [&, make = byType(env, type)](TavInt i) mutable { return TavNumVar(make.make(lb, ubs[i])); });
+  TavRequireArrays(ubs);
+  *this = TavMakeVars<TavNumVarArray>(env, ubs.getSize(), [&, domains = TavDomainCache(env, type)](TavInt i) mutable {
+    return TavNumVar(makeVar(env, domains, lb, ubs[i]));
+  });
 }
 
 TavNumVarArray::TavNumVarArray(TavEnv env, TavNumArray lbs, double ub, Type type) {
-  requireArrays(lbs);
-  *this = bulk<TavNumVarArray>(
-      env, lbs.getSize(), [&, make = byType(env, type)](TavInt i) mutable { return TavNumVar(make.make(lbs[i], ub)); });
+  TavRequireArrays(lbs);
+  *this = TavMakeVars<TavNumVarArray>(env, lbs.getSize(), [&, domains = TavDomainCache(env, type)](TavInt i) mutable {
+    return TavNumVar(makeVar(env, domains, lbs[i], ub));
+  });
 }
 
 TavNumVarArray::TavNumVarArray(TavEnv env, TavNumColumnArray columns, Type type) {
-  requireArrays(columns);
-  *this = bulkByColumns<TavNumVarArray>(
+  TavRequireArrays(columns);
+  *this = TavMakeVarsByColumns<TavNumVarArray>(
       env, columns, [&](const TavAddNumVar& column, TavInt) { return TavNumVar(column, 0.0, TavGetInfinity(), type); });
 }
 
 TavNumVarArray::TavNumVarArray(TavEnv env, TavNumColumnArray columns, TavNumArray lbs, TavNumArray ubs, Type type) {
-  requireArrays(columns, lbs, ubs);
-  *this = bulkByColumns<TavNumVarArray>(
+  TavRequireArrays(columns, lbs, ubs);
+  *this = TavMakeVarsByColumns<TavNumVarArray>(
       env, columns, [&](const TavAddNumVar& column, TavInt i) { return TavNumVar(column, lbs[i], ubs[i], type); });
 }
 
@@ -237,7 +181,7 @@ TavIntVarArray TavNumVarArray::toIntVarArray() const {
 TavNumVarArray TavNumVarArray::getClone(TavEnvI* env) const { return clones(*this, env); }
 
 void TavNumVarArray::setBounds(TavNumArray lbs, TavNumArray ubs) const {
-  requireArrays(lbs, ubs);
+  TavRequireArrays(lbs, ubs);
   TavEnvI* env = nullptr;
   for (TavInt i = 0; i < getSize(); ++i) {
     TavNumVarI* var = (*this)[i].getImpl();
@@ -256,40 +200,44 @@ void TavNumVarArray::setBounds(TavNumArray lbs, TavNumArray ubs) const {
 // ---- integer variables
 
 TavIntVarArray::TavIntVarArray(TavEnv env, TavInt n, TavInt lb, TavInt ub)
-    : TavIntVarArray(bulk<TavIntVarArray>(env, n, [&, make = integers(env)](TavInt) mutable {
-        return TavIntVar(make.make(static_cast<double>(lb), static_cast<double>(ub)));
-      })) {}
+    : TavIntVarArray(
+          TavMakeVars<TavIntVarArray>(env, n, [&, domains = TavDomainCache(env, TavNumVar::Int)](TavInt) mutable {
+            return TavIntVar(makeVar(env, domains, static_cast<double>(lb), static_cast<double>(ub)));
+          })) {}
 
 TavIntVarArray::TavIntVarArray(TavEnv env, TavIntArray lbs, TavIntArray ubs) {
-  requireArrays(lbs, ubs);
-  *this = bulk<TavIntVarArray>(env, lbs.getSize(), [&, make = integers(env)](TavInt i) mutable {
-    return TavIntVar(make.make(static_cast<double>(lbs[i]), static_cast<double>(ubs[i])));
-  });
+  TavRequireArrays(lbs, ubs);
+  *this = TavMakeVars<TavIntVarArray>(
+      env, lbs.getSize(), [&, domains = TavDomainCache(env, TavNumVar::Int)](TavInt i) mutable {
+        return TavIntVar(makeVar(env, domains, static_cast<double>(lbs[i]), static_cast<double>(ubs[i])));
+      });
 }
 
 TavIntVarArray::TavIntVarArray(TavEnv env, TavInt lb, TavIntArray ubs) {
-  requireArrays(ubs);
-  *this = bulk<TavIntVarArray>(env, ubs.getSize(), [&, make = integers(env)](TavInt i) mutable {
-    return TavIntVar(make.make(static_cast<double>(lb), static_cast<double>(ubs[i])));
-  });
+  TavRequireArrays(ubs);
+  *this = TavMakeVars<TavIntVarArray>(
+      env, ubs.getSize(), [&, domains = TavDomainCache(env, TavNumVar::Int)](TavInt i) mutable {
+        return TavIntVar(makeVar(env, domains, static_cast<double>(lb), static_cast<double>(ubs[i])));
+      });
 }
 
 TavIntVarArray::TavIntVarArray(TavEnv env, TavIntArray lbs, TavInt ub) {
-  requireArrays(lbs);
-  *this = bulk<TavIntVarArray>(env, lbs.getSize(), [&, make = integers(env)](TavInt i) mutable {
-    return TavIntVar(make.make(static_cast<double>(lbs[i]), static_cast<double>(ub)));
-  });
+  TavRequireArrays(lbs);
+  *this = TavMakeVars<TavIntVarArray>(
+      env, lbs.getSize(), [&, domains = TavDomainCache(env, TavNumVar::Int)](TavInt i) mutable {
+        return TavIntVar(makeVar(env, domains, static_cast<double>(lbs[i]), static_cast<double>(ub)));
+      });
 }
 
 TavIntVarArray::TavIntVarArray(TavEnv env, TavNumColumnArray columns) {
-  requireArrays(columns);
-  *this = bulkByColumns<TavIntVarArray>(
+  TavRequireArrays(columns);
+  *this = TavMakeVarsByColumns<TavIntVarArray>(
       env, columns, [&](const TavAddNumVar& column, TavInt) { return TavIntVar(column, 0, TavIntVar::kMaxInt); });
 }
 
 TavIntVarArray::TavIntVarArray(TavEnv env, TavNumColumnArray columns, TavNumArray lbs, TavNumArray ubs) {
-  requireArrays(columns, lbs, ubs);
-  *this = bulkByColumns<TavIntVarArray>(env, columns, [&](const TavAddNumVar& column, TavInt i) {
+  TavRequireArrays(columns, lbs, ubs);
+  *this = TavMakeVarsByColumns<TavIntVarArray>(env, columns, [&](const TavAddNumVar& column, TavInt i) {
     return TavIntVar(column, TavTrunc(lbs[i]), TavTrunc(ubs[i]));
   });
 }
@@ -303,8 +251,8 @@ TavIntVarArray TavIntVarArray::getClone(TavEnvI* env) const { return clones(*thi
 // ---- 0-1 variables
 
 TavBoolVarArray::TavBoolVarArray(TavEnv env, TavNumColumnArray columns) {
-  requireArrays(columns);
-  *this = bulkByColumns<TavBoolVarArray>(env, columns, [&](const TavAddNumVar& column, TavInt) {
+  TavRequireArrays(columns);
+  *this = TavMakeVarsByColumns<TavBoolVarArray>(env, columns, [&](const TavAddNumVar& column, TavInt) {
     return TavBoolVar(TavNumVar(column, 0.0, 1.0, TavNumVar::Bool));
   });
 }

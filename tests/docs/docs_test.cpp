@@ -25,9 +25,10 @@ std::string contentOf(const fs::path& file) {
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-/// What is known of a class: where it stands, and its literal texts in both syntaxes where a family prints it.
+/// What is known of a class: where it stands, its base in the type tree where its declaration names it, and its literal
+/// texts in both syntaxes where a family prints it.
 struct Row {
-  std::string file, library, plain;
+  std::string file, base, library, plain;
 };
 
 /// All string literals in `code` behind one another, without the quotes.
@@ -36,6 +37,17 @@ std::string literalsOf(const std::string& code) {
   std::string all;
   for (std::sregex_iterator i(code.begin(), code.end(), literal), end; i != end; ++i) all += (*i)[1];
   return all;
+}
+
+/// The first class of the type tree that the declaration of `name` mentions.
+std::string baseOf(const std::string& name, const std::string& code) {
+  static const std::regex tree("\\b(Tav\\w*ExprI|TavNumVarI|TavConstraintI|TavExtractableI|TavChange)(Record)?\\b");
+  const std::size_t start = code.find("\nclass " + name + " ") + 7 + name.size();
+  const std::string declaration = code.substr(start, code.find('{', start) - start);
+  for (std::sregex_iterator i(declaration.begin(), declaration.end(), tree), end; i != end; ++i) {
+    if ((*i)[1] != name) return (*i)[1];
+  }
+  return "";
 }
 
 std::map<std::string, Row> classesInHeaders() {
@@ -47,7 +59,7 @@ std::map<std::string, Row> classesInHeaders() {
     if (entry.path().extension() != ".h") continue;
     const std::string code = contentOf(entry.path());
     for (std::sregex_iterator i(code.begin(), code.end(), name), end; i != end; ++i) {
-      Row row{fs::relative(entry.path(), expression).generic_string(), "", ""};
+      Row row{fs::relative(entry.path(), expression).generic_string(), baseOf((*i)[1], code), "", ""};
       // A class's texts stand between its type name and the next class's.
       const std::string rest = i->suffix().str();
       const std::string own = rest.substr(0, rest.find("kTypeName"));
@@ -98,6 +110,9 @@ TEST(Docs, NodesPageHasOneTrueRowPerClass) {
     const std::vector<std::string>& cells = found->second;
     ASSERT_EQ(cells.size(), 8u) << name;
     EXPECT_EQ(cells[3], truth.file) << name;
+    if (!truth.base.empty()) {
+      EXPECT_EQ(cells[2], truth.base) << name;
+    }
     if (truth.library.empty()) continue;
     EXPECT_EQ(literalsOf(cells[6]), truth.library) << name;
     EXPECT_EQ(literalsOf(cells[7]), truth.plain) << name;

@@ -47,7 +47,6 @@ TEST_F(Conditional, TextsRepeatAndOmitAndClonesPrintTheSame) {
     auto* clone = static_cast<TavNumExprI*>(pass.clone(node.getImpl()));
     EXPECT_EQ(text(clone), expected);
     EXPECT_EQ(clone->eval(&algorithm), eval(node));
-    for (TavExtractableI* child : children(clone)) EXPECT_EQ(static_cast<TavNumExprI*>(child)->getRefCount(), 1);
   }
   EXPECT_TRUE(cases[3].first.isInteger());
   EXPECT_FALSE(nums(leaf(1), leaf(1, true), leaf(1, true)).isInteger());
@@ -57,7 +56,6 @@ TEST_F(Conditional, GivesItsBranchesBackButNotItsCondition) {
   const TavNumExprArg condition = leaf(1), a = leaf(2), b = leaf(3);
   const TavNumExpr holdsA(a), holdsB(b);
   TavNumExprArg node = nums(condition, a, b), twice = nums(condition, a, a);
-  EXPECT_EQ(children(node.getImpl()), (std::vector<TavExtractableI*>{condition.getImpl(), a.getImpl(), b.getImpl()}));
   EXPECT_EQ(a.getImpl()->getRefCount(), 4);
   twice.end();
   node.end();

@@ -46,13 +46,3 @@ TEST_F(Elementary, OtherLogarithmsAreQuotientsOfTheNaturalOne) {
   EXPECT_EQ(eval(two), 3.0);
   EXPECT_EQ(eval(ten), 2.9999999999999996);  // not what a logarithm of base 10 gives
 }
-
-TEST_F(Elementary, OneOperandOfTwoNodesGoesWithTheLast) {
-  const TavNumExprArg x = leaf(1);
-  TavNumExpr sine(TavSin(x)), logarithm(TavLog(x));
-  sine.end();
-  EXPECT_EQ(x.getImpl()->getRefCount(), 1);
-  EXPECT_EQ(eval(logarithm), 0.0);
-  logarithm.end();
-  EXPECT_EQ(env.getImpl()->liveObjectCount(), 0);
-}

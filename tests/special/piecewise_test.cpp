@@ -102,18 +102,15 @@ TEST_F(Piecewise, OwnsItsArrays) {
 
 TEST_F(Piecewise, MonotonicFunctions) {
   const TavNumExprArg up = TavMonotonicIncreasingNumExpr(
-      leaf(3), [](double v) { return v * v; }, [](double v) { return 2 * v; });
+      leaf(3), [](double v) { return std::sqrt(v); }, [](double v) { return std::exp(v); });
   const TavNumExprArg down = TavMonotonicDecreasingNumExpr(
       up, [](double v) { return 1 / v; }, nullptr);
-  EXPECT_EQ(eval(up), 9.0);
-  EXPECT_EQ(eval(down), 1.0 / 9);
-  EXPECT_EQ(plain(down), "TavMonotonicDecreasingNumExpr(TavMonotonicIncreasingNumExpr(leaf))");
-  EXPECT_EQ(library(down), plain(down));
   TavClonePass pass(env.getImpl(), other.getImpl());
   auto* clone = static_cast<TavMonotonicNumExprI*>(pass.clone(down.getImpl()));
+  EXPECT_EQ(plain(down), "TavMonotonicDecreasingNumExpr(TavMonotonicIncreasingNumExpr(leaf))");
+  EXPECT_EQ(library(down), plain(down));
   EXPECT_EQ(text(clone), plain(down));
-  EXPECT_EQ(clone->eval(&algorithm), 1.0 / 9);
-  EXPECT_EQ(static_cast<TavMonotonicNumExprI*>(clone->getOperand())->getSecondFunction()(4), 8.0);
-  TavNumExprArg(down).end();
-  EXPECT_EQ(env.getImpl()->liveObjectCount(), 0);
+  EXPECT_EQ(eval(down), 1 / std::sqrt(3.0));
+  EXPECT_EQ(clone->eval(&algorithm), eval(down));
+  EXPECT_EQ(static_cast<TavMonotonicNumExprI*>(clone->getOperand())->getSecondFunction()(0), 1.0);
 }

@@ -41,6 +41,12 @@ class ScriptedAlgorithm : public TavAlgorithmI {
   std::map<TavInt, double> _values;
 };
 
+/// Gives a clone the name of what it was cloned from.
+inline TavExtractableI* keepName(TavExtractableI* clone, const TavExtractableI* source) {
+  clone->setName(source->getName());
+  return clone;
+}
+
 /// A numeric leaf that evaluates to a fixed number and counts its evaluations; for values that no variable takes.
 class LeafI : public TavNode<LeafI, TavNumExprI> {
  public:
@@ -55,8 +61,10 @@ class LeafI : public TavNode<LeafI, TavNumExprI> {
     visitor->beginVisit(this);
     visitor->endVisit(this);
   }
-  TavExtractableI* makeClone(TavEnvI* target) const override { return new (target) LeafI(target, _value, _integer); }
-  void display(std::ostream& os) const override { os << "leaf"; }
+  TavExtractableI* makeClone(TavEnvI* target) const override {
+    return keepName(new (target) LeafI(target, _value, _integer), this);
+  }
+  void display(std::ostream& os) const override { os << (getName() ? getName() : "leaf"); }
   mutable int evaluations = 0;
 
  private:
@@ -77,8 +85,10 @@ class IntLeafI : public TavNode<IntLeafI, TavIntExprI> {
     visitor->beginVisit(this);
     visitor->endVisit(this);
   }
-  TavExtractableI* makeClone(TavEnvI* target) const override { return new (target) IntLeafI(target, _value); }
-  void display(std::ostream& os) const override { os << "ileaf"; }
+  TavExtractableI* makeClone(TavEnvI* target) const override {
+    return keepName(new (target) IntLeafI(target, _value), this);
+  }
+  void display(std::ostream& os) const override { os << (getName() ? getName() : "ileaf"); }
   mutable int evaluations = 0;
 
  private:
@@ -124,6 +134,57 @@ class TavTest : public ::testing::Test {
     return TavNumExprArg(new (env.getImpl()) LeafI(env.getImpl(), value, isInteger));
   }
   TavIntExprArg intLeaf(double value) { return TavIntExprArg(new (env.getImpl()) IntLeafI(env.getImpl(), value)); }
+
+  /// What a linear node holds: "2x -1y <p> 5" stands for the terms, the parts and the constant; "#" before it marks the
+  /// integer one. Any other node: its name, or its class and its plain text, "TavNumTimesCstI{p * 3}".
+  static std::string shape(TavNumExprArg expression) {
+    TavNumExprI* node = expression.getImpl();
+    if (!node) return "empty";
+    std::ostringstream os;
+    const auto write = [&os](const auto* linear) {
+      for (auto* cell = linear->getFirstTerm(); cell; cell = cell->next)
+        os << cell->coef << cell->var->getName() << " ";
+      for (auto* part = linear->getFirstPart(); part; part = part->next) {
+        os << "<" << shape(TavNumExprArg(part->expr)) << "> ";
+      }
+      os << linear->getConstant();
+    };
+    if (node->getTypeInfo() == TavNumLinTermI::GetTypeInfo()) {
+      write(static_cast<TavNumLinTermI*>(node));
+    } else if (node->getTypeInfo() == TavIntLinTermI::GetTypeInfo()) {
+      os << "#";
+      write(static_cast<TavIntLinTermI*>(node));
+    } else if (node->getName()) {
+      os << node->getName();
+    } else {
+      os << node->getRttiTypeName() << "{" << text(node) << "}";
+    }
+    return os.str();
+  }
+
+  struct Term {
+    double coef;
+    TavNumVar variable;
+  };
+  /// A new uncounted linear node of these terms, parts and constant.
+  template <class Linear = TavNumLinTermI>
+  Linear* linear(std::initializer_list<Term> terms, std::initializer_list<TavIntExprArg> parts = {}, int constant = 0) {
+    auto* node = new (env.getImpl()) Linear(env.getImpl(), constant);
+    for (const Term& term : terms) node->append(env.getImpl()->newTerm(term.variable.getImpl(), term.coef));
+    for (TavIntExprArg part : parts) node->append(part.getImpl());
+    return node;
+  }
+  /// A leaf that prints its name.
+  TavNumExprArg namedLeaf(const char* name, double value = 1.0) {
+    TavNumExprArg node = leaf(value);
+    node.getImpl()->setName(name);
+    return node;
+  }
+  TavIntExprArg namedIntLeaf(const char* name, double value = 1.0) {
+    TavIntExprArg node = intLeaf(value);
+    node.getImpl()->setName(name);
+    return node;
+  }
 
   double eval(TavNumExprArg expression) { return expression.eval(TavAlgorithm(&algorithm)); }
 

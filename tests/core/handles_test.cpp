@@ -1,0 +1,299 @@
+#include "tests/support/fixture.h"
+
+namespace {
+
+class Handles : public TavTest {
+ protected:
+  Handles() {
+    p.getImpl()->retain();
+    m.getImpl()->retain();
+  }
+  static TavInt count(TavNumExprArg expression) { return expression.getImpl()->getRefCount(); }
+
+  TavNumVar x = num("x", 2), y = num("y", 3);
+  TavIntVar i = integer("i", 4);
+  TavNumExprArg p = namedLeaf("p", 7);
+  TavIntExprArg m = namedIntLeaf("m", 11);
+};
+
+TEST_F(Handles, ArePlainPointersAndCountOnlyWhenBuiltFromAnArgumentATermOrAConstant) {
+  static_assert(std::is_trivially_copyable_v<TavExpr> && sizeof(TavExpr) == sizeof(void*));
+  static_assert(std::is_trivially_copyable_v<TavNumVar> && std::is_trivially_destructible_v<TavIntExpr>);
+  TavNumExpr n(x + y);
+  EXPECT_EQ(count(n), 1);
+  const TavNumExpr copied = n, bare(n.getImpl());
+  EXPECT_EQ(count(copied), 1);
+  EXPECT_EQ(bare.getImpl(), n.getImpl());
+  const TavNumExprArg arg = n;
+  const TavNumExpr second(arg);
+  EXPECT_EQ(count(n), 2);
+  TavExpr e(env, 2.5);
+  const TavNumExpr fromExpr = e;
+  EXPECT_EQ(count(e), 1);
+  EXPECT_EQ(fromExpr.getImpl(), static_cast<TavNumExpr&>(e).getImpl());
+  const std::pair<TavNumExpr, const char*> kMade[] = {{TavNumExpr(env, 2.5), "2.5"}, {TavExpr(env), "0"},
+                                                      {TavNumExpr(3 * x), "3x 0"},   {TavNumExpr(3 * i), "3i 0"},
+                                                      {TavExpr(3 * i), "3i 0"},      {TavIntExpr(3 * i), "#3i 0"},
+                                                      {TavIntExpr(env, -4), "#-4"},  {TavIntExpr(i + 1), "#1i 1"}};
+  for (const auto& [made, expected] : kMade) {
+    EXPECT_EQ(shape(TavNumExprArg(made.getImpl())), expected);
+    EXPECT_EQ(made.getImpl()->getRefCount(), 1);
+  }
+  const TavIntExpr variable(i);
+  EXPECT_EQ(variable.getImpl(), i.getImpl());
+  const TavNumExprArg fromTerm = 3 * x;
+  EXPECT_EQ(count(fromTerm), 0);
+}
+
+TEST_F(Handles, ASumHandleTakesAFreeNodeCopiesAHeldOneAndWrapsTheRest) {
+  const TavNumExprArg freeNode = x + y;
+  TavExpr taken = freeNode;
+  EXPECT_EQ(taken.getImpl(), freeNode.getImpl());
+  EXPECT_EQ(count(taken), 1);
+  TavExpr copied = freeNode;  // held by now
+  EXPECT_NE(copied.getImpl(), freeNode.getImpl());
+  EXPECT_EQ(shape(copied), "1x 1y 0");
+  EXPECT_EQ(count(copied), 1);
+  TavExpr fromVariable = x, fromPart = p, fromInteger = TavNumExprArg(i + 3);
+  EXPECT_EQ(shape(fromVariable) + shape(fromPart) + shape(fromInteger), "1x 0<p> 01i 3");
+  EXPECT_EQ(count(p), 2);
+  const TavInt objects = env.getImpl()->liveObjectCount();
+  TavExpr fromHeldInteger = TavNumExprArg(TavIntExpr(i + 3));
+  EXPECT_LE(env.getImpl()->liveObjectCount(), objects + 3);
+  EXPECT_EQ(shape(fromHeldInteger), "1i 3");
+  EXPECT_THROW(TavExpr{TavNumExprArg()}, TavEmptyHandleException);
+}
+
+TEST_F(Handles, QueriesAskForShape) {
+  const TavIntExprArg whole = i + 1;
+  const struct {
+    TavNumExprArg expression;
+    bool constant;
+    double value;
+  } kCases[] = {{TavNumExpr(env, 4.0), true, 4},
+                {TavIntExpr(env, 5), true, 5},
+                {2 * x - 2 * x, false, 0},
+                {x + 2.5, false, 2.5},
+                {whole, false, 1},
+                {x, false, kNaN},
+                {p, false, kNaN},
+                {x + p, false, kNaN},
+                {i + m, false, kNaN}};
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(shape(c.expression));
+    EXPECT_EQ(c.expression.isConstant(), c.constant);
+    EXPECT_FALSE(c.expression.isIndex());
+    if (c.value == c.value) {
+      EXPECT_EQ(c.expression.getNumConstant(), c.value);
+    } else {
+      EXPECT_EQ(messageOf<TavNumExpr::NonLinearExpression>([&] { c.expression.getNumConstant(); }),
+                "Constant part cannot be set or queried");
+    }
+  }
+  std::ostringstream os;
+  TavNumExpr::NonLinearExpression(p.getImpl()).print(os);
+  TavNumExpr::NonLinearExpression(nullptr).print(os);
+  EXPECT_EQ(os.str(),
+            "Expression p is non linear, setting or querying the constant part is forbidden"
+            "Expression  is non linear, setting or querying the constant part is forbidden");
+  TavExpr sum = 2 * x - 2 * x;
+  EXPECT_FALSE(sum.normalize());
+  EXPECT_TRUE(sum.isConstant());
+  const TavNumExprArg empty;
+  EXPECT_THROW(empty.isConstant(), TavEmptyHandleException);
+  EXPECT_THROW(empty.isIndex(), TavEmptyHandleException);
+  EXPECT_THROW(empty.getNumConstant(), TavEmptyHandleException);
+  EXPECT_THROW(TavTestIsLinear(nullptr), TavEmptyHandleException);
+  EXPECT_THROW(TavExpr().normalize(), TavEmptyHandleException);
+  EXPECT_THROW(static_cast<void>(TavExpr().isNormalized()), TavEmptyHandleException);
+  EXPECT_THROW(TavExpr() += 1.0, TavEmptyHandleException);
+  EXPECT_THROW(TavNumExpr() += 1.0, TavEmptyHandleException);
+}
+
+TEST_F(Handles, RebuildingMovesTheReferenceAndExtendsAnUnsharedSumInPlace) {
+  TavNumExpr n(x + y);
+  const TavNumExprI* const first = n.getImpl();
+  ((n += p) -= 1.5) *= 2;
+  n -= x;
+  n /= 4;
+  EXPECT_EQ(n.getImpl(), first);
+  EXPECT_EQ(count(n), 1);
+  EXPECT_EQ(shape(n), "0.5x 0.5y -0.25x <TavNumDivCstI{p * 2/ 4}> -0.75");
+  TavNumExpr shared(TavNumExprArg{n});
+  n += 1.0;
+  EXPECT_NE(n.getImpl(), first);
+  EXPECT_EQ(count(n) + count(shared), 2);
+  TavNumExpr product(x * y);
+  const TavNumExprI* const old = product.getImpl();
+  product += 1.0;
+  EXPECT_EQ(old->getRefCount(), 1);  // the sum's reference took the place of the handle's
+  EXPECT_EQ(shape(product), "<TavNumTimesI{x[0 .. 10]  * y[0 .. 10] }> 1");
+  TavNumExpr self(x + p);
+  self += TavNumExprArg(self);
+  EXPECT_EQ(shape(self), "1x 1x <p> <p> 0");
+  self -= TavNumExprArg(self);
+  EXPECT_EQ(shape(self), "1x 1x -1x -1x <p> <p> <TavNumTimesCstI{p * -1}> <TavNumTimesCstI{p * -1}> 0");
+  EXPECT_EQ(count(self), 1);
+  TavIntExpr k(i + 1);
+  k += TavIntExprArg(k);
+  ((k *= 3) -= 2) += m;
+  k -= i;
+  EXPECT_EQ(shape(TavIntExprArg(k)), "#3i 3i -1i <m> 4");
+  k -= TavIntExprArg(k);
+  EXPECT_EQ(eval(TavIntExprArg(k)), 0);
+  EXPECT_EQ(count(TavIntExprArg(k)), 1);
+}
+
+TEST_F(Handles, AnUnsharedSumIsChangedInPlaceAndASharedOneIsCopiedFirst) {
+  const TavNumVarArray vars(env, 1, x);
+  TavNumArray coefs(env, 1);
+  coefs[0] = 9;
+  const struct {
+    std::function<void(TavExpr&)> change;
+    const char* shape;
+  } kCases[] = {{[&](TavExpr& e) { e += 1.5; }, "2x 3y 2x <p> 6.5"},
+                {[&](TavExpr& e) { e -= 1.5; }, "2x 3y 2x <p> 3.5"},
+                {[&](TavExpr& e) { e *= 2; }, "4x 6y 4x <TavNumTimesCstI{p * 2}> 10"},
+                {[&](TavExpr& e) { e /= 2; }, "1x 1.5y 1x <TavNumDivCstI{p/ 2}> 2.5"},
+                {[&](TavExpr& e) { e += y; }, "2x 3y 2x 1y <p> 5"},
+                {[&](TavExpr& e) { e -= y; }, "2x 3y 2x -1y <p> 5"},
+                {[&](TavExpr& e) { e += i; }, "2x 3y 2x 1i <p> 5"},
+                {[&](TavExpr& e) { e -= i; }, "2x 3y 2x -1i <p> 5"},
+                {[&](TavExpr& e) { e += 4 * y; }, "2x 3y 2x 4y <p> 5"},
+                {[&](TavExpr& e) { e -= 4 * y; }, "2x 3y 2x -4y <p> 5"},
+                {[&](TavExpr& e) { e += 4 * i; }, "2x 3y 2x 4i <p> 5"},
+                {[&](TavExpr& e) { e -= 4 * i; }, "2x 3y 2x -4i <p> 5"},
+                {[&](TavExpr& e) { e += TavNumExprArg(y); }, "2x 3y 2x 1y <p> 5"},
+                {[&](TavExpr& e) { e -= TavNumExprArg(y); }, "2x 3y 2x -1y <p> 5"},
+                {[&](TavExpr& e) { e += y + p + 1; }, "2x 3y 2x 1y <p> <p> 6"},
+                {[&](TavExpr& e) { e -= y + p + 1; }, "2x 3y 2x -1y <p> <TavNumTimesCstI{p * -1}> 4"},
+                {[&](TavExpr& e) { e += i + m + 1; }, "2x 3y 2x 1i <p> <m> 6"},
+                {[&](TavExpr& e) { e -= i + m + 1; }, "2x 3y 2x -1i <p> <TavNumTimesCstI{m * -1}> 4"},
+                {[&](TavExpr& e) { e += p; }, "2x 3y 2x <p> <p> 5"},
+                {[&](TavExpr& e) { e -= p; }, "2x 3y 2x <p> <TavNumTimesCstI{p * -1}> 5"},
+                {[&](TavExpr& e) { e += TavNumExprArg(e); }, "2x 3y 2x 2x 3y 2x <p> <p> 10"},
+                {[&](TavExpr& e) { e -= TavNumExprArg(e); }, "2x 3y 2x -2x -3y -2x <p> <TavNumTimesCstI{p * -1}> 0"},
+                {[&](TavExpr& e) { e.clear(); }, "0"},
+                {[&](TavExpr& e) { EXPECT_EQ(e.setLinearCoef(x, 9), 4); }, "3y 9x <p> 5"},
+                {[&](TavExpr& e) { e.setLinearCoefs(vars, coefs); }, "3y 9x <p> 5"},
+                {[&](TavExpr& e) { e.remove(vars); }, "3y 2x <p> 5"},
+                {[&](TavExpr& e) { EXPECT_FALSE(e.normalize()); }, "3y 4x <p> 5"}};
+  for (std::size_t c = 0; c < std::size(kCases); ++c) {
+    SCOPED_TRACE(std::to_string(c) + " " + kCases[c].shape);
+    TavExpr alone = 2 * x + 3 * y + 2 * x + p + 5;
+    const TavNumLinTermI* const node = alone.getImpl();
+    kCases[c].change(alone);
+    EXPECT_EQ(shape(alone), kCases[c].shape);
+    EXPECT_EQ(alone.getImpl(), node);
+    EXPECT_EQ(count(alone), 1);
+
+    TavExpr held = 2 * x + 3 * y + 2 * x + p + 5;
+    const TavNumExpr holder{TavNumExprArg(held)};
+    kCases[c].change(held);
+    EXPECT_EQ(shape(held), kCases[c].shape);
+    EXPECT_EQ(shape(holder), "2x 3y 2x <p> 5");
+    EXPECT_EQ(count(held), 1);
+    EXPECT_EQ(count(holder), 1);
+  }
+}
+
+TEST_F(Handles, ASumTakesAFreeOperandOverAndLeavesAHeldOneAlone) {
+  TavExpr e = x + 1;
+  const TavInt objects = env.getImpl()->liveObjectCount();
+  e += y + 2.0;
+  EXPECT_EQ(env.getImpl()->liveObjectCount(), objects);
+  TavExpr other1 = y + p;
+  e += other1;
+  e -= other1;
+  EXPECT_EQ(shape(other1), "1y <p> 0");
+  EXPECT_EQ(count(other1), 1);
+  EXPECT_EQ(shape(e), "1x 1y 1y -1y <p> <TavNumTimesCstI{p * -1}> 3");
+  TavExpr copy = e.copy();
+  EXPECT_EQ(shape(copy), shape(e));
+  EXPECT_NE(copy.getImpl(), e.getImpl());
+  EXPECT_EQ(count(copy), 1);
+  std::string walked;
+  for (auto it = e.getLinearIterator(); it.ok(); ++it) {
+    walked += std::to_string(static_cast<int>(it.getCoef())) + it.getVar().getName() + " ";
+  }
+  EXPECT_EQ(walked, "1x 1y 1y -1y ");
+  EXPECT_FALSE(TavExpr(env, 1.0).getLinearIterator());
+}
+
+TEST_F(Handles, TheConstantIsSetOnLinearSumsAloneAndTheTestComesBeforeTheCopy) {
+  TavExpr e = x + p;
+  TavNumExpr holder{TavNumExprArg(e)};
+  const TavNumLinTermI* const node = e.getImpl();
+  EXPECT_THROW(e.setNumConstant(3), TavNumExpr::NonLinearExpression);
+  EXPECT_EQ(e.getImpl(), node);
+  EXPECT_EQ(count(e), 2);
+  TavExpr linearSum = x + 1.0;
+  linearSum.setNumConstant(3);
+  EXPECT_EQ(shape(linearSum), "1x 3");
+}
+
+TEST_F(Handles, NormalisationSpeaksOfMergesAndTheQueryNeverSaysNo) {
+  TavExpr zero = 0 * x + y;
+  EXPECT_TRUE(zero.normalize());  // a dropped zero is no merge
+  EXPECT_EQ(shape(zero), "1y 0");
+  TavExpr twice = x + x;
+  EXPECT_TRUE(twice.isNormalized());
+  env.getImpl()->normalizationSkipped = true;
+  EXPECT_TRUE(twice.isNormalized());
+  EXPECT_TRUE(twice.normalize());
+  EXPECT_EQ(shape(twice), "1x 1x 0");
+}
+
+TEST_F(Handles, OperandsOfAnotherEnvironmentAreRefusedAndTheHandleStays) {
+  const TavNumVar foreign(other, 0.0, 1.0, "foreign");
+  const TavIntVar foreignInt(other, 0, 1, "foreignInt");
+  const TavNumExprArg arg = foreign;
+  const auto term = 2 * foreign;
+  const auto intTerm = 2 * foreignInt;
+  TavExpr e = x + 1;
+  const TavNumExpr holder{TavNumExprArg(e)};
+  TavNumExpr n(x * y);
+  TavIntExpr k(i * m);
+  const std::string in = " : mixing mismatch Environments";
+  const std::pair<std::string, std::function<void()>> kCases[] = {
+      {"TavNumExpr& TavNumExpr::operator += const TavNumExprArg arg", [&] { n += arg; }},
+      {"TavNumExpr& TavNumExpr::operator -= const TavNumExprArg arg", [&] { n -= arg; }},
+      {"TavExpr& TavNumExpr::operator += const TavNumExprArg arg", [&] { e += arg; }},
+      {"TavExpr& TavNumExpr::operator += const TavNumVar arg", [&] { e += foreign; }},
+      {"TavExpr& TavNumExpr::operator += const TavIntVar arg", [&] { e += foreignInt; }},
+      {"TavExpr& TavExpr::operator += const TavNumLinExprTerm term", [&] { e += term; }},
+      {"TavExpr& TavExpr::operator += const TavIntLinExprTerm arg", [&] { e += intTerm; }},
+      {"TavExpr& TavExpr::operator -= const TavNumExprArg arg", [&] { e -= arg; }},
+      {"TavExpr& TavExpr::operator -= const TavNumVar arg", [&] { e -= foreign; }},
+      {"TavExpr& TavExpr::operator -= const TavIntVar arg", [&] { e -= foreignInt; }},
+      {"TavExpr& TavExpr::operator -= const TavNumLinExprTerm arg", [&] { e -= term; }},
+      {"TavExpr& TavExpr::operator -= const TavIntLinExprTerm arg", [&] { e -= intTerm; }}};
+  for (const auto& [message, call] : kCases) EXPECT_EQ(messageOf<TavWrongUsage>(call), message + in);
+  EXPECT_EQ(messageOf<TavWrongUsage>([&] { k += foreignInt; }),
+            "TavIntExprArg operator + const TavIntExprArg const TavIntExprArg: mixing mismatch Environments");
+  EXPECT_EQ(messageOf<TavWrongUsage>([&] { k -= foreignInt; }),
+            "TavIntExprArg operator + const TavIntExprArg const TavIntExprArg: mixing mismatch Environments");
+  EXPECT_EQ(count(n), 1);
+  EXPECT_EQ(count(TavIntExprArg(k)), 1);
+  EXPECT_EQ(e.getImpl(), holder.getImpl());  // not even copied
+  EXPECT_EQ(count(e), 2);
+  EXPECT_EQ(term.getCoef(), 2.0);
+}
+
+TEST_F(Handles, EndingGivesOneReferenceBackAndEmptiesTheHandle) {
+  const TavInt objects = env.getImpl()->liveObjectCount(), cells = env.getImpl()->liveTermCount();
+  TavExpr e = x + 2 * y;
+  TavNumExpr second{TavNumExprArg(e)};
+  e.end();
+  EXPECT_EQ(e.getImpl(), nullptr);
+  EXPECT_EQ(shape(second), "1x 2y 0");
+  second.end();
+  EXPECT_EQ(env.getImpl()->liveObjectCount(), objects);
+  EXPECT_EQ(env.getImpl()->liveTermCount(), cells);
+  TavNumExpr variable{TavNumExprArg(x)};
+  variable.end();
+  EXPECT_EQ(env.getImpl()->liveObjectCount(), objects);  // a variable stays
+  second.end();
+}
+
+}  // namespace

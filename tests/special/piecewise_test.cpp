@@ -93,10 +93,13 @@ TEST_F(Piecewise, OwnsItsArrays) {
   node.end();
   EXPECT_EQ(x.getImpl()->getRefCount(), 1);
   EXPECT_EQ(env.getImpl()->getMemory()->usedBytes(), before);
-  for (const auto& [expr, first, second] :
-       {std::tuple(TavNumExprArg(), slopes, slopes), {x, TavNumArray(), slopes}, {x, slopes, TavNumArray()}}) {
-    EXPECT_EQ(messageOf<TavEmptyHandleException>([&] { TavPiecewiseLinear(expr, first, second, 0, 0); }), "");
-    EXPECT_EQ(messageOf<TavEmptyHandleException>([&] { TavPiecewiseLinear(expr, 0, first, second, 0); }), "");
+  struct Case {
+    TavNumExprArg x;
+    TavNumArray first, second;
+  };
+  for (const Case& c : {Case{{}, slopes, slopes}, {x, {}, slopes}, {x, slopes, {}}}) {
+    EXPECT_EQ(messageOf<TavEmptyHandleException>([&] { TavPiecewiseLinear(c.x, c.first, c.second, 0, 0); }), "");
+    EXPECT_EQ(messageOf<TavEmptyHandleException>([&] { TavPiecewiseLinear(c.x, 0, c.first, c.second, 0); }), "");
   }
 }
 

@@ -12,11 +12,12 @@ class Rounding : public TavTest {
 
 TEST_F(Rounding, ValuesTextsAndIntegrality) {
   constexpr double k63 = 9223372036854775808.0;  // where 64-bit integers end
-  const double x[] = {2.75, -2.75, 2.5, 3.5, -0.5, -0.0, 0.49999999999999994, 1e19, -1e19, kInf, kNaN};
+  constexpr std::size_t kPoints = 11;
+  const double x[kPoints] = {2.75, -2.75, 2.5, 3.5, -0.5, -0.0, 0.49999999999999994, 1e19, -1e19, kInf, kNaN};
   struct Case {
     TavNumExprArg (*build)(TavNumExprArg);
     const char *type, *name, *plainName;
-    double values[std::size(x)];
+    double values[kPoints];
   };
   const Case cases[] = {
       {TavCeil, "TavNumCeilI", "TavCeil", "ceil", {3, -2, 3, 4, -0.0, -0.0, 1, 1e19, -1e19, kInf, kNaN}},
@@ -31,7 +32,7 @@ TEST_F(Rounding, ValuesTextsAndIntegrality) {
       {TavDistToInt, "TavDistToIntI", "TavDistToInt", "distToInt", {.25, .25, .5, .5, .5, 0, x[6], 0, 0, kNaN, kNaN}},
   };
   for (const Case& c : cases) {
-    for (std::size_t i = 0; i < std::size(x); ++i) {
+    for (std::size_t i = 0; i < kPoints; ++i) {
       const double value = eval(c.build(leaf(x[i]))), expected = c.values[i];
       EXPECT_TRUE(std::isnan(expected) ? std::isnan(value)
                                        : value == expected && std::signbit(value) == std::signbit(expected))

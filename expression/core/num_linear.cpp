@@ -28,7 +28,8 @@ void TavNumLinTermRemoveVar::visitChange(TavEnvI*, TavExtractableI* object, TavC
 TavRemovalMarks::TavRemovalMarks(TavEnvI* env, TavExtractableArray objects) : _env(env), _count(env->markedCount()) {
   try {
     for (TavInt i = 0; i < objects.getSize(); ++i) {
-      if (TavExtractableI* object = objects[i].getImpl()) env->markRemoved(object);
+      TavExtractableI* object = objects[i].getImpl();
+      if (object && object->getEnv() == env) env->markRemoved(object);  // identifiers of another one mean other objects
     }
   } catch (...) {
     env->restoreMarks(_count);
@@ -152,6 +153,7 @@ TavInt TavNumLinTermI::normalize() {
 
 double TavNumLinTermI::setCoef(TavNumVar variable, double coef) {
   if (!variable) throw TavEmptyHandleException();
+  assert(variable.getImpl()->getEnv() == getEnv() && "a variable of another environment");
   normalize();
   TavNumVarI* var = variable.getImpl();
   TavNumLinExprTermI* previous = nullptr;
@@ -183,6 +185,7 @@ void TavNumLinTermI::setCoef(TavNumVarArray variables, TavNumArray coefs, TavNum
   const TavInt count = variables.getSize();
   for (TavInt i = 0; i < count; ++i) {
     if (!variables[i]) throw TavEmptyHandleException();
+    assert(variables[i].getImpl()->getEnv() == getEnv() && "a variable of another environment");
   }
   assert(coefs.getSize() >= count && "fewer coefficients than variables");
   normalize();

@@ -134,6 +134,9 @@ TEST_F(Handles, RebuildingMovesTheReferenceAndExtendsAnUnsharedSumInPlace) {
   self -= TavNumExprArg(self);
   EXPECT_EQ(shape(self), "1x 1x -1x -1x <p> <p> <TavNumTimesCstI{p * -1}> <TavNumTimesCstI{p * -1}> 0");
   EXPECT_EQ(count(self), 1);
+  TavExpr uncounted(linear({{1, x}}, {}, 2));
+  uncounted += TavNumExprArg(uncounted);
+  EXPECT_EQ(shape(uncounted), "1x 1x 4");
   TavIntExpr k(i + 1);
   k += TavIntExprArg(k);
   ((k *= 3) -= 2) += m;

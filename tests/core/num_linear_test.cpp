@@ -17,6 +17,7 @@ class NumLinear : public TavTest {
     p.getImpl()->retain();
     q.getImpl()->retain();
   }
+  ~NumLinear() override { third.end(); }
   using Terms = std::initializer_list<Term>;
   static std::string shapeOf(TavNumLinTermI* node) { return shape(TavNumExprArg(node)); }
   TavExtractableArray objects(std::initializer_list<TavExtractableI*> elements) {
@@ -42,6 +43,7 @@ class NumLinear : public TavTest {
   }
 
   TavNumVar x = num("x", 2), y = num("y", 3), z = num("z", 5);
+  TavEnv third;
   TavIntExprArg p = namedIntLeaf("p", 7), q = namedIntLeaf("q", 11);
 };
 
@@ -202,6 +204,17 @@ TEST_F(NumLinear, RemovingObjectsCountsDownFromTheArraysSize) {
     const TavInt parts = (left.find("<p>") != std::string::npos) + (left.find("<p>") != left.rfind("<p>"));
     EXPECT_EQ(p.getImpl()->getRefCount(), held - 2 + parts);
   }
+}
+
+TEST_F(NumLinear, ObjectsOfAnotherEnvironmentAreInNoSum) {
+  TavExtractableI* foreign = nullptr;  // one with an identifier that no object has here, and one with x's
+  for (int k = 0; k < 1000; ++k) foreign = TavNumVar(other, 0, 1).getImpl();
+  TavExtractableI* twin = nullptr;
+  for (TavInt id = 0; id <= x.getId(); ++id) twin = TavNumVar(third, 0, 1).getImpl();
+  ASSERT_EQ(twin->getId(), x.getId());
+  TavNumLinTermI* node = linear({{1, x}, {2, y}});
+  node->remove(objects({foreign, twin}));
+  EXPECT_EQ(shapeOf(node), "1x 2y 0");
 }
 
 TEST_F(NumLinear, DroppingTheLastCellEmptiesTheTailUntilTheNodeIsNormalised) {

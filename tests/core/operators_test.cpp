@@ -235,40 +235,31 @@ TEST_F(Operators, OperandsOfTwoEnvironmentsAreRefusedBeforeAnythingChanges) {
   const std::string n = "TavNumExprArg operator ", w = "TavIntExprArg operator ";
   const std::string arg = " const TavNumExprArg", intArg = " const TavIntExprArg", term = " const TavNumLinExprTerm",
                     intTerm = " const TavIntLinExprTerm";
-  const std::vector<std::pair<std::string, std::function<void()>>> kCases = {
-      {n + "+" + arg + arg, [&] { num + a; }},
-      {n + "+" + arg + term, [&] { num + t; }},
-      {n + "+" + arg + intTerm, [&] { num + u; }},
-      {n + "+" + term + arg, [&] { t + num; }},
-      {n + "+" + intTerm + arg, [&] { u + num; }},
-      {n + "+" + term + term, [&] { home + t; }},
-      {n + "+" + intTerm + term, [&] { homeInt + t; }},
-      {n + "+" + term + intTerm, [&] { home + u; }},
-      {w + "+" + intArg + intArg, [&] { whole + b; }},
-      {w + "+" + intArg + intTerm, [&] { whole + u; }},
-      {w + "+" + intTerm + intArg, [&] { u + whole; }},
-      {w + "+" + intTerm + intTerm, [&] { homeInt + u; }},
-      {n + "+" + arg + arg, [&] { num - a; }},
-      {n + "+" + arg + arg, [&] { foreign - x; }},
-      {n + "+" + arg + arg, [&] { foreign + x; }},
-      {w + "+" + intArg + intArg, [&] { foreignInt - i; }},
-      {n + "+" + arg + term, [&] { num - t; }},
-      {n + "+" + arg + intTerm, [&] { num - u; }},
-      {n + "+" + term + arg, [&] { t - num; }},
-      {n + "+" + intTerm + arg, [&] { u - num; }},
-      {n + "+" + term + term, [&] { home - t; }},
-      {n + "+" + intTerm + term, [&] { homeInt - t; }},
-      {n + "+" + term + intTerm, [&] { home - u; }},
-      {w + "+" + intArg + intTerm, [&] { whole - u; }},
-      {w + "+" + intTerm + intArg, [&] { u - whole; }},
-      {w + "+" + intTerm + intTerm, [&] { homeInt - u; }},
+  std::vector<std::pair<std::string, std::function<void()>>> cases = {
       {n + "*" + arg + arg, [&] { num* a; }},
       {n + "*" + arg + arg, [&] { TavNumExprArg(TavNumExpr(env, 4.0)) * a; }},
       {w + "*" + intArg + intArg, [&] { whole* b; }},
       {n + "/" + arg + arg, [&] { num / a; }},
       {w + "%" + intArg + intArg, [&] { whole % b; }}};
+  const auto sums = [&cases](const std::string& message, auto left, auto right) {  // a difference has the sum's words
+    cases.emplace_back(message, [=] { left + right; });
+    cases.emplace_back(message, [=] { left - right; });
+  };
+  sums(n + "+" + arg + arg, num, a);
+  sums(n + "+" + arg + arg, foreign, x);
+  sums(n + "+" + arg + term, num, t);
+  sums(n + "+" + arg + intTerm, num, u);
+  sums(n + "+" + term + arg, t, num);
+  sums(n + "+" + intTerm + arg, u, num);
+  sums(n + "+" + term + term, home, t);
+  sums(n + "+" + intTerm + term, homeInt, t);
+  sums(n + "+" + term + intTerm, home, u);
+  sums(w + "+" + intArg + intArg, whole, b);
+  sums(w + "+" + intArg + intTerm, whole, u);
+  sums(w + "+" + intTerm + intArg, u, whole);
+  sums(w + "+" + intTerm + intTerm, homeInt, u);
   const TavInt objects = env.getImpl()->liveObjectCount() + 1, foreigners = other.getImpl()->liveObjectCount();
-  for (const auto& [message, call] : kCases) {
+  for (const auto& [message, call] : cases) {
     EXPECT_EQ(messageOf<TavWrongUsage>(call), message + ": mixing mismatch Environments");
   }
   EXPECT_EQ(messageOf<TavWrongUsage>([&] { TavDiv(whole, b); }), "TavDiv: mixing mismatch Environments");

@@ -191,6 +191,10 @@ TEST_F(Arrays, CopiesOfDomainsArePrivateAndKeepKindBoundsAndValues) {
     }
     copy->setLB(-99.0);
     EXPECT_NE(c.domain->getLB(), -99.0);
+    TavVarDomainI* second = copy->makeCopy(other.getImpl());  // bounds need not be those of the list
+    EXPECT_EQ(second->getLB(), -99.0);
+    EXPECT_EQ(second->getUB(), c.domain->getUB());
+    second->end(other.getImpl());
     copy->end(other.getImpl());
   }
   EXPECT_EQ(other.getImpl()->getMemory()->usedBytes(), 0);

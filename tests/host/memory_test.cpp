@@ -65,17 +65,6 @@ TEST(Memory, AFreedBlockServesTheNextRequestOfItsClassAlone) {
 }
 #endif
 
-TEST(Memory, StorageKeepsItsContentWhenItIsResized) {
-  TavMemory memory(nullptr);
-  auto* storage = static_cast<int*>(memory.resizeStorage(nullptr, 0, 8 * sizeof(int)));
-  for (int i = 0; i < 8; ++i) storage[i] = i;
-  storage = static_cast<int*>(memory.resizeStorage(storage, 8 * sizeof(int), 4000 * sizeof(int)));
-  for (int i = 0; i < 8; ++i) EXPECT_EQ(storage[i], i);
-  EXPECT_EQ(memory.usedBytes(), 4000 * TavInt{sizeof(int)});
-  EXPECT_EQ(memory.resizeStorage(storage, 4000 * sizeof(int), 0), nullptr);
-  EXPECT_EQ(memory.usedBytes(), 0);
-}
-
 TEST(Memory, AllocationListsGiveAlignedBytesAndStartAfresh) {
   TavAllocationList list;
   for (int round = 0; round < 2; ++round) {

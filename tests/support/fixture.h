@@ -95,6 +95,15 @@ class IntLeafI : public TavNode<IntLeafI, TavIntExprI> {
   double _value;
 };
 
+/// A column that remembers what was installed last.
+struct TestColumn final : TavAddExtractable {
+  explicit TestColumn(TavEnv home) : env(home.getImpl()) {}
+  void install(TavExtractableI* variable) const override { installed = variable; }
+  TavEnvI* getEnv() const override { return env; }
+  TavEnvI* env;
+  mutable TavExtractableI* installed = nullptr;
+};
+
 class TavTest : public ::testing::Test {
  protected:
   TavTest() : algorithm(env) {}

@@ -6,18 +6,11 @@ namespace {
 
 class VarArrays : public TavTest {
  protected:
-  struct Column final : TavAddExtractable {
-    explicit Column(TavEnvI* home) : env(home) {}
-    void install(TavExtractableI* variable) const override { installed = variable; }
-    TavEnvI* getEnv() const override { return env; }
-    TavEnvI* env;
-    mutable TavExtractableI* installed = nullptr;
-  };
   VarArrays() {
     for (const double v : {0.5, 1.5}) nums.add(v);
     for (const double v : {2.5, 3.5, 9.0}) moreNums.add(v);
     for (const TavInt v : {1, 2}) ints.add(v);
-    for (int k = 0; k < 3; ++k) columns.add(k == 1 ? TavAddNumVar() : TavAddNumVar(&made.emplace_back(env.getImpl())));
+    for (int k = 0; k < 3; ++k) columns.add(k == 1 ? TavAddNumVar() : TavAddNumVar(&made.emplace_back(env)));
   }
   /// "[lb .. ub] " of every element, "null " for an empty one.
   template <class Array>
@@ -37,7 +30,7 @@ class VarArrays : public TavTest {
   TavNumArray nums{env}, moreNums{env};
   TavIntArray ints{env};
   TavNumColumnArray columns{env};
-  std::list<Column> made;
+  std::list<TestColumn> made;
 };
 
 TEST_F(VarArrays, AreMadeInBulkByTheRuleOfTheirKind) {

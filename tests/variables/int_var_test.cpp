@@ -60,13 +60,7 @@ TEST_F(IntVar, ABooleanTakesItsBoundsAsGivenAndSharesTheIntegerDomain) {
   EXPECT_EQ(b.getType(), TavNumVar::Int);
   EXPECT_EQ(b.getImpl()->getDomain(), TavIntVar(env, 0, 1).getImpl()->getDomain());
   EXPECT_EQ(odd.getMin(), -3);
-  struct Column final : TavAddExtractable {
-    void install(TavExtractableI* variable) const override { installed = variable; }
-    TavEnvI* getEnv() const override { return env; }
-    TavEnvI* env;
-    mutable TavExtractableI* installed = nullptr;
-  } column;
-  column.env = env.getImpl();
+  const TestColumn column(env);
   const TavBoolVar byColumn{TavAddNumVar(&column)};
   EXPECT_EQ(column.installed, byColumn.getImpl());
   EXPECT_EQ(byColumn.getType(), TavNumVar::Bool);

@@ -11,14 +11,7 @@ class NumVar : public TavTest {
     return array;
   }
   TavNumVar bare(const char* name = nullptr) { return TavNumVar(new (env.getImpl()) TavNumVarI(env.getImpl(), name)); }
-  /// A column that remembers what was installed.
-  struct Column final : TavAddExtractable {
-    explicit Column(TavEnv home) : env(home.getImpl()) {}
-    void install(TavExtractableI* variable) const override { installed.push_back(variable); }
-    TavEnvI* getEnv() const override { return env; }
-    TavEnvI* env;
-    mutable std::vector<TavExtractableI*> installed;
-  } column{env};
+  TestColumn column{env};
 };
 
 TEST_F(NumVar, BoundsBecomeADomainByTheirTypeInTwoWays) {
@@ -47,7 +40,7 @@ TEST_F(NumVar, BoundsBecomeADomainByTheirTypeInTwoWays) {
     const bool isFloat = c.type == TavNumVar::Float;
     EXPECT_EQ(direct.getType(), isFloat ? TavNumVar::Float : TavNumVar::Int);
     EXPECT_EQ(direct.isInteger(), !isFloat);
-    EXPECT_EQ(column.installed.back(), byColumn.getImpl());
+    EXPECT_EQ(column.installed, byColumn.getImpl());
     EXPECT_TRUE(direct.getImpl()->getDomain()->isShared());
   }
   EXPECT_EQ(TavNumVar(env, -kInf, kInf, TavNumVar::Int).getUB(),
@@ -145,7 +138,7 @@ TEST_F(NumVar, ValueListsAreCopiedAndFitTheirType) {
   EXPECT_EQ(plain(fromInts(TavNumVar::Float)), "n{7, 4, 9} ");
   EXPECT_EQ(fromInts(TavNumVar::Float).getType(), TavNumVar::Float);
   const TavNumVar byColumn(TavAddNumVar(&column), nums, TavNumVar::Float);
-  EXPECT_EQ(column.installed, std::vector<TavExtractableI*>{byColumn.getImpl()});
+  EXPECT_EQ(column.installed, byColumn.getImpl());
   const TavInt objects = env.getImpl()->liveObjectCount();
   EXPECT_EQ(messageOf<TavNotSupportedOperation>([&] { TavNumVar(env, nums, TavNumVar::Int); }),
             "You cannot create a integer variable by giving it an array of double");

@@ -6,6 +6,7 @@ namespace {
 
 template <class Evaluate>
 struct Evaluation {
+  explicit Evaluation(Evaluate body) : evaluate(body) {}
   Evaluate evaluate;
   void prepare() {}
   void run() {
@@ -25,8 +26,8 @@ void evalSum(benchmark::State& state) {
     sum += coefAt(i) * pair.vars[i];
     hand::add(handSum, hand::times(pair.handVars[i], coefAt(i)));
   }
-  Evaluation library{[&] { return sum.eval(TavAlgorithm(&values)); }};
-  Evaluation byHand{[&] { return handSum->eval(handValues); }};
+  Evaluation library([&] { return sum.eval(TavAlgorithm(&values)); });
+  Evaluation byHand([&] { return handSum->eval(handValues); });
   race(state, state.range(0), library, byHand);
 }
 BENCHMARK(evalSum)->Arg(1'000)->Arg(100'000)->Arg(1'000'000)->UseManualTime();
@@ -51,8 +52,8 @@ void evalProducts(benchmark::State& state) {
     level.resize(out);
     handLevel.resize(out);
   }
-  Evaluation library{[&] { return level[0].eval(TavAlgorithm(&values)); }};
-  Evaluation byHand{[&] { return handLevel[0]->eval(handValues); }};
+  Evaluation library([&] { return level[0].eval(TavAlgorithm(&values)); });
+  Evaluation byHand([&] { return handLevel[0]->eval(handValues); });
   race(state, state.range(0), library, byHand);
 }
 BENCHMARK(evalProducts)->Arg(1'000)->Arg(100'000)->Arg(1'000'000)->UseManualTime();

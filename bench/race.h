@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
+#include <string>
 #include <vector>
 
 #include "bench/by_hand.h"
@@ -115,7 +117,8 @@ class Pair {
   explicit Pair(TavInt count, bool named = false) {
     hand::Domain* domain = hand::newDomain(&handEnv, 0.0, 10.0);
     for (TavInt i = 0; i < count; ++i) {
-      const std::string name = "x" + std::to_string(i);
+      std::string name = "x";
+      name += std::to_string(i);
       vars.emplace_back(env, 0.0, 10.0, TavNumVar::Float, named ? name.c_str() : nullptr);
       handVars.push_back(hand::newVar(&handEnv, domain, named ? name.c_str() : nullptr));
     }

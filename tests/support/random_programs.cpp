@@ -1,6 +1,7 @@
 #include "tests/support/random_programs.h"
 
 #include <bit>
+#include <functional>
 #include <map>
 #include <random>
 #include <sstream>
@@ -114,7 +115,7 @@ class Program {
     const int i = pick(26);
     return i < 13 ? kSome[i] : pick(200) / 8.0 - 12.0;
   }
-  TavInt whole() { return pick(8) == 0 ? std::numeric_limits<TavInt>::max() - pick(3) : pick(11) - 5; }
+  TavInt integerConstant() { return pick(8) == 0 ? std::numeric_limits<TavInt>::max() - pick(3) : pick(11) - 5; }
   static constexpr double kInf = std::numeric_limits<double>::infinity();
   static constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
@@ -168,15 +169,31 @@ class Program {
 
   // ---- expressions
 
+  /// Runs one of the makers.
+  template <class... Maker>
+  auto oneOf(Maker... maker) {
+    using Result = std::common_type_t<decltype(maker())...>;
+    const std::function<Result()> makers[] = {maker...};
+    return makers[pick(sizeof...(maker))]();
+  }
+  Node* num(const char* cls, std::vector<Node*> ops, double c = 0.0) {
+    Node* node = _world.make(cls, false, std::move(ops));
+    node->c = c;
+    return node;
+  }
+  Node* whole(const char* cls, std::vector<Node*> ops, TavInt k = 0) {
+    Node* node = _world.make(cls, true, std::move(ops));
+    node->k = k;
+    return node;
+  }
+
   Val leaf(bool wantInt) {
     for (int tries = 0; tries < 3 && !_handles.empty(); ++tries) {
       const Handle& h = _handles[static_cast<std::size_t>(pick(static_cast<int>(_handles.size())))];
       if ((wantInt && !h.node->isInt) || model::weight(h.node, 60) > 60) continue;
-      if (h.node->isInt) {
-        const TavIntExprArg arg(static_cast<TavIntExprI*>(h.node->real));
-        return {arg, arg, h.node};
-      }
-      return {h.arg(), TavIntExprArg(), h.node};
+      if (!h.node->isInt) return {TavNumExprArg(h.node->real), TavIntExprArg(), h.node};
+      const TavIntExprArg arg(static_cast<TavIntExprI*>(h.node->real));
+      return {arg, arg, h.node};
     }
     Node* var = wantInt ? intVar() : anyVar();
     if (var->varIsInteger) return {intVarOf(var), intVarOf(var), var};
@@ -185,11 +202,12 @@ class Program {
 
   Val expression(int depth, bool wantInt) {
     if (depth <= 0 || pick(5) == 0) return leaf(wantInt);
-    const Val made = wantInt || pick(3) == 0 ? integerExpression(depth) : numericExpression(depth);
-    return made;
+    if (pick(6) == 0) return wantInt ? integerArray(depth) : numericArray(depth);
+    if (wantInt || pick(3) == 0) return integerExpression(depth);
+    return pick(3) == 0 ? numericFunction(depth) : numericExpression(depth);
   }
 
-  /// Two operands, now and then the same one twice.
+  /// Two operands, now and then the same one twice. What a maker does not use stays as a temporary.
   std::pair<Val, Val> operands(int depth, bool wantInt) {
     const Val a = expression(depth - 1, wantInt);
     if (pick(6) == 0) return {a, a};
@@ -197,260 +215,222 @@ class Program {
   }
 
   Val numericExpression(int depth) {
-    switch (pick(12)) {
-      case 0:
-      case 1:
-      case 2:
-        return numericSum(depth);
-      case 3:
-        return numericTermSum(depth);
-      case 4:
-      case 5:
-        return numericProduct(depth);
-      case 6:
-      case 7:
-        return numericUnary(depth);
-      case 8:
-        return numericExtremum(depth);
-      case 9:
-        return numericPower(depth);
-      case 10:
-        return numericArray(depth);
-      default:
-        return numericSpecial(depth);
-    }
+    const auto operandPair = operands(depth, false);
+    const Val &a = operandPair.first, &b = operandPair.second;
+    const double d = constant();
+    const TavInt k = integerConstant();
+    const auto kd = static_cast<double>(k);
+    Node *v = anyVar(), *w = intVar();
+    const TavNumVar x = numVarOf(v);
+    const TavIntVar i = intVarOf(w);
+    model::World& m = _world;
+    return oneOf([&] { return numeric(a.num + b.num, m.sum(a.node, b.node, false)); },
+                 [&] { return numeric(a.num + b.num, m.sum(a.node, b.node, false)); },
+                 [&] { return numeric(a.num - b.num, m.difference(a.node, b.node, false)); },
+                 [&] { return numeric(a.num + d, m.plus(a.node, d)); },
+                 [&] { return numeric(a.num - d, m.plus(a.node, -d)); },
+                 [&] { return numeric(d - a.num, m.plus(m.times(a.node, -1.0), d)); },
+                 [&] { return numeric(-a.num, m.times(a.node, -1.0)); }, [&] { return numeric(x * d, m.times(v, d)); },
+                 [&] { return numeric(i * k + x * d, m.sumTerm(m.times(w, kd), v, d, false, false)); },
+                 [&] { return numeric(x * d - k * i, m.sumTerm(m.times(v, d), w, -kd, false, false)); },
+                 [&] { return numeric(d * x + k, m.plus(m.times(v, d), kd)); },
+                 [&] { return numeric(a.num + d * x, m.sumTerm(a.node, v, d, false, false)); },
+                 [&] { return numeric(a.num - i * k, m.sumTerm(a.node, w, -kd, false, false)); },
+                 [&] { return numeric(d * x + a.num, m.sumTerm(a.node, v, d, false, true)); },
+                 [&] { return numeric(i * k - a.num, m.sumTerm(m.times(a.node, -1.0), w, kd, false, true)); },
+                 [&] { return numeric(a.num * b.num, m.product(a.node, b.node, false)); },
+                 [&] { return numeric(d * a.num, m.times(a.node, d)); },
+                 [&] {
+                   return numeric(a.num / b.num, num("TavNumDivI", {a.node, b.node}));
+                 },
+                 [&] { return numeric(a.num / d, m.over(a.node, d)); },
+                 [&] { return numeric(d / a.num, num("TavNumRecDivCstI", {a.node}, d)); },
+                 [&] {
+                   return numeric(TavPower(a.num, b.num), num("TavNumPowerI", {a.node, b.node}));
+                 },
+                 [&] { return numeric(TavPower(a.num, d), num("TavNumPowerCstI", {a.node}, d)); },
+                 [&] { return numeric(TavPower(d, a.num), num("TavNumRecPowerCstI", {a.node}, d)); },
+                 [&] {
+                   return numeric(TavMin(a.num, b.num), num("TavNumMinI", {a.node, b.node}));
+                 },
+                 [&] {
+                   return numeric(TavMax(a.num, b.num), num("TavNumMaxI", {a.node, b.node}));
+                 },
+                 [&] { return numeric(TavMin(a.num, d), num("TavNumMinCstI", {a.node}, d)); },
+                 [&] { return numeric(TavMax(d, a.num), num("TavNumMaxCstI", {a.node}, d)); });
   }
 
-  Val numericSum(int depth) {
-    const double d = constant();
-    switch (pick(7)) {
-      case 0: {
-        const auto [a, b] = operands(depth, false);
-        Node* node = _world.difference(a.node, b.node, false);
-        return numeric(a.num - b.num, node);
-      }
-      case 1: {
-        const Val e = expression(depth - 1, false);
-        return numeric(e.num + d, _world.plus(e.node, d));
-      }
-      case 2: {
-        const Val e = expression(depth - 1, false);
-        return numeric(e.num - d, _world.plus(e.node, -d));
-      }
-      case 3: {
-        const Val e = expression(depth - 1, false);
-        return numeric(d - e.num, _world.plus(_world.times(e.node, -1.0), d));
-      }
-      case 4: {
-        const Val e = expression(depth - 1, false);
-        return numeric(-e.num, _world.times(e.node, -1.0));
-      }
-      default: {
-        const auto [a, b] = operands(depth, false);
-        return numeric(a.num + b.num, _world.sum(a.node, b.node, false));
-      }
-    }
-  }
-
-  Val numericTermSum(int depth) {
-    const double d = constant();
-    const TavInt k = whole();
-    Node* var = anyVar();
-    Node* ivar = intVar();
-    switch (pick(8)) {
-      case 0:
-        return numeric(numVarOf(var) * d, _world.times(var, d));
-      case 1:
-        return numeric(intVarOf(ivar) * k + numVarOf(var) * d,
-                       _world.sumTerm(_world.times(ivar, static_cast<double>(k)), var, d, false, false));
-      case 2:
-        return numeric(numVarOf(var) * d - k * intVarOf(ivar),
-                       _world.sumTerm(_world.times(var, d), ivar, -static_cast<double>(k), false, false));
-      case 3:
-        return numeric(d * numVarOf(var) + k, _world.plus(_world.times(var, d), static_cast<double>(k)));
-      default:
-        break;
-    }
+  Val numericFunction(int depth) {
+    using Build = TavNumExprArg (*)(TavNumExprArg);
+    static const std::pair<const char*, Build> kFunctions[] = {
+        {"TavNumSquareI", TavSquare}, {"TavNumAbsI", TavAbs},
+        {"TavSinI", TavSin},          {"TavCosI", TavCos},
+        {"TavTanI", TavTan},          {"TavArcSinI", TavArcSin},
+        {"TavArcCosI", TavArcCos},    {"TavArcTanI", TavArcTan},
+        {"TavLogI", TavLog},          {"TavExponentI", TavExponent},
+        {"TavNumCeilI", TavCeil},     {"TavNumFloorI", TavFloor},
+        {"TavNumTruncI", TavTrunc},   {"TavDistToIntI", TavDistToInt},
+        {"TavNumFractI", TavFract},   {"TavNumRoundI", TavVurRound}};
     const Val e = expression(depth - 1, false);
-    switch (pick(4)) {
-      case 0:
-        return numeric(e.num + d * numVarOf(var), _world.sumTerm(e.node, var, d, false, false));
-      case 1:
-        return numeric(e.num - intVarOf(ivar) * k, _world.sumTerm(e.node, ivar, -static_cast<double>(k), false, false));
-      case 2:
-        return numeric(d * numVarOf(var) + e.num, _world.sumTerm(e.node, var, d, false, true));
-      default:
-        return numeric(intVarOf(ivar) * k - e.num,
-                       _world.sumTerm(_world.times(e.node, -1.0), ivar, static_cast<double>(k), false, true));
-    }
+    const int i = pick(20);
+    if (i < 16) return numeric(kFunctions[i].second(e.num), num(kFunctions[i].first, {e.node}));
+    if (i == 16) return numeric(TavLog2(e.num), _world.over(num("TavLogI", {e.node}), std::log(2.0)));
+    if (i == 17) return numeric(TavLog10(e.num), _world.over(num("TavLogI", {e.node}), std::log(10.0)));
+    if (i == 18) return piecewise(e);
+    Node* node = num("TavMonotonicNumExprI", {e.node});
+    node->k = pick(2);
+    const auto square = [](double v) { return v * v; };
+    return numeric(node->k ? TavMonotonicDecreasingNumExpr(e.num, square, square)
+                           : TavMonotonicIncreasingNumExpr(e.num, square, square),
+                   node);
   }
 
-  Val numericProduct(int depth) {
-    const double d = constant();
-    switch (pick(5)) {
-      case 0: {
-        const auto [a, b] = operands(depth, false);
-        return numeric(a.num * b.num, _world.product(a.node, b.node, false));
-      }
-      case 1: {
-        const auto [a, b] = operands(depth, false);
-        return numeric(a.num / b.num, _world.make("TavNumDivI", false, {a.node, b.node}));
-      }
-      case 2: {
-        const Val e = expression(depth - 1, false);
-        return numeric(e.num / d, _world.over(e.node, d));
-      }
-      case 3: {
-        const Val e = expression(depth - 1, false);
-        return numeric(d / e.num, withConstant(_world.make("TavNumRecDivCstI", false, {e.node}), d));
-      }
-      default: {
-        const Val e = expression(depth - 1, false);
-        return numeric(d * e.num, _world.times(e.node, d));
-      }
-    }
-  }
-
-  static Node* withConstant(Node* node, double d) {
-    node->c = d;
-    return node;
-  }
-  static Node* withConstant(Node* node, TavInt k) {
-    node->k = k;
-    return node;
-  }
-
-  Val numericUnary(int depth) {
-    struct Function {
-      const char* cls;
-      TavNumExprArg (*build)(TavNumExprArg);
-    };
-    static const Function kFunctions[] = {{"TavNumSquareI", TavSquare}, {"TavNumAbsI", TavAbs},
-                                          {"TavSinI", TavSin},          {"TavCosI", TavCos},
-                                          {"TavTanI", TavTan},          {"TavArcSinI", TavArcSin},
-                                          {"TavArcCosI", TavArcCos},    {"TavArcTanI", TavArcTan},
-                                          {"TavLogI", TavLog},          {"TavExponentI", TavExponent},
-                                          {"TavNumCeilI", TavCeil},     {"TavNumFloorI", TavFloor},
-                                          {"TavNumTruncI", TavTrunc},   {"TavDistToIntI", TavDistToInt},
-                                          {"TavNumFractI", TavFract},   {"TavNumRoundI", TavVurRound}};
-    const Val e = expression(depth - 1, false);
-    const int i = pick(18);
-    if (i >= 16) {
-      Node* log = _world.make("TavLogI", false, {e.node});
-      if (i == 16) return numeric(TavLog2(e.num), _world.over(log, std::log(2.0)));
-      return numeric(TavLog10(e.num), _world.over(log, std::log(10.0)));
-    }
-    return numeric(kFunctions[i].build(e.num), _world.make(kFunctions[i].cls, false, {e.node}));
-  }
-
-  Val numericExtremum(int depth) {
-    const double d = constant();
-    if (pick(2) == 0) {
-      const auto [a, b] = operands(depth, false);
-      if (pick(2) == 0) return numeric(TavMin(a.num, b.num), _world.make("TavNumMinI", false, {a.node, b.node}));
-      return numeric(TavMax(a.num, b.num), _world.make("TavNumMaxI", false, {a.node, b.node}));
-    }
-    const Val e = expression(depth - 1, false);
-    if (pick(2) == 0) return numeric(TavMin(e.num, d), withConstant(_world.make("TavNumMinCstI", false, {e.node}), d));
-    return numeric(TavMax(d, e.num), withConstant(_world.make("TavNumMaxCstI", false, {e.node}), d));
-  }
-
-  Val numericPower(int depth) {
-    const double d = constant();
-    const auto [a, b] = operands(depth, false);
-    switch (pick(3)) {
-      case 0:
-        return numeric(TavPower(a.num, b.num), _world.make("TavNumPowerI", false, {a.node, b.node}));
-      case 1:
-        return numeric(TavPower(a.num, d), withConstant(_world.make("TavNumPowerCstI", false, {a.node}), d));
-      default:
-        return numeric(TavPower(d, a.num), withConstant(_world.make("TavNumRecPowerCstI", false, {a.node}), d));
-    }
-  }
-
-  /// An array of up to twelve operands, ended by the caller.
-  template <class Array>
-  std::pair<Array, std::vector<Node*>> arrayOf(int depth, int least, int most) {
-    constexpr bool kInt = std::is_same_v<Array, TavIntExprArray>;
-    Array array(_env, 0);
-    std::vector<Node*> nodes;
-    const int size = least + pick(most - least + 1);
-    for (int i = 0; i < size; ++i) {
-      const Val e = i > 3 ? leaf(kInt) : expression(depth - 1, kInt);
-      if constexpr (kInt) {
-        array.add(e.in);
-      } else {
-        array.add(e.num);
-      }
-      nodes.push_back(e.node);
-    }
-    return {array, nodes};
-  }
-  template <class Array>
-  std::pair<Array, std::vector<Node*>> varArray() {
-    Array array(_env, 0);
-    std::vector<Node*> nodes;
-    for (int i = pick(5); i > 0; --i) {
-      if constexpr (std::is_same_v<Array, TavIntVarArray>) {
-        nodes.push_back(intVar());
-        array.add(intVarOf(nodes.back()));
-      } else {
-        nodes.push_back(anyVar());
-        array.add(numVarOf(nodes.back()));
-      }
-    }
-    return {array, nodes};
-  }
-
-  Val numericArray(int depth) {
-    const auto kind = pick(7);
-    if (kind == 0) {
-      auto [array, nodes] = varArray<TavNumVarArray>();
-      const Val made = pick(2) == 0 ? numeric(TavMax(array), _world.make("TavNumMaxArrayI", false, nodes))
-                                    : numeric(TavSum(array), sumOf(nodes, false));
-      array.end();
-      return made;
-    }
-    if (kind == 1) {
-      auto [array, nodes] = varArray<TavNumVarArray>();
-      TavNumArray coefs(_env, 0);
-      Node* node = _world.linear(false, 0.0);
-      for (Node* var : nodes) {
-        coefs.add(constant());
-        node->terms.emplace_back(var, std::as_const(coefs)[coefs.getSize() - 1]);
-      }
-      const Val made = numeric(TavScalProd(coefs, array), node);
-      coefs.end();
-      array.end();
-      return made;
-    }
-    if (kind == 2) {
-      const auto [a, b] = operands(depth, false);
-      TavNumExprArray left(_env, 0), right(_env, 0);
-      left.add(a.num);
-      right.add(b.num);
-      Node* node = _world.linear(false, 0.0);
-      ++a.node->refs;  // the elements of the arrays stay as they are
-      ++b.node->refs;
-      Node* product = _world.product(a.node, b.node, false);
-      --a.node->refs;
-      --b.node->refs;
-      node->ops.push_back(product);
-      ++product->refs;
-      const Val made = numeric(TavScalProd(left, right), node);
-      left.end();
-      right.end();
-      return made;
-    }
-    auto [array, nodes] = arrayOf<TavNumExprArray>(depth, 0, 12);
-    const Val made = kind == 3   ? numeric(TavMin(array), _world.make("TavNumMinArrayI", false, nodes))
-                     : kind == 4 ? numeric(TavMax(array), _world.make("TavNumMaxArrayI", false, nodes))
-                                 : numeric(TavSum(array), sumOf(nodes, false));
-    array.end();
+  Val piecewise(const Val& e) {
+    Node* node = num("TavExprPiecewiseLinearI", {e.node}, pick(9) - 4);
+    node->c2 = pick(9) - 4;
+    node->k = pick(3) > 0;
+    TavNumArray points(_env, 0), second(_env, 0);
+    const int n = 2 + pick(3);
+    double at = pick(10) - 5;
+    for (int i = 0; i < n; ++i, at += pick(3)) node->nums.push_back(at);
+    for (int i = 0; i < n + static_cast<int>(node->k); ++i) node->nums2.push_back(pick(9) - 4);
+    for (double value : node->nums) points.add(value);
+    for (double value : node->nums2) second.add(value);
+    const Val made = numeric(node->k ? TavPiecewiseLinear(e.num, points, second, node->c, node->c2)
+                                     : TavPiecewiseLinear(e.num, node->c, points, second, node->c2),
+                             node);
+    points.end();
+    second.end();
     return made;
   }
 
-  /// The sum of elements that stay as they are.
+  Val integerExpression(int depth) {
+    const auto operandPair = operands(depth, true);
+    const Val &a = operandPair.first, &b = operandPair.second;
+    const Val e = leaf(false);
+    const TavInt k = integerConstant(), c = pick(11) - 5;
+    const auto cd = static_cast<double>(c);
+    Node* w = intVar();
+    const TavIntVar i = intVarOf(w);
+    model::World& m = _world;
+    return oneOf([&] { return integer(a.in + b.in, m.sum(a.node, b.node, true)); },
+                 [&] { return integer(a.in + b.in, m.sum(a.node, b.node, true)); },
+                 [&] { return integer(a.in - b.in, m.difference(a.node, b.node, true)); },
+                 [&] { return integer(a.in + k, m.plus(a.node, k)); },
+                 [&] { return integer(a.in - k, m.plus(a.node, TavWrapNegate(k))); },
+                 [&] { return integer(k - a.in, m.plus(m.times(a.node, TavInt{-1}), k)); },
+                 [&] { return integer(-a.in, m.times(a.node, TavInt{-1})); },
+                 [&] { return integer(c * i, m.times(w, c)); },
+                 [&] { return integer(i * c + 2, m.plus(m.times(w, c), TavInt{2})); },
+                 [&] { return integer(a.in - i * c, m.sumTerm(a.node, w, -cd, true, false)); },
+                 [&] { return integer(c * i + a.in, m.sumTerm(a.node, w, cd, true, true)); },
+                 [&] { return integer(c * i - a.in, m.sumTerm(m.times(a.node, TavInt{-1}), w, cd, true, true)); },
+                 [&] { return integer(a.in * b.in, m.product(a.node, b.node, true)); },
+                 [&] { return integer(k * a.in, m.times(a.node, k)); },
+                 [&] {
+                   return integer(TavDiv(a.in, b.in), whole("TavIntDivI", {a.node, b.node}));
+                 },
+                 [&] { return integer(TavDiv(a.in, k), whole("TavIntDivCstI", {a.node}, k)); },
+                 [&] { return integer(TavDiv(k, a.in), whole("TavIntRecDivCstI", {a.node}, k)); },
+                 [&] {
+                   return integer(a.in % b.in, whole("TavIntModuloI", {a.node, b.node}));
+                 },
+                 [&] { return integer(a.in % k, whole("TavIntModuloCstI", {a.node}, k)); },
+                 [&] { return integer(k % a.in, whole("TavIntRecModuloCstI", {a.node}, k)); },
+                 [&] { return integer(TavSquare(a.in), whole("TavIntSquareI", {a.node})); },
+                 [&] { return integer(TavAbs(a.in), whole("TavIntAbsI", {a.node})); },
+                 [&] { return integer(TavSgn(e.num), whole("TavSgnI", {e.node})); },
+                 [&] { return integer(TavNumToInt(e.num), whole("TavNumToIntI", {e.node})); },
+                 [&] {
+                   return integer(TavMin(a.in, b.in), whole("TavIntMinI", {a.node, b.node}));
+                 },
+                 [&] {
+                   return integer(TavMax(a.in, b.in), whole("TavIntMaxI", {a.node, b.node}));
+                 },
+                 [&] { return integer(TavMin(k, a.in), whole("TavIntMinCstI", {a.node}, k)); },
+                 [&] { return integer(TavMax(a.in, k), whole("TavIntMaxCstI", {a.node}, k)); });
+  }
+
+  /// An array of elements that element(i) gives, with their nodes.
+  template <class Array, class Element>
+  std::pair<Array, std::vector<Node*>> arrayOf(int size, Element element) {
+    std::pair<Array, std::vector<Node*>> made{Array(_env, 0), {}};
+    for (int i = 0; i < size; ++i) {
+      const Val e = element(i);
+      TavExtractableI* impl = e.node->real;
+      made.first.getImpl()->add(&impl);
+      made.second.push_back(e.node);
+    }
+    return made;
+  }
+  static std::vector<Node*> indexed(const Val& index, std::vector<Node*> nodes) {
+    nodes.insert(nodes.begin(), index.node);
+    return nodes;
+  }
+
+  Val numericArray(int depth) {
+    const auto element = [&](int i) { return i > 3 ? leaf(false) : expression(depth - 1, false); };
+    auto [exprs, nodes] = arrayOf<TavNumExprArray>(pick(13), element);
+    auto [right, rightNodes] =
+        arrayOf<TavNumExprArray>(static_cast<int>(nodes.size()), [&](int) { return leaf(false); });
+    auto [vars, varNodes] = arrayOf<TavNumVarArray>(pick(5), [&](int) { return Val{{}, {}, anyVar()}; });
+    auto [ints, intNodes] = arrayOf<TavIntExprArray>(1 + pick(3), [&](int) { return leaf(true); });
+    const Val index = expression(depth - 1, true);
+    TavNumArray numbers(_env, 0);
+    for (std::size_t i = 0; i < varNodes.size(); ++i) numbers.add(constant());
+    const Val made =
+        oneOf([&] { return numeric(TavMin(exprs), num("TavNumMinArrayI", nodes)); },
+              [&] { return numeric(TavMax(exprs), num("TavNumMaxArrayI", nodes)); },
+              [&] { return numeric(TavMax(vars), num("TavNumMaxArrayI", varNodes)); },
+              [&] { return numeric(TavSum(exprs), sumOf(nodes, false)); },
+              [&] { return numeric(TavSum(vars), sumOf(varNodes, false)); },
+              [&] { return numeric(TavScalProd(exprs, right), products(nodes, rightNodes)); },
+              [&] { return numeric(TavScalProd(numbers, vars), scalarProduct(varNodes, numbers)); },
+              [&] { return numeric(TavStandardDeviation(ints), num("TavStandardDeviationI", intNodes)); },
+              [&] { return numeric(exprs[index.in], num("TavNumExprArrayElementI", indexed(index, nodes))); },
+              [&] {
+                Node* node = num("TavNumArrayElementI", {index.node});
+                for (TavInt i = 0; i < numbers.getSize(); ++i) node->nums.push_back(numbers[i]);
+                return numeric(TavElement(numbers, index.in), node);
+              });
+    exprs.end();
+    right.end();
+    vars.end();
+    ints.end();
+    numbers.end();
+    return made;
+  }
+
+  Val integerArray(int depth) {
+    const auto element = [&](int i) { return i > 3 ? leaf(true) : expression(depth - 1, true); };
+    auto [exprs, nodes] = arrayOf<TavIntExprArray>(1 + pick(11), element);
+    auto [vars, varNodes] = arrayOf<TavIntVarArray>(pick(5), [&](int) { return Val{{}, {}, intVar()}; });
+    const Val index = expression(depth - 1, true);
+    const TavInt k = pick(5) - 2;
+    TavIntArray numbers(_env, 0);
+    for (std::size_t i = 0; i < varNodes.size(); ++i) numbers.add(integerConstant());
+    const Val made =
+        oneOf([&] { return integer(TavMin(vars), whole("TavIntMinArrayI", varNodes)); },
+              [&] { return integer(TavMax(exprs), whole("TavIntMaxArrayI", nodes)); },
+              [&] { return integer(TavSum(exprs), sumOf(nodes, true)); },
+              [&] { return integer(TavSum(vars), sumOf(varNodes, true)); },
+              [&] { return integer(TavCount(exprs, k), whole("TavCountI", nodes, k)); },
+              [&] { return integer(exprs[index.in], whole("TavIntExprArrayElementI", indexed(index, nodes))); },
+              [&] {
+                Node* node = whole("TavIntArrayElementI", {index.node});
+                for (TavInt i = 0; i < numbers.getSize(); ++i) {
+                  node->ints.push_back(numbers[i]);
+                  node->nums.push_back(static_cast<double>(numbers[i]));
+                }
+                return integer(numbers[index.in], node);
+              });
+    exprs.end();
+    vars.end();
+    numbers.end();
+    return made;
+  }
+
+  /// Sums and products of elements that stay as they are.
   Node* sumOf(const std::vector<Node*>& nodes, bool isInt) {
     Node* sum = _world.linear(isInt, 0.0);
     for (Node* n : nodes) {
@@ -464,215 +444,22 @@ class Program {
     }
     return sum;
   }
-
-  Val numericSpecial(int depth) {
-    switch (pick(5)) {
-      case 0: {
-        auto [array, nodes] = arrayOf<TavNumExprArray>(depth, 1, 4);
-        const Val index = expression(depth - 1, true);
-        nodes.insert(nodes.begin(), index.node);
-        const Val made = numeric(array[index.in], _world.make("TavNumExprArrayElementI", false, nodes));
-        array.end();
-        return made;
-      }
-      case 1: {
-        TavNumArray array(_env, 0);
-        for (int i = pick(5); i > 0; --i) array.add(constant());
-        const Val index = expression(depth - 1, true);
-        Node* node = _world.make("TavNumArrayElementI", false, {index.node});
-        for (TavInt i = 0; i < array.getSize(); ++i) node->nums.push_back(array[i]);
-        const Val made = numeric(TavElement(array, index.in), node);
-        array.end();
-        return made;
-      }
-      case 2:
-        return piecewise(depth);
-      case 3: {
-        const Val e = expression(depth - 1, false);
-        Node* node = _world.make("TavMonotonicNumExprI", false, {e.node});
-        node->k = pick(2);
-        const auto function = [](double v) { return v * v; };
-        return numeric(node->k ? TavMonotonicDecreasingNumExpr(e.num, function, function)
-                               : TavMonotonicIncreasingNumExpr(e.num, function, function),
-                       node);
-      }
-      default: {
-        auto [array, nodes] = arrayOf<TavIntExprArray>(depth, 1, 4);
-        const Val made = numeric(TavStandardDeviation(array), _world.make("TavStandardDeviationI", false, nodes));
-        array.end();
-        return made;
-      }
+  Node* products(const std::vector<Node*>& left, const std::vector<Node*>& right) {
+    Node* sum = _world.linear(false, 0.0);
+    for (std::size_t i = 0; i < left.size(); ++i) {
+      ++left[i]->refs;
+      ++right[i]->refs;
+      sum->ops.push_back(_world.product(left[i], right[i], false));
+      ++sum->ops.back()->refs;
+      --left[i]->refs;
+      --right[i]->refs;
     }
+    return sum;
   }
-
-  Val piecewise(int depth) {
-    const Val e = expression(depth - 1, false);
-    Node* node = _world.make("TavExprPiecewiseLinearI", false, {e.node});
-    TavNumArray points(_env, 0), second(_env, 0);
-    node->k = pick(3) > 0;
-    const int n = 2 + pick(3);
-    double at = pick(10) - 5;
-    for (int i = 0; i < n; ++i, at += pick(3)) points.add(at);
-    for (int i = 0; i < n + static_cast<int>(node->k); ++i) second.add(pick(9) - 4);
-    for (TavInt i = 0; i < points.getSize(); ++i) node->nums.push_back(points[i]);
-    for (TavInt i = 0; i < second.getSize(); ++i) node->nums2.push_back(second[i]);
-    node->c = pick(9) - 4;
-    node->c2 = pick(9) - 4;
-    const Val made = numeric(node->k ? TavPiecewiseLinear(e.num, points, second, node->c, node->c2)
-                                     : TavPiecewiseLinear(e.num, node->c, points, second, node->c2),
-                             node);
-    points.end();
-    second.end();
-    return made;
-  }
-
-  Val integerExpression(int depth) {
-    const TavInt k = whole();
-    switch (pick(10)) {
-      case 0:
-      case 1:
-        return integerSum(depth);
-      case 2: {
-        const auto [a, b] = operands(depth, true);
-        return integer(a.in * b.in, _world.product(a.node, b.node, true));
-      }
-      case 3: {
-        const Val e = expression(depth - 1, true);
-        return integer(k * e.in, _world.times(e.node, k));
-      }
-      case 4:
-        return integerQuotient(depth);
-      case 5: {
-        const Val e = expression(depth - 1, true);
-        if (pick(2) == 0) return integer(TavSquare(e.in), _world.make("TavIntSquareI", true, {e.node}));
-        return integer(TavAbs(e.in), _world.make("TavIntAbsI", true, {e.node}));
-      }
-      case 6: {
-        const Val e = expression(depth - 1, false);
-        if (pick(2) == 0) return integer(TavSgn(e.num), _world.make("TavSgnI", true, {e.node}));
-        return integer(TavNumToInt(e.num), _world.make("TavNumToIntI", true, {e.node}));
-      }
-      case 7: {
-        const auto [a, b] = operands(depth, true);
-        switch (pick(4)) {
-          case 0:
-            return integer(TavMin(a.in, b.in), _world.make("TavIntMinI", true, {a.node, b.node}));
-          case 1:
-            return integer(TavMax(a.in, b.in), _world.make("TavIntMaxI", true, {a.node, b.node}));
-          case 2:
-            return integer(TavMin(k, a.in), withConstant(_world.make("TavIntMinCstI", true, {a.node}), k));
-          default:
-            return integer(TavMax(a.in, k), withConstant(_world.make("TavIntMaxCstI", true, {a.node}), k));
-        }
-      }
-      case 8:
-        return integerTermSum(depth);
-      default:
-        return integerArray(depth);
-    }
-  }
-
-  Val integerSum(int depth) {
-    const TavInt k = whole();
-    if (pick(3) == 0) {
-      const Val e = expression(depth - 1, true);
-      switch (pick(4)) {
-        case 0:
-          return integer(e.in + k, _world.plus(e.node, k));
-        case 1:
-          return integer(e.in - k, _world.plus(e.node, TavWrapNegate(k)));
-        case 2:
-          return integer(k - e.in, _world.plus(_world.times(e.node, TavInt{-1}), k));
-        default:
-          return integer(-e.in, _world.times(e.node, TavInt{-1}));
-      }
-    }
-    const auto [a, b] = operands(depth, true);
-    if (pick(2) == 0) return integer(a.in - b.in, _world.difference(a.node, b.node, true));
-    return integer(a.in + b.in, _world.sum(a.node, b.node, true));
-  }
-
-  Val integerTermSum(int depth) {
-    const TavInt k = pick(11) - 5;
-    const auto coef = static_cast<double>(k);
-    Node* var = intVar();
-    switch (pick(5)) {
-      case 0:
-        return integer(k * intVarOf(var), _world.times(var, k));
-      case 1:
-        return integer(intVarOf(var) * k + 2, _world.plus(_world.times(var, k), TavInt{2}));
-      default:
-        break;
-    }
-    const Val e = expression(depth - 1, true);
-    switch (pick(3)) {
-      case 0:
-        return integer(e.in - intVarOf(var) * k, _world.sumTerm(e.node, var, -coef, true, false));
-      case 1:
-        return integer(k * intVarOf(var) + e.in, _world.sumTerm(e.node, var, coef, true, true));
-      default:
-        return integer(k * intVarOf(var) - e.in,
-                       _world.sumTerm(_world.times(e.node, TavInt{-1}), var, coef, true, true));
-    }
-  }
-
-  Val integerQuotient(int depth) {
-    const TavInt k = whole();
-    const auto [a, b] = operands(depth, true);
-    switch (pick(6)) {
-      case 0:
-        return integer(TavDiv(a.in, b.in), _world.make("TavIntDivI", true, {a.node, b.node}));
-      case 1:
-        return integer(TavDiv(a.in, k), withConstant(_world.make("TavIntDivCstI", true, {a.node}), k));
-      case 2:
-        return integer(TavDiv(k, a.in), withConstant(_world.make("TavIntRecDivCstI", true, {a.node}), k));
-      case 3:
-        return integer(a.in % b.in, _world.make("TavIntModuloI", true, {a.node, b.node}));
-      case 4:
-        return integer(a.in % k, withConstant(_world.make("TavIntModuloCstI", true, {a.node}), k));
-      default:
-        return integer(k % a.in, withConstant(_world.make("TavIntRecModuloCstI", true, {a.node}), k));
-    }
-  }
-
-  Val integerArray(int depth) {
-    const int kind = pick(7);
-    if (kind == 0) {
-      auto [array, nodes] = varArray<TavIntVarArray>();
-      const Val made = pick(2) == 0 ? integer(TavMin(array), _world.make("TavIntMinArrayI", true, nodes))
-                                    : integer(TavSum(array), sumOf(nodes, true));
-      array.end();
-      return made;
-    }
-    if (kind == 1) {
-      TavIntArray array(_env, 0);
-      for (int i = pick(5); i > 0; --i) array.add(whole());
-      const Val index = expression(depth - 1, true);
-      Node* node = _world.make("TavIntArrayElementI", true, {index.node});
-      for (TavInt i = 0; i < array.getSize(); ++i) {
-        node->ints.push_back(array[i]);
-        node->nums.push_back(static_cast<double>(array[i]));
-      }
-      const Val made = integer(array[index.in], node);
-      array.end();
-      return made;
-    }
-    auto [array, nodes] = arrayOf<TavIntExprArray>(depth, kind == 2 ? 1 : 0, 11);
-    Val made;
-    if (kind == 2) {
-      const TavInt k = pick(5) - 2;
-      made = integer(TavCount(array, k), withConstant(_world.make("TavCountI", true, nodes), k));
-    } else if (kind == 3) {
-      const Val index = expression(depth - 1, true);
-      nodes.insert(nodes.begin(), index.node);
-      made = integer(array[index.in], _world.make("TavIntExprArrayElementI", true, nodes));
-    } else if (kind == 4) {
-      made = integer(TavMax(array), _world.make("TavIntMaxArrayI", true, nodes));
-    } else {
-      made = integer(TavSum(array), sumOf(nodes, true));
-    }
-    array.end();
-    return made;
+  Node* scalarProduct(const std::vector<Node*>& vars, TavNumArray coefs) {
+    Node* sum = _world.linear(false, 0.0);
+    for (std::size_t i = 0; i < vars.size(); ++i) sum->terms.emplace_back(vars[i], coefs[static_cast<TavInt>(i)]);
+    return sum;
   }
 
   // ---- statements
@@ -737,61 +524,27 @@ class Program {
   }
 
   void editInteger(Handle& handle, const Val& e) {
-    const TavInt k = whole();
+    const TavInt k = integerConstant();
     Node* old = handle.node;
-    switch (pick(5)) {
-      case 0:
-        handle.node = _world.sum(old, e.node, true);
-        handle.integer += e.in;
-        break;
-      case 1:
-        handle.node = _world.difference(old, e.node, true);
-        handle.integer -= e.in;
-        break;
-      case 2:
-        handle.node = _world.plus(old, k);
-        handle.integer += k;
-        break;
-      case 3:
-        handle.node = _world.plus(old, TavWrapNegate(k));
-        handle.integer -= k;
-        break;
-      default:
-        handle.node = _world.times(old, k);
-        handle.integer *= k;
-    }
-    bind(handle.node, handle.integer.getImpl());
+    TavIntExpr& h = handle.integer;
+    model::World& m = _world;
+    handle.node =
+        oneOf([&] { return h += e.in, m.sum(old, e.node, true); },
+              [&] { return h -= e.in, m.difference(old, e.node, true); }, [&] { return h += k, m.plus(old, k); },
+              [&] { return h -= k, m.plus(old, TavWrapNegate(k)); }, [&] { return h *= k, m.times(old, k); });
+    bind(handle.node, h.getImpl());
   }
 
   void editNumeric(Handle& handle, const Val& e) {
     const double d = constant();
     Node* old = handle.node;
-    switch (pick(6)) {
-      case 0:
-        handle.node = _world.sum(old, e.node, false);
-        handle.num += e.num;
-        break;
-      case 1:
-        handle.node = _world.difference(old, e.node, false);
-        handle.num -= e.num;
-        break;
-      case 2:
-        handle.node = _world.plus(old, d);
-        handle.num += d;
-        break;
-      case 3:
-        handle.node = _world.plus(old, -d);
-        handle.num -= d;
-        break;
-      case 4:
-        handle.node = _world.times(old, d);
-        handle.num *= d;
-        break;
-      default:
-        handle.node = _world.over(old, d);
-        handle.num /= d;
-    }
-    bind(handle.node, handle.num.getImpl());
+    TavNumExpr& h = handle.num;
+    model::World& m = _world;
+    handle.node = oneOf([&] { return h += e.num, m.sum(old, e.node, false); },
+                        [&] { return h -= e.num, m.difference(old, e.node, false); },
+                        [&] { return h += d, m.plus(old, d); }, [&] { return h -= d, m.plus(old, -d); },
+                        [&] { return h *= d, m.times(old, d); }, [&] { return h /= d, m.over(old, d); });
+    bind(handle.node, h.getImpl());
   }
 
   /// The model's copy on write.
@@ -807,64 +560,33 @@ class Program {
   void editLinear(Handle& handle) {
     const double d = constant();
     const TavInt k = pick(9) - 4;
-    Node* var = anyVar();
-    Node* ivar = intVar();
+    Node *v = anyVar(), *w = intVar();
+    const TavNumVar x = numVarOf(v);
+    const TavIntVar i = intVarOf(w);
     TavExpr& e = handle.linear;
-    const int what = pick(13);
-    Val operand;
-    if (what >= 11) operand = expression(2, false);
-    if (what == 10 && !handle.node->ops.empty()) return checkNonLinear(handle);
+    const Val operand = pick(3) == 0 ? expression(2, false) : Val{};
+    if (!operand.node && pick(10) == 0 && !handle.node->ops.empty()) return checkNonLinear(handle);
     Node* n = privateNode(handle);
-    switch (what) {
-      case 0:
-        n->c += d;
-        e += d;
-        break;
-      case 1:
-        n->c -= d;
-        e -= d;
-        break;
-      case 2:
-        n->terms.emplace_back(var, 1.0);
-        e += numVarOf(var);
-        break;
-      case 3:
-        n->terms.emplace_back(ivar, -1.0);
-        e -= intVarOf(ivar);
-        break;
-      case 4:
-        n->terms.emplace_back(var, d);
-        e += d * numVarOf(var);
-        break;
-      case 5:
-        n->terms.emplace_back(ivar, -static_cast<double>(k));
-        e -= intVarOf(ivar) * k;
-        break;
-      case 6:
-        _world.multiply(n, d, 0);
-        e *= d;
-        break;
-      case 7:
-        _world.divide(n, d);
-        e /= d;
-        break;
-      case 8:
-        require(e.normalize() == (_world.normalize(n) == 0), "normalize() answers wrongly");
-        break;
-      case 9:
-        require(sameValue(e.setLinearCoef(numVarOf(var), d), _world.setCoef(n, var, d)), "setLinearCoef");
-        break;
-      case 10:
-        n->c = d;
-        e.setNumConstant(d);
-        break;
-      case 11:
-        _world.addInPlace(n, operand.node, false);
-        e += operand.num;
-        break;
-      default:
-        _world.addInPlace(n, operand.node, true);
-        e -= operand.num;
+    const auto clear = [&](Node* linear) {
+      for (Node* part : std::exchange(linear->ops, {})) _world.release(part);
+      linear->terms.clear();
+    };
+    const auto constantOf = [&](double value) { n->c = value; };
+    const auto term = [&](Node* var, double coef) { n->terms.emplace_back(var, coef); };
+    if (operand.node) {
+      oneOf([&] { e += operand.num, _world.addInPlace(n, operand.node, false); },
+            [&] { e -= operand.num, _world.addInPlace(n, operand.node, true); });
+    } else {
+      oneOf([&] { e += d, constantOf(n->c + d); }, [&] { e -= d, constantOf(n->c - d); }, [&] { e += x, term(v, 1.0); },
+            [&] { e -= i, term(w, -1.0); }, [&] { e += d * x, term(v, d); },
+            [&] { e -= i * k, term(w, -static_cast<double>(k)); }, [&] { e *= d, _world.multiply(n, d, 0); },
+            [&] { e /= d, _world.divide(n, d); },
+            [&] { require(e.normalize() == (_world.normalize(n) == 0), "normalize() answers wrongly"); },
+            [&] { require(sameValue(e.setLinearCoef(x, d), _world.setCoef(n, v, d)), "setLinearCoef"); },
+            [&] {
+              if (!n->ops.empty()) e.clear(), clear(n);
+              e.setNumConstant(d), constantOf(d);
+            });
     }
     bind(handle.node, e.getImpl());
     check(handle.node);

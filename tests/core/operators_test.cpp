@@ -272,9 +272,4 @@ TEST_F(Operators, OperandsOfTwoEnvironmentsAreRefusedBeforeAnythingChanges) {
   EXPECT_THROW(2 * TavNumVar(), TavEmptyHandleException);
 }
 
-TEST_F(Operators, TheValueIsThatOfTheFormula) {
-  EXPECT_EQ(eval(x + 2 * y - 3 * (z - f[0] * x) / 2), 2 + 6 - 3 * (5 - 0.5 * 2) / 2);
-  EXPECT_EQ(eval(TavDiv(7 * i + j, 4) % 3 + (i - 5) * k), (17 / 4) % 3 + (2 - 5) * 5);
-}
-
 }  // namespace

@@ -56,7 +56,7 @@ class TavNumExprArg {
   explicit TavNumExprArg(TavNumExprI* impl) noexcept : _impl(impl) {}
   /// The node of a counted handle.
   template <TavCountedNumHandle H>
-  TavNumExprArg(const H& handle) noexcept : _impl(handle.getImpl()) {}
+  TavNumExprArg(const H& handle) noexcept : _impl(TavImplCast<TavNumExprI>(handle.getImpl())) {}
 
   TavNumExprI* getImpl() const noexcept { return _impl; }
   TavEnv getEnv() const;

@@ -43,27 +43,6 @@ TavEnvI::~TavEnvI() {
 
 // ---- identifiers
 
-TavInt TavEnvI::enrol(TavExtractableI* object) {
-  TavInt id = _freeId;
-  if (id >= 0) {
-    const auto entry = reinterpret_cast<std::uintptr_t>(_table[static_cast<std::size_t>(id)]);
-    _freeId = static_cast<TavInt>(entry >> 1) - 1;
-    _table[static_cast<std::size_t>(id)] = object;
-  } else {
-    id = static_cast<TavInt>(_table.size());
-    _table.push_back(object);
-  }
-  ++_liveObjects;
-  return id;
-}
-
-void TavEnvI::leave(TavInt id) noexcept {
-  const std::uintptr_t entry = (static_cast<std::uintptr_t>(_freeId + 1) << 1) | 1;
-  _table[static_cast<std::size_t>(id)] = reinterpret_cast<TavExtractableI*>(entry);
-  _freeId = id;
-  --_liveObjects;
-}
-
 TavExtractableI* TavEnvI::objectAt(std::size_t id) const noexcept {
   TavExtractableI* entry = _table[id];
   return reinterpret_cast<std::uintptr_t>(entry) & 1 ? nullptr : entry;

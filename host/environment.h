@@ -179,9 +179,26 @@ class TavEnvI {
   }
 
   /// Gives an object its identifier and a place in the registry.
-  TavInt enrol(TavExtractableI* object);
+  TavInt enrol(TavExtractableI* object) {
+    TavInt id = _freeId;
+    if (id >= 0) {
+      TavExtractableI*& entry = _table[static_cast<std::size_t>(id)];
+      _freeId = static_cast<TavInt>(reinterpret_cast<std::uintptr_t>(entry) >> 1) - 1;
+      entry = object;
+    } else {
+      id = static_cast<TavInt>(_table.size());
+      _table.push_back(object);
+    }
+    ++_liveObjects;
+    return id;
+  }
   /// Takes identifier and place back.
-  void leave(TavInt id) noexcept;
+  void leave(TavInt id) noexcept {
+    const std::uintptr_t entry = (static_cast<std::uintptr_t>(_freeId + 1) << 1) | 1;
+    _table[static_cast<std::size_t>(id)] = reinterpret_cast<TavExtractableI*>(entry);
+    _freeId = id;
+    --_liveObjects;
+  }
   void* carveTerm();
   /// The object with this identifier, or null for a free identifier or a mark.
   TavExtractableI* objectAt(std::size_t id) const noexcept;
@@ -245,6 +262,15 @@ class TavClonePass {
   TavEnvI* _source;
   TavEnvI* _target;
 };
+
+inline TavExtractableI::TavExtractableI(TavEnvI* env, const char* name) : _env(env), _name(makeName(env, name)) {
+  try {
+    _id = env->enrol(this);
+  } catch (...) {
+    freeName(env, _name);
+    throw;
+  }
+}
 
 inline void* TavExtractableI::operator new(std::size_t bytes, TavEnvI* env) { return env->allocate(bytes); }
 

@@ -5,26 +5,6 @@
 
 #include "host/environment.h"
 
-namespace {
-
-/// A name record with its text behind it.
-const TavNameRecord* makeName(TavEnvI* env, const char* name) {
-  if (!name) return nullptr;
-  const std::size_t length = std::strlen(name) + 1;
-  void* block = env->getMemory()->alloc(sizeof(TavNameRecord) + length);
-  char* text = static_cast<char*>(block) + sizeof(TavNameRecord);
-  std::memcpy(text, name, length);
-  return new (block) TavNameRecord{text};
-}
-
-void freeName(TavEnvI* env, const TavNameRecord* record) noexcept {
-  if (!record) return;
-  const std::size_t bytes = sizeof(TavNameRecord) + std::strlen(record->name) + 1;
-  env->getMemory()->dealloc(const_cast<TavNameRecord*>(record), bytes);
-}
-
-}  // namespace
-
 // ---- identity of the two roots
 
 TavInt TavExtractableI::_rttiIndex = 0;
@@ -66,13 +46,18 @@ void TavChange::visitChange(TavEnvI*, TavExtractableI*, TavChangeVisitor*) const
 
 // ---- TavExtractableI
 
-TavExtractableI::TavExtractableI(TavEnvI* env, const char* name) : _env(env), _name(makeName(env, name)) {
-  try {
-    _id = env->enrol(this);
-  } catch (...) {
-    freeName(env, _name);
-    throw;
-  }
+const TavNameRecord* TavExtractableI::copyName(TavEnvI* env, const char* name) {
+  const std::size_t length = std::strlen(name) + 1;
+  void* block = env->getMemory()->alloc(sizeof(TavNameRecord) + length);
+  char* text = static_cast<char*>(block) + sizeof(TavNameRecord);
+  std::memcpy(text, name, length);
+  return new (block) TavNameRecord{text};
+}
+
+void TavExtractableI::freeName(TavEnvI* env, const TavNameRecord* record) noexcept {
+  if (!record) return;
+  const std::size_t bytes = sizeof(TavNameRecord) + std::strlen(record->name) + 1;
+  env->getMemory()->dealloc(const_cast<TavNameRecord*>(record), bytes);
 }
 
 TavExtractableI::~TavExtractableI() {

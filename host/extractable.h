@@ -98,6 +98,11 @@ class TavExtractableI {
   virtual void notify(const TavChange& change);
 
  private:
+  /// A name record with its text behind it; null for no name.
+  static const TavNameRecord* makeName(TavEnvI* env, const char* name) { return name ? copyName(env, name) : nullptr; }
+  static const TavNameRecord* copyName(TavEnvI* env, const char* name);
+  static void freeName(TavEnvI* env, const TavNameRecord* record) noexcept;
+
   TavEnvI* _env;
   TavInt _id;
   const TavNameRecord* _name;

@@ -14,7 +14,7 @@ TavInt TavFixedSizeAllocatorI::liveBlocks() const noexcept {
 
 void* TavFixedSizeAllocatorI::grow(TavMemory* memory) {
   assert(_blockSize >= sizeof(FreeBlock));
-  TavChunk* chunk = memory->makeChunk(TavMemory::kChunkSize, _blockSize);
+  TavChunk* chunk = memory->takeChunk(_blockSize);
   _bump = reinterpret_cast<char*>(chunk + 1);
   _end = _bump + (TavMemory::kChunkSize - sizeof(TavChunk)) / _blockSize * _blockSize;
   return carve();
@@ -35,17 +35,13 @@ void TavMemory::endManagedObjects() noexcept {
   while (_managed) _managed->end();
 }
 
-void* TavMemory::alloc(std::size_t bytes) {
-  const TavInt index = getIndex(static_cast<TavInt>(bytes));
-  if (index > 0) return _pools[index].allocateBlock(this);
+void* TavMemory::allocAlone(std::size_t bytes) {
   TavChunk* chunk = makeChunk(sizeof(TavChunk) + bytes, bytes);
   _unpooledBytes += static_cast<TavInt>(bytes);
   return chunk + 1;
 }
 
-void TavMemory::dealloc(void* block, std::size_t bytes) noexcept {
-  const TavInt index = getIndex(static_cast<TavInt>(bytes));
-  if (index > 0) return _pools[index].deallocate(block);
+void TavMemory::deallocAlone(void* block) noexcept {
   _unpooledBytes -= static_cast<TavInt>(chunkOf(block)->blockSize);
   freeChunk(chunkOf(block));
 }
@@ -79,6 +75,21 @@ TavChunk* TavMemory::makeChunk(std::size_t bytes, std::size_t blockSize) {
   if (_chunks) _chunks->previous = chunk;
   _chunks = chunk;
   return chunk;
+}
+
+TavChunk* TavMemory::takeChunk(std::size_t blockSize) {
+  constexpr std::size_t kMostChunks = 16;
+  if (_slabLeft == 0) {
+    TavChunk* first = makeChunk(_slabSize * kChunkSize, blockSize);
+    _slab = reinterpret_cast<char*>(first) + kChunkSize;
+    _slabLeft = _slabSize - 1;
+    if (_slabSize < kMostChunks) _slabSize *= 2;
+    return first;
+  }
+  char* start = _slab;
+  _slab += kChunkSize;
+  --_slabLeft;
+  return new (start) TavChunk{this, blockSize, nullptr, nullptr};
 }
 
 void TavMemory::freeChunk(TavChunk* chunk) noexcept {

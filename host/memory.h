@@ -13,7 +13,8 @@ class TavEnvI;
 class TavMemory;
 class TavMemoryManagerObjectI;
 
-/// What stands at the start of a chunk (in plain allocation: of a block). `owner` is the memory that it belongs to.
+/// What stands at the start of a chunk (in plain allocation: of a block). `owner` is the memory that it belongs to; the
+/// links hold together what was had from the system in one piece.
 struct alignas(16) TavChunk {
   TavMemory* owner;
   std::size_t blockSize;
@@ -84,9 +85,15 @@ class TavMemory {
   static std::size_t sizeOf(const void* block) noexcept { return chunkOf(block)->blockSize; }
 
   /// `bytes` raw bytes, aligned to 8, to 16 where `bytes` is a multiple of 16. Throws std::bad_alloc.
-  void* alloc(std::size_t bytes);
+  void* alloc(std::size_t bytes) {
+    const TavInt index = getIndex(static_cast<TavInt>(bytes));
+    return index > 0 ? _pools[index].allocateBlock(this) : allocAlone(bytes);
+  }
   /// Takes back a block that `alloc` gave for the same byte count.
-  void dealloc(void* block, std::size_t bytes) noexcept;
+  void dealloc(void* block, std::size_t bytes) noexcept {
+    const TavInt index = getIndex(static_cast<TavInt>(bytes));
+    index > 0 ? _pools[index].deallocate(block) : deallocAlone(block);
+  }
   /// Makes storage of `oldBytes` one of `newBytes` with the same leading content; null for 0 bytes, on either side.
   /// For the blocks of arrays, which know their memory and their size. Throws std::bad_alloc and is then unchanged.
   void* resizeStorage(void* storage, std::size_t oldBytes, std::size_t newBytes);
@@ -111,13 +118,22 @@ class TavMemory {
   static constexpr std::uintptr_t kChunkSize = std::uintptr_t{1} << 16;
   static constexpr TavInt kPools = kMaxPooled > 0 ? kMaxPooled / 8 + 1 : 1;
 
+  /// A block that is a chunk of its own.
+  void* allocAlone(std::size_t bytes);
+  void deallocAlone(void* block) noexcept;
+  /// A piece from the system with a chunk's header at its start.
   TavChunk* makeChunk(std::size_t bytes, std::size_t blockSize);
   void freeChunk(TavChunk* chunk) noexcept;
+  /// A chunk for a pool, from a slab of several: the first is one chunk, the largest have sixteen.
+  TavChunk* takeChunk(std::size_t blockSize);
 
   TavEnvI* _env;
   TavChunk* _chunks = nullptr;
   TavMemoryManagerObjectI* _managed = nullptr;
   TavInt _unpooledBytes = 0;
+  char* _slab = nullptr;
+  std::size_t _slabLeft = 0;
+  std::size_t _slabSize = 1;
   TavFixedSizeAllocatorI _pools[kPools];
 };
 

@@ -185,21 +185,26 @@ void TavNumVarI::setPossibleValues(TavIntArray values) {
 // ---- node protocol
 
 double TavNumVarI::eval(TavAlgorithm algorithm) const {
+  const TavAlgorithmI* values = algorithm.getImpl();
   try {
-    const TavAlgorithmI* values = algorithm.getImpl();
     if (!values) throw TavEmptyHandleException();
     return values->getValue(this);
   } catch (...) {
-    // The inner handler must be over before the rethrow, or the second failure would go on instead of the first.
-    TavModelEvaluator evaluator = getEnv()->getModelEvaluator();
-    if (evaluator.isActive()) {
-      try {
-        return static_cast<double>(evaluator.evaluate(TavIntExprArg(const_cast<TavNumVarI*>(this))));
-      } catch (...) {
-      }
-    }
-    throw;
+    return evalByModel();
   }
+}
+
+/// The model evaluator's answer instead of the failure that is being handled; without one that failure goes on. The
+/// inner handler must be over before the rethrow, or the second failure would go on instead of the first.
+double TavNumVarI::evalByModel() const {
+  const TavModelEvaluator evaluator = getEnv()->getModelEvaluator();
+  if (evaluator.isActive()) {
+    try {
+      return static_cast<double>(evaluator.evaluate(TavIntExprArg(const_cast<TavNumVarI*>(this))));
+    } catch (...) {
+    }
+  }
+  throw;
 }
 
 TavNumLinTermI* TavNumVarI::toNumLinTermI() {

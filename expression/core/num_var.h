@@ -72,6 +72,7 @@ class TavNumVarI : public TavNode<TavNumVarI, TavIntExprI> {
 
  private:
   void copyOnWrite();
+  double evalByModel() const;
   void displayLabel(std::ostream& os) const;
 
   TavVarDomainI* _domain;

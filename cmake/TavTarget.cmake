@@ -22,7 +22,4 @@ function(tav_target target)
     # Part of -Wconversion here but not in g++: sizes and 64-bit indices meet everywhere, without a fault to find.
     target_compile_options(${target} PRIVATE -Wno-sign-conversion)
   endif()
-  if(TAV_PLAIN_ALLOC)
-    target_compile_definitions(${target} PRIVATE TAV_PLAIN_ALLOC)
-  endif()
 endfunction()

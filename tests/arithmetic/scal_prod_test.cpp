@@ -14,7 +14,7 @@ class ScalProd : public TavTest {
   TavIntExprArray intExprs(std::initializer_list<TavIntExprArg> nodes) { return arrayOf<TavIntExprArray>(nodes); }
   /// A sum's library text, behind "#" for an integer one.
   std::string shape(TavNumExprArg sum) {
-    return (sum.getImpl()->isType(TavIntLinTermI::GetTypeInfo()) ? "#" : "") + library(sum);
+    return std::string(sum.getImpl()->isType(TavIntLinTermI::GetTypeInfo()) ? "#" : "").append(library(sum));
   }
   TavInt objects() { return env.getImpl()->liveObjectCount(); }
   TavInt cells() { return env.getImpl()->liveTermCount(); }

@@ -15,113 +15,78 @@ class MinMax : public TavTest {
 };
 
 TEST_F(MinMax, TiesAndNotANumbersGiveTheSecondOperand) {
-  struct Case {
-    double a, b, min, max;
+  const auto expect = [&](TavNumExprArg node, double expected) {
+    const double value = eval(node);
+    EXPECT_TRUE(std::isnan(expected) ? std::isnan(value)
+                                     : value == expected && std::signbit(value) == std::signbit(expected))
+        << node.getImpl()->getRttiTypeName() << " gives " << value << " for " << expected;
   };
-  for (const Case& c :
-       {Case{1, 2, 1, 2}, {2.5, 2, 2, 2.5}, {0.0, -0.0, -0.0, -0.0}, {kNaN, 3, 3, 3}, {3, kNaN, kNaN, kNaN}}) {
-    SCOPED_TRACE(testing::Message() << c.a << " and " << c.b);
-    const auto same = [&](TavNumExprArg node, double expected) {
-      const double value = eval(node);
-      return std::isnan(expected) ? std::isnan(value)
-                                  : value == expected && std::signbit(value) == std::signbit(expected);
-    };
-    EXPECT_TRUE(same(TavMin(leaf(c.a), leaf(c.b)), c.min));
-    EXPECT_TRUE(same(TavMax(leaf(c.a), leaf(c.b)), c.max));
-    EXPECT_TRUE(same(TavMin(intLeaf(c.a), intLeaf(c.b)), c.min));
-    EXPECT_TRUE(same(TavMax(intLeaf(c.a), intLeaf(c.b)), c.max));
-    EXPECT_TRUE(same(TavMin(leaf(c.a), c.b), c.min));
-    EXPECT_TRUE(same(TavMax(c.b, leaf(c.a)), c.max));  // the constant counts as second from either side
+  const struct {
+    double a, b, min, max;
+  } kCases[] = {{2.5, 2, 2, 2.5}, {0.0, -0.0, -0.0, -0.0}, {kNaN, 3, 3, 3}, {3, kNaN, kNaN, kNaN}};
+  for (const auto& c : kCases) {
+    expect(TavMin(leaf(c.a), leaf(c.b)), c.min);
+    expect(TavMax(leaf(c.a), leaf(c.b)), c.max);
+    expect(TavMin(intLeaf(c.a), intLeaf(c.b)), c.min);
+    expect(TavMax(intLeaf(c.a), intLeaf(c.b)), c.max);
+    expect(TavMin(leaf(c.a), c.b), c.min);
+    expect(TavMax(c.b, leaf(c.a)), c.max);  // the constant counts as second from either side
   }
-  EXPECT_EQ(eval(TavMin(intLeaf(2.5), 3)), 2.5);
-  EXPECT_EQ(eval(TavMin(intLeaf(kNaN), -7)), -7.0);
-  EXPECT_EQ(eval(TavMax(2, intLeaf(2.5))), 2.5);
-  EXPECT_EQ(eval(TavMax(intLeaf(kNaN), -7)), -7.0);
-  const TavNumExprArg x = leaf(4);
-  EXPECT_EQ(eval(TavMin(x, x)), 4.0);
-  EXPECT_EQ(x.getImpl()->getRefCount(), 2);
+  expect(TavMin(intLeaf(kNaN), -7), -7);
+  expect(TavMax(2, intLeaf(2.5)), 2.5);
+  // An array keeps the first of equal values instead.
+  expect(TavMin(exprs({leaf(-0.0), leaf(0.0)})), -0.0);
+  expect(TavMax(exprs({leaf(0.0), leaf(-0.0)})), 0.0);
+  expect(TavMax(exprs({leaf(1), leaf(kNaN), leaf(3)})), 3);
+  expect(TavMin(exprs({leaf(kNaN), leaf(1)})), kNaN);
+  const TavNumExprArg first = leaf(2);
+  expect(TavMin(exprs({first, leaf(5)})), 2);
+  EXPECT_EQ(static_cast<LeafI*>(first.getImpl())->evaluations, 2);  // element 0, also to start with
 }
 
-TEST_F(MinMax, Texts) {
-  const auto expect = [&](TavNumExprArg node, const char* type, const char* libraryText, const char* plainText) {
-    EXPECT_STREQ(node.getImpl()->getRttiTypeName(), type);
-    EXPECT_EQ(library(node), libraryText);
-    EXPECT_EQ(plain(node), plainText);
-  };
+TEST_F(MinMax, TextsHaveBlanksOfTheirOwn) {
   const TavNumExprArg x = leaf(1);
   const TavIntExprArg i = intLeaf(1);
-  expect(TavMin(x, 3.0), "TavNumMinCstI", "TavMin( leaf, 3) ", "min( leaf, 3)");
-  expect(TavMin(3.5, i), "TavNumMinCstI", "TavMin( ileaf, 3.5) ", "min( ileaf, 3.5)");
-  expect(TavMax(x, 3), "TavNumMaxCstI", "TavMax( leaf, 3) ", "max(leaf, 3)");
-  expect(TavMin(5, i), "TavIntMinCstI", "( ileaf, 5) ", "min(ileaf, 5)");
-  expect(TavMax(i, 5u), "TavIntMaxCstI", "( ileaf, 5) ", "max(ileaf, 5)");
-  expect(TavMin(x, i), "TavNumMinI", "TavMin( leaf, ileaf) ", "min(leaf, ileaf)");
-  expect(TavMax(i, x), "TavNumMaxI", "TavMax( ileaf, leaf) ", "max(ileaf, leaf)");
-  expect(TavMin(i, i), "TavIntMinI", "TavMin( ileaf, ileaf) ", "min(ileaf, ileaf)");
-  expect(TavMax(i, i), "TavIntMaxI", "TavMax( ileaf, ileaf) ", "max(ileaf, ileaf)");
-  expect(TavMin(exprs({x, i})), "TavNumMinArrayI", "TavMin( [leaf, ileaf]) ", "min( [leaf, ileaf])");
-  expect(TavMax(exprs({x})), "TavNumMaxArrayI", "TavMax( [leaf]) ", "max([leaf])");
-  expect(TavMin(intExprs({i, i})), "TavIntMinArrayI", "TavMin( [ileaf, ileaf]) ", "min([ileaf, ileaf])");
-  expect(TavMax(intExprs({})), "TavIntMaxArrayI", "TavMax( []) ", "max([])");
-  EXPECT_EQ(plain(TavMax(exprs({x, x, x, x, x, x, x, x, x, x, i}))),
-            "max([leaf, leaf, leaf, leaf, leaf, leaf, leaf, leaf, leaf, leaf,\nileaf])");
-}
-
-TEST_F(MinMax, IntegralityFollowsTheOperands) {
-  const TavNumExprArg whole = leaf(1, true), x = leaf(1);
-  EXPECT_TRUE(TavMin(whole, 3.0).isInteger());
-  EXPECT_FALSE(TavMin(whole, 3.5).isInteger());
-  EXPECT_FALSE(TavMax(x, 3.0).isInteger());
-  EXPECT_FALSE(TavMax(whole, kInf).isInteger());
-  EXPECT_TRUE(TavMax(whole, whole).isInteger());
-  EXPECT_FALSE(TavMax(x, whole).isInteger());
-  EXPECT_FALSE(TavMin(whole, x).isInteger());
-  EXPECT_TRUE(TavMin(exprs({})).isInteger());
-  EXPECT_TRUE(TavMax(exprs({whole, whole})).isInteger());
-  EXPECT_FALSE(TavMax(exprs({whole, x})).isInteger());
-}
-
-TEST_F(MinMax, AnArrayKeepsTheFirstOfEqualValuesAndEvaluatesElementZeroTwice) {
-  const TavNumExprArg first = leaf(2), second = leaf(5);
-  EXPECT_EQ(eval(TavMin(exprs({first, second}))), 2.0);
-  EXPECT_EQ(static_cast<LeafI*>(first.getImpl())->evaluations, 2);
-  EXPECT_EQ(eval(TavMax(exprs({second}))), 5.0);
-  EXPECT_EQ(static_cast<LeafI*>(second.getImpl())->evaluations, 2);  // once each
-  EXPECT_TRUE(std::signbit(eval(TavMin(exprs({leaf(-0.0), leaf(0.0)})))));
-  EXPECT_FALSE(std::signbit(eval(TavMax(exprs({leaf(0.0), leaf(-0.0)})))));
-  EXPECT_EQ(eval(TavMax(exprs({leaf(1), leaf(kNaN), leaf(3)}))), 3.0);
-  EXPECT_TRUE(std::isnan(eval(TavMin(exprs({leaf(kNaN), leaf(1)})))));
-  EXPECT_EQ(eval(TavMin(intExprs({intLeaf(7), intLeaf(2.5)}))), 2.5);
-  EXPECT_EQ(eval(TavMax(TavNumVarArray(env, 2, num("x", 1), num("y", 4)))), 4.0);
-  EXPECT_EQ(eval(TavMin(TavIntVarArray(env, 2, integer("i", 1), integer("j", 4)))), 1.0);
-}
-
-TEST_F(MinMax, ArrayNodeKeepsItsOwnCopyAndGivesEverythingBack) {
-  TavNumExpr x(leaf(1)), y(leaf(2));
-  const auto used = [&] { return env.getImpl()->getMemory()->usedBytes(); };
-  TavNumExprArray array = exprs({x, y, x});
-  const TavInt before = used();
-  TavNumExpr node(TavMin(array));
-  EXPECT_EQ(x.getImpl()->getRefCount(), 3);
-  array.set(0, y);
-  EXPECT_EQ(children(node.getImpl()), (std::vector<TavExtractableI*>{x.getImpl(), y.getImpl(), x.getImpl()}));
-  node.end();
-  EXPECT_EQ(x.getImpl()->getRefCount(), 1);
-  EXPECT_EQ(y.getImpl()->getRefCount(), 1);
-  EXPECT_EQ(used(), before);
-}
-
-TEST_F(MinMax, ACloneOfAnArrayNodeHoldsTheClonesOfItsElements) {
-  const TavIntExpr node(TavMax(intExprs({intLeaf(1), integer("i", 2)})));
-  {
-    TavClonePass pass(env.getImpl(), other.getImpl());
-    const auto* clone = static_cast<TavIntMaxArrayI*>(pass.clone(node.getImpl()));
-    ASSERT_EQ(clone->getExprs().getSize(), 2);
-    EXPECT_EQ(clone->getExprs()[0].getImpl()->getEnv(), other.getImpl());
-    EXPECT_EQ(clone->getExprs()[0].getImpl()->getRefCount(), 1);
-    EXPECT_EQ(text(clone), plain(node));
+  const struct {
+    TavNumExprArg node;
+    const char *library, *plain;
+  } kCases[] = {{TavMin(x, 3.0), "TavMin( leaf, 3) ", "min( leaf, 3)"},
+                {TavMax(x, 3), "TavMax( leaf, 3) ", "max(leaf, 3)"},
+                {TavMin(5, i), "( ileaf, 5) ", "min(ileaf, 5)"},
+                {TavMax(i, 5u), "( ileaf, 5) ", "max(ileaf, 5)"},
+                {TavMin(x, i), "TavMin( leaf, ileaf) ", "min(leaf, ileaf)"},
+                {TavMin(exprs({x, i})), "TavMin( [leaf, ileaf]) ", "min( [leaf, ileaf])"},
+                {TavMin(intExprs({i, i})), "TavMin( [ileaf, ileaf]) ", "min([ileaf, ileaf])"},
+                {TavMax(exprs({x, x, x, x, x, x, x, x, x, x, i})),
+                 "TavMax( [leaf, leaf, leaf, leaf, leaf, leaf, leaf, leaf, leaf, leaf,\nileaf]) ",
+                 "max([leaf, leaf, leaf, leaf, leaf, leaf, leaf, leaf, leaf, leaf,\nileaf])"}};
+  for (const auto& c : kCases) {
+    EXPECT_EQ(library(c.node), c.library);
+    EXPECT_EQ(plain(c.node), c.plain);
   }
-  EXPECT_THROW(node.getImpl()->makeClone(other.getImpl()), TavEmptyHandleException);
+}
+
+TEST_F(MinMax, EmptyArraysFailWhereTheyAreUsed) {
+  TavNumArray numbers(env);
+  TavIntArray ints(env);
+  const std::pair<const char*, std::function<void()>> kCases[] = {
+      {"evaluation of TavMin", [&] { eval(TavMin(exprs({}))); }},
+      {"evaluation of TavMin", [&] { eval(TavMin(TavIntVarArray(env))); }},
+      {"evaluation of TavMax", [&] { eval(TavMax(TavNumVarArray(env))); }},
+      {"evaluation of TavMax", [&] { eval(TavMax(intExprs({}))); }},
+      {"call to TavMin", [&] { TavMin(numbers); }},
+      {"call to TavMin", [&] { TavMin(ints); }},
+      {"call to TavMax", [&] { TavMax(numbers); }},
+      {"call to TavMax", [&] { TavMax(ints); }}};
+  for (const auto& [place, call] : kCases) {
+    EXPECT_EQ(messageOf<TavArrayError>(call), std::string("Array of size 0 in ") + place);
+  }
+  for (double number : {2.0, kNaN, -1.0}) numbers.add(number);
+  for (TavInt number : {3, 9, 9, -1}) ints.add(number);
+  EXPECT_EQ(TavMin(numbers), -1.0);
+  EXPECT_EQ(TavMax(numbers), 2.0);
+  EXPECT_EQ(TavMin(ints), -1);
+  EXPECT_EQ(TavMax(ints), 9);
 }
 
 TEST_F(MinMax, BadOperandsAreRefusedBeforeAnythingIsMade) {
@@ -133,14 +98,15 @@ TEST_F(MinMax, BadOperandsAreRefusedBeforeAnythingIsMade) {
   const TavIntExprArray mixedInts = ints.toIntExprArray();
   const TavInt objects = env.getImpl()->liveObjectCount(), bytes = env.getImpl()->getMemory()->usedBytes();
   using Calls = std::initializer_list<std::function<void()>>;
-  for (const auto& call : Calls{[&] { TavMin(x, foreign); }, [&] { TavMin(i, foreignInt); }, [&] { TavMin(mixed); },
-                                [&] { TavMin(mixedInts); }, [&] { TavMin(vars); }, [&] { TavMin(ints); }}) {
-    EXPECT_EQ(messageOf<TavWrongUsage>(call), "TavMin: mixing mismatch Environments");
-  }
-  for (const auto& call : Calls{[&] { TavMax(foreign, x); }, [&] { TavMax(i, foreignInt); }, [&] { TavMax(mixed); },
-                                [&] { TavMax(mixedInts); }, [&] { TavMax(vars); }, [&] { TavMax(ints); }}) {
-    EXPECT_EQ(messageOf<TavWrongUsage>(call), "TavMax: mixing mismatch Environments");
-  }
+  const auto refuse = [&](const char* message, auto bound) {
+    for (const auto& call :
+         Calls{[&] { bound(x, foreign); }, [&] { bound(foreign, x); }, [&] { bound(i, foreignInt); },
+               [&] { bound(mixed); }, [&] { bound(mixedInts); }, [&] { bound(vars); }, [&] { bound(ints); }}) {
+      EXPECT_EQ(messageOf<TavWrongUsage>(call), message);
+    }
+  };
+  refuse("TavMin: mixing mismatch Environments", [](auto... a) { TavMin(a...); });
+  refuse("TavMax: mixing mismatch Environments", [](auto... a) { TavMax(a...); });
   for (const auto& call :
        Calls{[&] { TavMin(withNull); }, [&] { TavMax(nullVar); }, [&] { TavMin(TavIntExprArray()); },
              [&] { TavMax(TavNumArray()); }, [&] { TavMin(x, TavNumVar()); }, [&] { TavMax(TavIntVar(), 1); }}) {
@@ -148,26 +114,6 @@ TEST_F(MinMax, BadOperandsAreRefusedBeforeAnythingIsMade) {
   }
   EXPECT_EQ(env.getImpl()->liveObjectCount(), objects);
   EXPECT_EQ(env.getImpl()->getMemory()->usedBytes(), bytes);
-}
-
-TEST_F(MinMax, EmptyArraysFailWhereTheyAreUsed) {
-  const auto atEval = [&](TavNumExprArg node) { return messageOf<TavArrayError>([&] { eval(node); }); };
-  EXPECT_EQ(atEval(TavMin(exprs({}))), "Array of size 0 in evaluation of TavMin");
-  EXPECT_EQ(atEval(TavMin(TavIntVarArray(env))), "Array of size 0 in evaluation of TavMin");
-  EXPECT_EQ(atEval(TavMax(TavNumVarArray(env))), "Array of size 0 in evaluation of TavMax");
-  EXPECT_EQ(atEval(TavMax(intExprs({}))), "Array of size 0 in evaluation of TavMax");
-  TavNumArray numbers(env);
-  TavIntArray ints(env);
-  EXPECT_EQ(messageOf<TavArrayError>([&] { TavMin(numbers); }), "Array of size 0 in call to TavMin");
-  EXPECT_EQ(messageOf<TavArrayError>([&] { TavMin(ints); }), "Array of size 0 in call to TavMin");
-  EXPECT_EQ(messageOf<TavArrayError>([&] { TavMax(numbers); }), "Array of size 0 in call to TavMax");
-  EXPECT_EQ(messageOf<TavArrayError>([&] { TavMax(ints); }), "Array of size 0 in call to TavMax");
-  for (double number : {2.0, kNaN, -1.0}) numbers.add(number);
-  for (TavInt number : {3, 9, 9, -1}) ints.add(number);
-  EXPECT_EQ(TavMin(numbers), -1.0);
-  EXPECT_EQ(TavMax(numbers), 2.0);
-  EXPECT_EQ(TavMin(ints), -1);
-  EXPECT_EQ(TavMax(ints), 9);
 }
 
 TEST_F(MinMax, TheEnvironmentMayEndTheElementsBeforeTheArrayNode) {

@@ -1,7 +1,5 @@
 #include "tests/support/fixture.h"
 
-namespace {
-
 using Product = TavTest;
 
 TEST_F(Product, ValuesPassThroughInFloatingPointAndQuotientsOfIntegersAreCut) {
@@ -22,21 +20,15 @@ TEST_F(Product, ValuesPassThroughInFloatingPointAndQuotientsOfIntegersAreCut) {
 
 TEST_F(Product, TextsDifferByClass) {
   const TavNumExprArg f = namedLeaf("f"), h = namedLeaf("h");
-  const TavIntExprArg g = namedIntLeaf("g"), l = namedIntLeaf("l");
+  const TavIntExprArg g = namedIntLeaf("g");
   const struct {
     TavNumExprArg expression;
     const char* plain;
     const char* library;
   } kCases[] = {{f * 2.5, "f * 2.5", "( f* 2.5) "},
-                {g * 2, "g * 2", "( g* 2) "},
-                {f * h, "f * h", "( f* h) "},
-                {g * l, "g * l", "( g* l) "},
                 {f / 4.0, "f/ 4", "( f/ 4) "},
                 {TavDiv(g, 4), "g / 4", "( g/ 4) "},
-                {3 / f, "3 / f", "( 3/ f) "},
                 {TavDiv(3, g), "3 / g", "( 3/ g) "},
-                {f / h, "f / h", "( f/ h) "},
-                {TavDiv(g, l), "g / l", "( g/ l) "},
                 {f * h / f, "f * h / f", "( ( f* h) / f) "}};
   for (const auto& c : kCases) {
     EXPECT_EQ(plain(c.expression), c.plain);
@@ -44,28 +36,8 @@ TEST_F(Product, TextsDifferByClass) {
   }
 }
 
-TEST_F(Product, IsIntegerByOperandsAndFactorAndNeverForAQuotient) {
-  const TavNumExprArg real = leaf(1), whole = leaf(1, true);
-  const std::pair<TavNumExprArg, bool> kCases[] = {
-      {whole * 2.0, true},    {whole * 2.5, false},          {real * 2.0, false},    {whole * kInf, false},
-      {whole * whole, true},  {whole * real, false},         {whole / 1.0, false},   {1.0 / whole, false},
-      {whole / whole, false}, {TavDiv(intLeaf(1), 2), true}, {intLeaf(1) * 2, true},
-  };
-  for (const auto& [expression, expected] : kCases) EXPECT_EQ(expression.isInteger(), expected) << plain(expression);
-}
-
-TEST_F(Product, OneOperandOnBothSidesIsHeldTwiceAndEvaluatedLeftFirst) {
-  const TavNumExprArg f = leaf(3);
-  f.getImpl()->retain();
-  TavNumExpr square(f * f);
-  EXPECT_EQ(f.getImpl()->getRefCount(), 3);
-  EXPECT_EQ(eval(square), 9);
-  EXPECT_EQ(static_cast<LeafI*>(f.getImpl())->evaluations, 2);
-  square.end();
-  EXPECT_EQ(f.getImpl()->getRefCount(), 1);
+TEST_F(Product, TheLeftOperandIsEvaluatedFirst) {
   const TavNumVar left(env, 0, 1), right = num("right", 1);
   EXPECT_THROW(eval(left * right), TavAlgorithm::Exception);
   EXPECT_EQ(algorithm.calls, 1);
 }
-
-}  // namespace

@@ -351,15 +351,15 @@ class Program {
                  [&] { return integer(TavMax(a.in, k), whole("TavIntMaxCstI", {a.node}, k)); });
   }
 
-  /// An array of elements that element(i) gives, with their nodes.
+  /// An array of elements that element(i) gives; their nodes are appended to `nodes`.
   template <class Array, class Element>
-  std::pair<Array, std::vector<Node*>> arrayOf(int size, Element element) {
-    std::pair<Array, std::vector<Node*>> made{Array(_env, 0), {}};
+  Array arrayOf(int size, std::vector<Node*>& nodes, Element element) {
+    Array made(_env, 0);
     for (int i = 0; i < size; ++i) {
       const Val e = element(i);
       TavExtractableI* impl = e.node->real;
-      made.first.getImpl()->add(&impl);
-      made.second.push_back(e.node);
+      made.getImpl()->add(&impl);
+      nodes.push_back(e.node);
     }
     return made;
   }
@@ -369,12 +369,13 @@ class Program {
   }
 
   Val numericArray(int depth) {
+    std::vector<Node*> nodes, rightNodes, varNodes, intNodes;
     const auto element = [&](int i) { return i > 3 ? leaf(false) : expression(depth - 1, false); };
-    auto [exprs, nodes] = arrayOf<TavNumExprArray>(pick(13), element);
-    auto [right, rightNodes] =
-        arrayOf<TavNumExprArray>(static_cast<int>(nodes.size()), [&](int) { return leaf(false); });
-    auto [vars, varNodes] = arrayOf<TavNumVarArray>(pick(5), [&](int) { return Val{{}, {}, anyVar()}; });
-    auto [ints, intNodes] = arrayOf<TavIntExprArray>(1 + pick(3), [&](int) { return leaf(true); });
+    auto exprs = arrayOf<TavNumExprArray>(pick(13), nodes, element);
+    const int size = static_cast<int>(nodes.size());
+    auto right = arrayOf<TavNumExprArray>(size, rightNodes, [&](int) { return leaf(false); });
+    auto vars = arrayOf<TavNumVarArray>(pick(5), varNodes, [&](int) { return Val{{}, {}, anyVar()}; });
+    auto ints = arrayOf<TavIntExprArray>(1 + pick(3), intNodes, [&](int) { return leaf(true); });
     const Val index = expression(depth - 1, true);
     TavNumArray numbers(_env, 0);
     for (std::size_t i = 0; i < varNodes.size(); ++i) numbers.add(constant());
@@ -402,9 +403,10 @@ class Program {
   }
 
   Val integerArray(int depth) {
+    std::vector<Node*> nodes, varNodes;
     const auto element = [&](int i) { return i > 3 ? leaf(true) : expression(depth - 1, true); };
-    auto [exprs, nodes] = arrayOf<TavIntExprArray>(1 + pick(11), element);
-    auto [vars, varNodes] = arrayOf<TavIntVarArray>(pick(5), [&](int) { return Val{{}, {}, intVar()}; });
+    auto exprs = arrayOf<TavIntExprArray>(1 + pick(11), nodes, element);
+    auto vars = arrayOf<TavIntVarArray>(pick(5), varNodes, [&](int) { return Val{{}, {}, intVar()}; });
     const Val index = expression(depth - 1, true);
     const TavInt k = pick(5) - 2;
     TavIntArray numbers(_env, 0);

@@ -4,49 +4,32 @@
 
 namespace compiled {
 
-template <class A, class B>
-concept Adds = requires(A a, B b) {
-  a + b;
-};
-template <class A, class B>
-concept Divides = requires(A a, B b) {
-  a / b;
-};
-template <class A, class B>
-concept Modulo = requires(A a, B b) {
-  a % b;
-};
-template <class A, class B>
-concept IntDivides = requires(A a, B b) {
-  TavDiv(a, b);
-};
-template <class A, class B>
-concept AddsTo = requires(A& a, B b) {
-  a += b;
-};
-template <class A, class B>
-concept SubtractsFrom = requires(A& a, B b) {
-  a -= b;
-};
-template <class A, class B>
-concept Scales = requires(A& a, B b) {
-  a *= b;
-};
-template <class A, class B>
-concept DividesBy = requires(A& a, B b) {
-  a /= b;
-};
+constexpr auto add = [](auto& a, auto b) -> decltype(a + b) { return a + b; };
+constexpr auto divide = [](auto& a, auto b) -> decltype(a / b) { return a / b; };
+constexpr auto modulo = [](auto& a, auto b) -> decltype(a % b) { return a % b; };
+constexpr auto intDivide = [](auto& a, auto b) -> decltype(TavDiv(a, b)) { return TavDiv(a, b); };
+constexpr auto addTo = [](auto& a, auto b) -> decltype(a += b) { return a += b; };
+constexpr auto subtractFrom = [](auto& a, auto b) -> decltype(a -= b) { return a -= b; };
+constexpr auto scale = [](auto& a, auto b) -> decltype(a *= b) { return a *= b; };
+constexpr auto divideBy = [](auto& a, auto b) -> decltype(a /= b) { return a /= b; };
+template <auto Operation, class A, class B>
+constexpr bool works = std::is_invocable_v<decltype(Operation), A&, B>;
 
-static_assert(!DividesBy<TavIntExpr, int> && !DividesBy<TavIntExpr, double> && DividesBy<TavNumExpr, int>);
-static_assert(!Scales<TavIntExpr, double> && Scales<TavIntExpr, int> && Scales<TavExpr, double>);
-static_assert(!AddsTo<TavIntExpr, double> && AddsTo<TavIntExpr, int> && AddsTo<TavIntExpr, TavIntVar>);
-static_assert(!SubtractsFrom<TavIntExpr, float> && SubtractsFrom<TavIntExpr, long>);
-static_assert(!AddsTo<TavIntExpr, TavNumVar> && !AddsTo<TavIntExpr, TavNumLinExprTerm>);
-static_assert(AddsTo<TavExpr, TavIntVar> && AddsTo<TavExpr, TavIntExpr> && AddsTo<TavExpr, TavExpr>);
-static_assert(!Modulo<TavIntVar, double> && !Modulo<double, TavIntExprArg> && !Modulo<TavNumVar, int>);
-static_assert(Modulo<TavIntVar, int> && Modulo<unsigned, TavIntExpr> && Modulo<TavIntVar, TavIntExpr>);
-static_assert(!IntDivides<TavIntVar, double> && !IntDivides<float, TavIntVar> && !IntDivides<TavNumVar, TavIntVar>);
-static_assert(IntDivides<TavIntVar, TavIntExpr> && IntDivides<int, TavIntVar>);
+static_assert(!works<divideBy, TavIntExpr, int> && !works<divideBy, TavIntExpr, double> &&
+              works<divideBy, TavNumExpr, int>);
+static_assert(!works<scale, TavIntExpr, double> && works<scale, TavIntExpr, int> && works<scale, TavExpr, double>);
+static_assert(!works<addTo, TavIntExpr, double> && works<addTo, TavIntExpr, int> &&
+              works<addTo, TavIntExpr, TavIntVar>);
+static_assert(!works<subtractFrom, TavIntExpr, float> && works<subtractFrom, TavIntExpr, long>);
+static_assert(!works<addTo, TavIntExpr, TavNumVar> && !works<addTo, TavIntExpr, TavNumLinExprTerm>);
+static_assert(works<addTo, TavExpr, TavIntVar> && works<addTo, TavExpr, TavIntExpr> && works<addTo, TavExpr, TavExpr>);
+static_assert(!works<modulo, TavIntVar, double> && !works<modulo, double, TavIntExprArg> &&
+              !works<modulo, TavNumVar, int>);
+static_assert(works<modulo, TavIntVar, int> && works<modulo, unsigned, TavIntExpr> &&
+              works<modulo, TavIntVar, TavIntExpr>);
+static_assert(!works<intDivide, TavIntVar, double> && !works<intDivide, float, TavIntVar> &&
+              !works<intDivide, TavNumVar, TavIntVar>);
+static_assert(works<intDivide, TavIntVar, TavIntExpr> && works<intDivide, int, TavIntVar>);
 static_assert(!std::is_convertible_v<TavNumExpr, TavIntExprArg> && !std::is_convertible_v<TavNumVar, TavIntExprArg>);
 static_assert(!std::is_convertible_v<TavExpr, TavIntExpr> && !std::is_convertible_v<TavNumVar, TavIntVar>);
 static_assert(!std::is_constructible_v<TavIntExpr, TavNumExprArg> &&
@@ -55,7 +38,8 @@ static_assert(!std::is_convertible_v<TavEnv, TavExpr> && !std::is_convertible_v<
 static_assert(!std::is_convertible_v<TavNumExprI*, TavNumExprArg> && !std::is_convertible_v<double, TavNumExprArg>);
 static_assert(!std::is_constructible_v<TavIntVar, TavEnv, double, double> &&
               std::is_constructible_v<TavIntVar, TavEnv, int, int>);
-static_assert(!Adds<TavNumVar, TavEnv> && !Adds<TavNumVar, const char*> && !Divides<TavEnv, TavNumVar>);
+static_assert(!works<add, TavNumVar, TavEnv> && !works<add, TavNumVar, const char*> &&
+              !works<divide, TavEnv, TavNumVar>);
 
 template <class Result, class Expression>
 constexpr bool is = std::is_same_v<Result, Expression>;

@@ -19,18 +19,13 @@ class Handles : public TavTest {
 TEST_F(Handles, ArePlainPointersAndCountOnlyWhenBuiltFromAnArgumentATermOrAConstant) {
   static_assert(std::is_trivially_copyable_v<TavExpr> && sizeof(TavExpr) == sizeof(void*));
   static_assert(std::is_trivially_copyable_v<TavNumVar> && std::is_trivially_destructible_v<TavIntExpr>);
-  TavNumExpr n(x + y);
-  EXPECT_EQ(count(n), 1);
-  const TavNumExpr copied = n, bare(n.getImpl());
-  EXPECT_EQ(count(copied), 1);
-  EXPECT_EQ(bare.getImpl(), n.getImpl());
-  const TavNumExprArg arg = n;
-  const TavNumExpr second(arg);
+  const TavNumExpr n(x + y), copied = n, bare(n.getImpl());
+  EXPECT_EQ(count(copied) + count(bare), 2);
+  const TavNumExpr second{TavNumExprArg(n)};
   EXPECT_EQ(count(n), 2);
-  TavExpr e(env, 2.5);
+  const TavExpr e(env, 2.5);
   const TavNumExpr fromExpr = e;
-  EXPECT_EQ(count(e), 1);
-  EXPECT_EQ(fromExpr.getImpl(), static_cast<TavNumExpr&>(e).getImpl());
+  EXPECT_EQ(count(fromExpr), 1);
   const std::pair<TavNumExpr, const char*> kMade[] = {{TavNumExpr(env, 2.5), "2.5"}, {TavExpr(env), "0"},
                                                       {TavNumExpr(3 * x), "3x 0"},   {TavNumExpr(3 * i), "3i 0"},
                                                       {TavExpr(3 * i), "3i 0"},      {TavIntExpr(3 * i), "#3i 0"},
@@ -39,29 +34,8 @@ TEST_F(Handles, ArePlainPointersAndCountOnlyWhenBuiltFromAnArgumentATermOrAConst
     EXPECT_EQ(shape(TavNumExprArg(made.getImpl())), expected);
     EXPECT_EQ(made.getImpl()->getRefCount(), 1);
   }
-  const TavIntExpr variable(i);
-  EXPECT_EQ(variable.getImpl(), i.getImpl());
-  const TavNumExprArg fromTerm = 3 * x;
-  EXPECT_EQ(count(fromTerm), 0);
-}
-
-TEST_F(Handles, ASumHandleTakesAFreeNodeCopiesAHeldOneAndWrapsTheRest) {
-  const TavNumExprArg freeNode = x + y;
-  TavExpr taken = freeNode;
-  EXPECT_EQ(taken.getImpl(), freeNode.getImpl());
-  EXPECT_EQ(count(taken), 1);
-  TavExpr copied = freeNode;  // held by now
-  EXPECT_NE(copied.getImpl(), freeNode.getImpl());
-  EXPECT_EQ(shape(copied), "1x 1y 0");
-  EXPECT_EQ(count(copied), 1);
-  TavExpr fromVariable = x, fromPart = p, fromInteger = TavNumExprArg(i + 3);
-  EXPECT_EQ(shape(fromVariable) + shape(fromPart) + shape(fromInteger), "1x 0<p> 01i 3");
-  EXPECT_EQ(count(p), 2);
-  const TavInt objects = env.getImpl()->liveObjectCount();
-  TavExpr fromHeldInteger = TavNumExprArg(TavIntExpr(i + 3));
-  EXPECT_LE(env.getImpl()->liveObjectCount(), objects + 3);
-  EXPECT_EQ(shape(fromHeldInteger), "1i 3");
-  EXPECT_THROW(TavExpr{TavNumExprArg()}, TavEmptyHandleException);
+  EXPECT_EQ(TavIntExpr(i).getImpl(), i.getImpl());
+  EXPECT_EQ(count(3 * x), 0);
 }
 
 TEST_F(Handles, QueriesAskForShape) {
@@ -100,51 +74,13 @@ TEST_F(Handles, QueriesAskForShape) {
   EXPECT_FALSE(sum.normalize());
   EXPECT_TRUE(sum.isConstant());
   const TavNumExprArg empty;
-  EXPECT_THROW(empty.isConstant(), TavEmptyHandleException);
-  EXPECT_THROW(empty.isIndex(), TavEmptyHandleException);
-  EXPECT_THROW(empty.getNumConstant(), TavEmptyHandleException);
-  EXPECT_THROW(TavTestIsLinear(nullptr), TavEmptyHandleException);
-  EXPECT_THROW(TavExpr().normalize(), TavEmptyHandleException);
-  EXPECT_THROW(static_cast<void>(TavExpr().isNormalized()), TavEmptyHandleException);
-  EXPECT_THROW(TavExpr() += 1.0, TavEmptyHandleException);
-  EXPECT_THROW(TavNumExpr() += 1.0, TavEmptyHandleException);
-}
-
-TEST_F(Handles, RebuildingMovesTheReferenceAndExtendsAnUnsharedSumInPlace) {
-  TavNumExpr n(x + y);
-  const TavNumExprI* const first = n.getImpl();
-  ((n += p) -= 1.5) *= 2;
-  n -= x;
-  n /= 4;
-  EXPECT_EQ(n.getImpl(), first);
-  EXPECT_EQ(count(n), 1);
-  EXPECT_EQ(shape(n), "0.5x 0.5y -0.25x <TavNumDivCstI{p * 2/ 4}> -0.75");
-  TavNumExpr shared(TavNumExprArg{n});
-  n += 1.0;
-  EXPECT_NE(n.getImpl(), first);
-  EXPECT_EQ(count(n) + count(shared), 2);
-  TavNumExpr product(x * y);
-  const TavNumExprI* const old = product.getImpl();
-  product += 1.0;
-  EXPECT_EQ(old->getRefCount(), 1);  // the sum's reference took the place of the handle's
-  EXPECT_EQ(shape(product), "<TavNumTimesI{x[0 .. 10]  * y[0 .. 10] }> 1");
-  TavNumExpr self(x + p);
-  self += TavNumExprArg(self);
-  EXPECT_EQ(shape(self), "1x 1x <p> <p> 0");
-  self -= TavNumExprArg(self);
-  EXPECT_EQ(shape(self), "1x 1x -1x -1x <p> <p> <TavNumTimesCstI{p * -1}> <TavNumTimesCstI{p * -1}> 0");
-  EXPECT_EQ(count(self), 1);
-  TavExpr uncounted(linear({{1, x}}, {}, 2));
-  uncounted += TavNumExprArg(uncounted);
-  EXPECT_EQ(shape(uncounted), "1x 1x 4");
-  TavIntExpr k(i + 1);
-  k += TavIntExprArg(k);
-  ((k *= 3) -= 2) += m;
-  k -= i;
-  EXPECT_EQ(shape(TavIntExprArg(k)), "#3i 3i -1i <m> 4");
-  k -= TavIntExprArg(k);
-  EXPECT_EQ(eval(TavIntExprArg(k)), 0);
-  EXPECT_EQ(count(TavIntExprArg(k)), 1);
+  const std::function<void()> kOnEmpty[] = {
+      [&] { empty.isConstant(); },     [&] { empty.isIndex(); },
+      [&] { empty.getNumConstant(); }, [&] { TavTestIsLinear(nullptr); },
+      [&] { TavExpr().normalize(); },  [&] { static_cast<void>(TavExpr().isNormalized()); },
+      [&] { TavExpr() += 1.0; },       [&] { TavNumExpr() += 1.0; },
+      [&] { TavExpr{empty}; }};
+  for (const auto& call : kOnEmpty) EXPECT_THROW(call(), TavEmptyHandleException);
 }
 
 TEST_F(Handles, AnUnsharedSumIsChangedInPlaceAndASharedOneIsCopiedFirst) {
@@ -155,28 +91,14 @@ TEST_F(Handles, AnUnsharedSumIsChangedInPlaceAndASharedOneIsCopiedFirst) {
     std::function<void(TavExpr&)> change;
     const char* shape;
   } kCases[] = {{[&](TavExpr& e) { e += 1.5; }, "2x 3y 2x <p> 6.5"},
-                {[&](TavExpr& e) { e -= 1.5; }, "2x 3y 2x <p> 3.5"},
-                {[&](TavExpr& e) { e *= 2; }, "4x 6y 4x <TavNumTimesCstI{p * 2}> 10"},
-                {[&](TavExpr& e) { e /= 2; }, "1x 1.5y 1x <TavNumDivCstI{p/ 2}> 2.5"},
-                {[&](TavExpr& e) { e += y; }, "2x 3y 2x 1y <p> 5"},
                 {[&](TavExpr& e) { e -= y; }, "2x 3y 2x -1y <p> 5"},
                 {[&](TavExpr& e) { e += i; }, "2x 3y 2x 1i <p> 5"},
-                {[&](TavExpr& e) { e -= i; }, "2x 3y 2x -1i <p> 5"},
                 {[&](TavExpr& e) { e += 4 * y; }, "2x 3y 2x 4y <p> 5"},
                 {[&](TavExpr& e) { e -= 4 * y; }, "2x 3y 2x -4y <p> 5"},
                 {[&](TavExpr& e) { e += 4 * i; }, "2x 3y 2x 4i <p> 5"},
                 {[&](TavExpr& e) { e -= 4 * i; }, "2x 3y 2x -4i <p> 5"},
-                {[&](TavExpr& e) { e += TavNumExprArg(y); }, "2x 3y 2x 1y <p> 5"},
-                {[&](TavExpr& e) { e -= TavNumExprArg(y); }, "2x 3y 2x -1y <p> 5"},
-                {[&](TavExpr& e) { e += y + p + 1; }, "2x 3y 2x 1y <p> <p> 6"},
-                {[&](TavExpr& e) { e -= y + p + 1; }, "2x 3y 2x -1y <p> <TavNumTimesCstI{p * -1}> 4"},
-                {[&](TavExpr& e) { e += i + m + 1; }, "2x 3y 2x 1i <p> <m> 6"},
                 {[&](TavExpr& e) { e -= i + m + 1; }, "2x 3y 2x -1i <p> <TavNumTimesCstI{m * -1}> 4"},
-                {[&](TavExpr& e) { e += p; }, "2x 3y 2x <p> <p> 5"},
-                {[&](TavExpr& e) { e -= p; }, "2x 3y 2x <p> <TavNumTimesCstI{p * -1}> 5"},
-                {[&](TavExpr& e) { e += TavNumExprArg(e); }, "2x 3y 2x 2x 3y 2x <p> <p> 10"},
                 {[&](TavExpr& e) { e -= TavNumExprArg(e); }, "2x 3y 2x -2x -3y -2x <p> <TavNumTimesCstI{p * -1}> 0"},
-                {[&](TavExpr& e) { e.clear(); }, "0"},
                 {[&](TavExpr& e) { EXPECT_EQ(e.setLinearCoef(x, 9), 4); }, "3y 9x <p> 5"},
                 {[&](TavExpr& e) { e.setLinearCoefs(vars, coefs); }, "3y 9x <p> 5"},
                 {[&](TavExpr& e) { e.remove(vars); }, "3y 2x <p> 5"},
@@ -200,51 +122,32 @@ TEST_F(Handles, AnUnsharedSumIsChangedInPlaceAndASharedOneIsCopiedFirst) {
   }
 }
 
-TEST_F(Handles, ASumTakesAFreeOperandOverAndLeavesAHeldOneAlone) {
-  TavExpr e = x + 1;
-  const TavInt objects = env.getImpl()->liveObjectCount();
-  e += y + 2.0;
-  EXPECT_EQ(env.getImpl()->liveObjectCount(), objects);
-  TavExpr other1 = y + p;
-  e += other1;
-  e -= other1;
-  EXPECT_EQ(shape(other1), "1y <p> 0");
-  EXPECT_EQ(count(other1), 1);
-  EXPECT_EQ(shape(e), "1x 1y 1y -1y <p> <TavNumTimesCstI{p * -1}> 3");
+TEST_F(Handles, ASumIsCopiedAndWalked) {
+  TavExpr e = x + 2 * y + p;
   TavExpr copy = e.copy();
   EXPECT_EQ(shape(copy), shape(e));
   EXPECT_NE(copy.getImpl(), e.getImpl());
   EXPECT_EQ(count(copy), 1);
   std::string walked;
-  for (auto it = e.getLinearIterator(); it.ok(); ++it) {
-    walked += std::to_string(static_cast<int>(it.getCoef())) + it.getVar().getName() + " ";
-  }
-  EXPECT_EQ(walked, "1x 1y 1y -1y ");
+  for (auto it = e.getLinearIterator(); it.ok(); ++it) walked += shape(it.getCoef() * it.getVar()) + "; ";
+  EXPECT_EQ(walked, "1x 0; 2y 0; ");
   EXPECT_FALSE(TavExpr(env, 1.0).getLinearIterator());
 }
 
 TEST_F(Handles, TheConstantIsSetOnLinearSumsAloneAndTheTestComesBeforeTheCopy) {
   TavExpr e = x + p;
-  TavNumExpr holder{TavNumExprArg(e)};
-  const TavNumLinTermI* const node = e.getImpl();
+  const TavNumExpr holder{TavNumExprArg(e)};
   EXPECT_THROW(e.setNumConstant(3), TavNumExpr::NonLinearExpression);
-  EXPECT_EQ(e.getImpl(), node);
+  EXPECT_EQ(e.getImpl(), holder.getImpl());
   EXPECT_EQ(count(e), 2);
-  TavExpr linearSum = x + 1.0;
-  linearSum.setNumConstant(3);
-  EXPECT_EQ(shape(linearSum), "1x 3");
 }
 
 TEST_F(Handles, NormalisationSpeaksOfMergesAndTheQueryNeverSaysNo) {
   TavExpr zero = 0 * x + y;
   EXPECT_TRUE(zero.normalize());  // a dropped zero is no merge
-  EXPECT_EQ(shape(zero), "1y 0");
   TavExpr twice = x + x;
   EXPECT_TRUE(twice.isNormalized());
-  env.getImpl()->normalizationSkipped = true;
-  EXPECT_TRUE(twice.isNormalized());
-  EXPECT_TRUE(twice.normalize());
-  EXPECT_EQ(shape(twice), "1x 1x 0");
+  EXPECT_FALSE(twice.normalize());
 }
 
 TEST_F(Handles, OperandsOfAnotherEnvironmentAreRefusedAndTheHandleStays) {
@@ -272,10 +175,9 @@ TEST_F(Handles, OperandsOfAnotherEnvironmentAreRefusedAndTheHandleStays) {
       {"TavExpr& TavExpr::operator -= const TavNumLinExprTerm arg", [&] { e -= term; }},
       {"TavExpr& TavExpr::operator -= const TavIntLinExprTerm arg", [&] { e -= intTerm; }}};
   for (const auto& [message, call] : kCases) EXPECT_EQ(messageOf<TavWrongUsage>(call), message + in);
-  EXPECT_EQ(messageOf<TavWrongUsage>([&] { k += foreignInt; }),
-            "TavIntExprArg operator + const TavIntExprArg const TavIntExprArg: mixing mismatch Environments");
-  EXPECT_EQ(messageOf<TavWrongUsage>([&] { k -= foreignInt; }),
-            "TavIntExprArg operator + const TavIntExprArg const TavIntExprArg: mixing mismatch Environments");
+  const std::string integers = "TavIntExprArg operator + const TavIntExprArg const TavIntExprArg";
+  EXPECT_EQ(messageOf<TavWrongUsage>([&] { k += foreignInt; }), integers + in.substr(1));
+  EXPECT_EQ(messageOf<TavWrongUsage>([&] { k -= foreignInt; }), integers + in.substr(1));
   EXPECT_EQ(count(n), 1);
   EXPECT_EQ(count(TavIntExprArg(k)), 1);
   EXPECT_EQ(e.getImpl(), holder.getImpl());  // not even copied
@@ -286,17 +188,12 @@ TEST_F(Handles, OperandsOfAnotherEnvironmentAreRefusedAndTheHandleStays) {
 TEST_F(Handles, EndingGivesOneReferenceBackAndEmptiesTheHandle) {
   const TavInt objects = env.getImpl()->liveObjectCount(), cells = env.getImpl()->liveTermCount();
   TavExpr e = x + 2 * y;
-  TavNumExpr second{TavNumExprArg(e)};
+  TavNumExpr second{TavNumExprArg(e)}, variable{TavNumExprArg(x)};
   e.end();
   EXPECT_EQ(e.getImpl(), nullptr);
   EXPECT_EQ(shape(second), "1x 2y 0");
-  second.end();
+  for (TavNumExpr* handle : {&second, &variable, &second}) handle->end();  // a variable stays
   EXPECT_EQ(env.getImpl()->liveObjectCount(), objects);
   EXPECT_EQ(env.getImpl()->liveTermCount(), cells);
-  TavNumExpr variable{TavNumExprArg(x)};
-  variable.end();
-  EXPECT_EQ(env.getImpl()->liveObjectCount(), objects);  // a variable stays
-  second.end();
 }
-
 }  // namespace

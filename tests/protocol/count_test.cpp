@@ -12,10 +12,10 @@ class Count : public ProtocolTest {
   TavInt objects() { return env.getImpl()->liveObjectCount(); }
 };
 
-TEST_F(Count, EndDecrementsFirstAndDestroysAtZeroOrBelow) {
+TEST_F(Count, EndDecrementsFirstAndDestroysAtZeroOrBelowButNotWhileTheEnvironmentEnds) {
+  const TavInt before = objects();
   for (const int count : {2, 1, 0, -1}) {
     SCOPED_TRACE(count);
-    const TavInt before = objects();
     TavNumExprI* node = leaf(1.0).getImpl();
     for (int k = 0; k < count; ++k) node->retain();
     if (count < 0) node->lower();
@@ -24,19 +24,15 @@ TEST_F(Count, EndDecrementsFirstAndDestroysAtZeroOrBelow) {
     if (count > 1) node->end();
     EXPECT_EQ(objects(), before);
   }
-}
-
-TEST_F(Count, NothingIsReleasedWhileTheEnvironmentEnds) {
   TavNumExprI* node = leaf(1.0).getImpl();
-  const TavInt before = objects();
   env.getImpl()->ending = true;
   node->release();
   env.getImpl()->release(node);
   EXPECT_EQ(node->getRefCount(), 0);
   env.getImpl()->ending = false;
-  EXPECT_EQ(objects(), before);
+  EXPECT_EQ(objects(), before + 1);
   env.getImpl()->release(node);
-  EXPECT_EQ(objects(), before - 1);
+  EXPECT_EQ(objects(), before);
 }
 
 TEST_F(Count, AnInterceptorComesBeforeTheRemovalAndTheRemovalBeforePlainDestruction) {
@@ -79,24 +75,6 @@ TEST_F(Count, VariablesAndConstraintsAreNotCountedAndEndForGood) {
     node->end();
     EXPECT_EQ(objects(), before - 1);
   }
-}
-
-TEST_F(Count, ASumOfTwoTermsCostsOneNodeAndTwoCells) {
-  TavEnvI* e = env.getImpl();
-  TavNumExprArg(world.x + 2 * world.y).end();  // the chunks are there
-  const TavInt nodes = objects(), cells = e->liveTermCount(), bytes = e->getMemory()->usedBytes();
-  TavExpr sum = world.x + 2 * world.y;
-  EXPECT_EQ(objects() - nodes, 1);
-  EXPECT_EQ(e->liveTermCount() - cells, 2);
-#ifdef TAV_PLAIN_ALLOC
-  EXPECT_EQ(e->getMemory()->usedBytes() - bytes, 88 + 2 * 24);
-#else
-  EXPECT_EQ(e->getMemory()->usedBytes() - bytes, 88);  // cells have a pool of their own
-#endif
-  sum.end();
-  EXPECT_EQ(objects(), nodes);
-  EXPECT_EQ(e->liveTermCount(), cells);
-  EXPECT_EQ(e->getMemory()->usedBytes(), bytes);
 }
 
 TEST_F(Count, AMillionNodesInAChainGoAwayAndFiftyThousandEvaluateAndPrint) {

@@ -25,13 +25,7 @@ void applyHook(TavAlgorithm algorithm, const TavChange* change, void* data) {
 
 class Hooks : public ProtocolTest {
  protected:
-  ~Hooks() override { setAll(false); }
-  /// Installs or removes the hooks of every class, but for those of one.
-  static void setAll(bool installed, const NodeSample* but = nullptr) {
-    for (const NodeSample& sample : nodeSamples()) {
-      if (&sample != but) set(sample, installed);
-    }
-  }
+  /// Installs or removes the hooks of a class.
   static void set(const NodeSample& sample, bool installed) {
     *sample.extract = installed ? extractHook : nullptr;
     *sample.unextract = installed ? objectHook<2> : nullptr;
@@ -41,34 +35,21 @@ class Hooks : public ProtocolTest {
   int data = 0;
 };
 
-TEST_F(Hooks, AClassWithoutHooksFailsEvenWhenAllOtherClassesHaveThem) {
-  for (const NodeSample& sample : nodeSamples()) {
-    if (!sample.make) continue;
-    SCOPED_TRACE(sample.facts.name);
-    const TavExtractableI* object = sample.make(world);
-    setAll(true, &sample);
-    set(sample, false);
-    EXPECT_THROW(object->extractToCP(handle), TavAlgorithm::ExtractFailure);
+TEST_F(Hooks, AClassCallsItsOwnHooksAndFailsWhenAllOtherClassesHaveThem) {
+  forEachNode([&](const NodeSample& sample, const TavExtractableI* object) {
+    for (const NodeSample& each : nodeSamples()) set(each, &each != &sample);
+    EXPECT_EQ(messageOf<TavAlgorithm::ExtractFailure>([&] { object->extractToCP(handle); }), "");
     EXPECT_THROW(object->unextractFromCP(handle, &data), TavAlgorithm::RemoveFailure);
     EXPECT_THROW(object->modifyCP(handle, &data), TavAlgorithm::RemoveFailure);
-    EXPECT_EQ(messageOf<TavException>([&] { object->extractToCP(handle); }), "");
-  }
-}
-
-TEST_F(Hooks, AClassCallsItsOwnHooksWithItsObject) {
-  for (const NodeSample& sample : nodeSamples()) {
-    if (!sample.make) continue;
-    SCOPED_TRACE(sample.facts.name);
-    const TavExtractableI* object = sample.make(world);
-    setAll(false);
-    set(sample, true);
+    for (const NodeSample& each : nodeSamples()) set(each, &each == &sample);
     EXPECT_EQ(object->extractToCP(handle), &call);
     EXPECT_EQ(call, (Call{1, object, nullptr, &algorithm}));
     object->unextractFromCP(handle, &data);
     EXPECT_EQ(call, (Call{2, object, &data, &algorithm}));
     object->modifyCP(handle, &data);
     EXPECT_EQ(call, (Call{3, object, &data, &algorithm}));
-  }
+    set(sample, false);
+  });
 }
 
 TEST_F(Hooks, AChangeRecordIsAppliedByItsOwnHookOrRefused) {

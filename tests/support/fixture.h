@@ -201,12 +201,18 @@ class TavTest : public ::testing::Test {
   static std::vector<TavExtractableI*> children(TavExtractableI* object) {
     struct Visitor final : TavExtractableVisitor {
       std::vector<TavExtractableI*> seen;
+      TavExtractableI* parent = nullptr;
       int depth = 0;
       void beginVisit(TavExtractableI*) override { EXPECT_EQ(depth++, 0); }
-      void visitChild(TavExtractableI*, TavExtractableI* child) override { seen.push_back(child); }
+      void visitChild(TavExtractableI* shown, TavExtractableI* child) override {
+        EXPECT_EQ(shown, parent);
+        seen.push_back(child);
+      }
       void endVisit(TavExtractableI*) override { EXPECT_EQ(--depth, 0); }
     } visitor;
+    visitor.parent = object;
     object->visitSubExtractables(&visitor);
+    EXPECT_EQ(visitor.depth, 0);
     return visitor.seen;
   }
 

@@ -78,6 +78,14 @@ class NamedValues : public TavAlgorithmI {
 class ProtocolTest : public TavTest {
  protected:
   ProtocolTest() : world(env), values(env) {}
+  /// Calls check(sample, object) with a new object of every concrete node class.
+  template <class Check>
+  void forEachNode(Check check) {
+    for (const NodeSample& sample : nodeSamples()) {
+      SCOPED_TRACE(sample.facts.name);
+      if (sample.make) check(sample, sample.make(world));
+    }
+  }
   SampleWorld world;
   NamedValues values;
 };

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
 #include <random>
 #include <sstream>
@@ -14,12 +15,11 @@ class Arrays : public ::testing::Test {
   template <class T>
   static std::string print(const T& object) {
     std::ostringstream os;
-    os << object;
-    return os.str();
-  }
-  static std::string print(const TavVarDomainI* domain) {
-    std::ostringstream os;
-    domain->display(os);
+    if constexpr (std::is_pointer_v<T>) {
+      object->display(os);
+    } else {
+      os << object;
+    }
     return os.str();
   }
   static std::vector<TavInt> contents(TavIntArray array) {
@@ -33,36 +33,27 @@ class Arrays : public ::testing::Test {
 TEST_F(Arrays, FollowAPlainVectorThroughRandomEdits) {
   std::mt19937 random(7);
   TavIntArray array(env);
-  std::vector<TavInt> model;
-  const auto below = [&random](std::size_t n) { return static_cast<TavInt>(random() % n); };
+  std::vector<TavInt> model{1};
+  array.add(1);
   for (int step = 0; step < 400; ++step) {
-    const TavInt size = array.getSize();
+    const TavInt size = array.getSize(), i = static_cast<TavInt>(random()) % size,
+                 n = static_cast<TavInt>(random() % 300);
     switch (random() % 4) {
       case 0:
-        for (TavInt n = below(300); n > 0; --n) {
-          array.add(n);
-          model.push_back(n);
-        }
+        for (TavInt k = 0; k < n; ++k) array.add(k), model.push_back(k);
         break;
-      case 1:
+      case 1:  // what is added lies in the block that may move
         if (size > 4000) break;
         array.getImpl()->addArray(array.getImpl());
         model.insert(model.end(), model.begin(), model.begin() + size);
         break;
       case 2:
-        if (size > 0) {
-          const TavInt first = below(model.size());
-          const TavInt count = below(model.size() - static_cast<std::size_t>(first)) + 1;
-          array.remove(first, count);
-          model.erase(model.begin() + first, model.begin() + first + count);
-        }
+        array.getImpl()->add(array.getImpl()->at(i));
+        model.push_back(model[static_cast<std::size_t>(i)]);
         break;
       default:
-        if (size > 0) {  // the word to add lies in the block that may move
-          const TavInt i = below(model.size());
-          array.getImpl()->add(array.getImpl()->at(i));
-          model.push_back(model[static_cast<std::size_t>(i)]);
-        }
+        array.remove(i, std::min(n, size - 1 - i) + (i > 0));
+        model.erase(model.begin() + i, model.begin() + i + std::min(n, size - 1 - i) + (i > 0));
     }
     ASSERT_EQ(contents(array), model) << step;
   }
@@ -74,14 +65,12 @@ TEST_F(Arrays, FollowAPlainVectorThroughRandomEdits) {
 }
 
 TEST_F(Arrays, StartWithZerosAndGiveTheirMemoryBack) {
-  TavMemory* memory = env.getImpl()->getMemory();
-  const TavInt used = memory->usedBytes();
-  for (const TavInt size : {0, 1, 1024, 1025, 10000}) {
+  const TavInt used = env.getImpl()->getMemory()->usedBytes();
+  for (const TavInt size : {0, 1024, 10000}) {
     TavIntArray array(env, size);
-    EXPECT_GT(memory->usedBytes(), used);
     EXPECT_EQ(contents(array), std::vector<TavInt>(static_cast<std::size_t>(size), 0));
     array.end();
-    EXPECT_EQ(memory->usedBytes(), used) << size;
+    EXPECT_EQ(env.getImpl()->getMemory()->usedBytes(), used) << size;
   }
 }
 
@@ -169,18 +158,15 @@ TEST_F(Arrays, CopiesOfDomainsArePrivateAndKeepKindBoundsAndValues) {
     TavVarDomainI* copy = c.domain->makeCopy(other.getImpl());
     EXPECT_FALSE(copy->isShared());
     EXPECT_EQ(TavMemory::of(copy), other.getImpl()->getMemory());
-    for (const TavVarDomainI* domain :
-         {static_cast<const TavVarDomainI*>(copy), static_cast<const TavVarDomainI*>(c.domain)}) {
-      EXPECT_EQ(print(domain), c.text);
-      EXPECT_EQ(domain->getType(), c.type);
-      EXPECT_EQ(domain->isEnumerated(), c.enumerated);
-      EXPECT_EQ(domain->isAnyDomain(), c.any);
-      EXPECT_EQ(domain->getSize(), c.size);
-      EXPECT_TRUE(domain->contains(c.inside));
-      EXPECT_FALSE(domain->contains(c.outside));
-    }
+    EXPECT_EQ(print(copy), c.text);
+    EXPECT_EQ(copy->getType(), c.type);
+    EXPECT_EQ(copy->isEnumerated(), c.enumerated);
+    EXPECT_EQ(copy->isAnyDomain(), c.any);
+    EXPECT_EQ(copy->getSize(), c.size);
+    EXPECT_TRUE(copy->contains(c.inside));
+    EXPECT_FALSE(copy->contains(c.outside));
     copy->setLB(-99.0);
-    EXPECT_NE(c.domain->getLB(), -99.0);
+    EXPECT_EQ(print(c.domain), c.text);
     TavVarDomainI* second = copy->makeCopy(other.getImpl());  // bounds need not be those of the list
     EXPECT_EQ(second->getLB(), -99.0);
     EXPECT_EQ(second->getUB(), c.domain->getUB());

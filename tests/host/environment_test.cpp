@@ -4,6 +4,7 @@
 #include <memory>
 #include <set>
 #include <sstream>
+#include <utility>
 
 #include "tests/host/objects.h"
 
@@ -18,75 +19,38 @@ class Environment : public ::testing::Test {
 
 TEST_F(Environment, EndRunsEveryDestructorOnceWhateverStateTheObjectIsIn) {
   int destroyed = 0;
-  TestObject* objects[5];
+  TestObject* objects[4];
   for (TestObject*& object : objects) {
-    object = makeObject(env, "named");
+    std::string name = "first";
+    object = makeObject(env, name.c_str());
+    name = "other";
     object->destroyed = &destroyed;
+    EXPECT_STREQ(object->getName(), "first");  // a copy
   }
   impl()->destroy(objects[1], 0);
   EXPECT_EQ(destroyed, 1);
   impl()->markRemoved(objects[2]);  // a mark that nobody took back
+  objects[3]->setName(objects[3]->getName());
+  EXPECT_STREQ(objects[3]->getName(), "first");
   objects[3]->setName(nullptr);
-  EXPECT_EQ(impl()->liveObjectCount(), 4);
+  EXPECT_EQ(objects[3]->getName(), nullptr);
+  EXPECT_EQ(impl()->liveObjectCount(), 3);
   env.end();
-  EXPECT_EQ(destroyed, 5);
+  EXPECT_EQ(destroyed, 4);
   EXPECT_EQ(env.getImpl(), nullptr);
 }
 
-TEST_F(Environment, AnAlgorithmMayGoBeforeOrAfterItsEnvironment) {
-  auto first = std::make_unique<TestAlgorithm>(env);
-  auto second = std::make_unique<TestAlgorithm>(env);
-  first.reset();
-  TestObject* object = makeObject(env);
-  second->extracted = object;
-  object->notify(TestChange(object));
-  EXPECT_EQ(second->changes, 1);
-  env.end();
-  EXPECT_EQ(second->getEnv(), nullptr);
-}
-
-TEST_F(Environment, IdentifiersAreUniqueAndUsedAgain) {
+TEST_F(Environment, IdentifiersAreUsedAgainAndMarkArraysHaveAnEntryForEach) {
   std::set<TavInt> ids;
   std::vector<TestObject*> objects;
-  for (int i = 0; i < 100; ++i) ids.insert((objects.emplace_back(makeObject(env)))->getId());
-  EXPECT_EQ(ids.size(), 100u);
-  for (int i = 0; i < 50; ++i) impl()->destroy(objects[static_cast<std::size_t>(2 * i)], 0);
-  for (int i = 0; i < 50; ++i) EXPECT_TRUE(ids.count(makeObject(env)->getId()));
-  EXPECT_EQ(impl()->liveObjectCount(), 100);
-}
-
-TEST_F(Environment, ChainsAreDestroyedWithoutRecursion) {
-  int destroyed = 0;
-  TestObject* chain = nullptr;
-  for (int i = 0; i < 300000; ++i) {
-    TestObject* object = makeObject(env);
-    object->destroyed = &destroyed;
-    object->next = chain;
-    chain = object;
-  }
-  impl()->destroy(chain, 0);
-  EXPECT_EQ(destroyed, 300000);
-  EXPECT_EQ(impl()->liveObjectCount(), 0);
-}
-
-TEST_F(Environment, NamesAreCopied) {
-  std::string name = "first";
-  TestObject* object = makeObject(env, name.c_str());
-  name = "other";
-  EXPECT_STREQ(object->getName(), "first");
-  object->setName(object->getName());
-  EXPECT_STREQ(object->getName(), "first");
-  object->setName(nullptr);
-  EXPECT_EQ(object->getName(), nullptr);
-}
-
-TEST_F(Environment, MarkArraysHaveAnEntryPerIdentifier) {
-  for (int round = 0; round < 3; ++round) {
-    for (int i = 0; i < 1000; ++i) makeObject(env);
-    void** marks = impl()->getMarkArray();
-    for (TavInt id = 0; id < impl()->liveObjectCount(); ++id) marks[id] = this;
-    impl()->releaseMarkArray(marks);
-  }
+  for (int i = 0; i < 3000; ++i) ids.insert((objects.emplace_back(makeObject(env)))->getId());
+  EXPECT_EQ(ids.size(), objects.size());
+  for (std::size_t i = 0; i < objects.size(); i += 2) impl()->destroy(objects[i], 0);
+  for (std::size_t i = 0; i < objects.size(); i += 2) EXPECT_TRUE(ids.count(makeObject(env)->getId()));
+  EXPECT_EQ(impl()->liveObjectCount(), 3000);
+  void** marks = impl()->getMarkArray();
+  for (const TavInt id : ids) marks[id] = this;
+  impl()->releaseMarkArray(marks);
 }
 
 TEST_F(Environment, RemovalMarksNestAndAreTakenBack) {
@@ -112,35 +76,28 @@ TEST_F(Environment, RemovalMarksNestAndAreTakenBack) {
   EXPECT_EQ(impl()->liveObjectCount(), 3);
 }
 
-TEST_F(Environment, ABatchIsRemovedInOneSweepAndRepeatsCountOnce) {
-  TestObject* holder = makeObject(env);
-  TestObject* a = makeObject(env);
-  TestObject* b = makeObject(env);
-  TestAlgorithm algorithm(env);
-  algorithm.extracted = b;
-  int destroyed = 0;
-  a->destroyed = b->destroyed = &destroyed;
-  TavExtractableArray array(env);
-  for (TestObject* element : {a, b, a}) array.add(TavExtractable(element));
-  array.add(TavExtractable());
-  array.endElements();
-  EXPECT_EQ(holder->removals, std::vector<TavExtractableI*>{a});
-  EXPECT_EQ(algorithm.forgotten, std::vector<TavExtractableI*>{b});
-  EXPECT_EQ(destroyed, 2);
-  EXPECT_EQ(array.getSize(), 4);
-}
-
-TEST_F(Environment, RemovalOneByOneTellsOfEachObject) {
-  impl()->oneByOneRemoval = true;
-  TestObject* holder = makeObject(env);
-  TestObject* a = makeObject(env);
-  TestObject* b = makeObject(env);
-  TavExtractableI* batch[] = {a, b};
-  impl()->removeFromAllAndDestroy(batch, batch + 2);
-  ASSERT_GE(holder->removals.size(), 2u);
-  EXPECT_EQ(holder->removals[0], a);
-  EXPECT_EQ(holder->removals[1], b);
-  EXPECT_TRUE(impl()->oneByOneRemoval);
+TEST_F(Environment, ABatchIsRemovedInOneSweepOrOneByOneAndRepeatsCountOnce) {
+  for (const bool oneByOne : {false, true}) {
+    impl()->oneByOneRemoval = oneByOne;
+    TestObject* holder = makeObject(env);
+    TestObject* a = makeObject(env);
+    TestObject* b = makeObject(env);
+    TestAlgorithm algorithm(env);
+    algorithm.extracted = b;
+    int destroyed = 0;
+    a->destroyed = b->destroyed = &destroyed;
+    TavExtractableArray array(env);
+    for (TestObject* element : {a, b, a}) array.add(TavExtractable(element));
+    array.add(TavExtractable());
+    array.endElements();
+    std::vector<TavExtractableI*>& told = holder->removals;
+    if (oneByOne && told.size() > 2) told.resize(2);  // a repeat may be told again
+    EXPECT_EQ(told, (oneByOne ? std::vector<TavExtractableI*>{a, b} : std::vector<TavExtractableI*>{a}));
+    EXPECT_EQ(algorithm.forgotten, std::vector<TavExtractableI*>{b});
+    EXPECT_EQ(destroyed, 2);
+    EXPECT_EQ(array.getSize(), 4);
+    EXPECT_EQ(impl()->oneByOneRemoval, oneByOne);
+  }
 }
 
 TEST_F(Environment, AFailingSweepStillDestroysAndTheFailureGoesOn) {
@@ -155,6 +112,7 @@ TEST_F(Environment, AFailingSweepStillDestroysAndTheFailureGoesOn) {
 
 TEST_F(Environment, ARecordReachesTheListenerAndEveryAlgorithmThatWantsIt) {
   TestObject* object = makeObject(env);
+  std::make_unique<TestAlgorithm>(env).reset();  // one that is gone hears nothing
   TestAlgorithm first(env), second(env), stranger(env);
   first.extracted = second.extracted = object;
   first.failure = "first";
@@ -173,31 +131,26 @@ TEST_F(Environment, ARecordReachesTheListenerAndEveryAlgorithmThatWantsIt) {
   }
   EXPECT_EQ(heard, std::vector<const TavChange*>{&change});
   EXPECT_EQ(first.changes + second.changes, 2);
-  EXPECT_EQ(stranger.changes, 0);
   EXPECT_EQ(change.applied, 2);
   impl()->setChangeListener([](const TavChange&) { throw TavException("listener"); });
-  first.failure = nullptr;
+  first.failure = second.failure = nullptr;
   EXPECT_THROW(impl()->change(change), TavException);
   EXPECT_EQ(first.changes + second.changes, 4);
-}
-
-TEST_F(Environment, ARecordOfAnArrayReachesWhoHasOneElement) {
-  TestObject* object = makeObject(env);
-  TestAlgorithm algorithm(env), stranger(env);
-  algorithm.extracted = object;
-  TavExtractableArray array(env, 2);
+  impl()->setChangeListener(nullptr);
+  TavExtractableArray array(env, 2);  // of an array: who has one element
   array.add(TavExtractable(makeObject(env)));
   array.add(TavExtractable(object));
-  const TestChange change(array.getImpl());
-  EXPECT_TRUE(change.isApplyingOnArray());
-  EXPECT_EQ(change.getChangedExtractable(), nullptr);
-  EXPECT_EQ(change.getChangedExtractableArray(), array.getImpl());
-  impl()->change(change);
-  EXPECT_EQ(algorithm.changes, 1);
+  const TestChange ofArray(array.getImpl());
+  EXPECT_EQ(ofArray.getChangedExtractable(), nullptr);
+  EXPECT_EQ(ofArray.getChangedExtractableArray(), array.getImpl());
+  impl()->change(ofArray);
+  EXPECT_EQ(first.changes + second.changes, 6);
   EXPECT_EQ(stranger.changes, 0);
+  env.end();
+  EXPECT_EQ(first.getEnv(), nullptr);
 }
 
-TEST_F(Environment, ACloningPassClonesSharedObjectsOnceAndDeepChainsWithoutRecursion) {
+TEST_F(Environment, ChainsAreDestroyedAndClonedWithoutRecursionAndSharedObjectsOnce) {
   TavEnv target;
   {
     TestObject* shared = makeObject(env, "shared");
@@ -219,6 +172,14 @@ TEST_F(Environment, ACloningPassClonesSharedObjectsOnceAndDeepChainsWithoutRecur
     EXPECT_NE(pass.clone(chain), nullptr);
     EXPECT_EQ(target.getImpl()->liveObjectCount(), 100003);
   }
+  TestObject* chain = nullptr;
+  const TavInt objects = impl()->liveObjectCount();
+  for (int i = 0; i < 300000; ++i) {
+    auto* next = makeObject(env);
+    next->next = std::exchange(chain, next);
+  }
+  impl()->destroy(chain, 0);
+  EXPECT_EQ(impl()->liveObjectCount(), objects);
   TestObject* object = makeObject(env);
   EXPECT_EQ(impl()->getClone(object), nullptr);
   EXPECT_THROW(object->TavExtractableI::makeClone(target.getImpl()), TavNotImplemented);
@@ -251,15 +212,13 @@ TEST_F(Environment, TypeIndicesAreGivenOutOnceAndTestedAgainUnderTheMutex) {
   TavEnvI::Mutex = nullptr;
 }
 
-TEST(Numbers, TruncationSaturates) {
+TEST(Numbers, TruncationSaturatesAndIntegersWrap) {
   constexpr TavInt kMax = std::numeric_limits<TavInt>::max();
   constexpr TavInt kMin = std::numeric_limits<TavInt>::min();
-  const std::pair<double, TavInt> kCases[] = {{0.9, 0},          {-0.9, 0},
-                                              {2.5, 2},          {-2.5, -2},
-                                              {1e300, kMax},     {-1e300, kMin},
-                                              {HUGE_VAL, kMax},  {-HUGE_VAL, kMin},
-                                              {std::nan(""), 0}, {9223372036854774784.0, 9223372036854774784},
-                                              {0x1p63, kMax},    {-0x1p63, kMin}};
+  const std::pair<double, TavInt> kCases[] = {{-2.5, -2},       {9223372036854774784.0, 9223372036854774784},
+                                              {0x1p63, kMax},   {-0x1p63, kMin},
+                                              {HUGE_VAL, kMax}, {-HUGE_VAL, kMin},
+                                              {1e300, kMax},    {std::nan(""), 0}};
   for (const auto& [x, expected] : kCases) EXPECT_EQ(TavTrunc(x), expected) << x;
   EXPECT_EQ(TavWrapAdd(kMax, 1), kMin);
   EXPECT_EQ(TavWrapMul(kMin, -1), kMin);
@@ -269,21 +228,18 @@ TEST(Numbers, TruncationSaturates) {
 TEST(Numbers, OneRoundingGoesAwayFromZeroTheOtherToEven) {
   const double kCases[][3] = {{0.5, 1, 0},
                               {1.5, 2, 2},
-                              {2.5, 3, 2},
                               {-0.5, -1, -0.0},
                               {-2.5, -3, -2},
-                              {-3.5, -4, -4},
                               {2.49, 2, 2},
-                              {2.6, 3, 3},
                               {-2.7, -3, -3},
                               {0x1p52 + 1, 0x1p52 + 1, 0x1p52 + 1},
-                              {0.49999999999999994, 0, 0}};
+                              {0.49999999999999994, 0, 0},
+                              {HUGE_VAL, HUGE_VAL, HUGE_VAL}};
   for (const auto& [x, away, even] : kCases) {
     EXPECT_EQ(TavRound(x), away) << x;
     EXPECT_EQ(TavVurRound(x), even) << x;
     EXPECT_EQ(std::signbit(TavVurRound(x)), std::signbit(even)) << x;
   }
-  EXPECT_EQ(TavVurRound(HUGE_VAL), HUGE_VAL);
   EXPECT_TRUE(std::isnan(TavVurRound(std::nan(""))));
 }
 

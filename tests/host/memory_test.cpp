@@ -20,39 +20,25 @@ TEST(Memory, SizeClassesRoundUpToEightAndStopAtThePooledSizes) {
 
 TEST(Memory, BlocksOfEverySizeAreAlignedApartOwnedAndGivenBack) {
   TavMemory memory(nullptr);
-  struct Block {
-    unsigned char* at;
-    std::size_t bytes;
+  std::vector<std::pair<unsigned char*, std::size_t>> blocks;
+  const auto take = [&](std::size_t bytes) {
+    auto* at = static_cast<unsigned char*>(memory.alloc(bytes));
+    ASSERT_EQ(reinterpret_cast<std::uintptr_t>(at) % (bytes % 16 == 0 ? 16 : 8), 0u) << bytes;
+    ASSERT_EQ(TavMemory::of(at), &memory);
+    ASSERT_GE(TavMemory::sizeOf(at), bytes);
+    std::memset(at, static_cast<int>(bytes % 251), bytes);
+    blocks.emplace_back(at, bytes);
   };
-  std::vector<Block> blocks;
   for (int round = 0; round < 40; ++round) {  // enough of the middle sizes to fill more than one chunk
-    for (std::size_t bytes = 1; bytes <= 300; ++bytes) {
-      auto* at = static_cast<unsigned char*>(memory.alloc(bytes));
-      ASSERT_EQ(reinterpret_cast<std::uintptr_t>(at) % (bytes % 16 == 0 ? 16 : 8), 0u) << bytes;
-      ASSERT_EQ(TavMemory::of(at), &memory);
-      ASSERT_GE(TavMemory::sizeOf(at), bytes);
-      std::memset(at, static_cast<int>(bytes % 251), bytes);
-      blocks.push_back({at, bytes});
-    }
+    for (std::size_t bytes = 1; bytes <= 300; ++bytes) take(bytes);
   }
-  for (const Block& block : blocks) {
-    const auto expected = static_cast<unsigned char>(block.bytes % 251);
-    ASSERT_TRUE(std::all_of(block.at, block.at + block.bytes, [&](unsigned char c) { return c == expected; }));
-    memory.dealloc(block.at, block.bytes);
+  for (const std::size_t bytes : {std::size_t{65536}, std::size_t{1} << 22}) take(bytes);
+  EXPECT_GT(memory.usedBytes(), TavInt{1} << 22);
+  for (const auto& [at, bytes] : blocks) {
+    ASSERT_EQ(std::count(at, at + bytes, static_cast<unsigned char>(bytes % 251)), static_cast<std::ptrdiff_t>(bytes));
+    memory.dealloc(at, bytes);
   }
   EXPECT_EQ(memory.usedBytes(), 0);
-}
-
-TEST(Memory, LargeBlocksKnowTheirOwnerAndGoAtOnce) {
-  TavMemory memory(nullptr);
-  for (const std::size_t bytes : {std::size_t{65536}, std::size_t{1} << 22}) {
-    void* block = memory.alloc(bytes);
-    std::memset(block, 1, bytes);
-    EXPECT_EQ(TavMemory::of(block), &memory);
-    EXPECT_GE(memory.usedBytes(), static_cast<TavInt>(bytes));
-    memory.dealloc(block, bytes);
-    EXPECT_EQ(memory.usedBytes(), 0);
-  }
 }
 
 #ifndef TAV_PLAIN_ALLOC

@@ -47,11 +47,14 @@ inline TavExtractableI* keepName(TavExtractableI* clone, const TavExtractableI* 
   return clone;
 }
 
-/// A numeric leaf that evaluates to a fixed number and counts its evaluations; for values that no variable takes.
-class LeafI : public TavNode<LeafI, TavNumExprI> {
+/// A leaf that evaluates to a fixed number and counts its evaluations; for values that no variable takes.
+template <class Base>
+class FixedI : public TavNode<FixedI<Base>, Base> {
  public:
-  static constexpr const char* kTypeName = "LeafI";
-  LeafI(TavEnvI* env, double value, bool integer = false) : TavNode(env, nullptr), _value(value), _integer(integer) {}
+  static constexpr bool kWhole = std::is_same_v<Base, TavIntExprI>;
+  static constexpr const char* kTypeName = kWhole ? "IntLeafI" : "LeafI";
+  FixedI(TavEnvI* env, double value, bool integer = kWhole)
+      : TavNode<FixedI, Base>(env, nullptr), _value(value), _integer(integer) {}
   double eval(TavAlgorithm) const override {
     ++evaluations;
     return _value;
@@ -62,38 +65,19 @@ class LeafI : public TavNode<LeafI, TavNumExprI> {
     visitor->endVisit(this);
   }
   TavExtractableI* makeClone(TavEnvI* target) const override {
-    return keepName(new (target) LeafI(target, _value, _integer), this);
+    return keepName(new (target) FixedI(target, _value, _integer), this);
   }
-  void display(std::ostream& os) const override { os << (getName() ? getName() : "leaf"); }
+  void display(std::ostream& os) const override {
+    os << (this->getName() ? this->getName() : kWhole ? "ileaf" : "leaf");
+  }
   mutable int evaluations = 0;
 
  private:
   double _value;
   bool _integer;
 };
-
-/// The same as an integer expression.
-class IntLeafI : public TavNode<IntLeafI, TavIntExprI> {
- public:
-  static constexpr const char* kTypeName = "IntLeafI";
-  IntLeafI(TavEnvI* env, double value) : TavNode(env, nullptr), _value(value) {}
-  double eval(TavAlgorithm) const override {
-    ++evaluations;
-    return _value;
-  }
-  void visitSubExtractables(TavExtractableVisitor* visitor) override {
-    visitor->beginVisit(this);
-    visitor->endVisit(this);
-  }
-  TavExtractableI* makeClone(TavEnvI* target) const override {
-    return keepName(new (target) IntLeafI(target, _value), this);
-  }
-  void display(std::ostream& os) const override { os << (getName() ? getName() : "ileaf"); }
-  mutable int evaluations = 0;
-
- private:
-  double _value;
-};
+using LeafI = FixedI<TavNumExprI>;
+using IntLeafI = FixedI<TavIntExprI>;
 
 /// A column that remembers what was installed last.
 struct TestColumn final : TavAddExtractable {

@@ -31,35 +31,28 @@ TEST_F(Conditional, OnlyExactlyOneIsTrue) {
 
 TEST_F(Conditional, TextsRepeatAndOmitAndClonesPrintTheSame) {
   TavClonePass pass(env.getImpl(), other.getImpl());
-  const std::pair<TavNumExprArg, const char*> cases[] = {
+  const std::pair<TavNumExprArg, const char*> kCases[] = {
       {ints(leaf(1), intLeaf(1), intLeaf(2)), "leaf ? ileaf : ileaf7 : ileaf"},
       {ints(leaf(1), intLeaf(1), {}), "leaf ? ileaf : -87 : "},
       {ints(leaf(1), {}, intLeaf(2)), "leaf ? 7 : ileaf"},
       {ints(leaf(1), {}, {}), "leaf ? 7 : "},
-      {nums(leaf(1), intLeaf(1), leaf(2)), "leaf ? ileaf : leaf7 : leaf"},
+      {nums(leaf(1, true), intLeaf(1), leaf(2, true)), "leaf ? ileaf : leaf7 : leaf"},
       {nums(leaf(1), leaf(1), {}), "leaf ? leaf : -87 : "},
       {nums(leaf(1), {}, leaf(2)), "leaf ? 7 : leaf"},
-      {nums(leaf(1), {}, {}), "leaf ? 7 : "},
-  };
-  for (const auto& [node, expected] : cases) {
+      {nums(leaf(1), {}, {}), "leaf ? 7 : "}};
+  for (const auto& [node, expected] : kCases) {
     EXPECT_EQ(plain(node), expected);
     EXPECT_EQ(library(node), expected);
-    auto* clone = static_cast<TavNumExprI*>(pass.clone(node.getImpl()));
-    EXPECT_EQ(text(clone), expected);
-    EXPECT_EQ(clone->eval(&algorithm), eval(node));
+    EXPECT_EQ(text(pass.clone(node.getImpl())), expected);
+    EXPECT_EQ(node.isInteger(), node.getImpl()->isType(TavIntExprI::GetTypeInfo()));
   }
-  EXPECT_TRUE(cases[3].first.isInteger());
-  EXPECT_FALSE(nums(leaf(1), leaf(1, true), leaf(1, true)).isInteger());
 }
 
 TEST_F(Conditional, GivesItsBranchesBackButNotItsCondition) {
-  const TavNumExprArg condition = leaf(1), a = leaf(2), b = leaf(3);
-  const TavNumExpr holdsA(a), holdsB(b);
-  TavNumExprArg node = nums(condition, a, b), twice = nums(condition, a, a);
-  EXPECT_EQ(a.getImpl()->getRefCount(), 4);
-  twice.end();
+  const TavNumExpr condition(leaf(1)), a(leaf(2));
+  TavNumExprArg node = nums(condition, a, a);
+  EXPECT_EQ(a.getImpl()->getRefCount(), 3);
   node.end();
   EXPECT_EQ(a.getImpl()->getRefCount(), 1);
-  EXPECT_EQ(b.getImpl()->getRefCount(), 1);
   EXPECT_EQ(condition.getImpl()->getRefCount(), 2);
 }

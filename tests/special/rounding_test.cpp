@@ -10,26 +10,22 @@ class Rounding : public TavTest {
   };
 };
 
-TEST_F(Rounding, ValuesTextsAndIntegrality) {
+TEST_F(Rounding, TiesSignedZerosAndValuesBeyondTheIntegers) {
   constexpr double k63 = 9223372036854775808.0;  // where 64-bit integers end
   constexpr std::size_t kPoints = 11;
   const double x[kPoints] = {2.75, -2.75, 2.5, 3.5, -0.5, -0.0, 0.49999999999999994, 1e19, -1e19, kInf, kNaN};
   struct Case {
     TavNumExprArg (*build)(TavNumExprArg);
-    const char *type, *name, *plainName;
+    const char* name;
     double values[kPoints];
   };
   const Case cases[] = {
-      {TavCeil, "TavNumCeilI", "TavCeil", "ceil", {3, -2, 3, 4, -0.0, -0.0, 1, 1e19, -1e19, kInf, kNaN}},
-      {TavFloor, "TavNumFloorI", "TavFloor", "floor", {2, -3, 2, 3, -1, -0.0, 0, 1e19, -1e19, kInf, kNaN}},
-      {TavTrunc, "TavNumTruncI", "TavTrunc", "trunc", {2, -2, 2, 3, 0, 0, 0, k63, -k63, k63, 0}},
-      {TavFract,
-       "TavNumFractI",
-       "TavFract",
-       "fract",
-       {.75, -.75, .5, .5, -.5, -0.0, x[6], 1e19 - k63, k63 - 1e19, kInf, kNaN}},
-      {TavVurRound, "TavNumRoundI", "TavVurRound", "round", {3, -3, 2, 4, -0.0, -0.0, 0, 1e19, -1e19, kInf, kNaN}},
-      {TavDistToInt, "TavDistToIntI", "TavDistToInt", "distToInt", {.25, .25, .5, .5, .5, 0, x[6], 0, 0, kNaN, kNaN}},
+      {TavCeil, "TavCeil", {3, -2, 3, 4, -0.0, -0.0, 1, 1e19, -1e19, kInf, kNaN}},
+      {TavFloor, "TavFloor", {2, -3, 2, 3, -1, -0.0, 0, 1e19, -1e19, kInf, kNaN}},
+      {TavTrunc, "TavTrunc", {2, -2, 2, 3, 0, 0, 0, k63, -k63, k63, 0}},
+      {TavFract, "TavFract", {.75, -.75, .5, .5, -.5, -0.0, x[6], 1e19 - k63, k63 - 1e19, kInf, kNaN}},
+      {TavVurRound, "TavVurRound", {3, -3, 2, 4, -0.0, -0.0, 0, 1e19, -1e19, kInf, kNaN}},
+      {TavDistToInt, "TavDistToInt", {.25, .25, .5, .5, .5, 0, x[6], 0, 0, kNaN, kNaN}},
   };
   for (const Case& c : cases) {
     for (std::size_t i = 0; i < kPoints; ++i) {
@@ -38,12 +34,6 @@ TEST_F(Rounding, ValuesTextsAndIntegrality) {
                                        : value == expected && std::signbit(value) == std::signbit(expected))
           << c.name << " of " << x[i] << " is " << value;
     }
-    const TavNumExprArg node = c.build(leaf(1.5));
-    EXPECT_STREQ(node.getImpl()->getRttiTypeName(), c.type);
-    EXPECT_EQ(library(node), std::string(c.name) + "(leaf) ");
-    EXPECT_EQ(plain(node), std::string(c.plainName) + "(leaf)");
-    EXPECT_FALSE(node.isInteger()) << c.type;
-    EXPECT_TRUE(c.build(leaf(1.5, true)).isInteger()) << c.type;
   }
 }
 
@@ -53,9 +43,6 @@ TEST_F(Rounding, DistanceEvaluatesItsOperandTwice) {
 
 TEST_F(Rounding, ConversionTakesWholeValuesOnly) {
   const TavIntExprArg three = TavNumToInt(leaf(3.0));
-  EXPECT_STREQ(three.getImpl()->getRttiTypeName(), "TavNumToIntI");
-  EXPECT_TRUE(three.isInteger());
-  EXPECT_EQ(library(three), "TavNumToInt(leaf) ");
   EXPECT_EQ(plain(three % 2), "numToInt(leaf)% 2");  // stands where integer expressions stand
   EXPECT_EQ(eval(three), 3.0);
   EXPECT_EQ(eval(TavNumToInt(leaf(1e300))), 9223372036854775808.0);

@@ -58,7 +58,7 @@ class SubMap : public TavTest {
   }
 };
 
-TEST_F(SubMap, AnswersThroughItsIndexer) {
+TEST_F(SubMap, AnswersThroughItsIndexerAndIsCounted) {
   Indexer indexer(env);
   TavEnvI* e = env.getImpl();
   auto* slice = new (e) SliceI(e, &indexer);
@@ -72,15 +72,7 @@ TEST_F(SubMap, AnswersThroughItsIndexer) {
   int tag = 0;
   e->setTupleEncoder(reinterpret_cast<TavTupleEncoderI*>(&tag));
   EXPECT_EQ(static_cast<TavAnyExprI*>(slice)->getEncoder(), e->getTupleEncoder());
-}
-
-TEST_F(SubMap, IsCountedButNoNumericExpression) {
-  Indexer indexer(env);
-  TavEnvI* e = env.getImpl();
-  auto* slice = new (e) SliceI(e, &indexer);
-  EXPECT_TRUE(slice->isType(TavTupleSubMapExprI::GetTypeInfo()));
   EXPECT_FALSE(slice->isType(TavNumExprI::GetTypeInfo()));
-  EXPECT_EQ(TavTupleSubMapExprI::GetBaseTypeInfo(), TavAnyExprI::GetTypeInfo());
   EXPECT_TRUE(slice->isRefCountedExpr());
   slice->retain();
   slice->retain();

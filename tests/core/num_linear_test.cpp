@@ -79,6 +79,10 @@ TEST_F(NumLinear, NormalisingMergesIntoTheLastOccurrenceWithMarkArraysAndWithMar
   }
   EXPECT_EQ(lock.taken, static_cast<int>(std::size(kCases)));
   EXPECT_EQ(lock.held, 0);
+  TavNumLinTermI* zeros = linear({{1, x}});
+  zeros->normalize();
+  zeros->multiply(0.0);  // leaves a zero
+  EXPECT_FALSE(zeros->isNormalized());
   env.getImpl()->normalizationSkipped = true;
   TavNumLinTermI* node = linear({{1, x}, {1, x}});
   EXPECT_EQ(node->normalize(), 0);

@@ -30,8 +30,7 @@ int convertTavNum(char* out, double x, int precision, int* status) {
   // Digits beyond `whole` stand behind the point; trailing zeros among them go, and the point with the last of them.
   const bool exponentForm = exponent > p || exponent < -6;
   const int whole = exponentForm || exponent < 0 ? 1 : exponent + 1;
-  const int least = exponent < 0 && !exponentForm ? 1 : whole;
-  while (count > least && digits[count - 1] == '0') --count;
+  while (count > whole && digits[count - 1] == '0') --count;
   char* to = out;
   if (!exponentForm && exponent < 0) {
     to += std::sprintf(to, "0.%.*s%.*s", -exponent - 1, "00000", count, digits);

@@ -58,14 +58,14 @@ need() {
   command -v "${CXX:-c++}" >/dev/null || die "a C++20 compiler is needed (${CXX:-c++} not found)"
 }
 
-# build PRESET [CMAKE-ARGUMENT...]: configures and builds.
+# build PRESET [BUILD-ARGUMENT...]: configures and builds.
 build() {
   local preset=$1
   shift
   (
     cd "$root" || exit
-    cmake --preset "$preset" "$@"
-    cmake --build --preset "$preset" --parallel "$jobs"
+    cmake --preset "$preset" &&
+      cmake --build --preset "$preset" --parallel "$jobs" "$@"
   )
 }
 

@@ -1,5 +1,6 @@
 #include "bench/by_hand.h"
 
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -43,15 +44,29 @@ Env::~Env() {
 
 Pool& Var::pool() const { return env->vars; }
 Pool& Sum::pool() const { return env->sums; }
-Pool& Product::pool() const { return env->products; }
+Pool& Product::pool() const { return env->pairs; }
+Pool& Square::pool() const { return env->squares; }
+Pool& Scaled::pool() const { return env->pairs; }
 
 double Sum::eval(const Values& values) const {
   double sum = 0.0;
+  for (const Part* part = firstPart; part; part = part->next) sum += part->expr->eval(values);
   for (const Cell* cell = first; cell; cell = cell->next) sum += cell->coef * values.getValue(cell->var);
   return constant + sum;
 }
 
 void Sum::drop() { clear(this); }
+
+double Square::eval(const Values& values) const {
+  const double value = operand->eval(values);
+  return value * value;
+}
+
+void Square::drop() { release(operand); }
+
+double Scaled::eval(const Values& values) const { return operand->eval(values) * factor; }
+
+void Scaled::drop() { release(operand); }
 
 double Product::eval(const Values& values) const {
   const double a = left->eval(values);
@@ -85,15 +100,52 @@ void add(Sum* sum, Cell* cell) {
 
 Product* times(Node* a, Node* b) {
   if (a->env != b->env) throw std::invalid_argument("two environments");
-  auto* product = new (a->env->products.take()) Product(a->env, a, b);
+  auto* product = new (a->env->pairs.take()) Product(a->env, a, b);
   ++a->count;
   ++b->count;
   return product;
 }
 
+void add(Sum* sum, Node* part) {
+  if (sum->env != part->env) throw std::invalid_argument("two environments");
+  Part* link = new (sum->env->parts.take()) Part{part, nullptr};
+  (sum->lastPart ? sum->lastPart->next : sum->firstPart) = link;
+  sum->lastPart = link;
+  ++part->count;
+}
+
+Scaled* scale(Node* node, double factor) {
+  if (!node) throw std::invalid_argument("no operand");
+  ++node->count;
+  return new (node->env->pairs.take()) Scaled(node->env, node, factor);
+}
+
+Square* square(Node* node) {
+  if (!node) throw std::invalid_argument("no operand");
+  ++node->count;
+  return new (node->env->squares.take()) Square(node->env, node);
+}
+
+Sum* copy(const Sum* sum) {
+  Env* env = sum->env;
+  Sum* fresh = newSum(env, sum->constant);
+  Cell** link = &fresh->first;
+  for (const Cell* cell = sum->first; cell; cell = cell->next) {
+    *link = fresh->last = env->newCell(cell->var, cell->coef);
+    link = &fresh->last->next;
+  }
+  return fresh;
+}
+
 // ---- giving back
 
 void clear(Sum* sum) {
+  while (Part* part = sum->firstPart) {
+    sum->firstPart = part->next;
+    release(part->expr);
+    sum->env->parts.give(part);
+  }
+  sum->lastPart = nullptr;
   if (sum->first) sum->env->giveCells(sum->first, sum->last);
   sum->first = sum->last = nullptr;
   sum->constant = 0.0;
@@ -135,6 +187,44 @@ long normalize(Sum* sum) {
   return merged;
 }
 
+void setCoefs(Sum* sum, const std::vector<Var*>& vars, const std::vector<double>& coefs) {
+  for (Var* var : vars) {
+    if (var->env != sum->env) throw std::invalid_argument("two environments");
+    var->mark = nullptr;
+  }
+  normalize(sum);
+  for (Cell* cell = sum->first; cell; cell = cell->next) cell->var->mark = cell;
+  for (std::size_t i = 0; i < vars.size(); ++i) {
+    if (vars[i]->mark) {
+      vars[i]->mark->coef = coefs[i];
+    } else if (coefs[i] != 0.0) {
+      add(sum, times(vars[i], coefs[i]));
+    }
+  }
+  sum->normalized = true;
+}
+
+void remove(Sum* sum, const std::vector<Var*>& vars) {
+  Env* env = sum->env;
+  Cell gone{};
+  for (Var* var : vars) {
+    if (var->env != env) throw std::invalid_argument("two environments");
+    var->mark = &gone;
+  }
+  sum->last = nullptr;
+  for (Cell** link = &sum->first; *link;) {
+    Cell* cell = *link;
+    if (cell->var->mark != &gone) {
+      sum->last = cell;
+      link = &cell->next;
+      continue;
+    }
+    *link = cell->next;
+    env->giveCells(cell, cell);
+  }
+  for (Var* var : vars) var->mark = nullptr;
+}
+
 void print(std::ostream& os, const Sum* sum) {
   for (const Cell* cell = sum->first; cell; cell = cell->next) {
     if (cell != sum->first) os << " + ";
@@ -142,6 +232,33 @@ void print(std::ostream& os, const Sum* sum) {
     os << cell->var->name << " ";
   }
   if (sum->constant != 0.0) os << " + " << sum->constant << " ";
+}
+
+char* print(char* out, const Sum* sum) {
+  constexpr std::size_t kLongestNumber = 32;
+  const auto text = [&out](const char* piece) {
+    const std::size_t length = std::strlen(piece);
+    std::memcpy(out, piece, length);
+    out += length;
+  };
+  const auto number = [&out](double value) {
+    out = std::to_chars(out, out + kLongestNumber, value, std::chars_format::general, 6).ptr;
+  };
+  for (const Cell* cell = sum->first; cell; cell = cell->next) {
+    if (cell != sum->first) text(" + ");
+    if (cell->coef != 1.0) {
+      number(cell->coef);
+      text(" * ");
+    }
+    text(cell->var->name);
+    text(" ");
+  }
+  if (sum->constant != 0.0) {
+    text(" + ");
+    number(sum->constant);
+    text(" ");
+  }
+  return out;
 }
 
 Sum* clone(const Sum* sum, Env* target, CloneMap& map) {

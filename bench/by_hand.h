@@ -12,6 +12,7 @@ namespace hand {
 
 class Env;
 struct Var;
+struct Cell;
 
 /// Where values of variables come from.
 class Values {
@@ -82,13 +83,19 @@ struct Var final : Node {
   Pool& pool() const override;
 
   Domain* domain;
-  void* mark = nullptr;
+  Cell* mark = nullptr;
 };
 
 struct Cell {
   Var* var;
   Cell* next;
   double coef;
+};
+
+/// A summand that is no term, held with one reference.
+struct Part {
+  Node* expr;
+  Part* next;
 };
 
 struct Sum final : Node {
@@ -100,7 +107,8 @@ struct Sum final : Node {
   Cell* first = nullptr;
   Cell* last = nullptr;
   double constant;
-  void* parts[2] = {};
+  Part* firstPart = nullptr;
+  Part* lastPart = nullptr;
   bool normalized = false;
 };
 
@@ -114,11 +122,34 @@ struct Product final : Node {
   Node* right;
 };
 
+struct Square final : Node {
+  Square(Env* owner, Node* node) : Node(owner, nullptr), operand(node) {}
+  double eval(const Values& values) const override;
+  void drop() override;
+  Pool& pool() const override;
+
+  Node* operand;
+};
+
+struct Scaled final : Node {
+  Scaled(Env* owner, Node* node, double by) : Node(owner, nullptr), operand(node), factor(by) {}
+  double eval(const Values& values) const override;
+  void drop() override;
+  Pool& pool() const override;
+
+  Node* operand;
+  double factor;
+};
+
+static_assert(sizeof(Cell) == 24 && sizeof(Part) == 16 && sizeof(Var) == 56 && sizeof(Sum) == 88);
+static_assert(sizeof(Square) == 48 && sizeof(Scaled) == 56 && sizeof(Product) == 56);
+
 /// Owner of nodes and cells; `nodes` is the table by identifier.
 class Env {
  public:
-  Env()
-      : cells(sizeof(Cell)), vars(sizeof(Var)), sums(sizeof(Sum)), products(sizeof(Product)), domains(sizeof(Domain)) {}
+  Env() = default;
+  Env(const Env&) = delete;
+  Env& operator=(const Env&) = delete;
   ~Env();
 
   Cell* newCell(Var* var, double coef) {
@@ -137,7 +168,10 @@ class Env {
     freeCells = first;
   }
 
-  Pool cells, vars, sums, products, domains;
+  Pool cells{sizeof(Cell)}, parts{sizeof(Part)}, vars{sizeof(Var)}, sums{sizeof(Sum)}, squares{sizeof(Square)};
+  /// Products and multiples by a constant.
+  Pool pairs{sizeof(Product)};
+  Pool domains{sizeof(Domain)};
   Cell* freeCells = nullptr;
   std::vector<Node*> nodes;
   std::vector<long> freeIds;
@@ -151,14 +185,27 @@ Sum* newSum(Env* env, double constant);
 Cell* times(Var* var, double coef);
 /// Links the cell at the tail. Throws std::invalid_argument for a variable of another environment.
 void add(Sum* sum, Cell* cell);
+/// Links the node as a part. Throws as `add` of a cell.
+void add(Sum* sum, Node* part);
 /// A product; throws as `add`.
 Product* times(Node* a, Node* b);
+Scaled* scale(Node* node, double factor);
+Square* square(Node* node);
 void clear(Sum* sum);
 /// Drops one reference; the node goes when none is left.
 void release(Node* node);
+/// Its terms and constant once more, uncounted.
+Sum* copy(const Sum* sum);
 /// Merges the cells of each variable into its last one and drops zeros.
 long normalize(Sum* sum);
+/// Sets the coefficients of these variables in a sum that has each variable once; what is absent is appended. Throws
+/// std::invalid_argument for a variable of another environment.
+void setCoefs(Sum* sum, const std::vector<Var*>& vars, const std::vector<double>& coefs);
+/// Drops the cells of these variables. Throws as `setCoefs`.
+void remove(Sum* sum, const std::vector<Var*>& vars);
 void print(std::ostream& os, const Sum* sum);
+/// The same text into memory that has room for it, as a stream of the default formatting writes it; the text's end.
+char* print(char* out, const Sum* sum);
 
 using CloneMap = std::unordered_map<const Node*, Node*>;
 /// A copy in `target`; its variables are copied on first sight and found in `map` afterwards.

@@ -3,28 +3,85 @@
 
 #include <benchmark/benchmark.h>
 #include <malloc.h>
+#include <time.h>
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstddef>
+#include <fstream>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
-#include "bench/by_hand.h"
-#include "expression/nodes.h"
-
-/// A side of a race has three steps; only `run` is timed.
+/// A side of a race has three steps; only `run` is timed. It knows how many pieces of work a run is, and a figure that
+/// must come out alike on both sides after `run`.
 template <class Side>
 concept RaceSide = requires(Side side) {
   side.prepare();
   side.run();
   side.finish();
+  { side.items() } -> std::convertible_to<std::size_t>;
+  { side.result() } -> std::convertible_to<double>;
 };
 
-using Clock = std::chrono::steady_clock;
+/// A side that starts from memory that the process has not touched: what it takes is weighed.
+template <class Side>
+concept ColdSide = RaceSide<Side> && Side::kCold;
 
-inline double secondsSince(Clock::time_point start) {
-  return std::chrono::duration<double>(Clock::now() - start).count();
+/// A side whose result is a number of characters.
+template <class Side>
+concept PrintingSide = RaceSide<Side> && Side::kPrints;
+
+/// Seconds that this process has computed; what other processes take meanwhile does not count.
+inline double computedSeconds() {
+  timespec time{};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+  return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+}
+
+/// The seconds that `work` takes: by the wall's clock, which costs less to read, when it is too short to be
+/// interrupted.
+template <class Work>
+double secondsOf(Work work) {
+  constexpr double kShort = 100e-6;
+  const double computed = computedSeconds();
+  const auto start = std::chrono::steady_clock::now();
+  work();
+  const double elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  return elapsed < kShort ? elapsed : computedSeconds() - computed;
+}
+
+/// How long the rounds of one race go on, in seconds.
+inline double raceSeconds = 1.0;
+
+/// Gives freed memory back to the system, so that the next use of memory is a first one.
+inline void chillMemory() { malloc_trim(0); }
+
+/// Bytes of the process that are in memory.
+inline double residentBytes() {
+  std::ifstream file("/proc/self/smaps_rollup");
+  std::string word;
+  while (file >> word) {
+    double kibibytes = 0.0;
+    if (word == "Rss:" && file >> kibibytes) return 1024.0 * kibibytes;
+  }
+  return 0.0;
+}
+
+/// What one run gives and takes.
+struct Trial {
+  double result, bytes;
+};
+
+template <RaceSide Side>
+Trial tryOnce(Side& side) {
+  side.prepare();
+  const double before = residentBytes();
+  side.run();
+  const Trial trial{static_cast<double>(side.result()), residentBytes() - before};
+  side.finish();
+  return trial;
 }
 
 /// Runs a side a few times, enough to be timed; the time of one run, in seconds.
@@ -32,17 +89,15 @@ template <RaceSide Side>
 double timeOneRun(Side& side) {
   constexpr double kEnough = 0.0005;
   constexpr double kTooLong = 0.005;
-  const auto begin = Clock::now();
+  const double begin = computedSeconds();
   double spent = 0.0;
   int runs = 0;
   do {
     side.prepare();
-    const auto start = Clock::now();
-    side.run();
-    spent += secondsSince(start);
+    spent += secondsOf([&side] { side.run(); });
     side.finish();
     ++runs;
-  } while (spent < kEnough && secondsSince(begin) < kTooLong);
+  } while (spent < kEnough && computedSeconds() - begin < kTooLong);
   return spent / runs;
 }
 
@@ -52,86 +107,70 @@ inline double medianOf(std::vector<double> values) {
   return *middle;
 }
 
-/// One benchmark: each iteration lets both sides do `items` pieces of work. Reports the medians in nanoseconds per item
-/// and, as `ratio`, the median of library / by hand over the rounds.
-template <RaceSide Library, RaceSide Hand>
-void race(benchmark::State& state, TavInt items, Library& library, Hand& byHand) {
-  std::vector<double> times, handTimes, ratios;
-  timeOneRun(library);
-  timeOneRun(byHand);
-  bool libraryFirst = true;
+/// Lets both sides work in turns for `raceSeconds`, at least three times. Reports the medians in nanoseconds per item
+/// and, as `ratio`, the median of library / other over the rounds; for cold sides also the bytes per item, for printing
+/// ones the megabytes a second. Fails when the two results differ.
+template <RaceSide Library, RaceSide Other>
+void race(benchmark::State& state, Library& library, Other& other) {
+  const Trial trial = tryOnce(library), otherTrial = tryOnce(other);
+  const auto items = static_cast<double>(library.items());
+  if (std::abs(trial.result - otherTrial.result) > 1e-9 * std::abs(trial.result)) {
+    state.SkipWithError("the two results differ");
+  }
   for (auto _ : state) {
-    const auto start = Clock::now();
-    double time, handTime;
-    if (libraryFirst) {
-      time = timeOneRun(library);
-      handTime = timeOneRun(byHand);
-    } else {
-      handTime = timeOneRun(byHand);
-      time = timeOneRun(library);
+    std::vector<double> times, otherTimes, ratios;
+    const double begin = computedSeconds();
+    for (bool libraryFirst = true; times.size() < 3 || computedSeconds() - begin < raceSeconds;
+         libraryFirst = !libraryFirst) {
+      const double first = libraryFirst ? timeOneRun(library) : timeOneRun(other);
+      const double second = libraryFirst ? timeOneRun(other) : timeOneRun(library);
+      times.push_back(libraryFirst ? first : second);
+      otherTimes.push_back(libraryFirst ? second : first);
+      ratios.push_back(times.back() / otherTimes.back());
     }
-    libraryFirst = !libraryFirst;
-    times.push_back(time);
-    handTimes.push_back(handTime);
-    ratios.push_back(time / handTime);
-    state.SetIterationTime(secondsSince(start));  // preparation too: it bounds how long a benchmark takes
-  }
-  const double scale = 1e9 / static_cast<double>(items);
-  state.counters["library_ns"] = medianOf(times) * scale;
-  state.counters["hand_ns"] = medianOf(handTimes) * scale;
-  state.counters["ratio"] = medianOf(ratios);
-}
-
-/// Gives freed memory back to the system, so that the next use of memory is a first one.
-inline void chillMemory() { malloc_trim(0); }
-
-/// The values of `count` variables, by identifier.
-inline std::vector<double> someValues(std::size_t count) {
-  std::vector<double> values(count);
-  for (std::size_t i = 0; i < count; ++i) values[i] = 0.5 + 0.001 * static_cast<double>(i % 1000);
-  return values;
-}
-
-class LibraryValues final : public TavAlgorithmI {
- public:
-  LibraryValues(TavEnvI* env, std::size_t count) : TavAlgorithmI(env), _values(someValues(count)) {}
-  using TavAlgorithmI::getValue;
-  double getValue(const TavNumVarI* var) const override { return _values[static_cast<std::size_t>(var->getId())]; }
-
- private:
-  std::vector<double> _values;
-};
-
-class HandValues final : public hand::Values {
- public:
-  explicit HandValues(std::size_t count) : _values(someValues(count)) {}
-  double getValue(const hand::Var* var) const override { return _values[static_cast<std::size_t>(var->id)]; }
-
- private:
-  std::vector<double> _values;
-};
-
-/// The same variables on both sides, with the identifiers 0 to count - 1.
-class Pair {
- public:
-  explicit Pair(TavInt count, bool named = false) {
-    hand::Domain* domain = hand::newDomain(&handEnv, 0.0, 10.0);
-    for (TavInt i = 0; i < count; ++i) {
-      std::string name = "x";
-      name += std::to_string(i);
-      vars.emplace_back(env, 0.0, 10.0, TavNumVar::Float, named ? name.c_str() : nullptr);
-      handVars.push_back(hand::newVar(&handEnv, domain, named ? name.c_str() : nullptr));
+    const double time = medianOf(times), otherTime = medianOf(otherTimes);
+    state.counters["library_ns"] = 1e9 * time / items;
+    state.counters["other_ns"] = 1e9 * otherTime / items;
+    state.counters["ratio"] = medianOf(ratios);
+    if constexpr (ColdSide<Library>) {
+      state.counters["library_bytes"] = trial.bytes / items;
+      state.counters["other_bytes"] = otherTrial.bytes / items;
+    }
+    if constexpr (PrintingSide<Library>) {
+      state.counters["library_MBs"] = 1e-6 * trial.result / time;
+      state.counters["other_MBs"] = 1e-6 * otherTrial.result / otherTime;
     }
   }
-  Pair(const Pair&) = delete;
-  Pair& operator=(const Pair&) = delete;
-  ~Pair() { env.end(); }
+}
 
-  TavEnv env;
-  hand::Env handEnv;
-  std::vector<TavNumVar> vars;
-  std::vector<hand::Var*> handVars;
-};
+/// Enters the race of a road between two contenders, under the name road/contender/size. `Road<World>` is a side that
+/// is made for a size.
+template <template <class> class Road, class Library, class Other>
+void enterRoad(const char* name, std::initializer_list<long> sizes) {
+  auto* entry = benchmark::RegisterBenchmark((std::string(name) + "/" + Other::kName).c_str(), [](benchmark::State& s) {
+    const auto size = static_cast<std::size_t>(s.range(0));
+    Road<Library> library(size);
+    Road<Other> other(size);
+    race(s, library, other);
+  });
+  entry->Iterations(1);
+  for (const long size : sizes) {
+    if (size <= Other::kLargest) entry->Arg(size);
+  }
+}
 
-/// The coefficient of term i.
-inline double coefAt(std::size_t i) { return 1.5 + static_cast<double>(i % 7); }
+/// Runs the races that were entered. Takes --seconds=S beside Google Benchmark's arguments.
+inline int runRaces(int argc, char** argv) {
+  const std::string flag = "--seconds=";
+  char** end = std::remove_if(argv + 1, argv + argc, [&flag](const std::string& argument) {
+    if (argument.rfind(flag, 0) != 0) return false;
+    raceSeconds = std::stod(argument.substr(flag.size()));
+    return true;
+  });
+  argc = static_cast<int>(end - argv);
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return 0;
+}

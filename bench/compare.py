@@ -1,0 +1,162 @@
+#!/usr/bin/env python3
+"""Runs the benchmark programs, each race in a process of its own, and writes the figures down.
+
+Started by scripts/bench, which builds the programs first.
+"""
+
+import argparse
+import json
+import re
+import statistics
+import subprocess
+import sys
+from pathlib import Path
+
+# A road: its name in the programs, what it is called, what is counted, and the goal for the time of the library divided
+# by that of a contender.
+ROADS = [
+    ("buildCold", "`e += c * x`, new memory", "term", {"hand": 1.25}),
+    ("buildWarm", "`e += c * x`, recycled memory", "term", {"hand": 1.25}),
+    ("clear", "clearing a sum", "term", {}),
+    ("rowsCold", "rows of ten, new memory", "term", {"hand": 1.25}),
+    ("rowsWarm", "rows of ten, recycled memory", "term", {"hand": 1.25}),
+    ("rowsWalk", "rows of ten, walking", "term", {}),
+    ("rowsCopy", "rows of ten, copying", "term", {"hand": 1.25}),
+    ("rowsClear", "rows of ten, ending", "term", {}),
+    ("oneStatement", "`2 * x + 3 * y + …`, ten terms", "term", {"own": 1.25}),
+    ("chained", "`e = e + c * x` on a temporary", "term", {"own": 1.25}),
+    ("scalProd", "`TavScalProd`", "term", {"own": 1.25}),
+    ("sumOfArray", "`TavSum`", "term", {"own": 1.25}),
+    ("copySum", "copying a shared sum", "term", {"hand": 1.25}),
+    ("buildAndMerge", "building and normalising, random variables", "term", {"hand": 1.25}),
+    ("mergeFresh", "`normalize`, new cells", "term", {"hand": 1.1}),
+    ("mergeRecycled", "`normalize`, recycled cells", "term", {"hand": 1.1}),
+    ("mergeScattered", "`normalize`, scattered cells", "term", {"hand": 1.1}),
+    ("mergeByFields", "`normalize` without mark arrays", "term", {"hand": 1.5}),
+    ("setCoefs", "`setLinearCoefs`", "term", {"hand": 1.3}),
+    ("remove", "`remove` of every second variable", "term", {"hand": 1.3}),
+    ("evalSum", "`eval` of a sum", "term", {"hand": 1.25}),
+    ("chainCold", "Rosenbrock chain, building, new memory", "operation", {"hand": 1.25}),
+    ("chainWarm", "Rosenbrock chain, building, recycled memory", "operation", {"hand": 1.5}),
+    ("chainEval", "Rosenbrock chain, `eval`", "operation", {"hand": 1.1}),
+    ("chainEnd", "Rosenbrock chain, ending", "operation", {"hand": 1.5}),
+    ("cloneRows", "cloning rows of ten", "term", {"hand": 1.3}),
+    ("variablesArray", "variables, array constructor", "variable", {"hand": 1.25}),
+    ("variablesOneByOne", "variables, one by one", "variable", {"hand": 1.25}),
+    ("variablesNamed", "variables with names", "variable", {"hand": 1.25}),
+    ("print", "printing, default formatting", "term", {"hand": 1.0, "to_chars": 1.6}),
+    ("printFixed", "printing, fixed digits", "term", {"hand": 1.0}),
+    ("extract", "`tavsolve`: extraction", "non-zero", {"arrays": 1.5}),
+]
+# What the contenders are called; all others are peers and go by their names.
+TWINS = {"hand": "by hand", "own": "own `+=`", "to_chars": "`std::to_chars`", "arrays": "from arrays"}
+# A ratio that comes out a little above its goal in a noisy run is no miss.
+TOLERANCE = 1.03
+LARGE = 10_000_000
+
+
+class Race:
+    """The figures of one road, contender and size, gathered over the passes."""
+
+    def __init__(self, program, name):
+        self.program = program
+        self.name = name
+        self.road, self.contender, size = name.split("/")[:3]
+        self.size = int(size)
+        self.failure = None
+        self.counters = {}
+
+    def run(self, seconds, pin):
+        command = pin + [str(self.program), f"--seconds={seconds}", f"--benchmark_filter=^{self.name}$",
+                         "--benchmark_format=json"]
+        done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, check=False)
+        if done.returncode != 0:
+            self.failure = f"ended with {done.returncode}: {done.stderr.strip()}"
+            return
+        figures = json.loads(done.stdout)["benchmarks"][0]
+        if figures.get("error_occurred"):
+            self.failure = figures["error_message"]
+            return
+        for key, value in figures.items():
+            if key == "ratio" or key.startswith(("library_", "other_")):
+                self.counters.setdefault(key, []).append(value)
+
+    def __getattr__(self, counter):
+        """The median of a counter; None when the race has none."""
+        values = self.__dict__.get("counters", {}).get(counter)
+        return statistics.median(values) if values else None
+
+    def goal(self):
+        return GOALS.get(self.road, {}).get(self.contender)
+
+    def misses(self):
+        return self.goal() is not None and self.ratio > self.goal() * TOLERANCE
+
+
+GOALS = {name: goals for name, _, _, goals in ROADS}
+ORDER = {name: position for position, (name, _, _, _) in enumerate(ROADS)}
+
+
+def find_races(folder, pattern, large):
+    races = []
+    for program in sorted(folder.glob("tav_bench*")):
+        if program.is_dir() or program.suffix:
+            continue
+        listed = subprocess.run([program, "--benchmark_list_tests"], stdout=subprocess.PIPE, text=True, check=True)
+        races += [Race(program, name) for name in listed.stdout.split()]
+    races = [race for race in races if re.search(pattern, race.name)]
+    if not large:
+        races = [race for race in races if race.size < LARGE or race.road in ("buildCold", "buildWarm")]
+    return sorted(races, key=lambda race: (ORDER.get(race.road, len(ORDER)), race.contender, race.size))
+
+
+def run(races, passes, seconds, pin):
+    for turn in range(passes):
+        for position, race in enumerate(races):
+            if sys.stderr.isatty():
+                print(f"\r\033[Kpass {turn + 1} of {passes}, race {position + 1} of {len(races)}: {race.name}",
+                      end="", file=sys.stderr, flush=True)
+            race.run(seconds / passes, pin)
+    if sys.stderr.isatty():
+        print("\r\033[K", end="", file=sys.stderr)
+
+
+def print_table(races):
+    print(f"{'road':18s} {'against':9s} {'size':>9s} {'library ns':>11s} {'other ns':>9s} {'ratio':>6s} {'goal':>5s} "
+          f"{'bytes':>6s} {'other':>6s} {'MB/s':>5s} {'other':>5s}")
+    for race in races:
+        if race.ratio is None:
+            print(f"{race.road:18s} {race.contender:9s} {race.size:9d} failed: {race.failure}")
+            continue
+
+        def number(value, digits):
+            return "" if value is None else f"{value:.{digits}f}"
+
+        print(f"{race.road:18s} {race.contender:9s} {race.size:9d} {race.library_ns:11.2f} {race.other_ns:9.2f} "
+              f"{race.ratio:6.2f} {number(race.goal(), 2):>5s} {number(race.library_bytes, 1):>6s} "
+              f"{number(race.other_bytes, 1):>6s} {number(race.library_MBs, 0):>5s} {number(race.other_MBs, 0):>5s}"
+              f"{'  misses' if race.misses() else ''}")
+
+
+def main():
+    parser = argparse.ArgumentParser(prog="scripts/bench", description=__doc__.splitlines()[0])
+    parser.add_argument("filter", nargs="?", default=".",
+                        help="a regular expression over road/contender/size, for instance '^(merge|eval)' or '/hand/1000$'")
+    parser.add_argument("--seconds", type=float, default=0.3, help="time for each race, default %(default)s")
+    parser.add_argument("--passes", type=int, default=3, help="processes for each race, default %(default)s")
+    parser.add_argument("--large", action="store_true", help="every road with ten million items too")
+    parser.add_argument("--json", type=Path, help="keeps the raw figures in this file")
+    parser.add_argument("--bin", type=Path, required=True, help=argparse.SUPPRESS)
+    parser.add_argument("--pin", default="", help=argparse.SUPPRESS)
+    options = parser.parse_args()
+
+    races = find_races(options.bin, options.filter.replace("$", "(/|$)"), options.large)
+    run(races, options.passes, options.seconds, options.pin.split())
+    print_table(races)
+    if options.json:
+        options.json.write_text(json.dumps({race.name: race.counters for race in races}, indent=1), encoding="utf-8")
+    return 1 if any(race.ratio is None for race in races) else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

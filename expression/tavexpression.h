@@ -20,6 +20,8 @@
 
 #include "host/tavhost.h"
 
+#pragma GCC visibility push(default)
+
 class TavConstConstraintI;
 class TavConstraint;
 class TavConstraintI;
@@ -1166,3 +1168,5 @@ TavIntExprArg TavCount(TavIntExprArray exprs, TavInt value);
 /// Prints "TavStandardDeviation( " exprs ") ", or "stddev(" exprs ")".
 TavNumExprArg TavStandardDeviation(TavIntExprArray exprs, double lowerBound, double upperBound);
 TavNumExprArg TavStandardDeviation(TavIntExprArray exprs);
+
+#pragma GCC visibility pop

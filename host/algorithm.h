@@ -6,6 +6,8 @@
 #include "host/errors.h"
 #include "host/extractable.h"
 
+#pragma GCC visibility push(default)
+
 class TavChange;
 class TavIntExprArg;
 class TavIntExprI;
@@ -116,3 +118,5 @@ class TavModelEvaluator {
  private:
   Source* _source;
 };
+
+#pragma GCC visibility pop

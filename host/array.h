@@ -8,6 +8,8 @@
 #include "host/extractable.h"
 #include "host/memory.h"
 
+#pragma GCC visibility push(default)
+
 class TavIntExprArg;
 class TavNumArray;
 class TavNumExprArg;
@@ -139,3 +141,5 @@ class TavExtractableArray : public TavArray<TavExtractable> {
   /// where there is none); the old array is left to its environment.
   void replaceByClone(TavEnvI* env);
 };
+
+#pragma GCC visibility pop

@@ -3,6 +3,8 @@
 
 #include "host/extractable.h"
 
+#pragma GCC visibility push(default)
+
 class TavArrayI;
 
 /// Visits what a change record speaks of.
@@ -49,3 +51,5 @@ class TavChange {
   TavExtractableI* _object = nullptr;
   TavArrayI* _array = nullptr;
 };
+
+#pragma GCC visibility pop

@@ -3,6 +3,8 @@
 
 #include "host/array.h"
 
+#pragma GCC visibility push(default)
+
 /// A column as the client or an algorithm layer implements it.
 class TavAddExtractable {
  public:
@@ -32,3 +34,5 @@ class TavNumColumnArray : public TavArray<TavAddNumVar> {
  public:
   using TavArray::TavArray;
 };
+
+#pragma GCC visibility pop

@@ -3,6 +3,8 @@
 
 #include "host/array.h"
 
+#pragma GCC visibility push(default)
+
 /// Base of the domains. A domain belongs to the variable that it was made for, or, when shared, to its environment.
 /// Made with `new (env) Class(...)`.
 class TavVarDomainI : public TavMemoryManagerObjectI {
@@ -170,3 +172,5 @@ class TavIntRange {
  private:
   TavIntRangeI* _impl = nullptr;
 };
+
+#pragma GCC visibility pop

@@ -1,6 +1,8 @@
 #pragma once
 /// The environment's handle.
 
+#pragma GCC visibility push(default)
+
 class TavEnvI;
 
 /// One environment: it owns every object that is made in it. A plain value; copies name the same environment.
@@ -19,3 +21,5 @@ class TavEnv {
  private:
   TavEnvI* _impl;
 };
+
+#pragma GCC visibility pop

@@ -12,6 +12,8 @@
 #include "host/domain.h"
 #include "host/memory.h"
 
+#pragma GCC visibility push(default)
+
 class TavNumExprI;
 
 /// A lock that the environment takes when it is given one.
@@ -287,3 +289,5 @@ inline void* TavVarDomainI::operator new(std::size_t bytes, TavEnvI* env) { retu
 inline void TavVarDomainI::operator delete(void* block, TavEnvI* env) noexcept {
   env->getMemory()->dealloc(block, TavMemory::sizeOf(block));
 }
+
+#pragma GCC visibility pop

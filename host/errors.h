@@ -7,6 +7,8 @@
 
 #include "host/numbers.h"
 
+#pragma GCC visibility push(default)
+
 class TavAlgorithmI;
 
 /// Base of the family: a fixed message, or none, and a code.
@@ -74,3 +76,5 @@ class TavArrayError : public TavException {
  public:
   explicit TavArrayError(const char* message) noexcept : TavException(message) {}
 };
+
+#pragma GCC visibility pop

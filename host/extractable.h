@@ -7,6 +7,8 @@
 #include "host/env.h"
 #include "host/identity.h"
 
+#pragma GCC visibility push(default)
+
 class TavAlgorithm;
 class TavChange;
 class TavExtractableArray;
@@ -136,3 +138,5 @@ class TavExtractable {
 
 /// The object's display; nothing for an empty handle.
 std::ostream& operator<<(std::ostream& os, TavExtractable object);
+
+#pragma GCC visibility pop

@@ -5,6 +5,8 @@
 
 #include "host/numbers.h"
 
+#pragma GCC visibility push(default)
+
 /// A type token. Only its address matters: it is a function of the class itself, so tokens compare in one instruction.
 using TavTypeInfo = void (*)();
 
@@ -36,8 +38,9 @@ class TavTyped : public Base {
     return TavRtti::read(_rttiIndex);
   }
   /// The address of this function is the class's token. It reads the class's own slot, so that no two bodies are alike
-  /// and no linker folds them.
-  static TavTypeInfo GetBaseTypeInfo() { return TavRtti::read(_rttiIndex) < 0 ? nullptr : Base::GetTypeInfo(); }
+  /// and no linker folds them. It is not inline, so that all shared objects of a program agree on the address even
+  /// where they hide their inline functions.
+  static TavTypeInfo GetBaseTypeInfo();
   static TavTypeInfo GetTypeInfo() { return reinterpret_cast<TavTypeInfo>(&TavTyped::GetBaseTypeInfo); }
   static const char* GetRttiTypeName() { return Self::kTypeName; }
   static TavInt GetExtractableSize() { return sizeof(Self); }
@@ -52,3 +55,10 @@ class TavTyped : public Base {
   // kept: asking for the base's index goes through the base's static form and so assigns it
   TavInt getBaseTypeIndex() const override { return Base::GetTypeIndex(); }
 };
+
+template <class Self, class Base>
+TavTypeInfo TavTyped<Self, Base>::GetBaseTypeInfo() {
+  return TavRtti::read(_rttiIndex) < 0 ? nullptr : Base::GetTypeInfo();
+}
+
+#pragma GCC visibility pop

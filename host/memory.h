@@ -9,6 +9,8 @@
 
 #include "host/numbers.h"
 
+#pragma GCC visibility push(default)
+
 class TavEnvI;
 class TavMemory;
 class TavMemoryManagerObjectI;
@@ -189,3 +191,5 @@ class TavMemoryManagerObjectI {
   TavMemoryManagerObjectI* _next;
   TavMemoryManagerObjectI* _previous = nullptr;
 };
+
+#pragma GCC visibility pop

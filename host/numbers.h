@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <limits>
 
+#pragma GCC visibility push(default)
+
 /// Signed 64-bit integer: every integer constant, count, index and identifier.
 using TavInt = std::int64_t;
 /// A floating-point number as arrays store it.
@@ -52,3 +54,5 @@ template <class T>
 concept TavFloating = std::floating_point<T>;
 template <class T>
 concept TavNumber = TavIntegral<T> || TavFloating<T>;
+
+#pragma GCC visibility pop

@@ -8,6 +8,8 @@
 #include "expression/core/families.h"
 #include "expression/core/int_expr.h"
 
+#pragma GCC visibility push(default)
+
 // ---- an operand and a constant
 
 /// The lesser of x and c.
@@ -163,3 +165,5 @@ class TavIntMaxArrayI final : public TavExtremeArrayI<TavIntMaxArrayI, TavIntExp
 };
 
 static_assert(sizeof(TavNumMinArrayI) == 48 && sizeof(TavIntMaxArrayI) == 48);
+
+#pragma GCC visibility pop

@@ -6,6 +6,8 @@
 #include "expression/core/families.h"
 #include "expression/tavexpression.h"
 
+#pragma GCC visibility push(default)
+
 /// x to the power c.
 class TavNumPowerCstI final : public TavCstI<TavNumPowerCstI, TavNumExprI, double> {
  public:
@@ -38,3 +40,5 @@ class TavNumPowerI final : public TavBinaryI<TavNumPowerI, TavNumExprI> {
 };
 
 static_assert(sizeof(TavNumPowerCstI) == 56 && sizeof(TavNumPowerI) == 56);
+
+#pragma GCC visibility pop

@@ -5,6 +5,8 @@
 #include "expression/core/int_expr.h"
 #include "expression/tavexpression.h"
 
+#pragma GCC visibility push(default)
+
 /// x * c.
 class TavNumTimesCstI final : public TavCstI<TavNumTimesCstI, TavNumExprI, double> {
  public:
@@ -98,3 +100,5 @@ class TavIntDivI final : public TavBinaryI<TavIntDivI, TavIntExprI> {
 };
 
 static_assert(sizeof(TavNumTimesCstI) == 56 && sizeof(TavIntTimesI) == 56);
+
+#pragma GCC visibility pop

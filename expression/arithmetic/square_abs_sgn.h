@@ -6,6 +6,8 @@
 #include "expression/core/families.h"
 #include "expression/core/int_expr.h"
 
+#pragma GCC visibility push(default)
+
 /// x * x.
 class TavNumSquareI final : public TavUnaryI<TavNumSquareI, TavNumExprI> {
  public:
@@ -54,3 +56,5 @@ class TavSgnI final : public TavUnaryI<TavSgnI, TavIntExprI> {
 };
 
 static_assert(sizeof(TavNumSquareI) == 48 && sizeof(TavSgnI) == 48);
+
+#pragma GCC visibility pop

@@ -3,6 +3,8 @@
 
 #include "expression/core/int_expr.h"
 
+#pragma GCC visibility push(default)
+
 /// Adds a constraint to, or removes it from, an algorithm.
 using TavConstraintHook = void (*)(TavAlgorithm, const TavExtractableI*, void*);
 
@@ -45,3 +47,5 @@ class TavConstConstraintI final : public TavNode<TavConstConstraintI, TavConstra
  private:
   TavInt _truth;
 };
+
+#pragma GCC visibility pop

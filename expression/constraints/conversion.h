@@ -4,6 +4,8 @@
 #include "expression/core/node.h"
 #include "expression/tavexpression.h"
 
+#pragma GCC visibility push(default)
+
 /// Variables and the type that an algorithm is to give them. It has no value and leaves the variables as they are.
 class TavConversionI final : public TavNode<TavConversionI, TavExtractableI> {
  public:
@@ -53,3 +55,5 @@ class TavConversionRemoveVar final : public TavChangeRecord<TavConversionRemoveV
   TavNumVarI* _var;
   TavConversionI* _conversion;
 };
+
+#pragma GCC visibility pop

@@ -3,6 +3,8 @@
 
 #include "expression/core/node.h"
 
+#pragma GCC visibility push(default)
+
 /// What selects a part of a map: its value as an array, whose kind follows from what the map is indexed by. Supplied by
 /// the modelling-language layer.
 class TavTupleIndexerI {
@@ -43,3 +45,5 @@ class TavAnyExprI : public TavNode<TavAnyExprI, TavExtractableI> {
  private:
   TavInt _refCount = 0;
 };
+
+#pragma GCC visibility pop

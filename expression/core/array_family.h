@@ -5,6 +5,8 @@
 #include "expression/core/num_expr.h"
 #include "expression/tavexpression.h"
 
+#pragma GCC visibility push(default)
+
 /// f(x0, x1, ...). The node owns its array and holds one reference on every element. Self writes eval, makeClone and
 /// display.
 template <class Self, class Base, class Array>
@@ -93,3 +95,5 @@ Array TavCloneOfArray(Array exprs, TavEnvI* target) {
   guard.release();
   return copies;
 }
+
+#pragma GCC visibility pop

@@ -5,6 +5,8 @@
 
 #include "host/environment.h"
 
+#pragma GCC visibility push(default)
+
 /// Throws TavWrongUsage with this message, a literal, unless both operands live in one environment, and
 /// TavEmptyHandleException when one is missing. Its call comes before anything is made or changed.
 inline void TavRequireSameEnv(const TavExtractableI* a, const TavExtractableI* b, const char* message) {
@@ -33,3 +35,5 @@ inline TavNumLinExprTermI* TavTakeCell(TavEnvI* env, TavNumLinExprTermI* cell) {
   static_cast<void>(env);
   return cell;
 }
+
+#pragma GCC visibility pop

@@ -3,6 +3,8 @@
 
 #include "expression/core/kind.h"
 
+#pragma GCC visibility push(default)
+
 /// A linear node to be changed and returned: the operand itself when nobody holds it, else a fresh one, which goes
 /// unless it is released.
 template <class Linear>
@@ -44,3 +46,5 @@ TavDraft<Linear> TavDraftOf(TavNumExprI* operand, TavKind kind, bool shared = fa
   }
   return TavPrivateDraft<Linear>(operand, shared);
 }
+
+#pragma GCC visibility pop

@@ -6,6 +6,8 @@
 
 #include "expression/core/num_expr.h"
 
+#pragma GCC visibility push(default)
+
 /// What a node writes before, between and behind its operands.
 struct TavText {
   const char* open;
@@ -141,3 +143,5 @@ class TavBinaryI : public TavNode<Self, Base> {
   Operand* _left;
   Operand* _right;
 };
+
+#pragma GCC visibility pop

@@ -3,6 +3,8 @@
 
 #include "expression/core/int_expr.h"
 
+#pragma GCC visibility push(default)
+
 /// A numeric parameter. Its value is fixed before any decision, so expressions over it alone count as linear. Client
 /// classes say how it evaluates and prints.
 class TavNumIndexI : public TavNode<TavNumIndexI, TavNumExprI> {
@@ -26,3 +28,5 @@ class TavIntIndexI : public TavNode<TavIntIndexI, TavIntExprI> {
 inline bool TavIsIndex(const TavNumExprI* node) {
   return node->isType(TavNumIndexI::GetTypeInfo()) || node->isType(TavIntIndexI::GetTypeInfo());
 }
+
+#pragma GCC visibility pop

@@ -3,6 +3,8 @@
 
 #include "expression/core/num_expr.h"
 
+#pragma GCC visibility push(default)
+
 class TavIntLinTermI;
 
 /// An expression whose value is known to be integral.
@@ -20,3 +22,5 @@ class TavIntExprI : public TavNode<TavIntExprI, TavNumExprI> {
   /// The expression as an integer linear node; by default a new one with this node as its only part.
   virtual TavIntLinTermI* toIntLinTermI();
 };
+
+#pragma GCC visibility pop

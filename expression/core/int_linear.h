@@ -3,6 +3,8 @@
 
 #include "expression/core/linear.h"
 
+#pragma GCC visibility push(default)
+
 class TavIntLinTermI;
 
 /// The term of a variable was dropped.
@@ -43,3 +45,5 @@ class TavIntLinTermI final
   TavIntExprI* intCopy() override { return copyLinear(); }
   TavIntLinTermI* copyLinear() const;
 };
+
+#pragma GCC visibility pop

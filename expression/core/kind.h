@@ -4,6 +4,8 @@
 #include "expression/core/int_linear.h"
 #include "expression/core/num_linear.h"
 
+#pragma GCC visibility push(default)
+
 enum class TavKind { Variable, NumLinear, IntLinear, Other };
 
 /// One virtual call and a few compares; only subclasses of variables and other nodes take a second call.
@@ -28,3 +30,5 @@ inline bool TavIsLinearWithoutParts(const TavNumExprI* node) {
   if (kind == TavKind::NumLinear) return !static_cast<const TavNumLinTermI*>(node)->getFirstPart();
   return kind == TavKind::IntLinear && !static_cast<const TavIntLinTermI*>(node)->getFirstPart();
 }
+
+#pragma GCC visibility pop

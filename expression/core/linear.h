@@ -8,6 +8,8 @@
 #include "expression/core/num_var.h"
 #include "expression/core/term_list.h"
 
+#pragma GCC visibility push(default)
+
 /// constant + sum of coefficient * variable + sum of parts. Self is the node class, Constant its constant's type, Part
 /// the class of its parts, RemoveVar the record that a removed variable is reported by. Self::termsChanged() hears of
 /// every added cell.
@@ -103,3 +105,5 @@ class TavRemovalMarks {
 };
 
 #include "expression/core/linear.inc"
+
+#pragma GCC visibility pop

@@ -3,6 +3,8 @@
 
 #include "host/tavhost.h"
 
+#pragma GCC visibility push(default)
+
 /// Makes an algorithm's object for a model object.
 using TavExtractHook = void* (*)(TavAlgorithm, const TavExtractableI*);
 /// Takes back or modifies the algorithm's object of a model object.
@@ -48,3 +50,5 @@ class TavChangeRecord : public TavTyped<Self, TavChange> {
     _applyCP(algorithm, this, data);
   }
 };
+
+#pragma GCC visibility pop

@@ -3,6 +3,8 @@
 
 #include "expression/core/node.h"
 
+#pragma GCC visibility push(default)
+
 class TavNumLinTermI;
 
 /// A numeric expression. Its count holds the parents and the counted handles; a new node starts at 0.
@@ -46,3 +48,5 @@ Operand* TavCloneOf(const Operand* operand, const TavEnvI* env) {
   if (!clone) throw TavEmptyHandleException();
   return static_cast<Operand*>(clone);
 }
+
+#pragma GCC visibility pop

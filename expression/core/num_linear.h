@@ -3,6 +3,8 @@
 
 #include "expression/core/linear.h"
 
+#pragma GCC visibility push(default)
+
 class TavNumLinTermI;
 
 /// A variable that was absent has got a coefficient.
@@ -83,3 +85,5 @@ class TavNumLinTermI final
 
   bool _normalized = false;
 };
+
+#pragma GCC visibility pop

@@ -4,6 +4,8 @@
 #include "expression/core/int_expr.h"
 #include "expression/tavexpression.h"
 
+#pragma GCC visibility push(default)
+
 /// Every decision variable: its kind is its domain's. An integer expression by class; isInteger() asks the domain.
 class TavNumVarI : public TavNode<TavNumVarI, TavIntExprI> {
  public:
@@ -130,3 +132,5 @@ class TavSetNumVarPossibleValues final : public TavChangeRecord<TavSetNumVarPoss
   TavArrayI* _numValues;
   TavArrayI* _intValues;
 };
+
+#pragma GCC visibility pop

@@ -6,6 +6,8 @@
 
 #include "expression/core/num_expr.h"
 
+#pragma GCC visibility push(default)
+
 /// One part of a linear node: an expression that is a summand as it is, held with one reference.
 struct TavPart {
   TavNumExprI* expr;
@@ -92,3 +94,5 @@ template <class Node, class... Args>
 TavNodeGuard<Node> TavMakeNode(TavEnvI* env, Args&&... args) {
   return TavNodeGuard<Node>(new (env) Node(std::forward<Args>(args)...));
 }
+
+#pragma GCC visibility pop

@@ -5,6 +5,8 @@
 
 #include "expression/core/int_expr.h"
 
+#pragma GCC visibility push(default)
+
 /// What both conditional nodes share. The branches are expressions of Self's base, or null; the constant then stands
 /// for the missing branch.
 template <class Self, class Base, class Constant>
@@ -97,3 +99,5 @@ class TavConditionalNumExprI final : public TavConditionalI<TavConditionalNumExp
 };
 
 static_assert(sizeof(TavConditionalIntExprI) == 80 && sizeof(TavConditionalNumExprI) == 80);
+
+#pragma GCC visibility pop

@@ -4,6 +4,8 @@
 #include "expression/core/array_family.h"
 #include "expression/core/int_expr.h"
 
+#pragma GCC visibility push(default)
+
 /// The number of expressions whose value is exactly `value`.
 class TavCountI final : public TavArrayOperandsI<TavCountI, TavIntExprI, TavIntExprArray> {
  public:
@@ -40,3 +42,5 @@ class TavStandardDeviationI final : public TavArrayOperandsI<TavStandardDeviatio
 };
 
 static_assert(sizeof(TavCountI) == 56 && sizeof(TavStandardDeviationI) == 64);
+
+#pragma GCC visibility pop

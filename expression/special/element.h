@@ -8,6 +8,8 @@
 #include "expression/core/families.h"
 #include "expression/core/int_expr.h"
 
+#pragma GCC visibility push(default)
+
 /// array[index]: what the element nodes share. Self states `kTexts`.
 template <class Self, class Base, class Array>
 class TavElementI : public TavNode<Self, Base> {
@@ -140,3 +142,5 @@ class TavIntArrayElementI final : public TavConstElementI<TavIntArrayElementI, T
 };
 
 static_assert(sizeof(TavNumExprArrayElementI) == 56 && sizeof(TavIntArrayElementI) == 56);
+
+#pragma GCC visibility pop

@@ -5,6 +5,8 @@
 
 #include "expression/core/families.h"
 
+#pragma GCC visibility push(default)
+
 /// sin x.
 class TavSinI final : public TavUnaryI<TavSinI, TavNumExprI> {
  public:
@@ -78,3 +80,5 @@ class TavExponentI final : public TavUnaryI<TavExponentI, TavNumExprI> {
 };
 
 static_assert(sizeof(TavSinI) == 48);
+
+#pragma GCC visibility pop

@@ -4,6 +4,8 @@
 #include "expression/core/families.h"
 #include "expression/core/int_expr.h"
 
+#pragma GCC visibility push(default)
+
 /// a % b, with the sign of a; both values are cut toward zero first. A zero divisor is not checked.
 class TavIntModuloI final : public TavBinaryI<TavIntModuloI, TavIntExprI, TavIntExprI> {
  public:
@@ -32,3 +34,5 @@ class TavIntRecModuloCstI final : public TavRecCstI<TavIntRecModuloCstI, TavIntE
 };
 
 static_assert(sizeof(TavIntModuloI) == 56 && sizeof(TavIntModuloCstI) == 56);
+
+#pragma GCC visibility pop

@@ -4,6 +4,8 @@
 #include "expression/core/num_expr.h"
 #include "expression/tavexpression.h"
 
+#pragma GCC visibility push(default)
+
 /// A piecewise-linear function of an expression, or of 0 when there is none. The node owns both arrays, which are
 /// copies.
 class TavExprPiecewiseLinearI final : public TavNode<TavExprPiecewiseLinearI, TavNumExprI> {
@@ -88,3 +90,5 @@ class TavMonotonicNumExprI final : public TavNode<TavMonotonicNumExprI, TavNumEx
 };
 
 static_assert(sizeof(TavExprPiecewiseLinearI) == 88 && sizeof(TavMonotonicNumExprI) == 72);
+
+#pragma GCC visibility pop

@@ -7,6 +7,8 @@
 #include "expression/core/int_expr.h"
 #include "expression/tavexpression.h"
 
+#pragma GCC visibility push(default)
+
 /// A rounding of a numeric expression.
 template <class Self>
 class TavRoundingI : public TavUnaryI<Self, TavNumExprI> {
@@ -88,3 +90,5 @@ class TavNumToIntI final : public TavUnaryI<TavNumToIntI, TavIntExprI> {
 };
 
 static_assert(sizeof(TavNumCeilI) == 48 && sizeof(TavNumToIntI) == 48);
+
+#pragma GCC visibility pop

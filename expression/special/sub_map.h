@@ -5,6 +5,8 @@
 #include "expression/core/any_expr.h"
 #include "expression/core/int_expr.h"
 
+#pragma GCC visibility push(default)
+
 /// A second base of numeric nodes that read a map or a part of one. They count as linear when their indexer is a
 /// parameter.
 class TavSubMapNode {
@@ -30,3 +32,5 @@ class TavTupleSubMapExprI : public TavNode<TavTupleSubMapExprI, TavAnyExprI> {
   virtual TavNumArray getIndexerNumArray() const;
   virtual TavAnyArray getIndexerAnyArray() const;
 };
+
+#pragma GCC visibility pop

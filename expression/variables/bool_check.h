@@ -3,6 +3,8 @@
 
 #include "expression/core/num_var.h"
 
+#pragma GCC visibility push(default)
+
 /// Throws TavWrongUsage for a continuous variable and TavBadConversion for an integer one unless each bound is exactly
 /// 0 or 1. Any other type passes.
 inline void TavCheckBool(TavNumVar variable) {
@@ -12,3 +14,5 @@ inline void TavCheckBool(TavNumVar variable) {
   if (type != TavNumVar::Int) return;
   if (!isZeroOrOne(variable.getLB()) || !isZeroOrOne(variable.getUB())) throw TavBadConversion();
 }
+
+#pragma GCC visibility pop

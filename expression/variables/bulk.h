@@ -5,6 +5,8 @@
 
 #include "expression/core/num_var.h"
 
+#pragma GCC visibility push(default)
+
 /// Throws TavEmptyHandleException unless every array handle names an array.
 template <class... Arrays>
 void TavRequireArrays(const Arrays&... arrays) {
@@ -57,3 +59,5 @@ class TavDomainCache {
   double _lb = 0.0;
   double _ub = 0.0;
 };
+
+#pragma GCC visibility pop

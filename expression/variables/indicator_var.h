@@ -3,6 +3,8 @@
 
 #include "expression/core/num_var.h"
 
+#pragma GCC visibility push(default)
+
 /// A 0-1 integer variable for the truth of a constraint, which it does not own and which must outlive it. An algorithm
 /// answers for its value as for any variable's.
 class TavConstraintIndVarI final : public TavNode<TavConstraintIndVarI, TavNumVarI> {
@@ -27,3 +29,5 @@ class TavConstraintIndVarI final : public TavNode<TavConstraintIndVarI, TavNumVa
 };
 
 static_assert(sizeof(TavConstraintIndVarI) == 64);
+
+#pragma GCC visibility pop

@@ -3,6 +3,8 @@
 
 #include "expression/core/num_var.h"
 
+#pragma GCC visibility push(default)
+
 /// A variable that is 0, or between its threshold and its upper bound. The domain keeps the bounds [0, ub].
 class TavSemiContVarI final : public TavNode<TavSemiContVarI, TavNumVarI> {
  public:
@@ -47,3 +49,5 @@ class TavSetSemiContBound final : public TavChangeRecord<TavSetSemiContBound> {
 };
 
 static_assert(sizeof(TavSemiContVarI) == 64);
+
+#pragma GCC visibility pop

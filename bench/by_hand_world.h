@@ -19,6 +19,7 @@ class ByHand {
     named ? makeNamed(variables) : makeOneByOne(variables);
   }
 
+  std::size_t size() const { return vars.size(); }
   void makeOneByOne(std::size_t count) {
     hand::Domain* domain = hand::newDomain(&env, 0.0, 10.0);
     for (std::size_t i = 0; i < count; ++i) vars.push_back(hand::newVar(&env, domain));
@@ -53,9 +54,9 @@ class ByHand {
     return copied;
   }
   double eval(const Sum& sum) { return sum->eval(_values); }
-  std::size_t print(std::ostream& os, const Sum& sum) {
+  double print(std::ostream& os, const Sum& sum) {
     hand::print(os, sum);
-    return static_cast<std::size_t>(os.tellp());
+    return static_cast<double>(os.tellp());
   }
 
   Sum tenTerms(std::size_t first) {

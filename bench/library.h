@@ -49,6 +49,7 @@ class Library {
   ~Library() { env.end(); }
 
   // variables
+  std::size_t size() const { return vars.size(); }
   void makeOneByOne(std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) vars.emplace_back(env, 0.0, 10.0);
   }
@@ -72,9 +73,9 @@ class Library {
   Sum copy(const Sum& sum) { return TavExpr(TavNumExprArg(sum)); }
   double eval(const Sum& sum) { return sum.eval(TavAlgorithm(&_values)); }
   /// The number of characters.
-  std::size_t print(std::ostream& os, const Sum& sum) {
+  double print(std::ostream& os, const Sum& sum) {
     os << sum;
-    return static_cast<std::size_t>(os.tellp());
+    return static_cast<double>(os.tellp());
   }
 
   /// One statement: 2 * x + 3 * y + … over ten variables from `first` on.

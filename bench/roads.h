@@ -23,21 +23,41 @@ struct Plain {
   void finish() {}
 };
 
+// What not every contender has: a look at the terms, and a step that ends the building of a sum.
+template <class World>
+double walkOf(World& world, const typename World::Sum& sum) {
+  if constexpr (requires { world.walk(sum); }) {
+    return world.walk(sum);
+  } else {
+    return std::nan("");
+  }
+}
+
+template <class World>
+void seal(World& world, typename World::Sum& sum) {
+  if constexpr (requires { world.seal(sum); }) world.seal(sum);
+}
+
 // ---- one sum of n terms
+
+/// Adds `count` terms over all variables in turn.
+template <class World>
+void addTerms(World& world, typename World::Sum& sum, std::size_t count) {
+  for (std::size_t i = 0, var = 0; i < count; ++i) {
+    world.add(sum, var, coefAt(i));
+    if (++var == world.size()) var = 0;
+  }
+  seal(world, sum);
+}
 
 /// A world with a variable for each term, up to a million, and a sum over them.
 template <class World>
 struct OneSum : Plain {
-  explicit OneSum(std::size_t count, bool named = false)
-      : terms(count), world(std::min(count, kManyVariables), named), sum(world.newSum()) {}
+  explicit OneSum(std::size_t count) : terms(count), world(std::min(count, kManyVariables)), sum(world.newSum()) {}
+  OneSum(std::size_t count, bool named) : terms(count), world(count, named), sum(world.newSum()) {}
   std::size_t items() const { return terms; }
-  double result() { return world.walk(sum); }
-  void fill() {
-    for (std::size_t i = 0, var = 0; i < terms; ++i) {
-      world.add(sum, var, coefAt(i));
-      if (++var == world.vars.size()) var = 0;
-    }
-  }
+  double result() { return walkOf(world, sum); }
+  void fill() { addTerms(world, sum, terms); }
 
   std::size_t terms;
   World world;
@@ -81,13 +101,8 @@ struct BuildCold : NewWorld<World, kManyVariables> {
     NewWorld<World, kManyVariables>::prepare();
     sum.emplace(this->world->newSum());
   }
-  void run() {
-    for (std::size_t i = 0, var = 0; i < this->size; ++i) {
-      this->world->add(*sum, var, coefAt(i));
-      if (++var == this->world->vars.size()) var = 0;
-    }
-  }
-  double result() { return this->world->walk(*sum); }
+  void run() { addTerms(*this->world, *sum, this->size); }
+  double result() { return walkOf(*this->world, *sum); }
   void finish() {
     sum.reset();
     this->world.reset();
@@ -111,7 +126,7 @@ template <class World>
 struct CopySum : OneSum<World> {
   explicit CopySum(std::size_t count) : OneSum<World>(count) { this->fill(); }
   void run() { copied.emplace(this->world.copy(this->sum)); }
-  double result() { return this->world.walk(*copied); }
+  double result() { return walkOf(this->world, *copied); }
   void finish() {
     this->world.end(*copied);
     copied.reset();
@@ -127,9 +142,9 @@ struct Whole : Plain {
   explicit Whole(std::size_t count) : world(count) {
     if constexpr (requires { world.makeArrays(); }) world.makeArrays();
   }
-  std::size_t items() const { return world.vars.size(); }
+  std::size_t items() const { return world.size(); }
   void run() { sum.emplace((world.*kMake)()); }
-  double result() { return world.walk(*sum); }
+  double result() { return walkOf(world, *sum); }
   void finish() {
     world.end(*sum);
     sum.reset();
@@ -161,6 +176,7 @@ void fillRows(World& world, std::vector<typename World::Sum>& rows, std::size_t 
   for (std::size_t r = 0; r < count; ++r) {
     auto row = world.newSum();
     for (std::size_t i = 0; i < kRowLength; ++i) world.add(row, column(r, i), coefAt(r));
+    seal(world, row);
     rows.push_back(std::move(row));
   }
 }
@@ -174,12 +190,16 @@ struct Rows : Plain {
   std::size_t items() const { return count * kRowLength; }
   double result() {
     double total = 0.0;
-    for (const auto& row : rows) total += world.walk(row);
+    for (const auto& row : rows) total += walkOf(world, row);
     return total;
   }
   void fill() { fillRows(world, rows, count); }
   void end(std::vector<typename World::Sum>& ended) {
-    for (auto& row : ended) world.end(row);
+    if constexpr (requires { world.endRows(); }) {
+      world.endRows();
+    } else {
+      for (auto& row : ended) world.end(row);
+    }
     ended.clear();
   }
 
@@ -201,7 +221,7 @@ struct RowsCold : NewWorld<World, kColumns> {
   void run() { fillRows(*this->world, rows, this->size / kRowLength); }
   double result() {
     double total = 0.0;
-    for (const auto& row : rows) total += this->world->walk(row);
+    for (const auto& row : rows) total += walkOf(*this->world, row);
     return total;
   }
   void finish() {
@@ -234,15 +254,26 @@ struct RowsCopy : Rows<World> {
     copies.reserve(this->count);
   }
   void run() {
-    for (const auto& row : this->rows) copies.push_back(this->world.copy(row));
+    if constexpr (requires { this->world.copyRows(); }) {
+      this->world.copyRows();
+    } else {
+      for (const auto& row : this->rows) copies.push_back(this->world.copy(row));
+    }
   }
   double result() {
+    if (copies.empty()) return std::nan("");
     copies.swap(this->rows);
     const double total = Rows<World>::result();
     copies.swap(this->rows);
     return total;
   }
-  void finish() { this->end(copies); }
+  void finish() {
+    if constexpr (requires { this->world.endCopies(); }) {
+      this->world.endCopies();
+    } else {
+      this->end(copies);
+    }
+  }
   std::vector<typename World::Sum> copies;
 };
 
@@ -267,9 +298,10 @@ struct Drawn : Plain {
     for (std::size_t& var : drawn) var = pick(random);
   }
   std::size_t items() const { return drawn.size(); }
-  double result() { return world.walk(sum); }
+  double result() { return walkOf(world, sum); }
   void fill() {
     for (std::size_t i = 0; i < drawn.size(); ++i) world.add(sum, drawn[i], coefAt(i));
+    seal(world, sum);
   }
   void prepare() { fill(); }
   void run() { benchmark::DoNotOptimize(world.normalize(sum)); }
@@ -347,7 +379,7 @@ inline constexpr std::size_t kOperations = 8;
 template <class World>
 struct Chain : Plain {
   explicit Chain(std::size_t variables) : world(variables) {}
-  std::size_t items() const { return kOperations * (world.vars.size() - 1); }
+  std::size_t items() const { return kOperations * (world.size() - 1); }
   double result() { return world.evalNode(*node); }
   void make() { node.emplace(world.rosenbrock()); }
   void end() {
@@ -446,13 +478,14 @@ struct Print : OneSum<World> {
   static constexpr bool kPrints = true;
   explicit Print(std::size_t count) : OneSum<World>(count, true) {
     for (std::size_t i = 0; i < count; ++i) this->world.add(this->sum, i, 1.0 + static_cast<double>(i) / 7.0);
+    seal(this->world, this->sum);
   }
   /// The stream keeps its buffer from one run to the next.
   void prepare() { os.seekp(0); }
   void run() { written = this->world.print(os, this->sum); }
-  double result() { return static_cast<double>(written); }
+  double result() { return written; }
   void finish() {}
-  std::size_t written = 0;
+  double written = 0.0;
   std::ostringstream os;
 };
 
@@ -461,3 +494,78 @@ template <class World>
 struct PrintFixed : Print<World> {
   explicit PrintFixed(std::size_t count) : Print<World>(count) { this->os << std::fixed << std::setprecision(3); }
 };
+
+// ---- the roads of a contender
+
+/// Enters every road that Other has the operations for.
+template <class Other>
+void enterRoads() {
+  using Sum = typename Other::Sum;
+  const std::initializer_list<long> sizes{1'000, 100'000, 1'000'000, 10'000'000};
+  if constexpr (requires(Other world, Sum sum) { world.clear(sum); }) {
+    enterRoad<BuildWarm, Library, Other>("buildWarm", sizes);
+    enterRoad<BuildCold, Library, Other>("buildCold", sizes);
+    enterRoad<Clear, Library, Other>("clear", sizes);
+  }
+  if constexpr (requires(Other world) { world.newSum(); }) {
+    enterRoad<RowsWarm, Library, Other>("rowsWarm", sizes);
+    enterRoad<RowsCold, Library, Other>("rowsCold", sizes);
+    enterRoad<RowsClear, Library, Other>("rowsClear", sizes);
+    if constexpr (requires(Other world, Sum sum) { world.walk(sum); }) {
+      enterRoad<RowsWalk, Library, Other>("rowsWalk", sizes);
+    }
+  }
+  if constexpr (requires(Other world, Sum sum) { world.copy(sum); }) {
+    enterRoad<CopySum, Library, Other>("copySum", sizes);
+  }
+  if constexpr (
+      requires(Other world, Sum sum) { world.copy(sum); } || requires(Other world) { world.copyRows(); }) {
+    enterRoad<RowsCopy, Library, Other>("rowsCopy", sizes);
+  }
+  if constexpr (requires(Other world) { world.tenTerms(0); }) {
+    enterRoad<OneStatement, Library, Other>("oneStatement", sizes);
+  }
+  if constexpr (requires(Other world) { world.chained(); }) enterRoad<Chained, Library, Other>("chained", sizes);
+  if constexpr (requires(Other world) { world.scalProd(); }) enterRoad<ScalProd, Library, Other>("scalProd", sizes);
+  if constexpr (requires(Other world) { world.sumOfArray(); }) {
+    enterRoad<SumOfArray, Library, Other>("sumOfArray", sizes);
+  }
+  if constexpr (requires(Other world, Sum sum) { world.normalize(sum); }) {
+    enterRoad<BuildAndMerge, Library, Other>("buildAndMerge", sizes);
+  }
+  if constexpr (requires(Other world) { world.scatter(1); }) {
+    enterRoad<MergeRecycled, Library, Other>("mergeRecycled", sizes);
+    enterRoad<MergeFresh, Library, Other>("mergeFresh", sizes);
+    enterRoad<MergeScattered, Library, Other>("mergeScattered", sizes);
+    enterRoad<MergeByFields, Library, Other>("mergeByFields", sizes);
+  }
+  if constexpr (requires(Other world, Sum sum) { world.setCoefs(sum); }) {
+    enterRoad<SetCoefs, Library, Other>("setCoefs", sizes);
+  }
+  if constexpr (requires(Other world, Sum sum) { world.remove(sum); }) {
+    enterRoad<Remove, Library, Other>("remove", sizes);
+  }
+  if constexpr (requires(Other world, Sum sum) { world.eval(sum); }) {
+    enterRoad<EvalSum, Library, Other>("evalSum", sizes);
+  }
+  if constexpr (requires(Other world) { world.rosenbrock(); }) {
+    enterRoad<ChainCold, Library, Other>("chainCold", sizes);
+    enterRoad<ChainWarm, Library, Other>("chainWarm", sizes);
+    enterRoad<ChainEval, Library, Other>("chainEval", sizes);
+    enterRoad<ChainEnd, Library, Other>("chainEnd", sizes);
+  }
+  if constexpr (requires(Other world) { world.newTarget(); }) enterRoad<CloneRows, Library, Other>("cloneRows", sizes);
+  if constexpr (requires(Other world) { world.makeArray(1); }) {
+    enterRoad<VariablesArray, Library, Other>("variablesArray", sizes);
+  }
+  if constexpr (requires(Other world) { world.makeOneByOne(1); }) {
+    enterRoad<VariablesOneByOne, Library, Other>("variablesOneByOne", sizes);
+  }
+  if constexpr (requires(Other world) { world.makeNamed(1); }) {
+    enterRoad<VariablesNamed, Library, Other>("variablesNamed", sizes);
+  }
+  if constexpr (requires(Other world, Sum sum, std::ostream & os) { world.print(os, sum); }) {
+    enterRoad<Print, Library, Other>("print", sizes);
+    enterRoad<PrintFixed, Library, Other>("printFixed", sizes);
+  }
+}

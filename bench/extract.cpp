@@ -1,0 +1,91 @@
+// Loading a model into tavsolve's solver: by extraction, and from arrays that are there already.
+
+#include <CoinPackedMatrix.hpp>
+#include <OsiClpSolverInterface.hpp>
+
+#include "bench/roads.h"
+#include "solver.h"
+
+namespace {
+
+/// Rows of ten non-zeros over as many columns as there are rows.
+tavsolve::ModelFile someModel(std::size_t nonZeros) {
+  const std::size_t rows = nonZeros / kRowLength;
+  tavsolve::ModelFile file;
+  file.rowStart.push_back(0);
+  for (std::size_t r = 0; r < rows; ++r) {
+    file.columns.push_back({"", 0.0, 10.0, coefAt(r), false, false});
+    file.rows.push_back({"", 0.0, 100.0});
+    for (std::size_t i = 0; i < kRowLength; ++i) {
+      file.column.push_back(static_cast<int>((r * 7 + i * 13) % rows));
+      file.value.push_back(coefAt(i));
+    }
+    file.rowStart.push_back(file.column.size());
+  }
+  return file;
+}
+
+class Tavsolve {
+ public:
+  explicit Tavsolve(const tavsolve::ModelFile& file) : _model(file) {}
+  void prepare() { _algorithm.emplace(_model.getEnv().getImpl()); }
+  void load() { _algorithm->extract(_model); }
+  void finish() { _algorithm.reset(); }
+
+ private:
+  tavsolve::Model _model;
+  std::optional<tavsolve::SolverAlgorithmI> _algorithm;
+};
+
+class Arrays {
+ public:
+  static constexpr const char* kName = "arrays";
+  static constexpr long kLargest = 10'000'000;
+
+  explicit Arrays(const tavsolve::ModelFile& file)
+      : _start(file.rowStart.begin(), file.rowStart.end()), _column(file.column), _value(file.value) {
+    for (const auto& column : file.columns) {
+      _columnLower.push_back(column.lb);
+      _columnUpper.push_back(column.ub);
+      _cost.push_back(column.cost);
+    }
+    for (const auto& row : file.rows) {
+      _rowLower.push_back(row.lb);
+      _rowUpper.push_back(row.ub);
+    }
+  }
+  void prepare() { _solver.emplace(); }
+  void load() {
+    const CoinPackedMatrix matrix(false, static_cast<int>(_cost.size()), static_cast<int>(_rowLower.size()),
+                                  static_cast<int>(_value.size()), _value.data(), _column.data(), _start.data(),
+                                  nullptr);
+    _solver->loadProblem(matrix, _columnLower.data(), _columnUpper.data(), _cost.data(), _rowLower.data(),
+                         _rowUpper.data());
+  }
+  void finish() { _solver.reset(); }
+
+ private:
+  std::vector<int> _start, _column;
+  std::vector<double> _value;
+  std::vector<double> _columnLower{}, _columnUpper{}, _cost{}, _rowLower{}, _rowUpper{};
+  std::optional<OsiClpSolverInterface> _solver;
+};
+
+template <class Side>
+struct Extract : Plain {
+  explicit Extract(std::size_t nonZeros) : count(nonZeros), side(someModel(nonZeros)) {}
+  std::size_t items() const { return count; }
+  void prepare() { side.prepare(); }
+  void run() { side.load(); }
+  double result() { return std::nan(""); }
+  void finish() { side.finish(); }
+  std::size_t count;
+  Side side;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  enterRoad<Extract, Tavsolve, Arrays>("extract", {1'000, 100'000, 1'000'000, 10'000'000});
+  return runRaces(argc, argv);
+}

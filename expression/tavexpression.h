@@ -61,6 +61,7 @@ class TavNumExprArg {
   TavNumExprArg(const H& handle) noexcept : _impl(TavImplCast<TavNumExprI>(handle.getImpl())) {}
 
   TavNumExprI* getImpl() const noexcept { return _impl; }
+  /// The environment that it lives in. Throws TavEmptyHandleException.
   TavEnv getEnv() const;
   /// True for a linear expression without terms and parts, whatever its constant. The shape alone counts:
   /// `2 * x - 2 * x` is not constant before it is normalised. Throws TavEmptyHandleException.
@@ -107,10 +108,13 @@ std::ostream& operator<<(std::ostream& os, const H& expression) {
 /// bounds share until one of them changes. Copies of the handle name the same variable.
 class TavNumVar : public TavNumExprArg {
  public:
+  ///@{
+  /// The kinds of variable.
   using Type = TavNumVarKind::Type;
   static constexpr Type Int = TavNumVarKind::Int;
   static constexpr Type Float = TavNumVarKind::Float;
   static constexpr Type Bool = TavNumVarKind::Bool;
+  ///@}
 
   TavNumVar() noexcept = default;
   explicit TavNumVar(TavNumVarI* impl) noexcept : TavNumExprArg(TavImplCast<TavNumExprI>(impl)) {}
@@ -135,16 +139,24 @@ class TavNumVar : public TavNumExprArg {
   explicit TavNumVar(TavConstraint constraint);
 
   TavNumVarI* getImpl() const noexcept { return TavImplCast<TavNumVarI>(_impl); }
+  /// The identifier: an index that is unique among the live objects of the environment.
   TavInt getId() const;
+  /// The name, or null.
   const char* getName() const;
+  /// Replaces the name by a copy of `name`; null removes it.
   void setName(const char* name) const;
+  ///@{
+  /// The bounds; they may be infinite.
   double getLB() const;
   double getUB() const;
+  ///@}
+  ///@{
   /// The setters change this variable alone, a shared domain being copied first, and report the modification
   /// (TavSetNumVarBounds). Nothing checks that lb is not above ub.
   void setLB(double lb) const;
   void setUB(double ub) const;
   void setBounds(double lb, double ub) const;
+  ///@}
   /// Throws TavWrongUsage "Using empty handle TavNumVar::getType".
   Type getType() const;
   /// Appends the value list, if there is one, to `out`. Throws TavWrongUsage "Using empty handle TavNumVar" or "Using
@@ -179,17 +191,25 @@ class TavIntVar : public TavIntExprArg {
   requires(TavFloating<L> || TavFloating<U>) TavIntVar(TavEnv env, L lb, U ub, const char* name = nullptr)
   = delete;
 
+  /// The same variable as a numeric one.
   operator TavNumVar() const noexcept { return TavNumVar(getImpl()); }
   TavNumVarI* getImpl() const noexcept { return TavImplCast<TavNumVarI>(_impl); }
+  ///@{
+  /// As on TavNumVar.
   TavInt getId() const { return TavNumVar(*this).getId(); }
   const char* getName() const { return TavNumVar(*this).getName(); }
   void setName(const char* name) const { TavNumVar(*this).setName(name); }
+  ///@}
+  ///@{
   /// The bounds, cut toward zero.
   TavInt getMin() const { return TavTrunc(TavNumVar(*this).getLB()); }
   TavInt getMax() const { return TavTrunc(TavNumVar(*this).getUB()); }
+  ///@}
+  ///@{
   /// Throw TavWrongUsage "Using empty TavIntVar handle."; report as TavNumVar's setters do.
   void setMin(TavInt lb) const;
   void setMax(TavInt ub) const;
+  ///@}
   /// Throws TavWrongUsage "Using empty handle TavIntVar".
   void setBounds(TavInt lb, TavInt ub) const;
   /// Throws TavWrongUsage "Using empty handle TavIntVar::getType".
@@ -208,6 +228,7 @@ class TavBoolVar : public TavIntVar {
  public:
   TavBoolVar() noexcept = default;
   explicit TavBoolVar(TavNumVarI* impl) noexcept : TavIntVar(impl) {}
+  /// A new variable with bounds [0, 1].
   explicit TavBoolVar(TavEnv env, const char* name = nullptr);
   /// The bounds are taken as they are given.
   TavBoolVar(TavEnv env, TavInt lb, TavInt ub, const char* name = nullptr);
@@ -231,12 +252,14 @@ class TavSemiContVar : public TavNumVar {
   TavSemiContVar(const TavAddNumVar& column, double sclb, double ub, Type type = Float, const char* name = nullptr);
 
   TavSemiContVarI* getImpl() const noexcept { return TavImplCast<TavSemiContVarI>(_impl); }
+  /// The threshold.
   double getSemiContinuousLb() const;
   /// Reports a new threshold with the old one (TavSetSemiContBound); says nothing when the value is the same.
   void setSemiContinuousLb(double sclb) const;
   /// The clone registered for this variable, in its own environment or in `env`.
   TavSemiContVar getClone() const;
   TavSemiContVar getClone(TavEnv env) const;
+  /// Registers `clone` as the clone of this variable, in its own environment or in `env`, until the pass ends.
   void setClone(TavSemiContVar clone) const;
   void setClone(TavSemiContVar clone, TavEnv env) const;
 };
@@ -246,10 +269,13 @@ class TavSemiContVar : public TavNumVar {
 /// One term: the result of `variable * number`. Single use: its cell belongs to the first expression that takes it.
 class TavNumLinExprTerm {
  public:
+  /// A handle on this loose cell.
   explicit TavNumLinExprTerm(TavNumLinExprTermI* cell) noexcept : _cell(cell) {}
 
   TavNumLinExprTermI* getImpl() const noexcept { return _cell; }
+  /// The variable. Ask before an expression takes the term.
   TavNumVar getVar() const noexcept { return TavNumVar(_cell->var); }
+  /// The coefficient. Ask before an expression takes the term.
   double getCoef() const noexcept { return _cell->coef; }
   /// A new linear node of this one term.
   operator TavNumExprArg() const;
@@ -261,10 +287,13 @@ class TavNumLinExprTerm {
 /// One term of integer variable and integer coefficient. Single use.
 class TavIntLinExprTerm {
  public:
+  /// A handle on this loose cell.
   explicit TavIntLinExprTerm(TavNumLinExprTermI* cell) noexcept : _cell(cell) {}
 
   TavNumLinExprTermI* getImpl() const noexcept { return _cell; }
+  /// The variable. Ask before an expression takes the term.
   TavIntVar getVar() const noexcept { return TavIntVar(_cell->var); }
+  /// The coefficient. Ask before an expression takes the term.
   double getCoef() const noexcept { return _cell->coef; }
   /// A new integer linear node of this one term.
   operator TavIntExprArg() const;
@@ -281,8 +310,10 @@ class TavNumExpr {
   /// The constant part of an expression that is not linear was asked for or set.
   class NonLinearExpression : public TavException {
    public:
+    /// `expression` is the one that is not linear, or null.
     explicit NonLinearExpression(TavNumExprI* expression) noexcept
         : TavException("Constant part cannot be set or queried"), _expression(expression) {}
+    /// The expression that is not linear.
     TavNumExprArg getExpression() const noexcept { return TavNumExprArg(_expression); }
     /// "Expression ", the expression, " is non linear, setting or querying the constant part is forbidden".
     void print(std::ostream& os) const override;
@@ -304,12 +335,15 @@ class TavNumExpr {
 
   TavNumExprI* getImpl() const noexcept { return _impl; }
   TavEnv getEnv() const { return TavNumExprArg(_impl).getEnv(); }
+  ///@{
   /// As on TavNumExprArg.
   bool isConstant() const { return TavNumExprArg(_impl).isConstant(); }
   double getNumConstant() const { return TavNumExprArg(_impl).getNumConstant(); }
   bool isInteger() const { return TavNumExprArg(_impl).isInteger(); }
   double eval(TavAlgorithm algorithm) const { return TavNumExprArg(_impl).eval(algorithm); }
+  ///@}
 
+  ///@{
   /// Rebuild the expression with the free operator: an unshared linear node is extended in place. The first two throw
   /// TavWrongUsage "TavNumExpr& TavNumExpr::operator += const TavNumExprArg arg : mixing mismatch Environments" (-=
   /// alike); the handle is then as it was.
@@ -319,10 +353,13 @@ class TavNumExpr {
   TavNumExpr& operator-=(double constant);
   TavNumExpr& operator*=(double factor);
   TavNumExpr& operator/=(double divisor);
+  ///@}
 
   /// The clone registered for the node, in its own environment or in `env`; uncounted.
   TavNumExpr getClone() const;
   TavNumExpr getClone(TavEnv env) const;
+  /// Registers `clone` as the clone of the node, in its own environment or in `env`, until the pass ends.
+  /// Throws TavEmptyHandleException.
   void setClone(TavNumExpr clone) const;
   void setClone(TavNumExpr clone, TavEnv env) const;
 
@@ -344,12 +381,17 @@ class TavExpr : public TavNumExpr {
   /// Walks the terms as they stand: a variable may come more than once.
   class LinearIterator {
    public:
+    /// An iterator that stands on this cell; null for the end.
     explicit LinearIterator(const TavNumLinExprTermI* cell) noexcept : _cell(cell) {}
     /// Whether there is a term; false at the end.
     bool ok() const noexcept { return _cell != nullptr; }
+    /// The same as ok().
     explicit operator bool() const noexcept { return ok(); }
+    /// The variable of the term that it stands on.
     TavNumVar getVar() const noexcept { return TavNumVar(_cell->var); }
+    /// The coefficient of the term that it stands on.
     double getCoef() const noexcept { return _cell->coef; }
+    /// Goes on to the next term.
     LinearIterator& operator++() noexcept {
       _cell = _cell->next;
       return *this;
@@ -365,7 +407,9 @@ class TavExpr : public TavNumExpr {
   /// Takes the node over when nobody holds it, else a copy; an expression that is not linear becomes the one part of a
   /// new sum.
   TavExpr(TavNumExprArg expression);
+  /// The same for a counted expression.
   TavExpr(const TavNumExpr& expression) : TavExpr(TavNumExprArg(expression.getImpl())) {}
+  /// A new sum of this one term.
   TavExpr(TavNumLinExprTerm term) : TavNumExpr(term) {}
   TavExpr(TavIntLinExprTerm term) : TavNumExpr(term) {}
   /// Names the node without counting it.
@@ -373,6 +417,7 @@ class TavExpr : public TavNumExpr {
 
   TavNumLinTermI* getImpl() const noexcept { return TavImplCast<TavNumLinTermI>(_impl); }
 
+  ///@{
   /// Add or subtract at the tail, O(1); a linear operand is merged in, an uncounted one without copying (it is ended),
   /// any other expression becomes a part. All throw TavWrongUsage "TavExpr& TavNumExpr::operator += const TavNumVar arg
   /// : mixing mismatch Environments" and the like, before anything is changed.
@@ -388,9 +433,12 @@ class TavExpr : public TavNumExpr {
   TavExpr& operator-=(TavIntLinExprTerm term);
   TavExpr& operator+=(TavNumExprArg arg);
   TavExpr& operator-=(TavNumExprArg arg);
+  ///@}
+  ///@{
   /// Multiply or divide every coefficient, every part and the constant, O(n); 0 and 1 are not special.
   TavExpr& operator*=(double factor);
   TavExpr& operator/=(double divisor);
+  ///@}
 
   /// Drops all terms and parts; the constant becomes 0. O(1) in the number of terms.
   void clear();
@@ -413,6 +461,7 @@ class TavExpr : public TavNumExpr {
   bool isNormalized() const;
   /// A new handle on a copy; parts are shared.
   TavExpr copy() const;
+  /// An iterator that stands on the first term. It holds until the sum changes.
   LinearIterator getLinearIterator() const;
 };
 
@@ -431,12 +480,14 @@ class TavIntExpr : public TavNumExpr {
   TavIntExprI* getImpl() const noexcept { return TavImplCast<TavIntExprI>(_impl); }
   operator TavIntExprArg() const noexcept { return TavIntExprArg(getImpl()); }
 
+  ///@{
   /// Rebuild the expression with the free operator, whose message they throw; the handle is then as it was.
   TavIntExpr& operator+=(TavIntExprArg arg);
   TavIntExpr& operator-=(TavIntExprArg arg);
   TavIntExpr& operator+=(TavInt constant);
   TavIntExpr& operator-=(TavInt constant);
   TavIntExpr& operator*=(TavInt factor);
+  ///@}
   /// An integer expression takes whole numbers, and division would leave the integers.
   template <TavFloating F>
   TavIntExpr& operator+=(F constant) = delete;
@@ -463,19 +514,18 @@ void TavTestIsLinear(TavNumExprI* node);
 int convertTavNum(char* out, double x, int precision, int* status);
 
 // ---- operators: sums
-//
-// Sums and multiples of variables and linear expressions stay one linear node; everything else becomes a node of its
-// own. Operands of two environments: TavWrongUsage, with a message that names the operator and the operands, before any
-// node is made or changed.
-//
-// An uncounted linear operand is changed in place and returned; an uncounted linear right operand is merged in and
-// destroyed, so that the caller's handle to it dangles. Counted operands are never changed. Other temporaries that an
-// operator only reads (a converted integer sum, a constant side of a product, a folded product) stay until they are
-// ended or the environment ends.
-//
-// The terms of the left operand come first; when only the right operand is a sum, a variable on the left is put before
-// its terms, and any other expression on the left behind its parts.
 
+/// The sum of two operands. Sums and multiples of variables and linear expressions stay one linear node; everything
+/// else becomes a node of its own. Operands of two environments: TavWrongUsage, with a message that names the operator
+/// and the operands, before any node is made or changed.
+///
+/// An uncounted linear operand is changed in place and returned; an uncounted linear right operand is merged in and
+/// destroyed, so that the caller's handle to it dangles. Counted operands are never changed. Other temporaries that an
+/// operator only reads (a converted integer sum, a constant side of a product, a folded product) stay until they are
+/// ended or the environment ends.
+///
+/// The terms of the left operand come first; when only the right operand is a sum, a variable on the left is put before
+/// its terms, and any other expression on the left behind its parts.
 TavNumExprArg operator+(TavNumExprArg a, TavNumExprArg b);
 TavNumExprArg operator+(TavNumExprArg a, TavNumLinExprTerm t);
 TavNumExprArg operator+(TavNumExprArg a, TavIntLinExprTerm t);
@@ -731,7 +781,9 @@ class TavHandleArray : public TavExtractableArray {
  public:
   using TavExtractableArray::TavExtractableArray;
 
+  /// The element at position i, counted from 0; nothing checks i.
   Handle operator[](TavInt i) const noexcept { return Handle(_impl->template get<Impl*>(i)); }
+  /// Replaces the element at position i, which nothing checks.
   void set(TavInt i, Handle element) noexcept { _impl->set(i, element.getImpl()); }
   /// Appends the element; its count stays as it is.
   void add(Handle element) {
@@ -792,11 +844,13 @@ class TavIntExprArray : public TavHandleArray<TavIntExprArg, TavIntExprI> {
   using TavHandleArray::operator[];
   /// The element at the position that `index` evaluates to; documented with TavElement.
   TavIntExprArg operator[](TavIntExprArg index) const;
+  ///@{
   /// As on TavNumExprArray.
   void lockExprs() const noexcept;
   void releaseExprs() const;
   void endElements() const;
   void replaceByClone(TavEnvI* env);
+  ///@}
   /// A new array in `env` (null: in this array's environment, asking each element's own) of the registered clones.
   TavIntExprArray getClone(TavEnvI* env) const;
 };
@@ -832,10 +886,12 @@ class TavNumVarArray : public TavHandleArray<TavNumVar, TavNumVarI> {
   TavNumExprArg operator[](TavIntExprArg index) const;
   /// A new array of the same variables.
   TavNumExprArray toNumExprArray() const;
+  ///@{
   /// A new array of the same variables. Before it is made, a continuous one throws TavBadConversion, an empty element
   /// TavWrongUsage "Using empty handle TavNumVar::getType".
   TavIntExprArray toIntExprArray() const;
   TavIntVarArray toIntVarArray() const;
+  ///@}
   /// As on TavIntExprArray.
   TavNumVarArray getClone(TavEnvI* env) const;
   /// Sets the bounds of all elements, upper ones first, and reports them as one modification
@@ -866,9 +922,12 @@ class TavIntVarArray : public TavHandleArray<TavIntVar, TavNumVarI> {
 
   /// The element at the position that `index` evaluates to; documented with TavElement.
   TavIntExprArg operator[](TavIntExprArg index) const;
+  ///@{
   /// New arrays of the same variables, without a test.
   TavIntExprArray toIntExprArray() const;
   TavNumVarArray toNumVarArray() const;
+  ///@}
+  /// As on TavIntExprArray.
   TavIntVarArray getClone(TavEnvI* env) const;
 };
 
@@ -877,6 +936,7 @@ class TavBoolVarArray : public TavIntVarArray {
  public:
   TavBoolVarArray() noexcept = default;
   explicit TavBoolVarArray(TavArrayI* impl) noexcept : TavIntVarArray(impl) {}
+  /// A new array of `size` empty elements.
   explicit TavBoolVarArray(TavEnv env, TavInt size = 0) : TavIntVarArray(env, size) {}
   /// One new variable of type Bool with bounds [0, 1] per non-empty column, an empty element per empty column. An empty
   /// array handle: TavEmptyHandleException.
@@ -891,7 +951,9 @@ class TavBoolVarArray : public TavIntVarArray {
       : TavIntVarArray(tavdetail::makeListOf<TavBoolVar>(env, n, tavdetail::kBoolVarArrayTexts, elements...)) {}
 
   using TavIntVarArray::operator[];
+  /// The element at position i, counted from 0; nothing checks i.
   TavBoolVar operator[](TavInt i) const noexcept { return TavBoolVar(_impl->get<TavNumVarI*>(i)); }
+  /// As on TavIntExprArray.
   TavBoolVarArray getClone(TavEnvI* env) const;
 };
 
@@ -1100,6 +1162,7 @@ TavNumExprArg TavPower(N c, TavNumExprArg x) {
   return tavdetail::power(static_cast<double>(c), x);
 }
 
+///@{
 /// Elementary functions, x in radians where it is an angle. Each evaluates to the standard function of its operand's
 /// value, without a domain check: the logarithm of 0 is minus infinity, the arc cosine of 2 a not-a-number.
 /// Print "TavSin(" x ") ", or "sin(" x ")" ("cos(", "tan(", "arc-sin(", "arc-cos(", "arc-tan(", "log(", "exp(").
@@ -1111,14 +1174,19 @@ TavNumExprArg TavArcCos(TavNumExprArg x);
 TavNumExprArg TavArcTan(TavNumExprArg x);
 TavNumExprArg TavLog(TavNumExprArg x);
 TavNumExprArg TavExponent(TavNumExprArg x);
+///@}
+///@{
 /// TavLog(x) divided by the natural logarithm of 2, of 10.
 TavNumExprArg TavLog2(TavNumExprArg x);
 TavNumExprArg TavLog10(TavNumExprArg x);
+///@}
 
+///@{
 /// Roundings. They count as integer when their operand does, but for TavNumToInt, which always does.
 /// Up and down: std::ceil, std::floor. Print "TavCeil(" x ") ", or "ceil(" x ")"; "floor(".
 TavNumExprArg TavCeil(TavNumExprArg x);
 TavNumExprArg TavFloor(TavNumExprArg x);
+///@}
 /// Toward zero, through a 64-bit integer. Prints "TavTrunc(" x ") ", or "trunc(" x ")".
 TavNumExprArg TavTrunc(TavNumExprArg x);
 /// The distance to the nearest whole number; the operand is evaluated twice. Prints "TavDistToInt(" x ") ", or
@@ -1153,10 +1221,12 @@ TavNumExprArg TavPiecewiseLinear(TavNumExprArg x, TavNumArray breakpoints, TavNu
 TavNumExprArg TavPiecewiseLinear(TavNumExprArg x, double firstSlope, TavNumArray breakpoints, TavNumArray values,
                                  double lastSlope);
 
+///@{
 /// A client's function of x, declared monotonic; `second` is carried along for algorithms. Neither is checked.
 /// Print "TavMonotonicDecreasingNumExpr(" x ")" and "TavMonotonicIncreasingNumExpr(" x ")" in both syntaxes.
 TavNumExprArg TavMonotonicDecreasingNumExpr(TavNumExprArg x, double (*function)(double), double (*second)(double));
 TavNumExprArg TavMonotonicIncreasingNumExpr(TavNumExprArg x, double (*function)(double), double (*second)(double));
+///@}
 
 /// How many expressions take exactly this value. The array is copied. Throws TavArrayError "TavCount: array of size 0"
 /// or "TavCount: empty handle in array", TavWrongUsage "TavCount: mixing mismatch Environments".

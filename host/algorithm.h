@@ -14,10 +14,10 @@ class TavIntExprI;
 class TavNumVar;
 
 /// Base of an algorithm's implementation: it extracts model objects, knows the values of variables and hears of every
-/// modification of what it has extracted. One that outlives its environment is
-/// cut off from it.
+/// modification of what it has extracted. One that outlives its environment is cut off from it.
 class TavAlgorithmI {
  public:
+  /// Enters the algorithm into the environment, which tells it of modifications from now on.
   explicit TavAlgorithmI(TavEnvI* env);
   TavAlgorithmI(const TavAlgorithmI&) = delete;
   TavAlgorithmI& operator=(const TavAlgorithmI&) = delete;
@@ -68,7 +68,9 @@ class TavAlgorithm {
   /// A change record's hook is not installed, or the algorithm refuses the change.
   class CannotChangeException : public Exception {
    public:
+    /// `algorithm` is the one that refuses.
     explicit CannotChangeException(const TavAlgorithmI* algorithm) noexcept : _algorithm(algorithm) {}
+    /// The algorithm that refuses the change; it may be gone when the exception is caught.
     const TavAlgorithmI* getAlgorithm() const noexcept { return _algorithm; }
 
    protected:
@@ -79,6 +81,7 @@ class TavAlgorithm {
   };
 
   TavAlgorithm() noexcept = default;
+  /// A handle on this algorithm, which it does not own.
   TavAlgorithm(TavAlgorithmI* impl) noexcept : _impl(impl) {}
 
   TavAlgorithmI* getImpl() const noexcept { return _impl; }
@@ -105,11 +108,14 @@ class TavModelEvaluator {
   /// Gives the value of an expression or throws, Unbound for one that has none.
   using Source = std::function<TavInt(TavIntExprI*)>;
 
+  /// A handle on a source of values; environments make it.
   explicit TavModelEvaluator(Source* source) noexcept : _source(source) {}
 
   /// Installs the source of values; the evaluator is active while it has one.
   void activate(Source source) const { *_source = std::move(source); }
+  /// Takes the source away: the evaluator is inactive.
   void deactivate() const { *_source = nullptr; }
+  /// Whether there is a source of values.
   bool isActive() const noexcept { return static_cast<bool>(*_source); }
   /// The expression's value in the environment's model evaluator. Throws Unbound when it has none, or when the
   /// evaluator is not active.

@@ -24,9 +24,11 @@ class TavArrayI final : public TavMemoryManagerObjectI {
   /// A copy of `source`.
   TavArrayI(TavGenAlloc* memory, TavArrayI* source);
 
+  /// The number of elements.
   TavInt getSize() const noexcept { return _size; }
   /// The word at position i, counted from 0.
   void* at(TavInt i) const noexcept { return static_cast<Word*>(_blockTable[i >> _blockShift]) + (i & _indexMask); }
+  /// The word at position i, as a T.
   template <class T>
   T get(TavInt i) const noexcept {
     static_assert(sizeof(T) == sizeof(Word) && std::is_trivially_copyable_v<T>, "an element is one plain word");
@@ -34,6 +36,7 @@ class TavArrayI final : public TavMemoryManagerObjectI {
     std::memcpy(&value, at(i), sizeof value);
     return value;
   }
+  /// Replaces the word at position i.
   template <class T>
   void set(TavInt i, T value) noexcept {
     static_assert(sizeof(T) == sizeof(Word) && std::is_trivially_copyable_v<T>, "an element is one plain word");
@@ -78,13 +81,19 @@ class TavArray {
   explicit TavArray(TavEnv env, TavInt size = 0);
 
   TavArrayI* getImpl() const noexcept { return _impl; }
+  /// The number of elements. The handle must not be empty.
   TavInt getSize() const noexcept { return _impl->getSize(); }
   TavEnv getEnv() const noexcept { return TavEnv(_impl->getEnv()); }
+  /// The element at position i, counted from 0; nothing checks i. A reference holds until the array grows or ends.
   T operator[](TavInt i) const noexcept { return _impl->get<T>(i); }
   T& operator[](TavInt i) noexcept { return *static_cast<T*>(_impl->at(i)); }
+  /// Replaces the element at position i, which nothing checks.
   void set(TavInt i, T value) noexcept { _impl->set(i, value); }
+  /// Appends an element, O(1) amortised. Throws std::bad_alloc; the array is then as it was.
   void add(T value) { _impl->add(&value); }
+  /// Drops `count` elements from position `first` on; the rest moves up.
   void remove(TavInt first, TavInt count = 1) { _impl->remove(first, count); }
+  /// Drops all elements.
   void clear() { _impl->remove(0, getSize()); }
   /// Destroys the array (never its elements) and empties this handle; an empty handle is left alone.
   void end() {

@@ -11,6 +11,7 @@ class TavArrayI;
 class TavChangeVisitor {
  public:
   virtual ~TavChangeVisitor() = default;
+  /// One object that the record speaks of, as a part of `owner`.
   virtual void visitChild(TavExtractableI* owner, TavExtractableI* part) = 0;
 };
 
@@ -18,7 +19,9 @@ class TavChangeVisitor {
 /// notification and own nothing. They form a type tree of their own beside that of the model objects.
 class TavChange {
  public:
+  /// A modification of this object.
   explicit TavChange(TavExtractableI* changed) noexcept : _object(changed) {}
+  /// A modification of all objects of this array.
   explicit TavChange(TavArrayI* changed) noexcept : _array(changed) {}
   TavChange(const TavChange&) = delete;
   TavChange& operator=(const TavChange&) = delete;
@@ -41,6 +44,7 @@ class TavChange {
   virtual void visitChange(TavEnvI* env, TavExtractableI* object, TavChangeVisitor* visitor) const;
   /// Calls the class's `_applyCP` hook; throws TavAlgorithm::CannotChangeException when none is installed.
   virtual void applyToCP(TavAlgorithm algorithm, void* data) const = 0;
+  /// Whether an array of objects changed.
   virtual bool isApplyingOnArray() const { return _array != nullptr; }
   /// The changed array, or null when one object changed.
   virtual TavArrayI* getChangedExtractableArray() const { return _array; }

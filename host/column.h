@@ -19,10 +19,12 @@ class TavAddExtractable {
 class TavAddNumVar {
  public:
   TavAddNumVar() noexcept = default;
+  /// A handle on this column, which must outlive it.
   explicit TavAddNumVar(const TavAddExtractable* column) noexcept : _column(column) {}
 
   const TavAddExtractable* getImpl() const noexcept { return _column; }
   TavEnvI* getEnv() const { return _column->getEnv(); }
+  /// The column's own install().
   void install(TavExtractableI* variable) const { _column->install(variable); }
 
  private:

@@ -11,10 +11,14 @@ class TavVarDomainI : public TavMemoryManagerObjectI {
  public:
   using TavMemoryManagerObjectI::end;
 
+  ///@{
+  /// The bounds. A setter checks nothing and reports nothing: that is the variable's business.
   virtual double getLB() const = 0;
   virtual void setLB(double lb) = 0;
   virtual double getUB() const = 0;
   virtual void setUB(double ub) = 0;
+  ///@}
+  /// The kind of a variable with this domain.
   virtual TavNumVarKind::Type getType() const = 0;
   /// Whether a variable with this domain may take the value.
   virtual bool contains(double value) const = 0;
@@ -24,17 +28,23 @@ class TavVarDomainI : public TavMemoryManagerObjectI {
   virtual bool isEnumerated() const = 0;
   /// Whether the values are arbitrary objects instead of numbers.
   virtual bool isAnyDomain() const = 0;
+  ///@{
   /// The list of values; an empty handle where the domain has none of this kind.
   virtual TavNumArray getNumValues() const = 0;
   virtual TavIntArray getIntValues() const = 0;
+  ///@}
+  ///@{
   /// Makes the domain the given list; the domain takes the array over. Bounds become the list's least and greatest.
   virtual void setNumValues(TavNumArray values) = 0;
   virtual void setIntValues(TavIntArray values) = 0;
+  ///@}
   /// Destroys a private domain with its value list.
   virtual void end(TavEnvI* env) = 0;
+  /// Writes the bounds or the values.
   virtual void display(std::ostream& os) const = 0;
   /// A new private domain of the same content in `env`.
   virtual TavVarDomainI* makeCopy(TavEnvI* env) const = 0;
+  /// Whether several variables may have this domain: then it is not changed, but copied first.
   virtual bool isShared() const = 0;
 
   using TavMemoryManagerObjectI::operator new;
@@ -66,6 +76,7 @@ class TavBoundedDomainI : public TavVarDomainI {
 /// Real numbers between two bounds, or a list of them.
 class TavNumVarDomainI final : public TavBoundedDomainI {
  public:
+  /// Bounds alone.
   TavNumVarDomainI(double lb, double ub) noexcept : _lb(lb), _ub(ub) {}
   /// Takes the array over.
   explicit TavNumVarDomainI(TavNumArray values) { TavNumVarDomainI::setNumValues(values); }
@@ -92,6 +103,7 @@ class TavNumVarDomainI final : public TavBoundedDomainI {
 /// Whole numbers between two bounds, or a list of them, or a list of arbitrary objects.
 class TavIntVarDomainI : public TavBoundedDomainI {
  public:
+  /// Bounds alone; `flag` 1 says that values are objects.
   TavIntVarDomainI(TavInt lb, TavInt ub, TavInt flag) noexcept
       : _lb(static_cast<double>(lb)), _ub(static_cast<double>(ub)), _any(flag != 0) {}
   /// Takes the array over; `anyFlag` 1 says that its words are objects.
@@ -121,6 +133,7 @@ class TavIntVarDomainI : public TavBoundedDomainI {
 /// 0 and 1, or one of them.
 class TavBoolVarDomainI final : public TavIntVarDomainI {
  public:
+  /// Bounds of 0 or 1.
   TavBoolVarDomainI(TavInt lb, TavInt ub) noexcept : TavIntVarDomainI(lb, ub, 0) {}
 
   TavNumVarKind::Type getType() const override { return TavNumVarKind::Bool; }
@@ -130,10 +143,14 @@ class TavBoolVarDomainI final : public TavIntVarDomainI {
 /// A pair of real bounds that lives in an environment.
 class TavNumRangeI final : public TavMemoryManagerObjectI {
  public:
+  /// A pair of bounds in `memory`.
   TavNumRangeI(TavGenAlloc* memory, double lb, double ub) noexcept
       : TavMemoryManagerObjectI(memory), _lb(lb), _ub(ub) {}
+  ///@{
+  /// The bounds.
   double getLB() const noexcept { return _lb; }
   double getUB() const noexcept { return _ub; }
+  ///@}
 
  private:
   double _lb, _ub;
@@ -142,10 +159,14 @@ class TavNumRangeI final : public TavMemoryManagerObjectI {
 /// A pair of integer bounds that lives in an environment.
 class TavIntRangeI final : public TavMemoryManagerObjectI {
  public:
+  /// A pair of bounds in `memory`.
   TavIntRangeI(TavGenAlloc* memory, TavInt lb, TavInt ub) noexcept
       : TavMemoryManagerObjectI(memory), _lb(lb), _ub(ub) {}
+  ///@{
+  /// The bounds.
   TavInt getLB() const noexcept { return _lb; }
   TavInt getUB() const noexcept { return _ub; }
+  ///@}
 
  private:
   TavInt _lb, _ub;
@@ -155,6 +176,7 @@ class TavIntRangeI final : public TavMemoryManagerObjectI {
 class TavNumRange {
  public:
   TavNumRange() noexcept = default;
+  /// A new pair of bounds, which lives until the environment ends.
   TavNumRange(TavEnv env, double lb, double ub);
   TavNumRangeI* getImpl() const noexcept { return _impl; }
 
@@ -166,6 +188,7 @@ class TavNumRange {
 class TavIntRange {
  public:
   TavIntRange() noexcept = default;
+  /// A new pair of bounds, which lives until the environment ends.
   TavIntRange(TavEnv env, TavInt lb, TavInt ub);
   TavIntRangeI* getImpl() const noexcept { return _impl; }
 

@@ -16,6 +16,7 @@ class TavEnv {
   /// Ends the environment with every object in it; all handles to them dangle afterwards. Empties this handle; an empty
   /// handle is left alone.
   void end();
+  /// Whether both name the same environment, or none.
   friend bool operator==(TavEnv, TavEnv) noexcept = default;
 
  private:

@@ -19,7 +19,9 @@ class TavNumExprI;
 /// A lock that the environment takes when it is given one.
 class TavLock {
  public:
+  /// Takes the lock, waiting for it.
   virtual void lock() = 0;
+  /// Gives the lock back.
   virtual void unlock() = 0;
 
  protected:
@@ -29,6 +31,7 @@ class TavLock {
 /// Holds a lock, or nothing when there is none.
 class TavLockGuard {
  public:
+  /// Takes the lock; null for no lock.
   explicit TavLockGuard(TavLock* lockOrNull) : _lock(lockOrNull) {
     if (_lock) _lock->lock();
   }
@@ -45,6 +48,7 @@ class TavLockGuard {
 /// Takes over nodes whose count fell to zero. takeNode must not throw.
 class TavDeletionInterceptor {
  public:
+  /// Takes a node over: from here on it is the interceptor's to end.
   virtual void takeNode(TavNumExprI* node) = 0;
 
  protected:
@@ -82,13 +86,16 @@ class TavEnvI {
   /// Guards the variables' mark fields; held while change records of a bulk edit are delivered, so it must be recursive
   /// when listeners edit linear nodes themselves.
   TavLock* markLock = nullptr;
+  /// When set, takes over nodes whose count falls to zero, instead of their destruction.
   TavDeletionInterceptor* deletionInterceptor = nullptr;
   /// When set, nodes are allocated here instead of in the environment's general memory. Must outlive the environment.
   TavMemory* nodeAllocator = nullptr;
   /// Guards the assignment of type indices; null: no locking.
   static TavLock* Mutex;
 
+  /// The general memory: of arrays, domains, names and, unless `nodeAllocator` is set, of nodes.
   TavMemory* getMemory() noexcept { return &_memory; }
+  /// A block for a node. Throws std::bad_alloc.
   void* allocate(std::size_t bytes) { return (nodeAllocator ? nodeAllocator : &_memory)->alloc(bytes); }
 
   /// A cell outside any list. Throws std::bad_alloc.
@@ -109,8 +116,10 @@ class TavEnvI {
   /// A scratch array with one entry per identifier; entries are stale, so an entry is written before it is read. One
   /// borrower at a time.
   void** getMarkArray();
+  /// Gives the scratch array back to the next borrower.
   void releaseMarkArray(void** marks) noexcept;
 
+  /// Whether the object is marked removed.
   bool isRemoved(const TavExtractableI* object) const noexcept {
     return object->getId() == kRemoved || _table[static_cast<std::size_t>(object->getId())] == removedEntry();
   }
@@ -136,6 +145,7 @@ class TavEnvI {
   void setClone(const TavExtractableI* source, TavExtractableI* clone) { _clones[source] = clone; }
   /// Starts a pass with an empty map.
   void beginCloning() { _clones.clear(); }
+  /// Ends a pass: forgets all clones.
   void endCloning() noexcept { _clones.clear(); }
 
   /// Deletes an object. A call from within a destructor queues, the outermost call drains: deep trees cost no stack.
@@ -154,16 +164,22 @@ class TavEnvI {
   TavVarDomainI* getOrMakeSharedDomain(const TavNumRangeI* range);
   TavVarDomainI* getOrMakeSharedDomain(const TavIntRangeI* range);
 
+  /// The second source of values; inactive in a new environment.
   TavModelEvaluator getModelEvaluator() noexcept { return TavModelEvaluator(&_evaluator); }
+  ///@{
+  /// What encodes tuples; null unless one was set. It is passed on, neither used nor owned.
   TavTupleEncoderI* getTupleEncoder() const noexcept { return _tupleEncoder; }
   void setTupleEncoder(TavTupleEncoderI* encoder) noexcept { _tupleEncoder = encoder; }
+  ///@}
 
   /// Whether the object is one of this environment's live ones: for assertions.
   bool isLive(const TavExtractableI* object) const noexcept;
+  ///@{
   /// Cells that came through a term handle, remembered by debug builds of the library alone: noteTaken is false for one
   /// that an expression has taken already.
   bool noteTaken(const TavNumLinExprTermI* cell) { return _takenTerms.insert(cell).second; }
   bool noteLoose(const TavNumLinExprTermI* cell) { return _takenTerms.erase(cell) <= 1; }
+  ///@}
 
   /// Model objects alive in this environment.
   TavInt liveObjectCount() const noexcept { return _liveObjects; }
@@ -252,6 +268,7 @@ class TavEnvI {
 /// both environments for as long as the pass lives.
 class TavClonePass {
  public:
+  /// Starts a pass from `source` into `target`.
   TavClonePass(TavEnvI* source, TavEnvI* target);
   TavClonePass(const TavClonePass&) = delete;
   TavClonePass& operator=(const TavClonePass&) = delete;

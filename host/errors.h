@@ -14,10 +14,12 @@ class TavAlgorithmI;
 /// Base of the family: a fixed message, or none, and a code.
 class TavException : public std::exception {
  public:
+  /// `message` is a literal, or null: only the pointer is kept.
   explicit TavException(const char* message = nullptr, TavInt code = 0) noexcept : _message(message), _code(code) {}
 
   /// The message; null when the exception carries none.
   virtual const char* getMessage() const noexcept { return _message; }
+  /// The code that it was thrown with.
   TavInt getCode() const noexcept { return _code; }
   /// Writes the message, or the class's own sentence when there is none.
   virtual void print(std::ostream& os) const;
@@ -38,6 +40,7 @@ class TavException : public std::exception {
 /// Operands of two environments, wrong counts and other misuse.
 class TavWrongUsage : public TavException {
  public:
+  /// `message` is a literal: only the pointer is kept.
   explicit TavWrongUsage(const char* message, TavInt code = 0) noexcept : TavException(message, code) {}
 };
 
@@ -53,12 +56,14 @@ class TavEmptyHandleException : public TavException {
 /// An operation that a class does not provide.
 class TavNotImplemented : public TavException {
  public:
+  /// `message` is a literal: only the pointer is kept.
   explicit TavNotImplemented(const char* message) noexcept : TavException(message) {}
 };
 
 /// An operation that is forbidden on an object.
 class TavNotSupportedOperation : public TavException {
  public:
+  /// `message` is a literal: only the pointer is kept.
   explicit TavNotSupportedOperation(const char* message) noexcept : TavException(message) {}
 };
 
@@ -74,6 +79,7 @@ class TavBadConversion : public TavException {
 /// An array that is empty, or holds an empty element, where it must not.
 class TavArrayError : public TavException {
  public:
+  /// `message` is a literal: only the pointer is kept.
   explicit TavArrayError(const char* message) noexcept : TavException(message) {}
 };
 

@@ -20,8 +20,11 @@ class TavNumVarI;
 class TavExtractableVisitor {
  public:
   virtual ~TavExtractableVisitor() = default;
+  /// The sub-objects of `parent` follow.
   virtual void beginVisit(TavExtractableI* parent) = 0;
+  /// One sub-object; never null.
   virtual void visitChild(TavExtractableI* parent, TavExtractableI* child) = 0;
+  /// All sub-objects of `parent` have been shown.
   virtual void endVisit(TavExtractableI* parent) = 0;
 
   /// visitChild for every non-null element, in index order.
@@ -30,6 +33,7 @@ class TavExtractableVisitor {
 
 /// What a named object's name pointer leads to.
 struct TavNameRecord {
+  /// Null-terminated; it stands behind the record.
   const char* name;
 };
 
@@ -83,16 +87,21 @@ class TavExtractableI {
   /// Called on every live object before `removed` goes; for a batch once, with its first object: the environment
   /// answers which objects are removed. Default: nothing.
   virtual void atRemove(TavExtractableI* removed, void* data);
+  /// Shows the visitor each direct sub-object, in order, between beginVisit and endVisit.
   virtual void visitSubExtractables(TavExtractableVisitor* visitor) = 0;
   /// Whether the object is counted: end() then drops one reference. Default: false.
   virtual bool isRefCountedExpr() const;
   /// Default: removes the object from all others and from all algorithms and destroys it.
   virtual void end();
+  /// For modelling-language layers. Default: nothing.
   virtual void expandTo(TavModelI* model, const char* first, const char* second) const;
   /// Writes the object as text. Default: class name and identifier.
   virtual void display(std::ostream& os) const;
+  /// For algorithm layers, which call it when they add the object to an algorithm. Default: nothing.
   virtual void whenAddedToCP(TavAlgorithm algorithm, void* data) const;
+  /// The same when they remove the object from one. Default: nothing.
   virtual void whenRemovedFromCP(TavAlgorithm algorithm, void* data) const;
+  /// For modelling-language layers. Default: false.
   virtual bool hasNongroundType() const;
   /// Whether the value depends on decisions. Default: true.
   virtual bool isDecisionExpr() const;
@@ -112,8 +121,11 @@ class TavExtractableI {
 
 /// One cell of a linear sum, made and recycled by the environment, owned by the node whose list holds it.
 struct TavNumLinExprTermI {
+  /// The variable.
   TavNumVarI* var;
+  /// The next cell of the list, null at its end.
   TavNumLinExprTermI* next;
+  /// The coefficient; a whole number in an integer sum.
   double coef;
 };
 
@@ -125,11 +137,15 @@ class TavExtractable {
 
   TavExtractableI* getImpl() const noexcept { return _impl; }
   TavEnv getEnv() const noexcept { return TavEnv(_impl->getEnv()); }
+  /// As on TavExtractableI.
   TavInt getId() const noexcept { return _impl->getId(); }
+  /// As on TavExtractableI.
   const char* getName() const noexcept { return _impl->getName(); }
+  /// As on TavExtractableI.
   void setName(const char* name) const { _impl->setName(name); }
   /// The object's own end(); empties this handle. An empty handle is left alone.
   void end();
+  /// Whether both name the same object, or none.
   friend bool operator==(TavExtractable, TavExtractable) noexcept = default;
 
  protected:

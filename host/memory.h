@@ -18,16 +18,22 @@ class TavMemoryManagerObjectI;
 /// What stands at the start of a chunk (in plain allocation: of a block). `owner` is the memory that it belongs to; the
 /// links hold together what was had from the system in one piece.
 struct alignas(16) TavChunk {
+  /// The memory that the blocks belong to.
   TavMemory* owner;
+  /// The size of each block in bytes; in plain allocation that of the one block.
   std::size_t blockSize;
+  ///@{
+  /// The neighbours in the list of what was had from the system.
   TavChunk* next;
   TavChunk* previous;
+  ///@}
 };
 
 /// Blocks of one size: a free list over chunks that are filled upwards.
 class TavFixedSizeAllocatorI {
  public:
   TavFixedSizeAllocatorI() = default;
+  /// A pool of blocks of `blockSize` bytes, without a chunk yet.
   explicit TavFixedSizeAllocatorI(std::size_t blockSize) noexcept : _blockSize(blockSize) {}
 
   /// A block, recycled if there is one. Throws std::bad_alloc and is then unchanged.
@@ -44,6 +50,7 @@ class TavFixedSizeAllocatorI {
   }
   /// Blocks handed out and not yet taken back. Walks the free list: for tests and diagnosis.
   TavInt liveBlocks() const noexcept;
+  /// The size of each block in bytes.
   std::size_t blockSize() const noexcept { return _blockSize; }
 
  private:
@@ -73,6 +80,7 @@ class TavFixedSizeAllocatorI {
 /// The memory of one environment (or a separate one that takes its nodes). Freed whole with everything in it.
 class TavMemory {
  public:
+  /// An empty memory for the objects of `env`.
   explicit TavMemory(TavEnvI* env) noexcept;
   TavMemory(const TavMemory&) = delete;
   TavMemory& operator=(const TavMemory&) = delete;
@@ -152,6 +160,7 @@ class TavAllocationList {
 
   /// `bytes` bytes, aligned to 16; they live until reset() or the list's end. Throws std::bad_alloc.
   void* alloc(TavInt bytes);
+  /// Gives all bytes back; the list may be used again.
   void reset() noexcept;
 
  private:
@@ -169,6 +178,7 @@ class TavMemoryManagerObjectI {
   TavMemoryManagerObjectI& operator=(const TavMemoryManagerObjectI&) = delete;
 
   TavEnvI* getEnv() const noexcept { return _memory->getEnv(); }
+  /// The memory that the object lives in.
   TavGenAlloc* getMemory() const noexcept { return _memory; }
   /// Destroys the object and gives its memory back.
   virtual void end() { delete this; }
@@ -180,6 +190,7 @@ class TavMemoryManagerObjectI {
   }
 
  protected:
+  /// Enters the object into the list of what its memory ends.
   explicit TavMemoryManagerObjectI(TavGenAlloc* memory) noexcept;
   /// For objects made by the class's own operator new: they find their memory by their address.
   TavMemoryManagerObjectI() noexcept : TavMemoryManagerObjectI(TavMemory::of(this)) {}

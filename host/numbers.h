@@ -17,6 +17,7 @@ using TavAny = void*;
 
 /// The kind of a variable; handles re-export it as `TavNumVar::Type`. Every other value counts as `Bool`.
 struct TavNumVarKind {
+  /// The kinds: whole numbers, real numbers, 0 and 1.
   enum Type : std::int32_t { Int = 1, Float = 2, Bool = 3 };
 };
 
@@ -38,6 +39,7 @@ inline TavInt TavTrunc(double x) noexcept {
   return x < 0 ? std::numeric_limits<TavInt>::min() : 0;
 }
 
+///@{
 /// Sum, difference and product in 64 bits that wrap around instead of being undefined.
 inline TavInt TavWrapAdd(TavInt a, TavInt b) noexcept {
   return static_cast<TavInt>(static_cast<std::uint64_t>(a) + static_cast<std::uint64_t>(b));
@@ -46,12 +48,15 @@ inline TavInt TavWrapMul(TavInt a, TavInt b) noexcept {
   return static_cast<TavInt>(static_cast<std::uint64_t>(a) * static_cast<std::uint64_t>(b));
 }
 inline TavInt TavWrapNegate(TavInt a) noexcept { return TavWrapMul(a, -1); }
+///@}
 
-/// The numbers that operators and functions accept beside expressions.
+/// The whole numbers that operators and functions accept beside expressions.
 template <class T>
 concept TavIntegral = std::integral<T>;
+/// The real numbers among them.
 template <class T>
 concept TavFloating = std::floating_point<T>;
+/// Both.
 template <class T>
 concept TavNumber = TavIntegral<T> || TavFloating<T>;
 

@@ -127,8 +127,10 @@ class TavNumMinArrayI final : public TavExtremeArrayI<TavNumMinArrayI, TavNumExp
  public:
   using TavExtremeArrayI::TavExtremeArrayI;
   static constexpr const char* kTypeName = "TavNumMinArrayI";
+  /// What evaluating an empty array throws.
   static constexpr const char* kEmptyText = "Array of size 0 in evaluation of TavMin";
   static constexpr TavTexts kTexts{{"TavMin( ", "", ") "}, {"min( ", "", ")"}};  // kept: a blank behind "min("
+  /// Whether v takes the place of m.
   static bool replaces(double v, double m) { return m > v; }
   bool isInteger() const override { return TavAreIntegers(getExprs()); }
 };
@@ -138,8 +140,10 @@ class TavNumMaxArrayI final : public TavExtremeArrayI<TavNumMaxArrayI, TavNumExp
  public:
   using TavExtremeArrayI::TavExtremeArrayI;
   static constexpr const char* kTypeName = "TavNumMaxArrayI";
+  /// What evaluating an empty array throws.
   static constexpr const char* kEmptyText = "Array of size 0 in evaluation of TavMax";
   static constexpr TavTexts kTexts{{"TavMax( ", "", ") "}, {"max(", "", ")"}};
+  /// Whether v takes the place of m.
   static bool replaces(double v, double m) { return v > m; }
   bool isInteger() const override { return TavAreIntegers(getExprs()); }
 };
@@ -149,8 +153,10 @@ class TavIntMinArrayI final : public TavExtremeArrayI<TavIntMinArrayI, TavIntExp
  public:
   using TavExtremeArrayI::TavExtremeArrayI;
   static constexpr const char* kTypeName = "TavIntMinArrayI";
+  /// What evaluating an empty array throws.
   static constexpr const char* kEmptyText = TavNumMinArrayI::kEmptyText;
   static constexpr TavTexts kTexts{{"TavMin( ", "", ") "}, {"min(", "", ")"}};
+  /// Whether v takes the place of m.
   static bool replaces(double v, double m) { return m > v; }
 };
 
@@ -159,8 +165,10 @@ class TavIntMaxArrayI final : public TavExtremeArrayI<TavIntMaxArrayI, TavIntExp
  public:
   using TavExtremeArrayI::TavExtremeArrayI;
   static constexpr const char* kTypeName = "TavIntMaxArrayI";
+  /// What evaluating an empty array throws.
   static constexpr const char* kEmptyText = TavNumMaxArrayI::kEmptyText;
   static constexpr TavTexts kTexts{{"TavMax( ", "", ") "}, {"max(", "", ")"}};
+  /// Whether v takes the place of m.
   static bool replaces(double v, double m) { return v > m; }
 };
 

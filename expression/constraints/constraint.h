@@ -13,9 +13,11 @@ using TavConstraintHook = void (*)(TavAlgorithm, const TavExtractableI*, void*);
 class TavConstraintI : public TavNode<TavConstraintI, TavIntExprI> {
  public:
   static constexpr const char* kTypeName = "TavConstraintI";
+  ///@{
   /// Shared by constraints of every class.
   static inline TavConstraintHook _addToCP = nullptr;
   static inline TavConstraintHook _removeFromCP = nullptr;
+  ///@}
 
   TavConstraintI(TavEnvI* env, const char* name) : TavNode(env, name) {}
 
@@ -25,9 +27,11 @@ class TavConstraintI : public TavNode<TavConstraintI, TavIntExprI> {
   bool isRefCountedExpr() const override { return false; }
   void end() override { TavExtractableI::end(); }
   void release() override {}
+  ///@{
   /// Throw TavAlgorithm::ExtractFailure when their hook is not installed.
   void whenAddedToCP(TavAlgorithm algorithm, void* data) const override;
   void whenRemovedFromCP(TavAlgorithm algorithm, void* data) const override;
+  ///@}
 };
 
 /// A constraint that always holds or never does. Prints "TrueConstraint " or "FalseConstraint " in both syntaxes.
@@ -35,8 +39,10 @@ class TavConstConstraintI final : public TavNode<TavConstConstraintI, TavConstra
  public:
   static constexpr const char* kTypeName = "TavConstConstraintI";
 
+  /// `truth` is 0 for one that never holds.
   TavConstConstraintI(TavEnvI* env, const char* name, TavInt truth) : TavNode(env, name), _truth(truth) {}
 
+  /// Whether it always holds.
   virtual bool isTrue() const { return _truth != 0; }
   double eval(TavAlgorithm) const override { return isTrue() ? 1.0 : 0.0; }
   void visitSubExtractables(TavExtractableVisitor* visitor) override;

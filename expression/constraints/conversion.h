@@ -17,7 +17,9 @@ class TavConversionI final : public TavNode<TavConversionI, TavExtractableI> {
   TavConversionI(TavEnvI* env, TavNumVar var, TavNumVar::Type type, const char* name);
   ~TavConversionI() override { _vars.end(); }
 
+  /// The variables, some of which may occur more than once. The array is the conversion's own.
   TavNumVarArray getVars() const noexcept { return _vars; }
+  /// The type that they are to have.
   TavNumVar::Type getType() const noexcept { return _type; }
 
   /// Takes every occurrence of the variable out, last first, and reports each. A listener that throws stops neither:
@@ -48,6 +50,7 @@ class TavConversionRemoveVar final : public TavChangeRecord<TavConversionRemoveV
       : TavChangeRecord(conversion), _var(var), _conversion(conversion) {}
 
   TavNumVarI* getVar() const noexcept { return _var; }
+  /// The conversion that it has left.
   TavConversionI* getConversion() const noexcept { return _conversion; }
   void visitChange(TavEnvI* env, TavExtractableI* object, TavChangeVisitor* visitor) const override;
 

@@ -10,10 +10,14 @@
 class TavTupleIndexerI {
  public:
   virtual ~TavTupleIndexerI() = default;
+  /// Whether the map is indexed by a range.
   virtual bool hasRangeIndex() const = 0;
+  ///@{
+  /// The value as an array of this kind, which stays the indexer's.
   virtual TavIntArray getIntArray() const = 0;
   virtual TavNumArray getNumArray() const = 0;
   virtual TavAnyArray getAnyArray() const = 0;
+  ///@}
 };
 
 /// An expression over arbitrary objects. It is counted as a numeric expression is.
@@ -23,6 +27,7 @@ class TavAnyExprI : public TavNode<TavAnyExprI, TavExtractableI> {
 
   TavAnyExprI(TavEnvI* env, const char* name) : TavNode(env, name) {}
 
+  /// The references held by parents and by layers above.
   TavInt getRefCount() const noexcept { return _refCount; }
   /// Adds one reference.
   void retain() noexcept { ++_refCount; }
@@ -31,6 +36,7 @@ class TavAnyExprI : public TavNode<TavAnyExprI, TavExtractableI> {
   /// Drops one reference. At 0 or below the node goes, by removeFromAllAndDestroy or destroy.
   void end() override;
 
+  /// An expression that may be changed in place when this one is shared. Default: this one.
   virtual TavAnyExprI* copy() { return this; }
   /// end(), unless the environment is ending.
   virtual void release();
@@ -40,6 +46,7 @@ class TavAnyExprI : public TavNode<TavAnyExprI, TavExtractableI> {
   virtual TavTupleIndexerI* getIndexer() const = 0;
   /// The value under the algorithm.
   virtual TavAny evalAny(TavAlgorithm algorithm) const = 0;
+  /// The name of the map that it reads.
   virtual const char* getMapName() const = 0;
 
  private:

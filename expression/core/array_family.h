@@ -22,6 +22,7 @@ class TavArrayOperandsI : public TavNode<Self, Base> {
     _exprs.end();
   }
 
+  /// The operands. The array is the node's own.
   Array getExprs() const noexcept { return _exprs; }
   void visitSubExtractables(TavExtractableVisitor* visitor) override {
     visitor->beginVisit(this);
@@ -56,10 +57,12 @@ inline bool TavAreIntegers(TavNumExprArray exprs) {
 template <class Array>
 class TavArrayGuard {
  public:
+  /// Guards a fresh array.
   explicit TavArrayGuard(Array array) noexcept : _array(array) {}
   TavArrayGuard(const TavArrayGuard&) = delete;
   TavArrayGuard& operator=(const TavArrayGuard&) = delete;
   ~TavArrayGuard() { _array.end(); }
+  /// The array has an owner now: the guard lets go.
   void release() noexcept { _array = Array(); }
 
  private:

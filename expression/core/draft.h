@@ -10,10 +10,14 @@
 template <class Linear>
 class TavDraft {
  public:
+  /// A fresh node, which goes unless it is released.
   explicit TavDraft(TavNodeGuard<Linear> fresh) noexcept : _node(fresh.get()), _fresh(std::move(fresh)) {}
+  /// An operand that may be changed in place.
   explicit TavDraft(Linear* operand) noexcept : _node(operand) {}
 
+  /// The node.
   Linear* operator->() const noexcept { return _node; }
+  /// The node, which stays from now on.
   Linear* release() noexcept {
     if (_fresh) _fresh.release();
     return _node;

@@ -10,16 +10,22 @@
 
 /// What a node writes before, between and behind its operands.
 struct TavText {
+  /// Before the first operand.
   const char* open;
+  /// Between two operands.
   const char* middle;
+  /// Behind the last operand.
   const char* close;
 };
 
 /// A node's texts in the two syntaxes.
 struct TavTexts {
+  /// In the library's call syntax.
   TavText library;
+  /// In the plain syntax.
   TavText plain;
 
+  /// The text in the syntax that the environment has chosen.
   const TavText& in(const TavEnvI* env) const noexcept { return env->librarySyntaxDisplay ? library : plain; }
 };
 
@@ -27,11 +33,13 @@ struct TavTexts {
 template <class Self, class Base, class Operand = TavNumExprI>
 class TavUnaryI : public TavNode<Self, Base> {
  public:
+  /// A new node, which adds one reference to the operand.
   TavUnaryI(TavEnvI* env, Operand* operand) : TavNode<Self, Base>(env, nullptr), _operand(operand) {
     operand->retain();
   }
   ~TavUnaryI() override { this->getEnv()->release(_operand); }
 
+  /// The operand.
   Operand* getOperand() const noexcept { return _operand; }
   double eval(TavAlgorithm algorithm) const override { return Self::apply(_operand->eval(algorithm)); }
   void visitSubExtractables(TavExtractableVisitor* visitor) override {
@@ -57,13 +65,16 @@ class TavUnaryI : public TavNode<Self, Base> {
 template <class Self, class Base, class Constant, class Operand = TavNumExprI>
 class TavCstI : public TavNode<Self, Base> {
  public:
+  /// A new node, which adds one reference to the operand.
   TavCstI(TavEnvI* env, Operand* operand, Constant constant)
       : TavNode<Self, Base>(env, nullptr), _operand(operand), _constant(constant) {
     operand->retain();
   }
   ~TavCstI() override { this->getEnv()->release(_operand); }
 
+  /// The operand.
   Operand* getOperand() const noexcept { return _operand; }
+  /// The constant.
   Constant getConstant() const noexcept { return _constant; }
   double eval(TavAlgorithm algorithm) const override { return Self::apply(_operand->eval(algorithm), _constant); }
   void visitSubExtractables(TavExtractableVisitor* visitor) override {
@@ -104,6 +115,7 @@ class TavRecCstI : public TavCstI<Self, Base, Constant, Operand> {
 template <class Self, class Base, class Operand = TavNumExprI>
 class TavBinaryI : public TavNode<Self, Base> {
  public:
+  /// A new node, which adds one reference to each operand.
   TavBinaryI(TavEnvI* env, Operand* left, Operand* right)
       : TavNode<Self, Base>(env, nullptr), _left(left), _right(right) {
     left->retain();
@@ -114,7 +126,9 @@ class TavBinaryI : public TavNode<Self, Base> {
     this->getEnv()->release(_right);
   }
 
+  /// The first operand.
   Operand* getLeft() const noexcept { return _left; }
+  /// The second operand.
   Operand* getRight() const noexcept { return _right; }
   double eval(TavAlgorithm algorithm) const override {
     const double left = _left->eval(algorithm);

@@ -29,6 +29,7 @@ class TavIntLinTermI final
  public:
   static constexpr const char* kTypeName = "TavIntLinTermI";
 
+  /// A sum of this constant alone.
   TavIntLinTermI(TavEnvI* env, TavInt constant) : TavLinearI(env, constant) {}
   /// The term's cell as the one term.
   explicit TavIntLinTermI(TavIntLinExprTerm term);
@@ -43,6 +44,7 @@ class TavIntLinTermI final
   TavIntLinTermI* toIntLinTermI() override { return this; }
   /// A new node; parts are shared.
   TavIntExprI* intCopy() override { return copyLinear(); }
+  /// The copy as a linear node.
   TavIntLinTermI* copyLinear() const;
 };
 

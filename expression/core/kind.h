@@ -6,6 +6,7 @@
 
 #pragma GCC visibility push(default)
 
+/// What operators make of an operand.
 enum class TavKind { Variable, NumLinear, IntLinear, Other };
 
 /// One virtual call and a few compares; only subclasses of variables and other nodes take a second call.

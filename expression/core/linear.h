@@ -16,12 +16,17 @@
 template <class Self, class Base, class Constant, class Part, class RemoveVar>
 class TavLinearI : public TavNode<Self, Base> {
  public:
+  /// A sum of this constant alone.
   TavLinearI(TavEnvI* env, Constant constant) : TavNode<Self, Base>(env, nullptr), _constant(constant) {}
   ~TavLinearI() override { drop(); }
 
+  /// The first cell of the terms, null without terms.
   const TavNumLinExprTermI* getFirstTerm() const noexcept { return _terms.first; }
+  /// The first cell of the parts, null without parts.
   const TavPart* getFirstPart() const noexcept { return _parts.first; }
+  /// The constant.
   Constant getConstant() const noexcept { return _constant; }
+  /// Replaces the constant; reports nothing.
   void setConstant(Constant constant) noexcept { _constant = constant; }
   double getNumConstant() const override { return static_cast<double>(_constant); }
   /// No terms and no parts.
@@ -33,11 +38,12 @@ class TavLinearI : public TavNode<Self, Base> {
     _constant = 0;
     self()->termsChanged();
   }
-  /// Take a loose cell over.
+  /// Takes a loose cell over, behind the others.
   void append(TavNumLinExprTermI* cell) noexcept {
     _terms.append(cell);
     self()->termsChanged();
   }
+  /// Takes a loose cell over, before the others.
   void prepend(TavNumLinExprTermI* cell) noexcept {
     _terms.prepend(cell);
     self()->termsChanged();
@@ -60,13 +66,17 @@ class TavLinearI : public TavNode<Self, Base> {
   double eval(TavAlgorithm algorithm) const override;
   void visitSubExtractables(TavExtractableVisitor* visitor) override;
   TavExtractableI* makeClone(TavEnvI* target) const override;
+  /// Drops the terms and parts that are marked removed. With the environment's `oneByOneRemoval` it drops the first
+  /// term of `removed` instead when that is a variable, and reports it.
   void atRemove(TavExtractableI* removed, void* data) override;
   void display(std::ostream& os) const override;
   /// One term in the plain syntax; false when it writes nothing, the coefficient being 0.
   virtual bool displayTerm(std::ostream& os, TavNumLinExprTermI* term) const;
 
  protected:
+  /// This node as its own class.
   Self* self() noexcept { return static_cast<Self*>(this); }
+  /// The expression of a part.
   Part* partOf(const TavPart* part) const noexcept { return static_cast<Part*>(part->expr); }
   /// Fills this new node with the terms and parts of another one, whose class may differ.
   template <class Linear>
@@ -75,8 +85,11 @@ class TavLinearI : public TavNode<Self, Base> {
   template <class Make>
   void replaceParts(Make make);
 
+  /// The terms in their order.
   TavTermList _terms;
+  /// The constant.
   Constant _constant;
+  /// The parts in their order.
   TavPartList _parts;
 
  private:
@@ -94,6 +107,7 @@ class TavLinearI : public TavNode<Self, Base> {
 /// Marks the objects of an array removed for as long as it lives.
 class TavRemovalMarks {
  public:
+  /// Marks every element of `objects` in `env`.
   TavRemovalMarks(TavEnvI* env, TavExtractableArray objects);
   TavRemovalMarks(const TavRemovalMarks&) = delete;
   TavRemovalMarks& operator=(const TavRemovalMarks&) = delete;

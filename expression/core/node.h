@@ -19,18 +19,24 @@ class TavNode : public TavTyped<Self, Base> {
  public:
   using TavTyped<Self, Base>::TavTyped;
 
+  /// Makes an algorithm's object for an object of this class.
   static inline TavExtractHook _extractCP = nullptr;
+  /// Takes the algorithm's object back.
   static inline TavObjectHook _unextractCP = nullptr;
+  /// Brings the algorithm's object up to date.
   static inline TavObjectHook _modifyCP = nullptr;
 
+  /// What the class's `_extractCP` makes. Throws TavAlgorithm::ExtractFailure when it is not installed.
   void* extractToCP(TavAlgorithm algorithm) const override {
     if (!_extractCP) throw TavAlgorithm::ExtractFailure(nullptr, 0);
     return _extractCP(algorithm, this);
   }
+  /// Calls the class's `_unextractCP`. Throws TavAlgorithm::RemoveFailure when it is not installed.
   void unextractFromCP(TavAlgorithm algorithm, void* object) const override {
     if (!_unextractCP) throw TavAlgorithm::RemoveFailure(nullptr, 0);
     _unextractCP(algorithm, this, object);
   }
+  /// Calls the class's `_modifyCP`. Throws TavAlgorithm::RemoveFailure when it is not installed.
   void modifyCP(TavAlgorithm algorithm, void* object) const override {
     if (!_modifyCP) throw TavAlgorithm::RemoveFailure(nullptr, 0);  // kept: not a failure of its own
     _modifyCP(algorithm, this, object);
@@ -43,8 +49,10 @@ class TavChangeRecord : public TavTyped<Self, TavChange> {
  public:
   using TavTyped<Self, TavChange>::TavTyped;
 
+  /// Brings a change of this class to an algorithm.
   static inline TavApplyHook _applyCP = nullptr;
 
+  /// Calls the class's `_applyCP`. Throws TavAlgorithm::CannotChangeException when it is not installed.
   void applyToCP(TavAlgorithm algorithm, void* data) const override {
     if (!_applyCP) throw TavAlgorithm::CannotChangeException(algorithm.getImpl());
     _applyCP(algorithm, this, data);

@@ -14,6 +14,7 @@ class TavNumExprI : public TavNode<TavNumExprI, TavExtractableI> {
 
   TavNumExprI(TavEnvI* env, const char* name) : TavNode(env, name) {}
 
+  /// The references held by parents and counted handles.
   TavInt getRefCount() const noexcept { return _refCount; }
   /// Adds one reference.
   void retain() noexcept { ++_refCount; }
@@ -35,6 +36,7 @@ class TavNumExprI : public TavNode<TavNumExprI, TavExtractableI> {
   virtual bool isInteger() const { return false; }
   /// The value under the algorithm.
   virtual double eval(TavAlgorithm algorithm) const = 0;
+  /// The constant of a linear sum; 0 for every other expression.
   virtual double getNumConstant() const { return 0.0; }
 
  private:

@@ -45,14 +45,17 @@ class TavNumLinTermI final
  public:
   static constexpr const char* kTypeName = "TavNumLinTermI";
 
+  /// A sum of this constant alone.
   TavNumLinTermI(TavEnvI* env, double constant) : TavLinearI(env, constant) {}
   /// The term's cell as the one term.
   explicit TavNumLinTermI(TavNumLinExprTerm term);
   explicit TavNumLinTermI(TavIntLinExprTerm term);
 
+  ///@{
   /// Multiply or divide coefficients, constant and every part by d; no value of d is special.
   void multiply(double d);
   void divide(double d);
+  ///@}
   /// Adds the coefficients of each variable up in its last term and drops the terms that come to exactly 0; O(n). The
   /// others keep their order. Returns the number of terms merged; dropped zeros do not count.
   TavInt normalize();
@@ -65,6 +68,7 @@ class TavNumLinTermI final
   /// (TavNumLinTermAddVar). An absent variable that is listed twice is appended twice. The old coefficients go to
   /// `previous` unless it is empty.
   void setCoef(TavNumVarArray variables, TavNumArray coefs, TavNumArray previous);
+  /// Whether normalize() has run since a cell was added last.
   bool isNormalized() const noexcept { return _normalized; }
   /// Whether the value is linear in the decisions: true without parts, or when every part is a parameter.
   bool isLinear() const;
@@ -75,6 +79,7 @@ class TavNumLinTermI final
   TavNumLinTermI* toNumLinTermI() override { return this; }
   /// A new node; parts are shared.
   TavNumExprI* copy() override { return copyLinear(); }
+  /// The copy as a linear node.
   TavNumLinTermI* copyLinear() const;
 
  private:

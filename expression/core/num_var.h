@@ -37,16 +37,27 @@ class TavNumVarI : public TavNode<TavNumVarI, TavIntExprI> {
   /// The shared domain for column-wise and bulk creation: an upper Boolean bound of 0.5 is 0.
   static TavVarDomainI* domainByType(TavEnvI* env, Type type, double lb, double ub);
 
+  /// The domain, or null.
   TavVarDomainI* getDomain() const noexcept { return _domain; }
+  /// The domain's kind; Float without a domain.
   Type getType() const { return _domain ? _domain->getType() : TavNumVar::Float; }
+  /// Whether the domain is a list of values.
   bool isEnumerated() const { return _domain && _domain->isEnumerated(); }
+  ///@{
+  /// The domain's bounds; 0 and infinity without a domain.
   double getLB() const { return _domain ? _domain->getLB() : 0.0; }
   double getUB() const { return _domain ? _domain->getUB() : TavGetInfinity(); }
+  ///@}
+  ///@{
+  /// The list of values, which is the domain's own; an empty handle where there is none of this kind.
   TavNumArray getNumValues() const { return _domain ? _domain->getNumValues() : TavNumArray(); }
   TavIntArray getIntValues() const { return _domain ? _domain->getIntValues() : TavIntArray(); }
+  ///@}
+  ///@{
   /// Scratch of the linear nodes, used under the environment's markLock.
   TavNumLinExprTermI* getMark() const noexcept { return _mark; }
   void setMark(TavNumLinExprTermI* cell) noexcept { _mark = cell; }
+  ///@}
 
   /// A new private domain of the current type. The old domain is neither ended nor is anything reported.
   void makeDomain(double lb, double ub);
@@ -66,11 +77,13 @@ class TavNumVarI : public TavNode<TavNumVarI, TavIntExprI> {
   void end() override { TavExtractableI::end(); }
   void release() override {}
 
+  ///@{
   /// Change a private copy of a shared domain and report both bounds. A variable without a domain gets a shared one of
   /// real numbers and is continuous from then on.
   virtual void setLB(double lb);
   virtual void setUB(double ub);
   virtual void setBounds(double lb, double ub);
+  ///@}
 
  private:
   void copyOnWrite();
@@ -89,8 +102,11 @@ class TavSetNumVarBounds final : public TavChangeRecord<TavSetNumVarBounds> {
   TavSetNumVarBounds(TavNumVarI* var, double lb, double ub) : TavChangeRecord(var), _var(var), _lb(lb), _ub(ub) {}
 
   TavNumVarI* getVar() const noexcept { return _var; }
+  ///@{
+  /// The bounds as they stand now.
   double getLB() const noexcept { return _lb; }
   double getUB() const noexcept { return _ub; }
+  ///@}
 
  private:
   TavNumVarI* _var;
@@ -105,9 +121,13 @@ class TavSetNumVarArrayBounds final : public TavChangeRecord<TavSetNumVarArrayBo
   TavSetNumVarArrayBounds(TavArrayI* vars, TavArrayI* lbs, TavArrayI* ubs)
       : TavChangeRecord(vars), _vars(vars), _lbs(lbs), _ubs(ubs) {}
 
+  /// The variables.
   TavNumVarArray getVars() const noexcept { return TavNumVarArray(_vars); }
+  ///@{
+  /// Their new bounds, one for each.
   TavNumArray getLBs() const noexcept { return TavNumArray(_lbs); }
   TavNumArray getUBs() const noexcept { return TavNumArray(_ubs); }
+  ///@}
 
  private:
   TavArrayI* _vars;
@@ -124,8 +144,11 @@ class TavSetNumVarPossibleValues final : public TavChangeRecord<TavSetNumVarPoss
       : TavChangeRecord(var), _var(var), _numValues(numValues), _intValues(intValues) {}
 
   TavNumVarI* getVar() const noexcept { return _var; }
+  ///@{
+  /// The new list, or an empty handle when it is of the other kind.
   TavNumArray getNumValues() const noexcept { return TavNumArray(_numValues); }
   TavIntArray getIntValues() const noexcept { return TavIntArray(_intValues); }
+  ///@}
 
  private:
   TavNumVarI* _var;

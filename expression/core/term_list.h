@@ -10,7 +10,9 @@
 
 /// One part of a linear node: an expression that is a summand as it is, held with one reference.
 struct TavPart {
+  /// The summand.
   TavNumExprI* expr;
+  /// The next part, null at the list's end.
   TavPart* next;
 };
 static_assert(sizeof(TavPart) == 16 && sizeof(TavNumLinExprTermI) == 24);
@@ -18,13 +20,17 @@ static_assert(sizeof(TavPart) == 16 && sizeof(TavNumLinExprTermI) == 24);
 /// A singly linked list with a tail pointer. A null tail means "empty" to whoever adds a cell.
 template <class Cell>
 struct TavCellList {
+  /// The first cell; null without cells.
   Cell* first = nullptr;
+  /// The last cell; null without cells, and after a sweep that dropped the last one.
   Cell* last = nullptr;
 
+  /// Links a loose cell in behind the last one.
   void append(Cell* cell) noexcept {
     (last ? last->next : first) = cell;
     last = cell;
   }
+  /// Links a loose cell in before the first one.
   void prepend(Cell* cell) noexcept {
     // kept: a sweep may have left the tail null with cells before it; they are lost here
     cell->next = last ? first : nullptr;
@@ -47,18 +53,22 @@ struct TavCellList {
   }
 };
 
+/// The terms of a sum.
 using TavTermList = TavCellList<TavNumLinExprTermI>;
+/// The parts of a sum.
 using TavPartList = TavCellList<TavPart>;
 
 /// A loose cell that goes back to the environment unless it is taken.
 class TavLooseTerm {
  public:
+  /// A new cell of the environment. Throws std::bad_alloc.
   TavLooseTerm(TavEnvI* env, TavNumVarI* var, double coef) : _env(env), _cell(env->newTerm(var, coef)) {}
   TavLooseTerm(const TavLooseTerm&) = delete;
   TavLooseTerm& operator=(const TavLooseTerm&) = delete;
   ~TavLooseTerm() {
     if (_cell) _env->recycleTerm(_cell);
   }
+  /// The cell, which the caller links into a list.
   TavNumLinExprTermI* take() noexcept { return std::exchange(_cell, nullptr); }
 
  private:
@@ -69,6 +79,7 @@ class TavLooseTerm {
 /// A part in no list, which goes unless it is taken. Its reference is added when a list takes it.
 class TavLoosePart {
  public:
+  /// A new part, without a reference yet. Throws std::bad_alloc.
   TavLoosePart(TavEnvI* env, TavNumExprI* expr)
       : _part(new (env->getMemory()->alloc(sizeof(TavPart))) TavPart{expr, nullptr}) {}
   TavLoosePart(const TavLoosePart&) = delete;
@@ -76,6 +87,7 @@ class TavLoosePart {
   ~TavLoosePart() {
     if (_part) _part->expr->getEnv()->getMemory()->dealloc(_part, sizeof *_part);
   }
+  /// The part, which the caller hands to a list.
   TavPart* take() noexcept { return std::exchange(_part, nullptr); }
 
  private:
@@ -84,8 +96,10 @@ class TavLoosePart {
 
 /// Ends a new node unless it is released: for nodes that are filled step by step.
 struct TavNodeEnder {
+  /// Ends the node.
   void operator()(TavNumExprI* node) const { node->end(); }
 };
+/// A node under guard.
 template <class Node>
 using TavNodeGuard = std::unique_ptr<Node, TavNodeEnder>;
 

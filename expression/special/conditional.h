@@ -12,6 +12,7 @@
 template <class Self, class Base, class Constant>
 class TavConditionalI : public TavNode<Self, Base> {
  public:
+  /// A new node, which adds one reference to the condition and to each branch.
   TavConditionalI(TavEnvI* env, TavNumExprI* condition, Base* thenExpr, Base* elseExpr, Constant thenConstant,
                   Constant elseConstant)
       : TavNode<Self, Base>(env, nullptr),
@@ -30,10 +31,15 @@ class TavConditionalI : public TavNode<Self, Base> {
     if (_else) this->getEnv()->release(_else);
   }
 
+  /// The condition.
   TavNumExprI* getCondition() const noexcept { return _condition; }
+  /// The branch for a condition of 1, or null.
   Base* getThen() const noexcept { return _then; }
+  /// The branch for any other condition, or null.
   Base* getElse() const noexcept { return _else; }
+  /// What stands for a missing then branch.
   Constant getThenConstant() const noexcept { return _thenConstant; }
+  /// What stands for a missing else branch.
   Constant getElseConstant() const noexcept { return _elseConstant; }
 
   /// Anything but exactly 1 takes the else branch; the other branch is not evaluated.

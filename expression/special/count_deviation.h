@@ -11,8 +11,10 @@ class TavCountI final : public TavArrayOperandsI<TavCountI, TavIntExprI, TavIntE
  public:
   static constexpr const char* kTypeName = "TavCountI";
 
+  /// Takes over a fresh array that nobody else names.
   TavCountI(TavEnvI* env, TavIntExprArray exprs, TavInt value) : TavArrayOperandsI(env, exprs), _value(value) {}
 
+  /// The value that is counted.
   TavInt getValue() const noexcept { return _value; }
   double eval(TavAlgorithm algorithm) const override;
   TavExtractableI* makeClone(TavEnvI* target) const override;
@@ -27,11 +29,15 @@ class TavStandardDeviationI final : public TavArrayOperandsI<TavStandardDeviatio
  public:
   static constexpr const char* kTypeName = "TavStandardDeviationI";
 
+  /// Takes over a fresh array that nobody else names.
   TavStandardDeviationI(TavEnvI* env, TavIntExprArray exprs, double lowerBound, double upperBound)
       : TavArrayOperandsI(env, exprs), _lowerBound(lowerBound), _upperBound(upperBound) {}
 
+  ///@{
+  /// The bounds, which no evaluation looks at.
   double getLowerBound() const noexcept { return _lowerBound; }
   double getUpperBound() const noexcept { return _upperBound; }
+  ///@}
   double eval(TavAlgorithm algorithm) const override;
   TavExtractableI* makeClone(TavEnvI* target) const override;
   void display(std::ostream& os) const override;

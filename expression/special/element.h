@@ -20,7 +20,9 @@ class TavElementI : public TavNode<Self, Base> {
     index->retain();
   }
 
+  /// The index.
   TavIntExprI* getIndex() const noexcept { return _index; }
+  /// The array, which is the node's own.
   Array getArray() const noexcept { return _array; }
   void display(std::ostream& os) const override {
     const TavText& text = Self::kTexts.in(this->getEnv());
@@ -80,6 +82,7 @@ class TavConstElementI : public TavElementI<Self, Base, Array> {
 template <class Self, class Base, class Array>
 class TavExprElementI : public TavElementI<Self, Base, Array> {
  public:
+  /// Takes over a fresh array that nobody else names, and adds one reference to each element.
   TavExprElementI(TavEnvI* env, TavIntExprI* index, Array array) : TavElementI<Self, Base, Array>(env, index, array) {
     array.lockExprs();
   }

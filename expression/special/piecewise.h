@@ -11,9 +11,11 @@
 class TavExprPiecewiseLinearI final : public TavNode<TavExprPiecewiseLinearI, TavNumExprI> {
  public:
   static constexpr const char* kTypeName = "TavExprPiecewiseLinearI";
+  ///@{
   /// The values of `form`.
   static constexpr TavInt kByValues = 0;
   static constexpr TavInt kBySlopes = 1;
+  ///@}
 
   /// By slopes: slopes[k] applies left of breakpoints[k], the last one right of all. Between equal breakpoints the
   /// slope is the height of a jump.
@@ -29,8 +31,11 @@ class TavExprPiecewiseLinearI final : public TavNode<TavExprPiecewiseLinearI, Ta
 
   /// The expression, or null.
   TavNumExprI* getOperand() const noexcept { return _operand; }
+  /// kByValues or kBySlopes.
   TavInt getForm() const noexcept { return _form; }
+  /// The breakpoints. The array is the node's own.
   TavNumArray getBreakpoints() const noexcept { return _breakpoints; }
+  /// The slopes, or the values at the breakpoints. The array is the node's own.
   TavNumArray getSlopesOrValues() const noexcept { return _slopesOrValues; }
   /// The anchor, or the slope before the first breakpoint.
   double getFirstNumber() const noexcept { return _first; }
@@ -65,16 +70,20 @@ class TavExprPiecewiseLinearI final : public TavNode<TavExprPiecewiseLinearI, Ta
 class TavMonotonicNumExprI final : public TavNode<TavMonotonicNumExprI, TavNumExprI> {
  public:
   static constexpr const char* kTypeName = "TavMonotonicNumExprI";
+  /// A client's function.
   using Function = double (*)(double);
 
   /// `decreasing` is 1 or 0.
   TavMonotonicNumExprI(TavEnvI* env, TavNumExprI* operand, Function function, Function second, TavInt decreasing);
   ~TavMonotonicNumExprI() override { getEnv()->release(_operand); }
 
+  /// The operand.
   TavNumExprI* getOperand() const noexcept { return _operand; }
+  /// The function that is evaluated.
   Function getFunction() const noexcept { return _function; }
   /// Carried along for algorithms.
   Function getSecondFunction() const noexcept { return _second; }
+  /// Whether it was declared decreasing.
   bool isDecreasing() const noexcept { return _decreasing != 0; }
 
   double eval(TavAlgorithm algorithm) const override { return _function(_operand->eval(algorithm)); }

@@ -11,6 +11,7 @@
 /// parameter.
 class TavSubMapNode {
  public:
+  /// What the map is indexed with.
   virtual TavIntExprI* getIndexer() const = 0;
 
  protected:
@@ -22,15 +23,19 @@ class TavTupleSubMapExprI : public TavNode<TavTupleSubMapExprI, TavAnyExprI> {
  public:
   static constexpr const char* kTypeName = "TavTupleSubMapExprI";
 
+  /// A new unnamed node in `env`.
   explicit TavTupleSubMapExprI(TavEnvI* env) : TavNode(env, nullptr) {}
 
   /// The environment's.
   TavTupleEncoderI* getEncoder() const override { return getEnv()->getTupleEncoder(); }
+  /// Whether the map is indexed by a range.
   virtual bool hasRangeIndex() const { return getIndexer()->hasRangeIndex(); }
+  ///@{
   /// Copies of the indexer's arrays, each in its array's memory; the caller ends them.
   virtual TavIntArray getIndexerIntArray() const;
   virtual TavNumArray getIndexerNumArray() const;
   virtual TavAnyArray getIndexerAnyArray() const;
+  ///@}
 };
 
 #pragma GCC visibility pop

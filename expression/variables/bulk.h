@@ -43,6 +43,7 @@ class TavDomainCache {
   /// Boolean bounds are truncated first: see TavNumVarI::domainByType.
   TavDomainCache(TavEnv env, TavNumVar::Type type) : _env(env.getImpl()), _type(type) {}
 
+  /// The shared domain of these bounds.
   TavVarDomainI* find(double lb, double ub) {
     if (!_domain || lb != _lb || ub != _ub) {  // a not-a-number is looked up each time
       _domain = TavNumVarI::domainByType(_env, _type, lb, ub);

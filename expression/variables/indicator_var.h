@@ -15,6 +15,7 @@ class TavConstraintIndVarI final : public TavNode<TavConstraintIndVarI, TavNumVa
   TavConstraintIndVarI(TavEnvI* env, TavConstraintI* constraint)
       : TavNode(env, TavNumVar::Int, 0.0, 1.0, nullptr), _constraint(TavImplCast<TavIntExprI>(constraint)) {}
 
+  /// The constraint whose truth it stands for.
   TavConstraintI* getConstraint() const noexcept { return TavImplCast<TavConstraintI>(_constraint); }
 
   void visitSubExtractables(TavExtractableVisitor* visitor) override;

@@ -19,6 +19,7 @@ class TavSemiContVarI final : public TavNode<TavSemiContVarI, TavNumVarI> {
   TavSemiContVarI(TavEnvI* env, Type type, double lb, double ub, double threshold, const char* name)
       : TavNode(env, type, lb, ub, name), _threshold(threshold) {}
 
+  /// The threshold.
   double getThreshold() const noexcept { return _threshold; }
   /// Stores and reports a new threshold. Says nothing about an equal one; a not-a-number is always new.
   void setBd(double threshold);
@@ -39,8 +40,11 @@ class TavSetSemiContBound final : public TavChangeRecord<TavSetSemiContBound> {
   TavSetSemiContBound(TavSemiContVarI* var, double oldThreshold, double newThreshold)
       : TavChangeRecord(var), _var(var), _oldThreshold(oldThreshold), _newThreshold(newThreshold) {}
 
+  /// The variable concerned.
   TavSemiContVarI* getVar() const noexcept { return _var; }
+  /// The threshold before.
   double getOldThreshold() const noexcept { return _oldThreshold; }
+  /// The threshold as it stands now.
   double getNewThreshold() const noexcept { return _newThreshold; }
 
  private:

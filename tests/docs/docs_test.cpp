@@ -131,10 +131,21 @@ TEST(Docs, PagesQuoteWhatIsCompiled) {
   EXPECT_NE(page.find("```cpp\n" + classText + "```"), std::string::npos);
 }
 
+TEST(Docs, EveryExampleIsOnTheExamplesPage) {
+  const fs::path examples = root() / "examples";
+  const std::string page = contentOf(root() / "docs/doxygen/examples.md");
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(examples)) {
+    if (entry.path().extension() != ".cpp" || contentOf(entry.path()).find("\nint main(") == std::string::npos)
+      continue;
+    const std::string name = fs::relative(entry.path(), examples).generic_string();
+    EXPECT_NE(page.find("\\include " + name + "\n"), std::string::npos) << name;
+  }
+}
+
 TEST(Docs, LinksLeadToFiles) {
   static const std::regex link("\\]\\(([^)#:]+)\\)");
-  for (const char* name :
-       {"README.md", "docs/architecture.md", "docs/memory.md", "docs/nodes.md", "docs/add_a_node.md"}) {
+  for (const char* name : {"README.md", "docs/architecture.md", "docs/memory.md", "docs/nodes.md", "docs/add_a_node.md",
+                           "docs/doxygen/mainpage.md", "docs/doxygen/examples.md"}) {
     const fs::path page = root() / name;
     const std::string text = contentOf(page);
     for (std::sregex_iterator i(text.begin(), text.end(), link), end; i != end; ++i) {

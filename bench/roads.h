@@ -232,21 +232,10 @@ struct RowsCold : NewWorld<World, kColumns> {
 };
 
 template <class World>
-struct RowsEnd : Rows<World> {
-  using Rows<World>::Rows;
-  void prepare() { this->fill(); }
-  void run() { this->end(this->rows); }
-};
-
-/// The rows stay, empty.
-template <class World>
 struct RowsClear : Rows<World> {
   using Rows<World>::Rows;
   void prepare() { this->fill(); }
-  void run() {
-    for (auto& row : this->rows) this->world.clear(row);
-  }
-  void finish() { this->end(this->rows); }
+  void run() { this->end(this->rows); }
 };
 
 template <class World>
@@ -517,12 +506,11 @@ void enterRoads() {
     enterRoad<BuildWarm, Library, Other>("buildWarm", sizes);
     enterRoad<BuildCold, Library, Other>("buildCold", sizes);
     enterRoad<Clear, Library, Other>("clear", sizes);
-    enterRoad<RowsClear, Library, Other>("rowsClear", sizes);
   }
   if constexpr (requires(Other world) { world.newSum(); }) {
     enterRoad<RowsWarm, Library, Other>("rowsWarm", sizes);
     enterRoad<RowsCold, Library, Other>("rowsCold", sizes);
-    enterRoad<RowsEnd, Library, Other>("rowsEnd", sizes);
+    enterRoad<RowsClear, Library, Other>("rowsClear", sizes);
     if constexpr (requires(Other world, Sum sum) { world.walk(sum); }) {
       enterRoad<RowsWalk, Library, Other>("rowsWalk", sizes);
     }

@@ -1,8 +1,13 @@
-# Installs library, headers and the package that find_package(tavexpression CONFIG) finds.
+# Installs library and headers, the package that find_package(tavexpression CONFIG) finds and the file that pkg-config
+# reads; cpack makes Debian packages of them.
 include(CMakePackageConfigHelpers)
 
 set(tav_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/tavexpression)
-install(TARGETS tavexpression EXPORT tavexpressionTargets)
+set(tav_pc_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+# `dev` is what a compiler needs, `runtime` what programs need that were linked to the shared library.
+install(TARGETS tavexpression EXPORT tavexpressionTargets COMPONENT dev
+        LIBRARY COMPONENT runtime NAMELINK_COMPONENT dev)
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME dev)
 install(DIRECTORY host expression DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tavexpression
         FILES_MATCHING PATTERN "*.h" PATTERN "*.inc")
 install(EXPORT tavexpressionTargets NAMESPACE tavexpression:: DESTINATION ${tav_package_dir})
@@ -13,3 +18,16 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/tavexpressionConfigVersio
                                  COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/tavexpressionConfig.cmake ${PROJECT_BINARY_DIR}/tavexpressionConfigVersion.cmake
         DESTINATION ${tav_package_dir})
+
+# Paths are told from the place of the file itself, so that an installed tree can be moved.
+file(RELATIVE_PATH tav_prefix_from_pc /${tav_pc_dir} /)
+string(REGEX REPLACE "/$" "" tav_prefix_from_pc ${tav_prefix_from_pc})
+if(TAV_PLAIN_ALLOC)
+  set(tav_pc_definitions " -DTAV_PLAIN_ALLOC")
+endif()
+configure_file(cmake/tavexpression.pc.in ${PROJECT_BINARY_DIR}/tavexpression.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/tavexpression.pc DESTINATION ${tav_pc_dir})
+
+if(PROJECT_IS_TOP_LEVEL)
+  include(cmake/TavPackage.cmake)
+endif()

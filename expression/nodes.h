@@ -27,3 +27,17 @@
 #include "expression/tavexpression.h"
 #include "expression/variables/indicator_var.h"
 #include "expression/variables/semicont_var.h"
+
+// Tokens, index slots and hooks of the library's classes stand in the library alone. All shared objects of a program
+// then have the same ones, in whatever order and by whatever flags they were loaded.
+/// A class of nodes; undefined again below.
+#define TAV_NODE(Self, Base)                  \
+  extern template class TavTyped<Self, Base>; \
+  extern template class TavNode<Self, Base>;
+/// A class of change records; undefined again below.
+#define TAV_CHANGE(Self)                           \
+  extern template class TavTyped<Self, TavChange>; \
+  extern template class TavChangeRecord<Self>;
+#include "expression/classes.inc"
+#undef TAV_NODE
+#undef TAV_CHANGE

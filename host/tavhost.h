@@ -13,3 +13,4 @@
 #include "host/identity.h"
 #include "host/memory.h"
 #include "host/numbers.h"
+#include "host/version.h"

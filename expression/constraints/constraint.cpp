@@ -6,6 +6,9 @@
 
 static_assert(sizeof(TavConstConstraintI) == 48);
 
+TavConstraintHook TavConstraintI::_addToCP = nullptr;
+TavConstraintHook TavConstraintI::_removeFromCP = nullptr;
+
 double TavConstraintI::eval(TavAlgorithm algorithm) const {
   const TavIntExprArg self(const_cast<TavConstraintI*>(this));
   const TavModelEvaluator evaluator = getEnv()->getModelEvaluator();

@@ -15,8 +15,8 @@ class TavConstraintI : public TavNode<TavConstraintI, TavIntExprI> {
   static constexpr const char* kTypeName = "TavConstraintI";
   ///@{
   /// Shared by constraints of every class.
-  static inline TavConstraintHook _addToCP = nullptr;
-  static inline TavConstraintHook _removeFromCP = nullptr;
+  static TavConstraintHook _addToCP;
+  static TavConstraintHook _removeFromCP;
   ///@}
 
   TavConstraintI(TavEnvI* env, const char* name) : TavNode(env, name) {}

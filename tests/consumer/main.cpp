@@ -35,6 +35,7 @@ int main() {
   expect(text.str() == "x  + 2 * y  + 3 ", "the text of a sum");
   expect(sum.eval(&values) == 9.0, "the value of a sum");
   expect(sum.getImpl()->isType(TavNumLinTermI::GetTypeInfo()), "the class of its node");
+  expect(TavGetVersion() == TAV_VERSION && TAV_VERSION == WANTED, "the version");
   env.end();
   return faults;
 }

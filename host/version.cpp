@@ -1,0 +1,3 @@
+#include "host/version.h"
+
+int TavGetVersion() noexcept { return TAV_VERSION; }

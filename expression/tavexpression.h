@@ -38,6 +38,23 @@ class TavNumVarArray;
 class TavNumVarI;
 class TavSemiContVarI;
 
+/// Why an operation is refused, told by the first line of the compiler's error: g++ prints the result type of a deleted
+/// function, clang the sentence of its attribute. For overload resolution and concepts both are refusals alike. (Clang
+/// asks no such attribute of a constructor.)
+namespace tavrefused {
+struct an_integer_expression_takes_integers_only;
+struct an_integer_expression_is_not_divided_in_place;
+struct the_bounds_of_an_integer_variable_are_integers;
+struct a_quotient_by_TavDiv_has_integer_operands;
+struct a_remainder_has_integer_operands;
+}  // namespace tavrefused
+#ifdef __clang__
+#define TAV_REFUSED(reason) __attribute__((diagnose_if(true, #reason, "error")))
+#else
+/// Ends the declaration of a function that nobody may call.
+#define TAV_REFUSED(reason) = delete
+#endif
+
 /// Every node class derives from exactly one base, so that a node and each of its bases have the same address. Handles
 /// rely on it to name a node by any of its classes without the classes' definitions.
 template <class To, class From>
@@ -187,7 +204,7 @@ class TavIntVar : public TavIntExprArg {
   /// The same variable. Throws TavBadConversion when its type is Float.
   explicit TavIntVar(TavNumVar variable);
   /// Bounds are whole: give them as integers.
-  template <class L, class U>
+  template <class L, class U, class Because = tavrefused::the_bounds_of_an_integer_variable_are_integers>
   requires(TavFloating<L> || TavFloating<U>) TavIntVar(TavEnv env, L lb, U ub, const char* name = nullptr)
   = delete;
 
@@ -488,15 +505,25 @@ class TavIntExpr : public TavNumExpr {
   TavIntExpr& operator-=(TavInt constant);
   TavIntExpr& operator*=(TavInt factor);
   ///@}
-  /// An integer expression takes whole numbers, and division would leave the integers.
+  ///@{
+  /// An integer expression takes integers, and division would leave them.
+  tavrefused::an_integer_expression_takes_integers_only operator+=(TavNumExprArg arg)
+      TAV_REFUSED(an_integer_expression_takes_integers_only);
+  tavrefused::an_integer_expression_takes_integers_only operator-=(TavNumExprArg arg)
+      TAV_REFUSED(an_integer_expression_takes_integers_only);
   template <TavFloating F>
-  TavIntExpr& operator+=(F constant) = delete;
+  tavrefused::an_integer_expression_takes_integers_only operator+=(F constant)
+      TAV_REFUSED(an_integer_expression_takes_integers_only);
   template <TavFloating F>
-  TavIntExpr& operator-=(F constant) = delete;
+  tavrefused::an_integer_expression_takes_integers_only operator-=(F constant)
+      TAV_REFUSED(an_integer_expression_takes_integers_only);
   template <TavFloating F>
-  TavIntExpr& operator*=(F factor) = delete;
+  tavrefused::an_integer_expression_takes_integers_only operator*=(F factor)
+      TAV_REFUSED(an_integer_expression_takes_integers_only);
   template <class D>
-  TavIntExpr& operator/=(D divisor) = delete;
+  tavrefused::an_integer_expression_is_not_divided_in_place operator/=(D divisor)
+      TAV_REFUSED(an_integer_expression_is_not_divided_in_place);
+  ///@}
 };
 
 /// Whether x has no fractional part; false for infinities and not-a-numbers.
@@ -748,10 +775,14 @@ template <TavIntegral K>
 TavIntExprArg TavDiv(K k, TavIntExprArg e) {
   return tavdetail::div(static_cast<TavInt>(k), e);
 }
-template <TavFloating F>
-TavIntExprArg TavDiv(TavIntExprArg e, F d) = delete;
-template <TavFloating F>
-TavIntExprArg TavDiv(F d, TavIntExprArg e) = delete;
+tavrefused::a_quotient_by_TavDiv_has_integer_operands TavDiv(TavNumExprArg a, TavNumExprArg b)
+    TAV_REFUSED(a_quotient_by_TavDiv_has_integer_operands);
+template <TavNumber N>
+tavrefused::a_quotient_by_TavDiv_has_integer_operands TavDiv(TavNumExprArg e, N d)
+    TAV_REFUSED(a_quotient_by_TavDiv_has_integer_operands);
+template <TavNumber N>
+tavrefused::a_quotient_by_TavDiv_has_integer_operands TavDiv(N d, TavNumExprArg e)
+    TAV_REFUSED(a_quotient_by_TavDiv_has_integer_operands);
 
 /// The remainder of the division of integers, with the sign of the dividend, each operand's value being cut first:
 /// -7 % 3 is -1. Always a node (TavIntModuloI, TavIntModuloCstI, TavIntRecModuloCstI). A zero divisor is not checked:
@@ -767,10 +798,14 @@ template <TavIntegral K>
 TavIntExprArg operator%(K k, TavIntExprArg e) {
   return tavdetail::modulo(static_cast<TavInt>(k), e);
 }
-template <TavFloating F>
-TavIntExprArg operator%(TavIntExprArg e, F d) = delete;
-template <TavFloating F>
-TavIntExprArg operator%(F d, TavIntExprArg e) = delete;
+tavrefused::a_remainder_has_integer_operands operator%(TavNumExprArg a, TavNumExprArg b)
+    TAV_REFUSED(a_remainder_has_integer_operands);
+template <TavNumber N>
+tavrefused::a_remainder_has_integer_operands operator%(TavNumExprArg e, N d)
+    TAV_REFUSED(a_remainder_has_integer_operands);
+template <TavNumber N>
+tavrefused::a_remainder_has_integer_operands operator%(N d, TavNumExprArg e)
+    TAV_REFUSED(a_remainder_has_integer_operands);
 
 // ---- arrays of handles
 
@@ -1238,5 +1273,7 @@ TavIntExprArg TavCount(TavIntExprArray exprs, TavInt value);
 /// Prints "TavStandardDeviation( " exprs ") ", or "stddev(" exprs ")".
 TavNumExprArg TavStandardDeviation(TavIntExprArray exprs, double lowerBound, double upperBound);
 TavNumExprArg TavStandardDeviation(TavIntExprArray exprs);
+
+#undef TAV_REFUSED
 
 #pragma GCC visibility pop

@@ -154,8 +154,9 @@ TEST(Docs, EveryExampleIsOnTheExamplesPage) {
 
 TEST(Docs, LinksLeadToFiles) {
   static const std::regex link("[^[]\\]\\(([^)#:]+)\\)");
-  for (const char* name : {"README.md", "docs/architecture.md", "docs/memory.md", "docs/nodes.md", "docs/add_a_node.md",
-                           "docs/algorithm_author.md", "docs/doxygen/mainpage.md", "docs/doxygen/examples.md"}) {
+  for (const char* name :
+       {"README.md", "docs/architecture.md", "docs/memory.md", "docs/nodes.md", "docs/add_a_node.md",
+        "docs/algorithm_author.md", "docs/refused.md", "docs/doxygen/mainpage.md", "docs/doxygen/examples.md"}) {
     const fs::path page = root() / name;
     const std::string text = contentOf(page);
     for (std::sregex_iterator i(text.begin(), text.end(), link), end; i != end; ++i) {

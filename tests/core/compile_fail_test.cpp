@@ -12,60 +12,50 @@ constexpr auto addTo = [](auto& a, auto b) -> decltype(a += b) { return a += b; 
 constexpr auto subtractFrom = [](auto& a, auto b) -> decltype(a -= b) { return a -= b; };
 constexpr auto scale = [](auto& a, auto b) -> decltype(a *= b) { return a *= b; };
 constexpr auto divideBy = [](auto& a, auto b) -> decltype(a /= b) { return a /= b; };
-template <auto Operation, class A, class B>
-constexpr bool works = std::is_invocable_v<decltype(Operation), A&, B>;
+/// Whether the operation takes A on its left and each of these on its right.
+template <auto Operation, class A, class... Bs>
+constexpr bool works = (std::is_invocable_v<decltype(Operation), A&, Bs> && ...);
+template <auto Operation, class A, class... Bs>
+constexpr bool fails = (!std::is_invocable_v<decltype(Operation), A&, Bs> && ...);
 
-static_assert(!works<divideBy, TavIntExpr, int> && !works<divideBy, TavIntExpr, double> &&
-              works<divideBy, TavNumExpr, int>);
-static_assert(!works<scale, TavIntExpr, double> && works<scale, TavIntExpr, int> && works<scale, TavExpr, double>);
-static_assert(!works<addTo, TavIntExpr, double> && works<addTo, TavIntExpr, int> &&
-              works<addTo, TavIntExpr, TavIntVar>);
-static_assert(!works<subtractFrom, TavIntExpr, float> && works<subtractFrom, TavIntExpr, long>);
-static_assert(!works<addTo, TavIntExpr, TavNumVar> && !works<addTo, TavIntExpr, TavNumLinExprTerm>);
-static_assert(works<addTo, TavExpr, TavIntVar> && works<addTo, TavExpr, TavIntExpr> && works<addTo, TavExpr, TavExpr>);
-static_assert(!works<modulo, TavIntVar, double> && !works<modulo, double, TavIntExprArg> &&
-              !works<modulo, TavNumVar, int>);
-static_assert(works<modulo, TavIntVar, int> && works<modulo, unsigned, TavIntExpr> &&
-              works<modulo, TavIntVar, TavIntExpr>);
-static_assert(!works<intDivide, TavIntVar, double> && !works<intDivide, float, TavIntVar> &&
-              !works<intDivide, TavNumVar, TavIntVar>);
-static_assert(works<intDivide, TavIntVar, TavIntExpr> && works<intDivide, int, TavIntVar>);
-static_assert(!std::is_convertible_v<TavNumExpr, TavIntExprArg> && !std::is_convertible_v<TavNumVar, TavIntExprArg>);
-static_assert(!std::is_convertible_v<TavExpr, TavIntExpr> && !std::is_convertible_v<TavNumVar, TavIntVar>);
-static_assert(!std::is_constructible_v<TavIntExpr, TavNumExprArg> &&
-              !std::is_constructible_v<TavIntVar, TavNumExprArg>);
-static_assert(!std::is_convertible_v<TavEnv, TavExpr> && !std::is_convertible_v<TavEnv, TavNumVar>);
-static_assert(!std::is_convertible_v<TavNumExprI*, TavNumExprArg> && !std::is_convertible_v<double, TavNumExprArg>);
-static_assert(!std::is_constructible_v<TavIntVar, TavEnv, double, double> &&
-              std::is_constructible_v<TavIntVar, TavEnv, int, int>);
-static_assert(!works<add, TavNumVar, TavEnv> && !works<add, TavNumVar, const char*> &&
-              !works<divide, TavEnv, TavNumVar>);
+static_assert(fails<divideBy, TavIntExpr, int, double> && works<divideBy, TavNumExpr, int>);
+static_assert(fails<scale, TavIntExpr, double> && works<scale, TavIntExpr, int> && works<scale, TavExpr, double>);
+static_assert(fails<addTo, TavIntExpr, double, TavNumVar, TavNumLinExprTerm>);
+static_assert(works<addTo, TavIntExpr, int, TavIntVar> && works<addTo, TavExpr, TavIntVar, TavIntExpr, TavExpr>);
+static_assert(fails<subtractFrom, TavIntExpr, float> && works<subtractFrom, TavIntExpr, long>);
+static_assert(fails<modulo, TavIntVar, double> && fails<modulo, double, TavIntExprArg> &&
+              fails<modulo, TavNumVar, int>);
+static_assert(works<modulo, TavIntVar, int, TavIntExpr> && works<modulo, unsigned, TavIntExpr>);
+static_assert(fails<intDivide, TavIntVar, double> && fails<intDivide, float, TavIntVar>);
+static_assert(fails<intDivide, TavNumVar, TavIntVar> && works<intDivide, TavIntVar, TavIntExpr>);
+static_assert(fails<add, TavNumVar, TavEnv, const char*> && fails<divide, TavEnv, TavNumVar>);
 
-template <class Result, class Expression>
-constexpr bool is = std::is_same_v<Result, Expression>;
+template <class From, class... Tos>
+constexpr bool converts = (std::is_convertible_v<From, Tos> || ...);
+static_assert(!converts<TavNumExpr, TavIntExprArg> && !converts<TavExpr, TavIntExpr>);
+static_assert(!converts<TavNumVar, TavIntExprArg, TavIntVar> && !converts<TavEnv, TavExpr, TavNumVar>);
+static_assert(!converts<TavNumExprI*, TavNumExprArg> && !converts<double, TavNumExprArg>);
+static_assert(converts<TavIntVar, TavNumVar> && converts<TavBoolVar, TavIntExprArg>);
+static_assert(converts<TavConstraint, TavIntExprArg> && converts<TavNumVar, TavExpr>);
+static_assert(!std::is_constructible_v<TavIntExpr, TavNumExprArg>);
+static_assert(!std::is_constructible_v<TavIntVar, TavNumExprArg>);
+static_assert(!std::is_constructible_v<TavIntVar, TavEnv, double, double>);
+
+/// Whether all expressions have the type Result.
+template <class Result, class... Expressions>
+constexpr bool is = (std::is_same_v<Result, Expressions> && ...);
 extern TavNumVar x;
 extern TavIntVar i;
 extern TavBoolVar b;
 extern TavIntExpr k;
 extern TavExpr e;
 extern TavNumExpr n;
-static_assert(is<decltype(2 * x), TavNumLinExprTerm> && is<decltype(x * 2L), TavNumLinExprTerm>);
-static_assert(is<decltype(2 * i), TavIntLinExprTerm> && is<decltype(i * 2u), TavIntLinExprTerm>);
-static_assert(is<decltype(2.0 * i), TavNumLinExprTerm> && is<decltype(b * 2.0f), TavNumLinExprTerm>);
-static_assert(is<decltype(3 * b), TavIntLinExprTerm> && is<decltype(b + b), TavIntExprArg>);
-static_assert(is<decltype(i + i), TavIntExprArg> && is<decltype(i + x), TavNumExprArg> &&
-              is<decltype(k + i), TavIntExprArg>);
-static_assert(is<decltype(k + 1), TavIntExprArg> && is<decltype(k + 1.5), TavNumExprArg>);
-static_assert(is<decltype(e + i), TavNumExprArg> && is<decltype(k + n), TavNumExprArg> &&
-              is<decltype(e * k), TavNumExprArg>);
-static_assert(is<decltype(k * i), TavIntExprArg> && is<decltype(k / 2), TavNumExprArg> &&
-              is<decltype(k % i), TavIntExprArg>);
-static_assert(is<decltype(2 * i + 3 * i), TavIntExprArg> && is<decltype(2 * i + 3 * x), TavNumExprArg>);
-static_assert(is<decltype(-i), TavIntLinExprTerm> && is<decltype(-x), TavNumLinExprTerm> &&
-              is<decltype(-k), TavIntExprArg>);
-static_assert(is<decltype(-e), TavNumExprArg> && is<decltype(2 * i - 1), TavIntExprArg> &&
-              is<decltype(2 * i - 1.0), TavNumExprArg>);
-static_assert(std::is_convertible_v<TavIntVar, TavNumVar> && std::is_convertible_v<TavBoolVar, TavIntExprArg>);
-static_assert(std::is_convertible_v<TavConstraint, TavIntExprArg> && std::is_convertible_v<TavNumVar, TavExpr>);
+static_assert(is<TavNumLinExprTerm, decltype(2 * x), decltype(x * 2L), decltype(2.0 * i), decltype(b * 2.0f)>);
+static_assert(is<TavIntLinExprTerm, decltype(2 * i), decltype(i * 2u), decltype(3 * b), decltype(-i)>);
+static_assert(is<TavIntExprArg, decltype(b + b), decltype(i + i), decltype(k + i), decltype(k + 1), decltype(k * i)>);
+static_assert(is<TavIntExprArg, decltype(k % i), decltype(2 * i + 3 * i), decltype(-k), decltype(2 * i - 1)>);
+static_assert(is<TavNumExprArg, decltype(i + x), decltype(k + 1.5), decltype(e + i), decltype(k + n), decltype(e * k)>);
+static_assert(is<TavNumExprArg, decltype(k / 2), decltype(2 * i + 3 * x), decltype(-e), decltype(2 * i - 1.0)>);
+static_assert(is<TavNumLinExprTerm, decltype(-x)>);
 
 }  // namespace compiled

@@ -32,8 +32,7 @@ class TestObject : public TavExtractableI {
   }
 
   std::string text;
-  std::vector<TavExtractableI*> children;
-  std::vector<TavExtractableI*> removals;
+  std::vector<TavExtractableI*> children, removals;
   bool throwsAtRemove = false;
   mutable int clones = 0;
   /// Counts destructors, when set.
@@ -54,7 +53,7 @@ class TestChange final : public TavTyped<TestChange, TavChange> {
   mutable int applied = 0;
 };
 
-/// Hears of the objects in `extracted`.
+/// Hears of `extracted`.
 class TestAlgorithm : public TavAlgorithmI {
  public:
   explicit TestAlgorithm(TavEnv env) : TavAlgorithmI(env.getImpl()) {}

@@ -12,30 +12,25 @@ class Handles : public TavTest {
 
   TavNumVar x = num("x", 2), y = num("y", 3);
   TavIntVar i = integer("i", 4);
-  TavNumExprArg p = namedLeaf("p", 7);
-  TavIntExprArg m = namedIntLeaf("m", 11);
+  TavNumExprArg p = leaf(7, "p");
+  TavIntExprArg m = intLeaf(11, "m");
 };
 
 TEST_F(Handles, ArePlainPointersAndCountOnlyWhenBuiltFromAnArgumentATermOrAConstant) {
   static_assert(std::is_trivially_copyable_v<TavExpr> && sizeof(TavExpr) == sizeof(void*));
   static_assert(std::is_trivially_copyable_v<TavNumVar> && std::is_trivially_destructible_v<TavIntExpr>);
-  const TavNumExpr n(x + y), copied = n, bare(n.getImpl());
-  EXPECT_EQ(count(copied) + count(bare), 2);
-  const TavNumExpr second{TavNumExprArg(n)};
-  EXPECT_EQ(count(n), 2);
-  const TavExpr e(env, 2.5);
-  const TavNumExpr fromExpr = e;
-  EXPECT_EQ(count(fromExpr), 1);
+  const TavNumExpr n(x + y), copied = n, bare(n.getImpl()), second{TavNumExprArg(n)};
+  EXPECT_EQ(count(copied) + count(bare), 4);
+  const TavExpr e(env, 2.5), fromExpr(e);
+  EXPECT_EQ(fromExpr.getImpl(), e.getImpl());
   const std::pair<TavNumExpr, const char*> kMade[] = {{TavNumExpr(env, 2.5), "2.5"}, {TavExpr(env), "0"},
                                                       {TavNumExpr(3 * x), "3x 0"},   {TavNumExpr(3 * i), "3i 0"},
                                                       {TavExpr(3 * i), "3i 0"},      {TavIntExpr(3 * i), "#3i 0"},
                                                       {TavIntExpr(env, -4), "#-4"},  {TavIntExpr(i + 1), "#1i 1"}};
   for (const auto& [made, expected] : kMade) {
-    EXPECT_EQ(shape(TavNumExprArg(made.getImpl())), expected);
-    EXPECT_EQ(made.getImpl()->getRefCount(), 1);
+    EXPECT_EQ(shape(made.getImpl()), expected);
+    EXPECT_EQ(count(TavNumExprArg(made.getImpl())), 1);
   }
-  EXPECT_EQ(TavIntExpr(i).getImpl(), i.getImpl());
-  EXPECT_EQ(count(3 * x), 0);
 }
 
 TEST_F(Handles, QueriesAskForShape) {
@@ -56,12 +51,11 @@ TEST_F(Handles, QueriesAskForShape) {
   for (const auto& c : kCases) {
     SCOPED_TRACE(shape(c.expression));
     EXPECT_EQ(c.expression.isConstant(), c.constant);
-    EXPECT_FALSE(c.expression.isIndex());
     if (c.value == c.value) {
       EXPECT_EQ(c.expression.getNumConstant(), c.value);
     } else {
-      EXPECT_EQ(messageOf<TavNumExpr::NonLinearExpression>([&] { c.expression.getNumConstant(); }),
-                "Constant part cannot be set or queried");
+      refuses<TavNumExpr::NonLinearExpression>("Constant part cannot be set or queried",
+                                               {[&] { c.expression.getNumConstant(); }});
     }
   }
   std::ostringstream os;
@@ -70,67 +64,42 @@ TEST_F(Handles, QueriesAskForShape) {
   EXPECT_EQ(os.str(),
             "Expression p is non linear, setting or querying the constant part is forbidden"
             "Expression  is non linear, setting or querying the constant part is forbidden");
-  TavExpr sum = 2 * x - 2 * x;
-  EXPECT_FALSE(sum.normalize());
-  EXPECT_TRUE(sum.isConstant());
-  const TavNumExprArg empty;
-  const std::function<void()> kOnEmpty[] = {
-      [&] { empty.isConstant(); },     [&] { empty.isIndex(); },
-      [&] { empty.getNumConstant(); }, [&] { TavTestIsLinear(nullptr); },
-      [&] { TavExpr().normalize(); },  [&] { static_cast<void>(TavExpr().isNormalized()); },
-      [&] { TavExpr() += 1.0; },       [&] { TavNumExpr() += 1.0; },
-      [&] { TavExpr{empty}; }};
-  for (const auto& call : kOnEmpty) EXPECT_THROW(call(), TavEmptyHandleException);
+  const TavNumExprArg none;
+  refusesEmpty({[&] { none.isConstant(); }, [&] { none.isIndex(); }, [&] { none.getNumConstant(); },
+                [&] { TavTestIsLinear(nullptr); }, [&] { TavExpr().normalize(); },
+                [&] { static_cast<void>(TavExpr().isNormalized()); }, [&] { TavExpr() += 1.0; },
+                [&] { TavNumExpr() += 1.0; }, [&] { TavExpr{none}; }});
 }
 
 TEST_F(Handles, AnUnsharedSumIsChangedInPlaceAndASharedOneIsCopiedFirst) {
   const TavNumVarArray vars(env, 1, x);
-  TavNumArray coefs(env, 1);
-  coefs[0] = 9;
-  const struct {
-    std::function<void(TavExpr&)> change;
-    const char* shape;
-  } kCases[] = {{[&](TavExpr& e) { e += 1.5; }, "2x 3y 2x <p> 6.5"},
-                {[&](TavExpr& e) { e -= y; }, "2x 3y 2x -1y <p> 5"},
-                {[&](TavExpr& e) { e += i; }, "2x 3y 2x 1i <p> 5"},
-                {[&](TavExpr& e) { e += 4 * y; }, "2x 3y 2x 4y <p> 5"},
-                {[&](TavExpr& e) { e -= 4 * y; }, "2x 3y 2x -4y <p> 5"},
-                {[&](TavExpr& e) { e += 4 * i; }, "2x 3y 2x 4i <p> 5"},
-                {[&](TavExpr& e) { e -= 4 * i; }, "2x 3y 2x -4i <p> 5"},
-                {[&](TavExpr& e) { e -= i + m + 1; }, "2x 3y 2x -1i <p> <TavNumTimesCstI{m * -1}> 4"},
-                {[&](TavExpr& e) { e -= TavNumExprArg(e); }, "2x 3y 2x -2x -3y -2x <p> <TavNumTimesCstI{p * -1}> 0"},
-                {[&](TavExpr& e) { EXPECT_EQ(e.setLinearCoef(x, 9), 4); }, "3y 9x <p> 5"},
-                {[&](TavExpr& e) { e.setLinearCoefs(vars, coefs); }, "3y 9x <p> 5"},
-                {[&](TavExpr& e) { e.remove(vars); }, "3y 2x <p> 5"},
-                {[&](TavExpr& e) { EXPECT_FALSE(e.normalize()); }, "3y 4x <p> 5"}};
-  for (std::size_t c = 0; c < std::size(kCases); ++c) {
-    SCOPED_TRACE(std::to_string(c) + " " + kCases[c].shape);
-    TavExpr alone = 2 * x + 3 * y + 2 * x + p + 5;
+  const std::pair<std::function<void(TavExpr&)>, const char*> kCases[] = {
+      {[&](TavExpr& e) { e -= y; }, "2x 3y 2x -1y <p> 5"},
+      {[&](TavExpr& e) { e += i; }, "2x 3y 2x 1i <p> 5"},
+      {[&](TavExpr& e) { e -= 4 * y; }, "2x 3y 2x -4y <p> 5"},
+      {[&](TavExpr& e) { e += 4 * i; }, "2x 3y 2x 4i <p> 5"},
+      {[&](TavExpr& e) { e -= i + m + 1; }, "2x 3y 2x -1i <p> <TavNumTimesCstI{m * -1}> 4"},
+      {[&](TavExpr& e) { e -= TavNumExprArg(e); }, "2x 3y 2x -2x -3y -2x <p> <TavNumTimesCstI{p * -1}> 0"},
+      {[&](TavExpr& e) { e.setLinearCoefs(vars, nums({9})); }, "3y 9x <p> 5"},
+      {[&](TavExpr& e) { e.remove(vars); }, "3y 2x <p> 5"}};
+  for (const auto& [change, expected] : kCases) {
+    TavExpr alone = 2 * x + 3 * y + 2 * x + p + 5, held = alone.copy();
     const TavNumLinTermI* const node = alone.getImpl();
-    kCases[c].change(alone);
-    EXPECT_EQ(shape(alone), kCases[c].shape);
-    EXPECT_EQ(alone.getImpl(), node);
-    EXPECT_EQ(count(alone), 1);
-
-    TavExpr held = 2 * x + 3 * y + 2 * x + p + 5;
     const TavNumExpr holder{TavNumExprArg(held)};
-    kCases[c].change(held);
-    EXPECT_EQ(shape(held), kCases[c].shape);
+    change(alone);
+    change(held);
+    EXPECT_EQ(alone.getImpl(), node);
+    EXPECT_NE(held.getImpl(), holder.getImpl());
     EXPECT_EQ(shape(holder), "2x 3y 2x <p> 5");
-    EXPECT_EQ(count(held), 1);
-    EXPECT_EQ(count(holder), 1);
+    for (const TavExpr& e : {alone, held}) EXPECT_EQ(shape(e), expected);
+    EXPECT_EQ(count(alone) * count(held) * count(holder), 1);
   }
 }
 
-TEST_F(Handles, ASumIsCopiedAndWalked) {
-  TavExpr e = x + 2 * y + p;
-  TavExpr copy = e.copy();
-  EXPECT_EQ(shape(copy), shape(e));
-  EXPECT_NE(copy.getImpl(), e.getImpl());
-  EXPECT_EQ(count(copy), 1);
+TEST_F(Handles, ASumIsWalked) {
   std::string walked;
-  for (auto it = e.getLinearIterator(); it.ok(); ++it) walked += shape(it.getCoef() * it.getVar()) + "; ";
-  EXPECT_EQ(walked, "1x 0; 2y 0; ");
+  for (auto it = TavExpr(x + 2 * y + p).getLinearIterator(); it.ok(); ++it) walked += shape(it.getCoef() * it.getVar());
+  EXPECT_EQ(walked, "1x 02y 0");
   EXPECT_FALSE(TavExpr(env, 1.0).getLinearIterator());
 }
 
@@ -139,13 +108,11 @@ TEST_F(Handles, TheConstantIsSetOnLinearSumsAloneAndTheTestComesBeforeTheCopy) {
   const TavNumExpr holder{TavNumExprArg(e)};
   EXPECT_THROW(e.setNumConstant(3), TavNumExpr::NonLinearExpression);
   EXPECT_EQ(e.getImpl(), holder.getImpl());
-  EXPECT_EQ(count(e), 2);
 }
 
 TEST_F(Handles, NormalisationSpeaksOfMergesAndTheQueryNeverSaysNo) {
-  TavExpr zero = 0 * x + y;
+  TavExpr zero = 0 * x + y, twice = x + x;
   EXPECT_TRUE(zero.normalize());  // a dropped zero is no merge
-  TavExpr twice = x + x;
   EXPECT_TRUE(twice.isNormalized());
   env.getImpl()->normalizationSkipped = true;
   EXPECT_TRUE(twice.isNormalized());
@@ -163,40 +130,38 @@ TEST_F(Handles, OperandsOfAnotherEnvironmentAreRefusedAndTheHandleStays) {
   const TavNumExpr holder{TavNumExprArg(e)};
   TavNumExpr n(x * y);
   TavIntExpr k(i * m);
-  const std::string in = " : mixing mismatch Environments";
   const std::pair<std::string, std::function<void()>> kCases[] = {
-      {"TavNumExpr& TavNumExpr::operator += const TavNumExprArg arg", [&] { n += arg; }},
-      {"TavNumExpr& TavNumExpr::operator -= const TavNumExprArg arg", [&] { n -= arg; }},
-      {"TavExpr& TavNumExpr::operator += const TavNumExprArg arg", [&] { e += arg; }},
-      {"TavExpr& TavNumExpr::operator += const TavNumVar arg", [&] { e += foreign; }},
-      {"TavExpr& TavNumExpr::operator += const TavIntVar arg", [&] { e += foreignInt; }},
-      {"TavExpr& TavExpr::operator += const TavNumLinExprTerm term", [&] { e += term; }},
-      {"TavExpr& TavExpr::operator += const TavIntLinExprTerm arg", [&] { e += intTerm; }},
-      {"TavExpr& TavExpr::operator -= const TavNumExprArg arg", [&] { e -= arg; }},
-      {"TavExpr& TavExpr::operator -= const TavNumVar arg", [&] { e -= foreign; }},
-      {"TavExpr& TavExpr::operator -= const TavIntVar arg", [&] { e -= foreignInt; }},
-      {"TavExpr& TavExpr::operator -= const TavNumLinExprTerm arg", [&] { e -= term; }},
-      {"TavExpr& TavExpr::operator -= const TavIntLinExprTerm arg", [&] { e -= intTerm; }}};
-  for (const auto& [message, call] : kCases) EXPECT_EQ(messageOf<TavWrongUsage>(call), message + in);
-  const std::string integers = "TavIntExprArg operator + const TavIntExprArg const TavIntExprArg";
-  EXPECT_EQ(messageOf<TavWrongUsage>([&] { k += foreignInt; }), integers + in.substr(1));
-  EXPECT_EQ(messageOf<TavWrongUsage>([&] { k -= foreignInt; }), integers + in.substr(1));
-  EXPECT_EQ(count(n), 1);
-  EXPECT_EQ(count(TavIntExprArg(k)), 1);
+      {"TavNumExpr& TavNumExpr::operator += const TavNumExprArg arg ", [&] { n += arg; }},
+      {"TavNumExpr& TavNumExpr::operator -= const TavNumExprArg arg ", [&] { n -= arg; }},
+      {"TavExpr& TavNumExpr::operator += const TavNumExprArg arg ", [&] { e += arg; }},
+      {"TavExpr& TavNumExpr::operator += const TavNumVar arg ", [&] { e += foreign; }},
+      {"TavExpr& TavNumExpr::operator += const TavIntVar arg ", [&] { e += foreignInt; }},
+      {"TavExpr& TavExpr::operator += const TavNumLinExprTerm term ", [&] { e += term; }},
+      {"TavExpr& TavExpr::operator += const TavIntLinExprTerm arg ", [&] { e += intTerm; }},
+      {"TavExpr& TavExpr::operator -= const TavNumExprArg arg ", [&] { e -= arg; }},
+      {"TavExpr& TavExpr::operator -= const TavNumVar arg ", [&] { e -= foreign; }},
+      {"TavExpr& TavExpr::operator -= const TavIntVar arg ", [&] { e -= foreignInt; }},
+      {"TavExpr& TavExpr::operator -= const TavNumLinExprTerm arg ", [&] { e -= term; }},
+      {"TavExpr& TavExpr::operator -= const TavIntLinExprTerm arg ", [&] { e -= intTerm; }},
+      {"TavIntExprArg operator + const TavIntExprArg const TavIntExprArg", [&] { k += foreignInt; }},
+      {"TavIntExprArg operator + const TavIntExprArg const TavIntExprArg", [&] { k -= foreignInt; }}};
+  for (const auto& [message, call] : kCases) {
+    refuses<TavWrongUsage>(message + ": mixing mismatch Environments", {call});
+  }
+  EXPECT_EQ(count(n) + count(TavIntExprArg(k)) + count(e), 4);
   EXPECT_EQ(e.getImpl(), holder.getImpl());  // not even copied
-  EXPECT_EQ(count(e), 2);
   EXPECT_EQ(term.getCoef(), 2.0);
 }
 
 TEST_F(Handles, EndingGivesOneReferenceBackAndEmptiesTheHandle) {
-  const TavInt objects = env.getImpl()->liveObjectCount(), cells = env.getImpl()->liveTermCount();
   TavExpr e = x + 2 * y;
   TavNumExpr second{TavNumExprArg(e)}, variable{TavNumExprArg(x)};
   e.end();
   EXPECT_EQ(e.getImpl(), nullptr);
   EXPECT_EQ(shape(second), "1x 2y 0");
-  for (TavNumExpr* handle : {&second, &variable, &second}) handle->end();  // a variable stays
-  EXPECT_EQ(env.getImpl()->liveObjectCount(), objects);
-  EXPECT_EQ(env.getImpl()->liveTermCount(), cells);
+  for (TavNumExpr* handle : {&second, &variable, &second}) handle->end();
+  EXPECT_EQ(env.getImpl()->liveTermCount(), 0);
+  EXPECT_EQ(plain(x), "x[0 .. 10] ");  // a variable stays
 }
+
 }  // namespace

@@ -3,7 +3,7 @@
 #include <set>
 #include <thread>
 
-#include "tests/support/samples.h"
+#include "tests/support/protocol.h"
 
 namespace {
 
@@ -20,7 +20,7 @@ TEST_F(Count, EndDecrementsFirstAndDestroysAtZeroOrBelowButNotWhileTheEnvironmen
     for (int k = 0; k < count; ++k) node->retain();
     if (count < 0) node->lower();
     node->end();
-    EXPECT_EQ(objects(), before + (count > 1 ? 1 : 0));
+    EXPECT_EQ(objects(), before + (count > 1));
     if (count > 1) node->end();
     EXPECT_EQ(objects(), before);
   }
@@ -30,15 +30,14 @@ TEST_F(Count, EndDecrementsFirstAndDestroysAtZeroOrBelowButNotWhileTheEnvironmen
   env.getImpl()->release(node);
   EXPECT_EQ(node->getRefCount(), 0);
   env.getImpl()->ending = false;
-  EXPECT_EQ(objects(), before + 1);
   env.getImpl()->release(node);
   EXPECT_EQ(objects(), before);
 }
 
 TEST_F(Count, AnInterceptorComesBeforeTheRemovalAndTheRemovalBeforePlainDestruction) {
   struct Interceptor final : TavDeletionInterceptor {
-    void takeNode(TavNumExprI* node) override { taken.push_back(node); }
-    std::vector<TavNumExprI*> taken;
+    void takeNode(TavNumExprI* node) override { taken = node; }
+    TavNumExprI* taken = nullptr;
   } interceptor;
   struct Extractor final : TavAlgorithmI {
     using TavAlgorithmI::TavAlgorithmI;
@@ -51,7 +50,7 @@ TEST_F(Count, AnInterceptorComesBeforeTheRemovalAndTheRemovalBeforePlainDestruct
   env.getImpl()->removeFromAllOnDestroy = true;
   env.getImpl()->deletionInterceptor = &interceptor;
   node->end();
-  EXPECT_EQ(interceptor.taken, std::vector<TavNumExprI*>{node});
+  EXPECT_EQ(interceptor.taken, node);
   EXPECT_EQ(extractor.forgotten, 0);
   env.getImpl()->deletionInterceptor = nullptr;
   node->end();
@@ -62,12 +61,11 @@ TEST_F(Count, AnInterceptorComesBeforeTheRemovalAndTheRemovalBeforePlainDestruct
 }
 
 TEST_F(Count, VariablesAndConstraintsAreNotCountedAndEndForGood) {
-  auto* constraint = new (env.getImpl()) TavConstConstraintI(env.getImpl(), nullptr, 1);
-  for (TavNumExprI* node : {static_cast<TavNumExprI*>(world.x.getImpl()), static_cast<TavNumExprI*>(constraint)}) {
+  for (TavNumExprI* node : {TavNumExprArg(o.v).getImpl(), TavNumExprArg(TavIntExprArg(o.truth)).getImpl()}) {
     const TavInt before = objects();
     EXPECT_FALSE(node->isRefCountedExpr());
     TavNumExpr held{TavNumExprArg(node)};
-    (TavNumExprArg(node) * world.p).end();
+    (TavNumExprArg(node) * o.x).end();
     held.end();
     node->release();
     EXPECT_EQ(objects(), before);
@@ -79,31 +77,23 @@ TEST_F(Count, VariablesAndConstraintsAreNotCountedAndEndForGood) {
 
 TEST_F(Count, AMillionNodesInAChainGoAwayAndFiftyThousandEvaluateAndPrint) {
   const TavInt before = objects();
-  TavNumExprArg chain = world.p;
+  TavNumExprArg chain = o.x;
   for (int k = 0; k < 1000000; ++k) {
     chain = chain / 1.0;
     if (k != 50000) continue;
-    EXPECT_EQ(eval(chain), 2.5);
+    EXPECT_EQ(eval(chain), 2.0);
     EXPECT_GT(plain(chain).size(), 150000u);
-    EXPECT_GT(library(chain).size(), 150000u);
   }
   EXPECT_EQ(objects(), before + 1000000);
   chain.end();
   EXPECT_EQ(objects(), before);
-  EXPECT_EQ(world.p.getImpl()->getRefCount(), 1);
 }
 
-template <int N>
+template <std::size_t N>
 class ManyI : public TavNode<ManyI<N>, TavNumExprI> {
  public:
   static constexpr const char* kTypeName = "ManyI";
 };
-
-/// Asks for the indices of twenty classes.
-template <std::size_t... N>
-std::array<TavInt, sizeof...(N)> indices(std::index_sequence<N...>) {
-  return {ManyI<static_cast<int>(N)>::GetTypeIndex()...};
-}
 
 TEST_F(Count, ThreadsAgreeOnTypeIndicesWithAMutexAndWithout) {
   struct Lock final : TavLock {
@@ -111,25 +101,23 @@ TEST_F(Count, ThreadsAgreeOnTypeIndicesWithAMutexAndWithout) {
     void unlock() override { mutex.unlock(); }
     std::mutex mutex;
   } lock;
-  constexpr auto kClasses = std::make_index_sequence<20>();
-  for (TavLock* mutex : {static_cast<TavLock*>(&lock), static_cast<TavLock*>(nullptr)}) {
-    TavEnvI::Mutex = mutex;
-    [&]<std::size_t... N>(std::index_sequence<N...>) { ((ManyI<static_cast<int>(N)>::_rttiIndex = 0), ...); }
-    (kClasses);
+  const auto askAll = [&]<std::size_t... N>(std::index_sequence<N...>) {
+    ((ManyI<N>::_rttiIndex = 0), ...);
     const TavInt last = TavRtti::_counter;
-    std::array<std::array<TavInt, 20>, 8> seen;
+    std::array<std::array<TavInt, sizeof...(N)>, 8> seen;
     std::vector<std::thread> threads;
-    for (auto& mine : seen) threads.emplace_back([&mine, kClasses] { mine = indices(kClasses); });
+    for (auto& mine : seen) threads.emplace_back([&mine] { mine = {ManyI<N>::GetTypeIndex()...}; });
     for (std::thread& thread : threads) thread.join();
-    TavEnvI::Mutex = nullptr;
     for (const auto& mine : seen) EXPECT_EQ(mine, seen[0]);
     const std::set<TavInt> distinct(seen[0].begin(), seen[0].end());
-    EXPECT_EQ(distinct.size(), 20u);
+    EXPECT_EQ(distinct.size(), sizeof...(N));
     EXPECT_GT(*distinct.begin(), last);
-    if (mutex) {
-      EXPECT_EQ(TavRtti::_counter, last + 20);
-    }
-  }
+    return TavRtti::_counter - last;
+  };
+  TavEnvI::Mutex = &lock;
+  EXPECT_EQ(askAll(std::make_index_sequence<20>()), 20);
+  TavEnvI::Mutex = nullptr;
+  askAll(std::make_index_sequence<20>());
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "tests/support/samples.h"
+#include "tests/support/protocol.h"
 
 namespace {
 
@@ -23,77 +23,64 @@ void applyHook(TavAlgorithm algorithm, const TavChange* change, void* data) {
   call = {4, change, data, algorithm.getImpl()};
 }
 
-class Hooks : public ProtocolTest {
- protected:
-  /// Installs or removes the hooks of a class.
-  static void set(const NodeSample& sample, bool installed) {
-    *sample.extract = installed ? extractHook : nullptr;
-    *sample.unextract = installed ? objectHook<2> : nullptr;
-    *sample.modify = installed ? objectHook<3> : nullptr;
-  }
-  TavAlgorithm handle{&algorithm};
-  int data = 0;
-};
+using Hooks = ProtocolTest;
 
-TEST_F(Hooks, AClassCallsItsOwnHooksAndFailsWhenAllOtherClassesHaveThem) {
+TEST_F(Hooks, AClassCallsItsOwnAndFailsWhenAllOtherClassesHaveTheirs) {
+  const TavAlgorithm handle(&algorithm);
   forEachNode([&](const NodeSample& sample, const TavExtractableI* object) {
-    for (const NodeSample& each : nodeSamples()) set(each, &each != &sample);
-    EXPECT_EQ(messageOf<TavAlgorithm::ExtractFailure>([&] { object->extractToCP(handle); }), "");
-    EXPECT_THROW(object->unextractFromCP(handle, &data), TavAlgorithm::RemoveFailure);
-    EXPECT_THROW(object->modifyCP(handle, &data), TavAlgorithm::RemoveFailure);
-    for (const NodeSample& each : nodeSamples()) set(each, &each == &sample);
+    const auto install = [&](bool own) {
+      for (const NodeSample& each : nodeSamples()) {
+        const bool installed = (&each == &sample) == own;
+        *each.extract = installed ? extractHook : nullptr;
+        *each.unextract = installed ? objectHook<2> : nullptr;
+        *each.modify = installed ? objectHook<3> : nullptr;
+      }
+    };
+    install(false);
+    refuses<TavAlgorithm::ExtractFailure>("", {[&] { object->extractToCP(handle); }});
+    refuses<TavAlgorithm::RemoveFailure>(
+        "", {[&] { object->unextractFromCP(handle, this); }, [&] { object->modifyCP(handle, this); }});
+    install(true);
     EXPECT_EQ(object->extractToCP(handle), &call);
     EXPECT_EQ(call, (Call{1, object, nullptr, &algorithm}));
-    object->unextractFromCP(handle, &data);
-    EXPECT_EQ(call, (Call{2, object, &data, &algorithm}));
-    object->modifyCP(handle, &data);
-    EXPECT_EQ(call, (Call{3, object, &data, &algorithm}));
-    set(sample, false);
+    object->unextractFromCP(handle, this);
+    EXPECT_EQ(call, (Call{2, object, this, &algorithm}));
+    object->modifyCP(handle, this);
+    EXPECT_EQ(call, (Call{3, object, this, &algorithm}));
   });
 }
 
 TEST_F(Hooks, AChangeRecordIsAppliedByItsOwnHookOrRefused) {
-  for (const ChangeSample& sample : changeSamples()) {
-    SCOPED_TRACE(sample.facts.name);
+  const TavAlgorithm handle(&algorithm);
+  forEachChange([&](const ChangeSample& sample, const TavChange& change) {
     for (const ChangeSample& each : changeSamples()) *each.apply = &each == &sample ? nullptr : applyHook;
-    sample.with(world, [&](const TavChange& change) {
-      try {
-        change.applyToCP(handle, &data);
-        ADD_FAILURE() << "nothing was thrown";
-      } catch (const TavAlgorithm::CannotChangeException& refusal) {
-        EXPECT_EQ(refusal.getAlgorithm(), &algorithm);
-      }
-      for (const ChangeSample& each : changeSamples()) *each.apply = nullptr;
-      *sample.apply = applyHook;
-      change.applyToCP(handle, &data);
-      EXPECT_EQ(call, (Call{4, &change, &data, &algorithm}));
-      *sample.apply = nullptr;
-    });
-  }
+    try {
+      change.applyToCP(handle, this);
+      ADD_FAILURE() << "nothing was thrown";
+    } catch (const TavAlgorithm::CannotChangeException& refusal) {
+      EXPECT_EQ(refusal.getAlgorithm(), &algorithm);
+    }
+    for (const ChangeSample& each : changeSamples()) *each.apply = &each == &sample ? applyHook : nullptr;
+    change.applyToCP(handle, this);
+    EXPECT_EQ(call, (Call{4, &change, this, &algorithm}));
+  });
 }
 
 TEST_F(Hooks, AChangeRecordShowsItsVariableAsAPartOfTheObject) {
   struct Visitor final : TavChangeVisitor {
-    void visitChild(TavExtractableI* object, TavExtractableI* part) override {
-      owner = object;
-      parts += std::string(part->getName()) + " ";
-    }
+    void visitChild(TavExtractableI* object, TavExtractableI* shown) override { owner = object, part = shown; }
     TavExtractableI* owner = nullptr;
-    std::string parts;
+    TavExtractableI* part = nullptr;
   };
-  for (const ChangeSample& sample : changeSamples()) {
-    SCOPED_TRACE(sample.facts.name);
-    sample.with(world, [&](const TavChange& change) {
-      Visitor visitor;
-      change.visitChange(env.getImpl(), world.p.getImpl(), &visitor);
-      EXPECT_EQ(visitor.parts, sample.parts);
-      const TavExtractableI* owner = world.p.getImpl();
-      if (change.isType(TavConversionRemoveVar::GetTypeInfo())) owner = change.getChangedExtractable();
-      EXPECT_EQ(visitor.owner, visitor.parts.empty() ? nullptr : owner);
-      EXPECT_NE(change.isApplyingOnArray(), change.getChangedExtractable() != nullptr);
-      EXPECT_EQ(change.isApplyingOnArray(), change.getChangedExtractableArray() != nullptr);
-    });
-  }
+  forEachChange([&](const ChangeSample& sample, const TavChange& change) {
+    Visitor visitor;
+    change.visitChange(env.getImpl(), o.x.getImpl(), &visitor);
+    EXPECT_EQ(visitor.part ? visitor.part->getName() : std::string(), sample.part);
+    const bool ofConversion = change.isType(TavConversionRemoveVar::GetTypeInfo());
+    EXPECT_EQ(visitor.owner, ofConversion ? change.getChangedExtractable() : visitor.part ? o.x.getImpl() : nullptr);
+    EXPECT_NE(change.isApplyingOnArray(), change.getChangedExtractable() != nullptr);
+    EXPECT_EQ(change.isApplyingOnArray(), change.getChangedExtractableArray() != nullptr);
+  });
 }
 
 }  // namespace

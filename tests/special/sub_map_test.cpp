@@ -40,14 +40,12 @@ class IndexI final : public TavNode<IndexI<Base>, Base> {
 /// A number out of a map.
 class MapValueI final : public LeafI, public TavSubMapNode {
  public:
-  MapValueI(TavEnvI* env, TavIntExprI* indexer) : LeafI(env, 0), _indexer(indexer) {}
-  TavIntExprI* getIndexer() const override { return _indexer; }
+  MapValueI(TavEnvI* env, TavIntExprArg position) : LeafI(env, 0, "map"), _position(position.getImpl()) {}
+  TavIntExprI* getIndexer() const override { return _position; }
 
  private:
-  TavIntExprI* _indexer;
+  TavIntExprI* _position;
 };
-
-}  // namespace
 
 class SubMap : public TavTest {
  protected:
@@ -97,7 +95,9 @@ TEST_F(SubMap, SumsAreLinearOverParameters) {
   for (TavNumExprArg byVariable : {nums[i], TavNumExprArg(ints[i]), vars[i], TavNumExprArg(intVars[i])}) {
     EXPECT_FALSE(linear({index, byVariable})) << plain(byVariable);
   }
-  EXPECT_TRUE(linear({TavNumExprArg(new (e) MapValueI(e, index.getImpl()))}));
-  EXPECT_FALSE(linear({TavNumExprArg(new (e) MapValueI(e, TavIntExprArg(i).getImpl()))}));
+  EXPECT_TRUE(linear({TavNumExprArg(new (e) MapValueI(e, index))}));
+  EXPECT_FALSE(linear({TavNumExprArg(new (e) MapValueI(e, i))}));
   EXPECT_FALSE(linear({leaf(1)}));
 }
+
+}  // namespace

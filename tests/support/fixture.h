@@ -1,9 +1,11 @@
 #pragma once
-/// The fixture of the tests: an environment, an algorithm whose values are written down, a log of change records, and
-/// texts in both syntaxes. Every test ends its environment with nothing left behind that it did not make on purpose.
+/// The fixture of the tests: an environment, an algorithm whose values are written down, change records as text, and
+/// texts in both syntaxes.
 
 #include <gtest/gtest.h>
 
+#include <bit>
+#include <cmath>
 #include <functional>
 #include <initializer_list>
 #include <limits>
@@ -16,65 +18,50 @@
 
 inline constexpr double kInf = std::numeric_limits<double>::infinity();
 inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+inline constexpr TavInt kMaxInt = std::numeric_limits<TavInt>::max();
 
 /// Answers from a table; throws TavAlgorithm::Exception for a variable that has no entry.
 class ScriptedAlgorithm : public TavAlgorithmI {
  public:
-  explicit ScriptedAlgorithm(TavEnv env) : TavAlgorithmI(env.getImpl()) {}
-
+  using TavAlgorithmI::TavAlgorithmI;
   void set(TavNumVar variable, double value) { _values[variable.getId()] = value; }
   double getValue(const TavNumVarI* variable) const override {
-    ++calls;
     const auto found = _values.find(variable->getId());
-    if (found == _values.end()) throw TavAlgorithm::Exception("no value", 0);
-    return found->second;
+    return found != _values.end() ? found->second : throw TavAlgorithm::Exception("no value", 0);
   }
   double getValue(const TavIntExprI* expression) const override {
     return constraintValue ? *constraintValue : TavAlgorithmI::getValue(expression);
   }
-
-  /// How often a variable's value was asked for.
-  mutable int calls = 0;
   const double* constraintValue = nullptr;
 
  private:
   std::map<TavInt, double> _values;
 };
 
-/// Gives a clone the name of what it was cloned from.
-inline TavExtractableI* keepName(TavExtractableI* clone, const TavExtractableI* source) {
-  clone->setName(source->getName());
-  return clone;
-}
+/// The names of the leaves that were evaluated.
+inline std::string evaluatedLeaves;
 
-/// A leaf that evaluates to a fixed number and counts its evaluations; for values that no variable takes.
+/// A leaf that evaluates to a fixed number and notes its evaluations; for values that no variable takes.
 template <class Base>
 class FixedI : public TavNode<FixedI<Base>, Base> {
  public:
-  static constexpr bool kWhole = std::is_same_v<Base, TavIntExprI>;
-  static constexpr const char* kTypeName = kWhole ? "IntLeafI" : "LeafI";
-  FixedI(TavEnvI* env, double value, bool integer = kWhole)
-      : TavNode<FixedI, Base>(env, nullptr), _value(value), _integer(integer) {}
+  static constexpr const char* kTypeName = std::is_same_v<Base, TavIntExprI> ? "IntLeafI" : "LeafI";
+  FixedI(TavEnvI* env, double value, const char* name) : TavNode<FixedI, Base>(env, name), _value(value) {}
   double eval(TavAlgorithm) const override {
-    ++evaluations;
+    evaluatedLeaves += this->getName();
     return _value;
   }
-  bool isInteger() const override { return _integer; }
   void visitSubExtractables(TavExtractableVisitor* visitor) override {
     visitor->beginVisit(this);
     visitor->endVisit(this);
   }
   TavExtractableI* makeClone(TavEnvI* target) const override {
-    return keepName(new (target) FixedI(target, _value, _integer), this);
+    return new (target) FixedI(target, _value, this->getName());
   }
-  void display(std::ostream& os) const override {
-    os << (this->getName() ? this->getName() : kWhole ? "ileaf" : "leaf");
-  }
-  mutable int evaluations = 0;
+  void display(std::ostream& os) const override { os << this->getName(); }
 
  private:
   double _value;
-  bool _integer;
 };
 using LeafI = FixedI<TavNumExprI>;
 using IntLeafI = FixedI<TavIntExprI>;
@@ -88,9 +75,20 @@ struct TestColumn final : TavAddExtractable {
   mutable TavExtractableI* installed = nullptr;
 };
 
+/// The message of the exception of class E that `call` throws; fails when it throws none.
+template <class E, class Call>
+std::string messageOf(Call call) {
+  try {
+    call();
+  } catch (const E& failure) {
+    return failure.getMessage() ? failure.getMessage() : "";
+  }
+  ADD_FAILURE() << "nothing was thrown";
+  return "";
+}
+
 class TavTest : public ::testing::Test {
  protected:
-  TavTest() : algorithm(env) {}
   ~TavTest() override {
     env.end();
     other.end();
@@ -99,16 +97,20 @@ class TavTest : public ::testing::Test {
   /// What a handle or an object prints, in the plain and in the library syntax.
   template <class T>
   std::string plain(const T& object) const {
-    return print(object, false);
+    std::ostringstream os;
+    if constexpr (std::is_pointer_v<T>) {
+      object->display(os);
+    } else {
+      os << object;
+    }
+    return os.str();
   }
   template <class T>
   std::string library(const T& object) const {
-    return print(object, true);
-  }
-  static std::string text(const TavExtractableI* object) {
-    std::ostringstream os;
-    object->display(os);
-    return os.str();
+    env.getImpl()->librarySyntaxDisplay = true;
+    const std::string text = plain(object);
+    env.getImpl()->librarySyntaxDisplay = false;
+    return text;
   }
 
   /// A named variable with bounds [0, 10] that has a value.
@@ -122,38 +124,23 @@ class TavTest : public ::testing::Test {
     algorithm.set(variable, value);
     return variable;
   }
-  /// Leaves of a fixed value.
-  TavNumExprArg leaf(double value, bool isInteger = false) {
-    return TavNumExprArg(new (env.getImpl()) LeafI(env.getImpl(), value, isInteger));
+  /// Leaves of a fixed value that print their name.
+  TavNumExprArg leaf(double value, const char* name = "leaf") {
+    return TavNumExprArg(new (env.getImpl()) LeafI(env.getImpl(), value, name));
   }
-  TavIntExprArg intLeaf(double value) { return TavIntExprArg(new (env.getImpl()) IntLeafI(env.getImpl(), value)); }
-
-  /// What a linear node holds: "2x -1y <p> 5" stands for the terms, the parts and the constant; "#" before it marks the
-  /// integer one. Any other node: its name, or its class and its plain text, "TavNumTimesCstI{p * 3}".
-  static std::string shape(TavNumExprArg expression) {
-    TavNumExprI* node = expression.getImpl();
-    if (!node) return "empty";
-    std::ostringstream os;
-    const auto write = [&os](const auto* linear) {
-      for (auto* cell = linear->getFirstTerm(); cell; cell = cell->next)
-        os << cell->coef << cell->var->getName() << " ";
-      for (auto* part = linear->getFirstPart(); part; part = part->next) {
-        os << "<" << shape(TavNumExprArg(part->expr)) << "> ";
-      }
-      os << linear->getConstant();
-    };
-    if (node->getTypeInfo() == TavNumLinTermI::GetTypeInfo()) {
-      write(static_cast<TavNumLinTermI*>(node));
-    } else if (node->getTypeInfo() == TavIntLinTermI::GetTypeInfo()) {
-      os << "#";
-      write(static_cast<TavIntLinTermI*>(node));
-    } else if (node->getName()) {
-      os << node->getName();
-    } else {
-      os << node->getRttiTypeName() << "{" << text(node) << "}";
-    }
-    return os.str();
+  TavIntExprArg intLeaf(double value, const char* name = "ileaf") {
+    return TavIntExprArg(new (env.getImpl()) IntLeafI(env.getImpl(), value, name));
   }
+  template <class Array, class T>
+  Array arrayOf(std::initializer_list<T> elements) {
+    Array array(env);
+    for (T element : elements) array.add(element);
+    return array;
+  }
+  TavNumArray nums(std::initializer_list<double> values) { return arrayOf<TavNumArray>(values); }
+  TavIntArray ints(std::initializer_list<TavInt> values) { return arrayOf<TavIntArray>(values); }
+  TavNumExprArray exprs(std::initializer_list<TavNumExprArg> nodes) { return arrayOf<TavNumExprArray>(nodes); }
+  TavIntExprArray intExprs(std::initializer_list<TavIntExprArg> nodes) { return arrayOf<TavIntExprArray>(nodes); }
 
   struct Term {
     double coef;
@@ -167,19 +154,56 @@ class TavTest : public ::testing::Test {
     for (TavIntExprArg part : parts) node->append(part.getImpl());
     return node;
   }
-  /// A leaf that prints its name.
-  TavNumExprArg namedLeaf(const char* name, double value = 1.0) {
-    TavNumExprArg node = leaf(value);
-    node.getImpl()->setName(name);
-    return node;
-  }
-  TavIntExprArg namedIntLeaf(const char* name, double value = 1.0) {
-    TavIntExprArg node = intLeaf(value);
-    node.getImpl()->setName(name);
-    return node;
+
+  /// What a linear node holds: "2x -1y <p> 5" stands for the terms, the parts and the constant; "#" before it marks the
+  /// integer one. Any other node: its name, or its class and its plain text, "TavNumTimesCstI{p * 3}".
+  std::string shape(TavNumExprArg expression) const { return shape(expression.getImpl()); }
+  std::string shape(TavNumExprI* node) const {
+    std::ostringstream os;
+    const auto write = [&](const auto* linear) {
+      for (auto* cell = linear->getFirstTerm(); cell; cell = cell->next)
+        os << cell->coef << cell->var->getName() << " ";
+      for (auto* part = linear->getFirstPart(); part; part = part->next) os << "<" << shape(part->expr) << "> ";
+      os << linear->getConstant();
+    };
+    if (node->getTypeInfo() == TavNumLinTermI::GetTypeInfo()) {
+      write(static_cast<TavNumLinTermI*>(node));
+    } else if (node->getTypeInfo() == TavIntLinTermI::GetTypeInfo()) {
+      os << "#";
+      write(static_cast<TavIntLinTermI*>(node));
+    } else if (node->getName()) {
+      os << node->getName();
+    } else {
+      os << node->getRttiTypeName() << "{" << plain(node) << "}";
+    }
+    return os.str();
   }
 
   double eval(TavNumExprArg expression) { return expression.eval(TavAlgorithm(&algorithm)); }
+  /// Bit for bit, but any not-a-number for another.
+  void expectValue(TavNumExprArg expression, double expected) {
+    const double value = eval(expression);
+    EXPECT_TRUE((value != value && expected != expected) ||
+                std::bit_cast<std::uint64_t>(value) == std::bit_cast<std::uint64_t>(expected))
+        << plain(expression) << " is " << value << " instead of " << expected;
+  }
+
+  using Calls = std::initializer_list<std::function<void()>>;
+  /// Each call throws an E with this message, "" for none, and makes no object and no term.
+  template <class E>
+  void refuses(const std::string& message, Calls calls) {
+    int at = 0;
+    for (const auto& call : calls) {
+      SCOPED_TRACE(message + " " + std::to_string(at++));
+      const auto balance = [&] {
+        return env.getImpl()->liveObjectCount() + env.getImpl()->liveTermCount() + other.getImpl()->liveObjectCount();
+      };
+      const TavInt before = balance();
+      EXPECT_EQ(messageOf<E>(call), message);
+      EXPECT_EQ(balance(), before);
+    }
+  }
+  void refusesEmpty(Calls calls) { refuses<TavEmptyHandleException>("", calls); }
 
   /// The sub-objects that a visit shows, between its begin and its end.
   static std::vector<TavExtractableI*> children(TavExtractableI* object) {
@@ -200,38 +224,60 @@ class TavTest : public ::testing::Test {
     return visitor.seen;
   }
 
-  /// The type names of the change records that `edit` sends.
-  std::vector<std::string> changesOf(const std::function<void()>& edit) {
-    std::vector<std::string> names;
-    env.getImpl()->setChangeListener([&names](const TavChange& change) { names.push_back(change.getRttiTypeName()); });
+  /// What the change records say that `edit` sends: "AddVar x; ", "bounds x 2 10; ", ...
+  std::string records(const std::function<void()>& edit) {
+    std::ostringstream log;
+    env.getImpl()->setChangeListener([&](const TavChange& change) { write(log, change); });
     edit();
     env.getImpl()->setChangeListener(nullptr);
-    return names;
+    return log.str();
+  }
+  /// From now on every record is refused after its change was made.
+  void refuseRecords() {
+    env.getImpl()->setChangeListener([](const TavChange&) { throw TavException("refused"); });
   }
 
   TavEnv env;
   TavEnv other;
-  ScriptedAlgorithm algorithm;
+  ScriptedAlgorithm algorithm{env.getImpl()};
 
  private:
-  template <class T>
-  std::string print(const T& object, bool librarySyntax) const {
-    env.getImpl()->librarySyntaxDisplay = librarySyntax;
-    std::ostringstream os;
-    os << object;
-    env.getImpl()->librarySyntaxDisplay = false;
-    return os.str();
+  template <class Record>
+  static const Record* as(const TavChange& change) {
+    return change.isType(Record::GetTypeInfo()) ? static_cast<const Record*>(&change) : nullptr;
+  }
+  static void write(std::ostream& os, const TavChange& change) {
+    const void* changed = change.getChangedExtractable();
+    const void* said = changed;
+    if (const auto* added = as<TavNumLinTermAddVar>(change)) {
+      os << "AddVar " << added->getVar()->getName();
+      said = added->getLinear();
+    } else if (const auto* removed = as<TavNumLinTermRemoveVar>(change)) {
+      os << "RemoveVar " << removed->getVar()->getName();
+      said = removed->getLinear();
+    } else if (const auto* integer = as<TavIntLinTermRemoveVar>(change)) {
+      os << "#RemoveVar " << integer->getVar()->getName();
+      said = integer->getLinear();
+    } else if (const auto* bounds = as<TavSetNumVarBounds>(change)) {
+      os << "bounds " << bounds->getVar()->getName() << " " << bounds->getLB() << " " << bounds->getUB();
+      EXPECT_EQ(bounds->getVar()->getLB(), bounds->getLB());  // the change is made when the record goes out
+      said = bounds->getVar();
+    } else if (const auto* array = as<TavSetNumVarArrayBounds>(change)) {
+      os << "array " << array->getVars().getSize() << " " << array->getLBs() << " " << array->getUBs();
+      EXPECT_EQ(change.getChangedExtractableArray(), array->getVars().getImpl());
+    } else if (const auto* values = as<TavSetNumVarPossibleValues>(change)) {
+      os << "values " << values->getVar()->getName();
+      if (values->getNumValues().getImpl()) os << " num " << values->getNumValues();
+      if (values->getIntValues().getImpl()) os << " int " << values->getIntValues();
+      said = values->getVar();
+    } else if (const auto* threshold = as<TavSetSemiContBound>(change)) {
+      os << "threshold " << threshold->getOldThreshold() << " " << threshold->getNewThreshold();
+      said = threshold->getVar();
+    } else if (const auto* left = as<TavConversionRemoveVar>(change)) {
+      os << left->getVar()->getName() << " leaves " << left->getConversion()->getVars().getSize();
+      said = left->getConversion();
+    }
+    EXPECT_EQ(said, changed);
+    os << "; ";
   }
 };
-
-/// The message of the exception of class E that `call` throws; fails when it throws none.
-template <class E, class Call>
-std::string messageOf(Call call) {
-  try {
-    call();
-  } catch (const E& failure) {
-    return failure.getMessage() ? failure.getMessage() : "";
-  }
-  ADD_FAILURE() << "nothing was thrown";
-  return "";
-}

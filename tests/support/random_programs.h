@@ -1,8 +1,34 @@
 #pragma once
 /// Random expression programs, run on the library and on the model of tests/support/random_model.h side by side.
 
+#include <cstdint>
+#include <random>
+#include <span>
 #include <string>
 
-/// Runs the program of a seed. Empty when library and model agree on every value (bit for bit, or both not a number),
-/// text, visit, kind, count and balance; else what differs first.
-std::string runRandomProgram(unsigned seed);
+/// Where the choices of a program come from: a seeded generator, or bytes, of which every sequence means a program.
+class Choices {
+ public:
+  explicit Choices(unsigned seed) : _random(seed) {}
+  /// Behind the last byte every choice is 0; the bytes stay the caller's.
+  explicit Choices(std::span<const std::uint8_t> bytes) : _bytes(bytes), _fromBytes(true) {}
+  /// One of 0 .. n - 1, n being at most 256.
+  int pick(int n) { return static_cast<int>(next() % static_cast<unsigned>(n)); }
+
+ private:
+  unsigned next() {
+    if (!_fromBytes) return static_cast<unsigned>(_random());
+    if (_bytes.empty()) return 0;
+    const unsigned byte = _bytes.front();
+    _bytes = _bytes.subspan(1);
+    return byte;
+  }
+
+  std::mt19937 _random;
+  std::span<const std::uint8_t> _bytes;
+  bool _fromBytes = false;
+};
+
+/// Runs the program of these choices. Empty when library and model agree on every value (bit for bit, or both not a
+/// number), text, visit, kind, count and balance; else what differs first.
+std::string runRandomProgram(Choices choices);

@@ -1,100 +1,117 @@
 #include "tests/support/samples.h"
 
-namespace {
-
-template <class Node>
-Node* operand(Node* node, const char* name) {
-  node->setName(name);
-  node->retain();
-  return node;
-}
-
-}  // namespace
-
-SampleWorld::SampleWorld(TavEnv home)
-    : env(home),
-      x(home, 0.0, 10.0, "x"),
-      y(home, -5.0, 5.0, "y"),
-      i(home, 0, 9, "i"),
-      j(home, -3, 3, "j"),
-      p(operand(new (home.getImpl()) LeafI(home.getImpl(), 2.5), "p")),
-      q(operand(new (home.getImpl()) LeafI(home.getImpl(), -1.5), "q")),
-      m(operand(new (home.getImpl()) IntLeafI(home.getImpl(), 7), "m")),
-      n(operand(new (home.getImpl()) IntLeafI(home.getImpl(), 2), "n")),
-      c(new (home.getImpl()) TavConstConstraintI(home.getImpl(), "c", 1)) {}
+#include <algorithm>
+#include <cmath>
 
 namespace {
 
-using World = const SampleWorld&;
+using O = const Operands&;
 using Use = const std::function<void(const TavChange&)>&;
-
-using enum NodeSample::Lookup;
-
-/// A sample of Class, whose base is Base, that `Make` makes.
-template <class Class, class Base, class Make>
-NodeSample node(Make, const char* children, NodeSample::Lookup lookup = kOwn, bool sameText = true) {
-  const auto make = [](World w) -> TavExtractableI* { return Make()(w).getImpl(); };
-  return {factsOf<Class, Base>(),
-          &Class::_extractCP,
-          &Class::_unextractCP,
-          &Class::_modifyCP,
-          make,
-          children,
-          lookup,
-          sameText};
-}
+using Values = const std::vector<double>&;
 
 template <class Class, class Base>
 NodeSample abstract() {
-  return {factsOf<Class, Base>(), &Class::_extractCP, &Class::_unextractCP, &Class::_modifyCP, nullptr, ""};
+  return {factsOf<Class, Base>(), &Class::_extractCP, &Class::_unextractCP, &Class::_modifyCP, false, nullptr};
+}
+
+/// A class that random programs do not compose.
+template <class Class, class Base, class Make>
+NodeSample special(Make make) {
+  NodeSample sample = abstract<Class, Base>();
+  sample.isInt = std::is_base_of_v<TavIntExprI, Class>;
+  sample.make = [make](O o) -> TavExtractableI* { return make(o).getImpl(); };
+  return sample;
 }
 
 template <class Class, class Make>
-NodeSample num(Make make, const char* children, NodeSample::Lookup lookup = kOwn) {
-  return node<Class, TavNumExprI>(make, children, lookup);
+NodeSample expression(const char* library, const char* plain, Value value, Make make) {
+  using Base = std::conditional_t<std::is_base_of_v<TavIntExprI, Class>, TavIntExprI, TavNumExprI>;
+  NodeSample sample = special<Class, Base>(make);
+  sample.library = library;
+  sample.plain = plain;
+  sample.value = std::move(value);
+  return sample;
 }
 
+/// A numeric expression that is integer when its operands and constants are.
 template <class Class, class Make>
-NodeSample integral(Make make, const char* children, NodeSample::Lookup lookup = kOwn) {
-  return node<Class, TavIntExprI>(make, children, lookup);
+NodeSample following(const char* library, const char* plain, Value value, Make make) {
+  NodeSample sample = expression<Class>(library, plain, std::move(value), make);
+  sample.follows = true;
+  return sample;
+}
+
+NodeSample folding(NodeSample sample) {
+  sample.folds = true;
+  return sample;
 }
 
 template <class Class>
-ChangeSample record(void (*with)(World, Use), const char* parts) {
-  return {factsOf<Class, TavChange>(), &Class::_applyCP, with, parts};
+ChangeSample record(void (*with)(O, Use), const char* part) {
+  return {factsOf<Class, TavChange>(), &Class::_applyCP, with, part};
 }
 
-TavNumLinTermI* numLinear(World w) {
-  auto* linear = static_cast<TavNumLinTermI*>((2 * w.x + 0 * w.y + 1.5).getImpl());
-  linear->append(w.p.getImpl());
+double times(double x, double y) { return x * y; }
+double over(double x, double y) { return x / y; }
+double min(double x, double y) { return y > x ? x : y; }
+double max(double x, double y) { return x > y ? x : y; }
+double power(double x, double y) { return std::pow(x, y); }
+template <bool remainder>
+double whole(double x, double y) {
+  const TavInt a = TavTrunc(x), b = TavTrunc(y);
+  if (b == 0 || (b == -1 && a == std::numeric_limits<TavInt>::min())) throw Undefined();
+  return static_cast<double>(remainder ? a % b : a / b);
+}
+template <double (*f)(double, double)>
+double swapped(double x, double y) {
+  return f(y, x);
+}
+double square(double x) { return x * x; }
+double sign(double x) { return x > 0 ? 1.0 : x < 0 ? -1.0 : 0.0; }
+double cut(double x) { return static_cast<double>(TavTrunc(x)); }
+double fraction(double x) { return x - cut(x); }
+double distance(double x) { return std::fabs(std::round(x) - x); }
+double conversion(double x) {
+  if (!std::isfinite(x) || std::trunc(x) != x) throw Undefined();
+  return cut(x);
+}
+double least(Values v) {
+  if (v.empty()) throw Undefined();
+  return *std::min_element(v.begin(), v.end());
+}
+double greatest(Values v) {
+  if (v.empty()) throw Undefined();
+  return *std::max_element(v.begin(), v.end());
+}
+double count(Values v) { return static_cast<double>(std::count(v.begin(), v.end() - 1, v.back())); }
+double deviation(Values v) {
+  double sum = 0.0, squares = 0.0;
+  for (const double x : v) sum += x;
+  for (const double x : v) squares += square(x - sum / static_cast<double>(v.size()));
+  return std::sqrt(squares / static_cast<double>(v.size()));
+}
+double element(Values v) {
+  const TavInt i = TavTrunc(v[0]);
+  if (i < 0 || i >= static_cast<TavInt>(v.size()) - 1) throw Undefined();
+  return v[static_cast<std::size_t>(i) + 1];
+}
+
+TavNumLinTermI* numLinear(O o) {
+  auto* linear = static_cast<TavNumLinTermI*>((2 * o.v + 0 * o.w + 1.5).getImpl());
+  linear->append(o.x.getImpl());
   return linear;
 }
-
-TavIntLinTermI* intLinear(World w) {
-  auto* linear = static_cast<TavIntLinTermI*>((2 * w.i + 0 * w.j + 4).getImpl());
-  linear->append(w.m.getImpl());
+TavIntLinTermI* intLinear(O o) {
+  auto* linear = static_cast<TavIntLinTermI*>((2 * o.w + 0 * o.w + 4).getImpl());
+  linear->append(o.i.getImpl());
   return linear;
 }
-
-TavNumExprArray nums(World w) {
-  TavNumExprArray array(w.env);
-  for (const TavNumExprArg element : {w.p, static_cast<TavNumExprArg>(w.x), w.p}) array.add(element);
-  return array;
-}
-
-TavIntExprArray ints(World w) {
-  TavIntExprArray array(w.env);
-  for (const TavIntExprArg element : {w.m, static_cast<TavIntExprArg>(w.i), w.m}) array.add(element);
-  return array;
-}
-
-double twice(double x) { return 2 * x; }
 
 /// i ? then : else.
 template <class Node, class Arg>
-Arg conditional(World w, Arg thenExpr, Arg elseExpr) {
-  TavEnvI* env = w.env.getImpl();
-  return Arg(new (env) Node(env, TavNumExprArg(w.i).getImpl(), thenExpr.getImpl(), elseExpr.getImpl(), 0, 0));
+Arg conditional(O o, Arg thenExpr, Arg elseExpr) {
+  TavEnvI* env = o.env.getImpl();
+  return Arg(new (env) Node(env, TavNumExprArg(o.i).getImpl(), thenExpr.getImpl(), elseExpr.getImpl(), 0, 0));
 }
 
 }  // namespace
@@ -108,106 +125,121 @@ const std::vector<NodeSample>& nodeSamples() {
       abstract<TavAnyExprI, TavExtractableI>(),
       abstract<TavTupleSubMapExprI, TavAnyExprI>(),
       abstract<TavConstraintI, TavIntExprI>(),
-      integral<TavNumVarI>([](World w) { return w.x; }, ""),
-      node<TavNumLinTermI, TavNumExprI>([](World w) { return TavNumExprArg(numLinear(w)); }, "p x ", kTarget),
-      node<TavIntLinTermI, TavIntExprI>([](World w) { return TavIntExprArg(intLinear(w)); }, "m i ", kTarget),
-      num<TavNumTimesCstI>([](World w) { return w.p * 3.0; }, "p "),
-      num<TavNumTimesI>([](World w) { return w.x * w.p; }, "x p "),
-      num<TavNumDivCstI>([](World w) { return w.p / 4.0; }, "p "),
-      num<TavNumRecDivCstI>([](World w) { return 5.0 / w.q; }, "q "),
-      num<TavNumDivI>([](World w) { return w.p / w.q; }, "p q "),
-      num<TavNumMinCstI>([](World w) { return TavMin(w.p, 2.0); }, "p "),
-      num<TavNumMaxCstI>([](World w) { return TavMax(w.p, 2.0); }, "p "),
-      num<TavNumMinI>([](World w) { return TavMin(w.p, w.x); }, "p x "),
-      num<TavNumMaxI>([](World w) { return TavMax(w.p, w.x); }, "p x "),
-      num<TavNumPowerCstI>([](World w) { return TavPower(w.p, 2.0); }, "p "),
-      num<TavNumRecPowerCstI>([](World w) { return TavPower(2.0, w.p); }, "p "),
-      num<TavNumPowerI>([](World w) { return TavPower(w.p, w.q); }, "p q "),
-      num<TavNumSquareI>([](World w) { return TavSquare(w.p); }, "p "),
-      num<TavNumAbsI>([](World w) { return TavAbs(w.p); }, "p "),
-      num<TavSinI>([](World w) { return TavSin(w.p); }, "p "),
-      num<TavCosI>([](World w) { return TavCos(w.p); }, "p "),
-      num<TavTanI>([](World w) { return TavTan(w.p); }, "p "),
-      num<TavArcSinI>([](World w) { return TavArcSin(w.p); }, "p "),
-      num<TavArcCosI>([](World w) { return TavArcCos(w.p); }, "p "),
-      num<TavArcTanI>([](World w) { return TavArcTan(w.p); }, "p "),
-      num<TavLogI>([](World w) { return TavLog(w.p); }, "p "),
-      num<TavExponentI>([](World w) { return TavExponent(w.p); }, "p "),
-      num<TavNumCeilI>([](World w) { return TavCeil(w.p); }, "p "),
-      num<TavNumFloorI>([](World w) { return TavFloor(w.p); }, "p "),
-      num<TavNumTruncI>([](World w) { return TavTrunc(w.p); }, "p "),
-      num<TavDistToIntI>([](World w) { return TavDistToInt(w.p); }, "p "),
-      num<TavNumFractI>([](World w) { return TavFract(w.p); }, "p "),
-      num<TavNumRoundI>([](World w) { return TavVurRound(w.p); }, "p "),
-      num<TavNumMinArrayI>([](World w) { return TavMin(nums(w)); }, "p x p ", kTarget),
-      num<TavNumMaxArrayI>([](World w) { return TavMax(nums(w)); }, "p x p ", kTarget),
-      num<TavNumExprArrayElementI>([](World w) { return nums(w)[w.n]; }, "n p x p ", kBoth),
-      num<TavNumArrayElementI>([](World w) { return TavElement(TavNumArray(w.env, 4), w.n); }, "n "),
-      num<TavStandardDeviationI>([](World w) { return TavStandardDeviation(ints(w)); }, "m i m ", kTarget),
-      num<TavExprPiecewiseLinearI>(
-          [](World w) { return TavPiecewiseLinear(w.p, TavNumArray(w.env, 1), TavNumArray(w.env, 2), 0.0, 4.0); },
-          "p "),
-      num<TavMonotonicNumExprI>([](World w) { return TavMonotonicIncreasingNumExpr(w.p, &twice, &twice); }, "p "),
-      num<TavConditionalNumExprI>([](World w) { return conditional<TavConditionalNumExprI>(w, w.p, w.q); }, "i p q "),
-      integral<TavIntTimesCstI>([](World w) { return w.m * 3; }, "m "),
-      integral<TavIntTimesI>([](World w) { return w.m * w.i; }, "m i "),
-      integral<TavIntDivCstI>([](World w) { return TavDiv(w.m, 2); }, "m "),
-      integral<TavIntRecDivCstI>([](World w) { return TavDiv(20, w.n); }, "n "),
-      integral<TavIntDivI>([](World w) { return TavDiv(w.m, w.n); }, "m n "),
-      integral<TavIntModuloI>([](World w) { return w.m % w.n; }, "m n "),
-      integral<TavIntModuloCstI>([](World w) { return w.m % 4; }, "m "),
-      integral<TavIntRecModuloCstI>([](World w) { return 20 % w.n; }, "n "),
-      integral<TavIntSquareI>([](World w) { return TavSquare(w.m); }, "m "),
-      integral<TavIntAbsI>([](World w) { return TavAbs(w.m); }, "m "),
-      integral<TavSgnI>([](World w) { return TavSgn(w.q); }, "q "),
-      integral<TavIntMinCstI>([](World w) { return TavMin(w.m, 2); }, "m "),
-      integral<TavIntMaxCstI>([](World w) { return TavMax(w.m, 2); }, "m "),
-      integral<TavIntMinI>([](World w) { return TavMin(w.m, w.n); }, "m n "),
-      integral<TavIntMaxI>([](World w) { return TavMax(w.m, w.n); }, "m n "),
-      integral<TavNumToIntI>([](World w) { return TavNumToInt(w.m); }, "m "),
-      integral<TavIntMinArrayI>([](World w) { return TavMin(ints(w)); }, "m i m ", kTarget),
-      integral<TavIntMaxArrayI>([](World w) { return TavMax(ints(w)); }, "m i m ", kTarget),
-      integral<TavCountI>([](World w) { return TavCount(ints(w), 7); }, "m i m ", kTarget),
-      integral<TavIntExprArrayElementI>([](World w) { return ints(w)[w.n]; }, "n m i m ", kBoth),
-      integral<TavIntArrayElementI>([](World w) { return TavElement(TavIntArray(w.env, 4), w.n); }, "n "),
-      integral<TavConditionalIntExprI>([](World w) { return conditional<TavConditionalIntExprI>(w, w.m, w.n); },
-                                       "i m n "),
-      node<TavConstConstraintI, TavConstraintI>([](World w) { return w.c; }, ""),
-      node<TavSemiContVarI, TavNumVarI>([](World w) { return TavSemiContVar(w.env, 1.0, 5.0); }, "", kOwn, false),
-      node<TavConstraintIndVarI, TavNumVarI>([](World w) { return TavNumVar(w.c); }, "c ", kTarget),
-      node<TavConversionI, TavExtractableI>(
-          [](World w) { return TavConversion(w.env, TavNumVarArray(w.env, 2, w.x, w.i), TavNumVar::Int); }, "x i ",
-          kTargetOrNull, false),
+      special<TavNumVarI, TavIntExprI>([](O o) { return o.v; }),
+      special<TavSemiContVarI, TavNumVarI>([](O o) { return TavSemiContVar(o.env, 1.0, 5.0); }),
+      special<TavConstraintIndVarI, TavNumVarI>([](O o) { return TavNumVar(o.truth); }),
+      special<TavConstConstraintI, TavConstraintI>([](O o) { return o.truth; }),
+      special<TavConversionI, TavExtractableI>(
+          [](O o) { return TavConversion(o.env, TavNumVarArray(o.env, 2, o.v, o.w), TavNumVar::Int); }),
+      special<TavNumLinTermI, TavNumExprI>([](O o) { return TavNumExprArg(numLinear(o)); }),
+      special<TavIntLinTermI, TavIntExprI>([](O o) { return TavIntExprArg(intLinear(o)); }),
+      special<TavConditionalNumExprI, TavNumExprI>(
+          [](O o) { return conditional<TavConditionalNumExprI>(o, o.x, o.y); }),
+      special<TavConditionalIntExprI, TavIntExprI>(
+          [](O o) { return conditional<TavConditionalIntExprI>(o, o.i, o.j); }),
+
+      folding(following<TavNumTimesCstI>("( %x* %c) ", "%x * %c", times, [](O o) { return o.x * o.c; })),
+      folding(expression<TavIntTimesCstI>("( %i* %k) ", "%i * %k", times, [](O o) { return o.i * o.k; })),
+      folding(following<TavNumTimesI>("( %x* %y) ", "%x * %y", times, [](O o) { return o.x * o.y; })),
+      expression<TavIntTimesI>("( %i* %j) ", "%i * %j", times, [](O o) { return o.i * o.j; }),
+      folding(expression<TavNumDivCstI>("( %x/ %c) ", "%x/ %c", over, [](O o) { return o.x / o.c; })),
+      expression<TavIntDivCstI>("( %i/ %k) ", "%i / %k", whole<false>, [](O o) { return TavDiv(o.i, o.k); }),
+      expression<TavNumRecDivCstI>("( %c/ %x) ", "%c / %x", swapped<over>, [](O o) { return o.c / o.x; }),
+      expression<TavIntRecDivCstI>("( %k/ %i) ", "%k / %i", swapped<whole<false>>,
+                                   [](O o) { return TavDiv(o.k, o.i); }),
+      expression<TavNumDivI>("( %x/ %y) ", "%x / %y", over, [](O o) { return o.x / o.y; }),
+      expression<TavIntDivI>("( %i/ %j) ", "%i / %j", whole<false>, [](O o) { return TavDiv(o.i, o.j); }),
+      expression<TavIntModuloI>("( %i% %j) ", "%i % %j", whole<true>, [](O o) { return o.i % o.j; }),
+      expression<TavIntModuloCstI>("( %i% %k) ", "%i% %k", whole<true>, [](O o) { return o.i % o.k; }),
+      expression<TavIntRecModuloCstI>("(%k% %i)", "%k % %i", swapped<whole<true>>, [](O o) { return o.k % o.i; }),
+
+      following<TavNumPowerCstI>("( %x^ %c) ", "%x ^ %c", power, [](O o) { return TavPower(o.x, o.c); }),
+      following<TavNumRecPowerCstI>("( %c^ %x) ", "%c ^ %x", swapped<power>, [](O o) { return TavPower(o.c, o.x); }),
+      following<TavNumPowerI>("( %x^ %y) ", "%x ^ %y", power, [](O o) { return TavPower(o.x, o.y); }),
+      following<TavNumSquareI>("TavSquare(%x) ", "square(%x)", square, [](O o) { return TavSquare(o.x); }),
+      expression<TavIntSquareI>("TavSquare(%i) ", "square(%i)", square, [](O o) { return TavSquare(o.i); }),
+      following<TavNumAbsI>("TavAbs(%x) ", "abs(%x)", std::fabs, [](O o) { return TavAbs(o.x); }),
+      expression<TavIntAbsI>("TavAbs(%i) ", "abs(%i)", std::fabs, [](O o) { return TavAbs(o.i); }),
+      expression<TavSgnI>("TavSgn(%x) ", "sgn(%x)", sign, [](O o) { return TavSgn(o.x); }),
+
+      following<TavNumMinCstI>("TavMin( %x, %c) ", "min( %x, %c)", min, [](O o) { return TavMin(o.c, o.x); }),
+      following<TavNumMaxCstI>("TavMax( %x, %c) ", "max(%x, %c)", max, [](O o) { return TavMax(o.x, o.c); }),
+      expression<TavIntMinCstI>("( %i, %k) ", "min(%i, %k)", min, [](O o) { return TavMin(o.i, o.k); }),
+      expression<TavIntMaxCstI>("( %i, %k) ", "max(%i, %k)", max, [](O o) { return TavMax(o.k, o.i); }),
+      following<TavNumMinI>("TavMin( %x, %y) ", "min(%x, %y)", min, [](O o) { return TavMin(o.x, o.y); }),
+      following<TavNumMaxI>("TavMax( %x, %y) ", "max(%x, %y)", max, [](O o) { return TavMax(o.x, o.y); }),
+      expression<TavIntMinI>("TavMin( %i, %j) ", "min(%i, %j)", min, [](O o) { return TavMin(o.i, o.j); }),
+      expression<TavIntMaxI>("TavMax( %i, %j) ", "max(%i, %j)", max, [](O o) { return TavMax(o.i, o.j); }),
+      following<TavNumMinArrayI>("TavMin( %X) ", "min( %X)", least, [](O o) { return TavMin(o.X); }),
+      following<TavNumMaxArrayI>("TavMax( %X) ", "max(%X)", greatest, [](O o) { return TavMax(o.X); }),
+      expression<TavIntMinArrayI>("TavMin( %I) ", "min(%I)", least, [](O o) { return TavMin(o.I); }),
+      expression<TavIntMaxArrayI>("TavMax( %I) ", "max(%I)", greatest, [](O o) { return TavMax(o.I); }),
+
+      expression<TavSinI>("TavSin(%x) ", "sin(%x)", std::sin, [](O o) { return TavSin(o.x); }),
+      expression<TavCosI>("TavCos(%x) ", "cos(%x)", std::cos, [](O o) { return TavCos(o.x); }),
+      expression<TavTanI>("TavTan(%x) ", "tan(%x)", std::tan, [](O o) { return TavTan(o.x); }),
+      expression<TavArcSinI>("TavArcSin(%x) ", "arc-sin(%x)", std::asin, [](O o) { return TavArcSin(o.x); }),
+      expression<TavArcCosI>("TavArcCos(%x) ", "arc-cos(%x)", std::acos, [](O o) { return TavArcCos(o.x); }),
+      expression<TavArcTanI>("TavArcTan(%x) ", "arc-tan(%x)", std::atan, [](O o) { return TavArcTan(o.x); }),
+      expression<TavLogI>("TavLog(%x) ", "log(%x)", std::log, [](O o) { return TavLog(o.x); }),
+      expression<TavExponentI>("TavExponent(%x) ", "exp(%x)", std::exp, [](O o) { return TavExponent(o.x); }),
+      following<TavNumCeilI>("TavCeil(%x) ", "ceil(%x)", std::ceil, [](O o) { return TavCeil(o.x); }),
+      following<TavNumFloorI>("TavFloor(%x) ", "floor(%x)", std::floor, [](O o) { return TavFloor(o.x); }),
+      following<TavNumTruncI>("TavTrunc(%x) ", "trunc(%x)", cut, [](O o) { return TavTrunc(o.x); }),
+      following<TavDistToIntI>("TavDistToInt(%x) ", "distToInt(%x)", distance, [](O o) { return TavDistToInt(o.x); }),
+      following<TavNumFractI>("TavFract(%x) ", "fract(%x)", fraction, [](O o) { return TavFract(o.x); }),
+      following<TavNumRoundI>("TavVurRound(%x) ", "round(%x)", TavVurRound, [](O o) { return TavVurRound(o.x); }),
+      expression<TavNumToIntI>("TavNumToInt(%x) ", "numToInt(%x)", conversion, [](O o) { return TavNumToInt(o.x); }),
+
+      following<TavNumExprArrayElementI>("TavNumExprArrayIndex(%i, %X) ", "num-exprs[%i]", element,
+                                         [](O o) { return o.X[o.i]; }),
+      expression<TavIntExprArrayElementI>("TavIntExprArrayIndex(%i, %I) ", "int-exprs[%i]", element,
+                                          [](O o) { return o.I[o.i]; }),
+      following<TavNumArrayElementI>("TavNumArrayIndex(%i, %C) ", "nums[%i]", element,
+                                     [](O o) { return TavElement(o.C, o.i); }),
+      expression<TavIntArrayElementI>("TavIntArrayIndex(%i, %K) ", "ints[%i]", element,
+                                      [](O o) { return TavElement(o.K, o.i); }),
+      expression<TavCountI>("TavCount( %I, %k) ", "count(%I, %k)", count, [](O o) { return TavCount(o.I, o.k); }),
+      expression<TavStandardDeviationI>("TavStandardDeviation( %I) ", "stddev(%I)", deviation,
+                                        [](O o) { return TavStandardDeviation(o.I); }),
+      expression<TavExprPiecewiseLinearI>("piecewiselinear(%x, %C, %D, %c, %d)", "piecewiselinear(%x, %C, %D, %c, %d)",
+                                          {}, [](O o) { return TavPiecewiseLinear(o.x, o.C, o.D, o.c, o.d); }),
+      expression<TavMonotonicNumExprI>("TavMonotonicIncreasingNumExpr(%x)", "TavMonotonicIncreasingNumExpr(%x)", square,
+                                       [](O o) { return TavMonotonicIncreasingNumExpr(o.x, square, square); }),
   };
   return kSamples;
 }
 
 const std::vector<ChangeSample>& changeSamples() {
   static const std::vector<ChangeSample> kSamples = {
-      record<TavNumLinTermAddVar>([](World w, Use use) { use(TavNumLinTermAddVar(numLinear(w), w.y.getImpl())); },
-                                  "y "),
-      record<TavNumLinTermRemoveVar>([](World w, Use use) { use(TavNumLinTermRemoveVar(numLinear(w), w.y.getImpl())); },
-                                     "y "),
-      record<TavIntLinTermRemoveVar>([](World w, Use use) { use(TavIntLinTermRemoveVar(intLinear(w), w.j.getImpl())); },
-                                     "j "),
-      record<TavSetNumVarBounds>([](World w, Use use) { use(TavSetNumVarBounds(w.x.getImpl(), 1.0, 2.0)); }, ""),
+      record<TavNumLinTermAddVar>([](O o, Use use) { use(TavNumLinTermAddVar(numLinear(o), o.v.getImpl())); }, "v"),
+      record<TavNumLinTermRemoveVar>([](O o, Use use) { use(TavNumLinTermRemoveVar(numLinear(o), o.v.getImpl())); },
+                                     "v"),
+      record<TavIntLinTermRemoveVar>([](O o, Use use) { use(TavIntLinTermRemoveVar(intLinear(o), o.w.getImpl())); },
+                                     "w"),
+      record<TavSetNumVarBounds>([](O o, Use use) { use(TavSetNumVarBounds(o.v.getImpl(), 1.0, 2.0)); }, ""),
       record<TavSetNumVarArrayBounds>(
-          [](World w, Use use) {
-            const TavNumVarArray vars(w.env, 2, w.x, w.y);
-            const TavNumArray bounds(w.env, 2);
-            use(TavSetNumVarArrayBounds(vars.getImpl(), bounds.getImpl(), bounds.getImpl()));
+          [](O o, Use use) {
+            const TavArrayI* vars = TavNumVarArray(o.env, 2, o.v, o.w).getImpl();
+            use(TavSetNumVarArrayBounds(const_cast<TavArrayI*>(vars), o.C.getImpl(), o.C.getImpl()));
           },
           ""),
       record<TavSetNumVarPossibleValues>(
-          [](World w, Use use) { use(TavSetNumVarPossibleValues(w.x.getImpl(), nullptr, nullptr)); }, ""),
+          [](O o, Use use) { use(TavSetNumVarPossibleValues(o.v.getImpl(), nullptr, nullptr)); }, ""),
       record<TavSetSemiContBound>(
-          [](World w, Use use) { use(TavSetSemiContBound(TavSemiContVar(w.env, 1.0, 5.0).getImpl(), 1.0, 2.0)); }, ""),
+          [](O o, Use use) { use(TavSetSemiContBound(TavSemiContVar(o.env, 1.0, 5.0).getImpl(), 1.0, 2.0)); }, ""),
       record<TavConversionRemoveVar>(
-          [](World w, Use use) {
-            const TavConversion conversion(w.env, w.y, TavNumVar::Int);
-            use(TavConversionRemoveVar(w.y.getImpl(), conversion.getImpl()));
+          [](O o, Use use) {
+            use(TavConversionRemoveVar(o.v.getImpl(), TavConversion(o.env, o.v, TavNumVar::Int).getImpl()));
           },
-          "y "),
+          "v"),
   };
   return kSamples;
+}
+
+std::vector<ClassFacts> allClasses() {
+  std::vector<ClassFacts> all;
+  for (const NodeSample& sample : nodeSamples()) all.push_back(sample.facts);
+  for (const ChangeSample& sample : changeSamples()) all.push_back(sample.facts);
+  return all;
 }

@@ -1,25 +1,48 @@
 #pragma once
-/// One sample of every class: what the tests of the protocol run over. A class that stands in a header of the library
-/// and not in these tables fails a test.
+/// One sample of every class: how it is made, and for an expression both texts, the value and the kind. The tests of
+/// the protocol run over the samples, the random programs compose them. A class that stands in a header of the library
+/// and not here fails a test.
 
+#include <functional>
+#include <string>
 #include <vector>
 
-#include "tests/support/fixture.h"
+#include "expression/nodes.h"
 
-/// Where samples are made: named operands of every kind, held with one reference.
-struct SampleWorld {
-  explicit SampleWorld(TavEnv home);
+/// What a sample is made of. Texts name the operands by these letters: "%x" is the text of x.
+struct Operands {
+  explicit Operands(TavEnv home) : env(home), X(home), I(home), C(home), D(home), K(home) {}
   TavEnv env;
-  TavNumVar x, y;
-  TavIntVar i, j;
-  TavNumExprArg p, q;
-  TavIntExprArg m, n;
-  TavConstraint c;
+  TavNumExprArg x, y;
+  TavIntExprArg i, j;
+  TavNumExprArray X;
+  TavIntExprArray I;
+  double c = 0, d = 0;
+  TavInt k = 0;
+  TavNumArray C, D;
+  TavIntArray K;
+  TavNumVar v;
+  TavIntVar w;
+  TavConstraint truth;
+};
+
+/// Thrown by a value function where there is no value: a division of integers by zero, an array without elements.
+struct Undefined {};
+
+/// The value of a node from those of its operands, its constants behind them.
+struct Value {
+  Value() = default;
+  Value(double (*f)(double)) : of([f](const auto& v) { return f(v[0]); }) {}
+  Value(double (*f)(double, double)) : of([f](const auto& v) { return f(v[0], v[1]); }) {}
+  Value(double (*f)(const std::vector<double>&)) : of(f) {}
+  /// Empty where the sample has no model of its value.
+  std::function<double(const std::vector<double>&)> of;
 };
 
 /// The static side of one class.
 struct ClassFacts {
   const char* name;
+  const char* base;
   TavInt size;
   TavTypeInfo (*token)();
   TavTypeInfo (*baseToken)();
@@ -32,9 +55,9 @@ struct ClassFacts {
 
 template <class Class, class Base>
 ClassFacts factsOf() {
-  return {Class::GetRttiTypeName(), Class::GetExtractableSize(), &Class::GetTypeInfo,
-          &Class::GetBaseTypeInfo,  &Base::GetTypeInfo,          &Class::GetTypeIndex,
-          &Base::GetTypeIndex,      &Class::_rttiIndex,          &Base::_rttiIndex};
+  return {Class::GetRttiTypeName(), Base::kTypeName,    Class::GetExtractableSize(), &Class::GetTypeInfo,
+          &Class::GetBaseTypeInfo,  &Base::GetTypeInfo, &Class::GetTypeIndex,        &Base::GetTypeIndex,
+          &Class::_rttiIndex,       &Base::_rttiIndex};
 }
 
 struct NodeSample {
@@ -42,50 +65,30 @@ struct NodeSample {
   TavExtractHook* extract;
   TavObjectHook* unextract;
   TavObjectHook* modify;
-  /// Null for an abstract class.
-  TavExtractableI* (*make)(const SampleWorld&);
-  /// The names of the children that a visit shows, each followed by a blank.
-  const char* children;
-  /// Where makeClone looks clones of operands up: in the node's own environment, in the target, some here and some
-  /// there, or in the target with null for those that are not found.
-  enum Lookup { kOwn, kTarget, kBoth, kTargetOrNull } lookup = kOwn;
-  /// Whether the clone prints as the node does.
-  bool sameText = true;
+  bool isInt;
+  /// Empty for an abstract class.
+  std::function<TavExtractableI*(const Operands&)> make;
+  /// Whether a numeric expression is integer when all operands and constants are.
+  bool follows = false;
+  /// Whether only an operator makes it, which now and then makes something else.
+  bool folds = false;
+  /// The texts in both syntaxes; the first one names all operands in the order of a visit. Null where a random program
+  /// does not compose the class.
+  const char* library = nullptr;
+  const char* plain = nullptr;
+  Value value = {};
 };
 
 struct ChangeSample {
   ClassFacts facts;
   TavApplyHook* apply;
   /// Makes a record and hands it on.
-  void (*with)(const SampleWorld&, const std::function<void(const TavChange&)>& use);
-  /// What visitChange shows.
-  const char* parts;
+  void (*with)(const Operands&, const std::function<void(const TavChange&)>& use);
+  /// The name of the variable that visitChange shows, or "".
+  const char* part;
 };
 
 const std::vector<NodeSample>& nodeSamples();
 const std::vector<ChangeSample>& changeSamples();
-
-/// Values by the variables' names, so that clones have the same ones.
-class NamedValues : public TavAlgorithmI {
- public:
-  explicit NamedValues(TavEnv env) : TavAlgorithmI(env.getImpl()) {}
-  double getValue(const TavNumVarI* variable) const override {
-    return variable->getName() ? variable->getName()[0] - 'a' - 7 : 0;
-  }
-  double getValue(const TavIntExprI*) const override { return 1.0; }
-};
-
-class ProtocolTest : public TavTest {
- protected:
-  ProtocolTest() : world(env), values(env) {}
-  /// Calls check(sample, object) with a new object of every concrete node class.
-  template <class Check>
-  void forEachNode(Check check) {
-    for (const NodeSample& sample : nodeSamples()) {
-      SCOPED_TRACE(sample.facts.name);
-      if (sample.make) check(sample, sample.make(world));
-    }
-  }
-  SampleWorld world;
-  NamedValues values;
-};
+/// The facts of the node classes, then of the change records.
+std::vector<ClassFacts> allClasses();

@@ -5,34 +5,26 @@ namespace {
 using IntVar = TavTest;
 
 TEST_F(IntVar, IsAVariableOfTypeIntWithWholeBounds) {
-  const TavIntVar v(env);
-  EXPECT_EQ(v.getMin(), 0);
+  const TavIntVar v(env, "v"), inverted(env, 3, 2, "v"), odd(env, -5, 5, "v");
   EXPECT_EQ(v.getMax(), 9007199254740991);
   EXPECT_EQ(v.getType(), TavNumVar::Int);
-  const TavIntVar inverted(env, 3, 2);
-  EXPECT_EQ(inverted.getMin(), 3);
-  EXPECT_EQ(TavIntVar(TavIntRange(env, -4, 4)).getMin(), -4);
-  const TavIntVar odd(env, -5, 5);
+  EXPECT_EQ(plain(inverted), "v[3 .. 2] ");
+  EXPECT_EQ(plain(TavIntVar(TavIntRange(env, -4, 4), "v")), "v[-4 .. 4] ");
   TavNumVar(odd).setBounds(-2.5, 2.9);
   EXPECT_EQ(odd.getMin(), -2);
   EXPECT_EQ(odd.getMax(), 2);
-  EXPECT_EQ(TavNumVar(odd).getImpl(), odd.getImpl());
 }
 
 TEST_F(IntVar, EmptyHandlesAreRefusedInTwoWordings) {
-  const TavIntVar empty, v(env, 0, 1);
-  TavIntArray values(env);
-  values.add(3);
-  const std::pair<const char*, std::function<void()>> kCases[] = {
-      {"Using empty TavIntVar handle.", [&] { empty.setMin(1); }},
-      {"Using empty TavIntVar handle.", [&] { empty.setMax(1); }},
-      {"Using empty TavIntVar handle.", [&] { empty.setPossibleValues(values); }},
-      {"Using empty handle TavIntVar", [&] { empty.setBounds(0, 1); }},
-      {"Using empty handle TavIntVar", [&] { empty.getPossibleValues(values); }},
-      {"Using empty handle TavIntVar::getType", [&] { empty.getType(); }},
-      {"Using empty TavIntArray handle.", [&] { v.getPossibleValues(TavIntArray()); }},
-      {"Using empty TavIntArray handle.", [&] { v.setPossibleValues(TavIntArray()); }}};
-  for (const auto& [message, call] : kCases) EXPECT_EQ(messageOf<TavWrongUsage>(call), message);
+  const TavIntVar none, v(env, 0, 1);
+  const TavIntArray values = ints({3});
+  refuses<TavWrongUsage>("Using empty TavIntVar handle.",
+                         {[&] { none.setMin(1); }, [&] { none.setMax(1); }, [&] { none.setPossibleValues(values); }});
+  refuses<TavWrongUsage>("Using empty handle TavIntVar",
+                         {[&] { none.setBounds(0, 1); }, [&] { none.getPossibleValues(values); }});
+  refuses<TavWrongUsage>("Using empty handle TavIntVar::getType", {[&] { none.getType(); }});
+  refuses<TavWrongUsage>("Using empty TavIntArray handle.",
+                         {[&] { v.getPossibleValues(TavIntArray()); }, [&] { v.setPossibleValues(TavIntArray()); }});
   v.setPossibleValues(values);
   v.getPossibleValues(values);
   EXPECT_EQ(plain(values), "[3, 3]");
@@ -41,17 +33,17 @@ TEST_F(IntVar, EmptyHandlesAreRefusedInTwoWordings) {
 TEST_F(IntVar, ConversionsCheckTypeAndBounds) {
   TavEnvI* e = env.getImpl();
   const TavNumVar real(env, 0, 1), unit(env, 0, 1, TavNumVar::Int), one(env, 1, 1, TavNumVar::Int),
-      wide(env, 0, 2, TavNumVar::Int), truth(new (e) TavNumVarI(e, new (e) TavBoolVarDomainI(0, 5), nullptr));
-  const TavNumVar half(env, 0, 1, TavNumVar::Int);
+      wide(env, 0, 2, TavNumVar::Int), truth(new (e) TavNumVarI(e, new (e) TavBoolVarDomainI(0, 5), nullptr)),
+      half(env, 0, 1, TavNumVar::Int);
+  const TavIntVar below(env, -1, 0);
   half.setLB(0.5);
-  EXPECT_THROW(TavIntVar{real}, TavBadConversion);
   EXPECT_EQ(TavIntVar(truth).getImpl(), truth.getImpl());
-  EXPECT_EQ(messageOf<TavWrongUsage>([&] { TavBoolVar{real}; }), "Try to add a float variable to TavBoolVarArray");
   for (const TavNumVar v : {unit, one, truth}) EXPECT_EQ(TavBoolVar(v).getImpl(), v.getImpl());
-  for (const TavNumVar v : {wide, half}) EXPECT_THROW(TavBoolVar{v}, TavBadConversion);
   EXPECT_EQ(TavBoolVar(TavIntVar(half)).getImpl(), half.getImpl());  // from an integer a range is enough
-  for (const TavNumVar v : {wide, truth}) EXPECT_THROW(TavBoolVar{TavIntVar(v)}, TavBadConversion);
-  EXPECT_THROW(TavBoolVar{TavIntVar(env, -1, 0)}, TavBadConversion);
+  refuses<TavWrongUsage>("Try to add a float variable to TavBoolVarArray", {[&] { TavBoolVar{real}; }});
+  refuses<TavBadConversion>(
+      "", {[&] { TavIntVar{real}; }, [&] { TavBoolVar{wide}; }, [&] { TavBoolVar{half}; },
+           [&] { TavBoolVar{TavIntVar(wide)}; }, [&] { TavBoolVar{TavIntVar(truth)}; }, [&] { TavBoolVar{below}; }});
 }
 
 TEST_F(IntVar, ABooleanTakesItsBoundsAsGivenAndSharesTheIntegerDomain) {
@@ -60,14 +52,16 @@ TEST_F(IntVar, ABooleanTakesItsBoundsAsGivenAndSharesTheIntegerDomain) {
   EXPECT_EQ(b.getImpl()->getDomain(), TavIntVar(env, 0, 1).getImpl()->getDomain());
   EXPECT_EQ(odd.getMin(), -3);
   const TestColumn column(env);
-  const TavBoolVar byColumn{TavAddNumVar(&column)};
+  const TavAddNumVar add(&column);
+  const TavBoolVar byColumn(add, "b");
   EXPECT_EQ(column.installed, byColumn.getImpl());
   EXPECT_EQ(byColumn.getType(), TavNumVar::Bool);
+  EXPECT_EQ(plain(byColumn), "b[0 .. 1] ");
   EXPECT_FALSE(byColumn.getImpl()->getDomain()->isShared());
-  const TavIntVar whole(TavAddNumVar(&column), -2, 2);
-  EXPECT_EQ(column.installed, whole.getImpl());
-  TavIntArray values(env, 2);
-  EXPECT_EQ(plain(TavIntVar(TavAddNumVar(&column), values, "v")), "v{0, 0} ");
+  EXPECT_EQ(plain(TavIntVar(add, -2, 2, "v")), "v[-2 .. 2] ");
+  const TavIntVar list(add, ints({0, 1}), "v");
+  EXPECT_EQ(column.installed, list.getImpl());
+  EXPECT_EQ(plain(list), "v{0, 1} ");
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ int main(int argc, char** argv) {
     if (std::strcmp(argv[i], "--first") == 0) first = value;
   }
   for (unsigned seed = first; seed < first + seeds; ++seed) {
-    const std::string difference = runRandomProgram(seed);
+    const std::string difference = runRandomProgram(Choices(seed));
     if (!difference.empty()) {
       std::cout << "seed " << seed << ": " << difference << "\n";
       return 1;

@@ -49,6 +49,8 @@ struct a_quotient_by_TavDiv_has_integer_operands;
 struct a_remainder_has_integer_operands;
 }  // namespace tavrefused
 #ifdef __clang__
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wgcc-compat"
 #define TAV_REFUSED(reason) __attribute__((diagnose_if(true, #reason, "error")))
 #else
 /// Ends the declaration of a function that nobody may call.
@@ -1275,5 +1277,8 @@ TavNumExprArg TavStandardDeviation(TavIntExprArray exprs, double lowerBound, dou
 TavNumExprArg TavStandardDeviation(TavIntExprArray exprs);
 
 #undef TAV_REFUSED
+#ifdef __clang__
+#pragma clang diagnostic pop
+#endif
 
 #pragma GCC visibility pop

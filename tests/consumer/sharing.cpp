@@ -17,6 +17,12 @@ void expect(bool holds, const char* what) {
   ++faults;
 }
 
+struct CountingLock : TavLock {
+  void lock() override { ++taken; }
+  void unlock() override {}
+  int taken = 0;
+};
+
 bool throws(void (*call)()) {
   try {
     call();
@@ -44,6 +50,12 @@ int main(int, char** arguments) {
   expect(dynamic_cast<TavSinI*>(sine.getImpl()) != nullptr, "the C++ class of a node from the plug-in");
   TavSinI::_extractCP = [](TavAlgorithm, const TavExtractableI*) -> void* { return &faults; };
   expect(plugin.extract(TavAlgorithm(nullptr), sine.getImpl()) == &faults, "the program's hook, called by the plug-in");
+
+  CountingLock lock;
+  TavEnvI::Mutex = &lock;
+  static_cast<void>(TavSinI::GetTypeIndex());
+  expect(lock.taken == 1, "the program's lock, taken by the library");
+  TavEnvI::Mutex = nullptr;
 
   expect(throws(plugin.mixEnvironments), "the program does not catch what the plug-in lets pass");
   expect(plugin.catches([] { throw TavWrongUsage("thrown by the program"); }), "the plug-in does not catch");

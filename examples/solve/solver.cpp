@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <numeric>
+#include <tuple>
+#include <utility>
 
 namespace tavsolve {
 
@@ -17,6 +20,11 @@ double solverBound(double bound, bool whole) {
   const double last = whole ? static_cast<double>(TavIntVar::kMaxInt) : TavGetInfinity();
   if (bound >= last) return COIN_DBL_MAX;
   return bound <= -last ? -COIN_DBL_MAX : bound;
+}
+
+std::pair<double, double> solverBounds(const TavNumVarI* variable) {
+  const bool whole = variable->isInteger();
+  return {solverBound(variable->getLB(), whole), solverBound(variable->getUB(), whole)};
 }
 
 double coefficientIn(const TavNumLinTermI* sum, const TavNumVarI* variable) {
@@ -42,6 +50,8 @@ SolverAlgorithmI::~SolverAlgorithmI() = default;
 
 void SolverAlgorithmI::extract(const Model& model) {
   const TavAlgorithm self(this);
+  _columns.reserve(model.columns().size());
+  _rows.reserve(model.rows().size() + 1);  // the objective comes as one more row
   for (const TavNumVar column : model.columns()) {
     if (column) column.getImpl()->extractToCP(self);
   }
@@ -70,12 +80,7 @@ void* SolverAlgorithmI::addColumn(const TavNumVarI* variable, double threshold) 
 
 void* SolverAlgorithmI::addRow(const TavNumLinTermI* sum) {
   if (sum->getFirstPart()) throw TavAlgorithm::ExtractFailure("the solver takes linear sums only", 0);
-  for (const auto* term = sum->getFirstTerm(); term; term = term->next) {
-    _cells.column.push_back(placeOf(term->var));
-    _cells.value.push_back(term->coef);
-  }
-  _cells.start.push_back(static_cast<int>(_cells.column.size()));
-  _rows.push_back({-TavGetInfinity(), TavGetInfinity(), sum->getNumConstant()});
+  _rows.push_back({sum, -TavGetInfinity(), TavGetInfinity(), sum->getNumConstant()});
   return setPlace(sum, static_cast<int>(_rows.size()) - 1);
 }
 
@@ -90,16 +95,11 @@ void* SolverAlgorithmI::boundRow(const RangeConstraintI* constraint) {
 void* SolverAlgorithmI::takeObjective(const ObjectiveI* objective) {
   const TavNumLinTermI* sum = objective->getSum().getImpl();
   sum->extractToCP(TavAlgorithm(this));
-  // Gathered as one more row, the sum moves to the costs.
-  const auto first = static_cast<std::size_t>(_cells.start[_rows.size() - 1]);
-  _costs.assign(_columns.size(), 0.0);
-  for (std::size_t k = first; k < _cells.column.size(); ++k) {
-    _costs[static_cast<std::size_t>(_cells.column[k])] += _cells.value[k];
-  }
-  _cells.column.resize(first);
-  _cells.value.resize(first);
-  _cells.start.pop_back();
   _rows.pop_back();
+  _costs.assign(_columns.size(), 0.0);
+  for (const auto* term = sum->getFirstTerm(); term; term = term->next) {
+    _costs[static_cast<std::size_t>(placeOf(term->var))] += term->coef;
+  }
   _costConstant = sum->getNumConstant();
   _maximise = objective->isMaximised();
   setPlace(sum, kObjective);
@@ -115,30 +115,60 @@ void* SolverAlgorithmI::relaxColumns(const TavConversionI* conversion) {
   return setPlace(conversion, kKnown);
 }
 
-void SolverAlgorithmI::load() {
-  const int columnCount = static_cast<int>(_columns.size());
-  const int rowCount = static_cast<int>(_rows.size());
-  const CoinPackedMatrix matrix(false, columnCount, rowCount, static_cast<int>(_cells.value.size()),
-                                _cells.value.data(), _cells.column.data(), _cells.start.data(), nullptr);
-  std::vector<double> rowLower, rowUpper;
+CoinPackedMatrix SolverAlgorithmI::gather() const {
+  const std::size_t columnCount = _columns.size();
+  const auto columnOf = [this](const TavNumLinExprTermI* term) { return static_cast<std::size_t>(placeOf(term->var)); };
+  // Column by column, as the solver keeps it. start[j + 1] says where column j goes on, in the end where it ended.
+  auto start = std::make_unique<CoinBigIndex[]>(columnCount + 2);
   for (const Row& row : _rows) {
-    rowLower.push_back(solverBound(row.lb - row.constant, false));
-    rowUpper.push_back(solverBound(row.ub - row.constant, false));
+    for (const auto* term = row.sum->getFirstTerm(); term; term = term->next) ++start[columnOf(term) + 2];
   }
-  _solver->loadProblem(matrix, nullptr, nullptr, _costs.data(), rowLower.data(), rowUpper.data());
+  std::partial_sum(start.get(), start.get() + columnCount + 2, start.get());
+  const CoinBigIndex count = start[columnCount + 1];
+  auto rows = std::make_unique_for_overwrite<int[]>(static_cast<std::size_t>(count));
+  auto values = std::make_unique_for_overwrite<double[]>(static_cast<std::size_t>(count));
+  for (std::size_t i = 0; i < _rows.size(); ++i) {
+    for (const auto* term = _rows[i].sum->getFirstTerm(); term; term = term->next) {
+      const CoinBigIndex k = start[columnOf(term) + 1]++;
+      rows[static_cast<std::size_t>(k)] = static_cast<int>(i);
+      values[static_cast<std::size_t>(k)] = term->coef;
+    }
+  }
+  CoinPackedMatrix matrix;
+  double* takenValues = values.release();
+  int* takenRows = rows.release();
+  CoinBigIndex* takenStart = start.release();
+  int* lengths = nullptr;
+  matrix.assignMatrix(true, static_cast<int>(_rows.size()), static_cast<int>(columnCount), count, takenValues,
+                      takenRows, takenStart, lengths);
+  return matrix;
+}
+
+void SolverAlgorithmI::load() {
+  const CoinPackedMatrix matrix = gather();
+  std::vector<double> rowLower(_rows.size()), rowUpper(_rows.size()), lower(_columns.size()), upper(_columns.size());
+  for (std::size_t i = 0; i < _rows.size(); ++i) {
+    rowLower[i] = solverBound(_rows[i].lb - _rows[i].constant, false);
+    rowUpper[i] = solverBound(_rows[i].ub - _rows[i].constant, false);
+  }
+  for (std::size_t j = 0; j < _columns.size(); ++j) {
+    std::tie(lower[j], upper[j]) = solverBounds(_columns[j].variable);
+  }
+  _solver->loadProblem(matrix, lower.data(), upper.data(), _costs.data(), rowLower.data(), rowUpper.data());
   _solver->setObjSense(_maximise ? -1.0 : 1.0);
   _solver->setDblParam(OsiObjOffset, -_costConstant);
-  for (int j = 0; j < columnCount; ++j) pushColumn(j);
-  _cells = Cells();
+  for (std::size_t j = 0; j < _columns.size(); ++j) {
+    if (_columns[j].variable->isInteger() && !_columns[j].relaxed) _solver->setInteger(static_cast<int>(j));
+  }
   _costs = {};
 }
 
 void SolverAlgorithmI::pushColumn(int column) {
   const Column& data = _columns[static_cast<std::size_t>(column)];
-  const bool whole = data.variable->isInteger();
   // Between 0 and its threshold a semi-continuous column is kept out by branching, not by a bound.
-  _solver->setColBounds(column, solverBound(data.variable->getLB(), whole), solverBound(data.variable->getUB(), whole));
-  if (whole && !data.relaxed) {
+  const auto [lb, ub] = solverBounds(data.variable);
+  _solver->setColBounds(column, lb, ub);
+  if (data.variable->isInteger() && !data.relaxed) {
     _solver->setInteger(column);
   } else {
     _solver->setContinuous(column);

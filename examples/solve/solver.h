@@ -8,6 +8,7 @@
 #include "progress.h"
 
 class CbcModel;
+class CoinPackedMatrix;
 class OsiClpSolverInterface;
 
 namespace tavsolve {
@@ -22,7 +23,7 @@ struct Outcome {
   double seconds = 0.0;
 };
 
-/// Columns and rows are numbered in order of extraction. The extraction hooks gather them, load() hands them to the
+/// Columns and rows are numbered in order of extraction. The extraction hooks list them, load() hands them to the
 /// solver at once; from then on change records and forget() edit the loaded solver.
 class SolverAlgorithmI final : public TavAlgorithmI {
  public:
@@ -64,17 +65,11 @@ class SolverAlgorithmI final : public TavAlgorithmI {
     bool relaxed;
   };
   struct Row {
+    const TavNumLinTermI* sum;
     double lb, ub;
     /// The sum's constant, which the solver does not know: its bounds and activities lack it.
     double constant;
   };
-  /// Coefficients row by row, as they are gathered for loading.
-  struct Cells {
-    std::vector<int> start{0};
-    std::vector<int> column;
-    std::vector<double> value;
-  };
-
   static constexpr int kNowhere = -1;
   static constexpr int kObjective = -2;
   /// Extracted, without a column or row of its own.
@@ -82,6 +77,8 @@ class SolverAlgorithmI final : public TavAlgorithmI {
 
   int placeOf(const TavExtractableI* object) const;
   void* setPlace(const TavExtractableI* object, int place);
+  /// The coefficients of all rows.
+  CoinPackedMatrix gather() const;
   void load();
   void pushColumn(int column);
   void addSemiContinuous(CbcModel& search) const;
@@ -93,7 +90,6 @@ class SolverAlgorithmI final : public TavAlgorithmI {
   std::vector<int> _places;
   std::vector<Column> _columns;
   std::vector<Row> _rows;
-  Cells _cells;
   std::vector<double> _costs;
   double _costConstant = 0.0;
   bool _maximise = false;

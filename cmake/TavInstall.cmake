@@ -10,6 +10,7 @@ install(TARGETS tavexpression EXPORT tavexpressionTargets COMPONENT dev
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME dev)
 install(DIRECTORY host expression DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tavexpression
         FILES_MATCHING PATTERN "*.h" PATTERN "*.inc")
+install(FILES tools/gdb/tavexpression.py DESTINATION ${CMAKE_INSTALL_DATADIR}/tavexpression/gdb)
 install(EXPORT tavexpressionTargets NAMESPACE tavexpression:: DESTINATION ${tav_package_dir})
 
 configure_package_config_file(cmake/tavexpressionConfig.cmake.in ${PROJECT_BINARY_DIR}/tavexpressionConfig.cmake

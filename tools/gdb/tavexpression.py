@@ -1,0 +1,193 @@
+"""GDB pretty-printers for tavexpression: `source tools/gdb/tavexpression.py` (see README).
+
+Handles print as the text of their expression, by a call of `display` in the program. Where none can be made, as on a
+core file, or with `set tavexpression-calls off`, they print the structure of their node instead. Arrays print their size
+and elements, environments a summary."""
+
+import re
+
+import gdb
+import gdb.printing
+
+MAX_DEPTH = 6
+MAX_TERMS = 20
+
+
+class Calls(gdb.Parameter):
+    """Whether expressions are printed by calls of the program's own display."""
+
+    set_doc = "Set whether expressions are printed by calls of the program's own display."
+    show_doc = "Show whether expressions are printed by calls of the program's own display."
+
+    def __init__(self):
+        super().__init__("tavexpression-calls", gdb.COMMAND_DATA, gdb.PARAM_BOOLEAN)
+        self.value = True
+
+
+calls = Calls()
+
+
+def word(address):
+    """The 8 bytes at an address, as a number."""
+    return int.from_bytes(gdb.selected_inferior().read_memory(address, 8).tobytes(), "little")
+
+
+def function(symbol, arguments):
+    """A function of the C or C++ library by its linker's name, called with plain words."""
+    types = ", ".join(["unsigned long"] * len(arguments))
+    values = ", ".join(str(a) for a in arguments)
+    return int(gdb.parse_and_eval(f"((unsigned long (*)({types})) '{symbol}')({values})"))
+
+
+def displayed(node):
+    """What the program's own display writes for a node."""
+    ostringstream = "_ZNSt7__cxx1119basic_ostringstreamIcSt11char_traitsIcESaIcEE"
+    stream = function("malloc", [1024])
+    function(ostringstream + "C1Ev", [stream])
+    try:
+        gdb.parse_and_eval(f"((TavExtractableI*) {node})->display(*(std::ostream*) {stream})")
+        # Behind the stream's and the buffer's tables of virtual functions: three input pointers, then the output's.
+        begin, current = word(stream + 40), word(stream + 48)
+        return gdb.selected_inferior().read_memory(begin, current - begin).tobytes().decode(errors="replace")
+    finally:
+        function(ostringstream + "D1Ev", [stream])
+        function("free", [stream])
+
+
+def field(value, name):
+    """A member of a value or of one of its bases; None when there is none."""
+    for member in value.type.strip_typedefs().fields():
+        if member.name == name and not hasattr(member, "bitpos"):
+            continue
+        if member.name == name:
+            return value[member]
+        if member.is_base_class:
+            found = field(value[member], name)
+            if found is not None:
+                return found
+    return None
+
+
+def class_of(node):
+    """The name of a node's class, from its table of virtual functions."""
+    symbol = gdb.execute(f"info symbol {word(node)}", to_string=True)
+    found = re.match(r"vtable for (\w+)", symbol)
+    return found.group(1) if found else "TavExtractableI"
+
+
+def structure(node, depth=0):
+    """A node by its class and its fields, without a call."""
+    name = class_of(node)
+    try:
+        value = gdb.Value(node).cast(gdb.lookup_type(name).pointer()).dereference()
+    except gdb.error:
+        return f"<{name} at {node:#x}>"
+    record = field(value, "_name")
+    if record is not None and int(record):
+        return record["name"].string()
+    if field(value, "_domain") is not None:
+        return f"{name}#{int(field(value, '_id'))}"
+    if depth == MAX_DEPTH:
+        return f"{name}(...)"
+    parts = []
+    for member in ("_index", "_operand", "_left", "_right", "_condition", "_then", "_else"):
+        operand = field(value, member)
+        if operand is not None and int(operand):
+            parts.append(structure(int(operand), depth + 1))
+    terms, summands = field(value, "_terms"), field(value, "_parts")
+    if terms is not None and summands is not None:
+        cell = terms["first"]
+        while int(cell) and len(parts) < MAX_TERMS:
+            parts.append(f"{float(cell['coef']):g} * {structure(int(cell['var']), depth + 1)}")
+            cell = cell["next"]
+        cell = summands["first"]
+        while int(cell) and len(parts) < MAX_TERMS:
+            parts.append(structure(int(cell["expr"]), depth + 1))
+            cell = cell["next"]
+        if int(cell):
+            parts.append("...")
+    for member in ("_constant", "_value", "_truth"):
+        constant = field(value, member)
+        if constant is not None:
+            parts.append(str(constant))
+    return f"{name}({', '.join(parts)})"
+
+
+def text_of(node):
+    """A node as a line of text."""
+    if node == 0:
+        return "(empty)"
+    if calls.value:
+        try:
+            return displayed(node).strip()
+        except gdb.error:
+            pass
+    return structure(node)
+
+
+class Handle:
+    def __init__(self, value):
+        self.value = value
+
+    def to_string(self):
+        return text_of(int(field(self.value, "_impl")))
+
+
+class Term:
+    def __init__(self, value):
+        self.value = value
+
+    def to_string(self):
+        cell = self.value["_cell"]
+        return f"{float(cell['coef']):g} * {structure(int(cell['var']))}"
+
+
+class Environment:
+    def __init__(self, value):
+        self.value = value
+
+    def to_string(self):
+        impl = self.value["_impl"]
+        if not int(impl):
+            return "(empty)"
+        algorithms = impl["_algorithms"]["_M_impl"]
+        syntax = "library" if impl["librarySyntaxDisplay"] else "plain"
+        count = int(algorithms["_M_finish"] - algorithms["_M_start"])
+        return f"environment of {int(impl['_liveObjects'])} objects and {count} algorithms, {syntax} syntax"
+
+
+class Array:
+    def __init__(self, value):
+        self.impl = field(value, "_impl")
+        base = value.type.strip_typedefs()
+        while not re.match(r"Tav(Handle)?Array<", base.name):
+            base = next(f.type for f in base.fields() if f.is_base_class)
+        self.element = base.template_argument(0)
+
+    def size(self):
+        return int(self.impl["_size"]) if int(self.impl) else 0
+
+    def to_string(self):
+        return f"array of {self.size()}" if int(self.impl) else "(empty)"
+
+    def children(self):
+        for i in range(self.size()):
+            block = word(int(self.impl["_blockTable"]) + 8 * (i >> int(self.impl["_blockShift"])))
+            at = block + 8 * (i & int(self.impl["_indexMask"]))
+            yield f"[{i}]", gdb.Value(at).cast(self.element.pointer()).dereference()
+
+    def display_hint(self):
+        return "array"
+
+
+def printers():
+    collection = gdb.printing.RegexpCollectionPrettyPrinter("tavexpression")
+    collection.add_printer("array", r"^Tav(\w*Array|(Handle)?Array<.*>)$", Array)
+    collection.add_printer("term", r"^Tav(Num|Int)LinExprTerm$", Term)
+    collection.add_printer("environment", r"^TavEnv$", Environment)
+    handles = r"^Tav((Num|Int)ExprArg|(Num|Int|Bool|SemiCont)Var|(Num|Int)?Expr|Extractable|Constraint|Conversion)$"
+    collection.add_printer("handle", handles, Handle)
+    return collection
+
+
+gdb.printing.register_pretty_printer(gdb.current_objfile(), printers(), replace=True)

@@ -291,6 +291,7 @@ class TavNumLinExprTerm {
   /// A handle on this loose cell.
   explicit TavNumLinExprTerm(TavNumLinExprTermI* cell) noexcept : _cell(cell) {}
 
+  /// The cell.
   TavNumLinExprTermI* getImpl() const noexcept { return _cell; }
   /// The variable. Ask before an expression takes the term.
   TavNumVar getVar() const noexcept { return TavNumVar(_cell->var); }
@@ -309,6 +310,7 @@ class TavIntLinExprTerm {
   /// A handle on this loose cell.
   explicit TavIntLinExprTerm(TavNumLinExprTermI* cell) noexcept : _cell(cell) {}
 
+  /// The cell.
   TavNumLinExprTermI* getImpl() const noexcept { return _cell; }
   /// The variable. Ask before an expression takes the term.
   TavIntVar getVar() const noexcept { return TavIntVar(_cell->var); }

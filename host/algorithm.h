@@ -23,6 +23,7 @@ class TavAlgorithmI {
   TavAlgorithmI& operator=(const TavAlgorithmI&) = delete;
   virtual ~TavAlgorithmI();
 
+  /// The environment; null once it has ended.
   TavEnvI* getEnv() const noexcept { return _env; }
   /// The current value of a variable: the leaf of every evaluation. May throw when there is none.
   virtual double getValue(const TavNumVarI* variable) const = 0;

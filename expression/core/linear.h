@@ -65,6 +65,9 @@ class TavLinearI : public TavNode<Self, Base> {
 
   double eval(TavAlgorithm algorithm) const override;
   void visitSubExtractables(TavExtractableVisitor* visitor) override;
+  /// A new sum over the clones of parts and variables that `target` has registered. Throws TavEmptyHandleException for
+  /// one without a clone; a term of coefficient 0 is left out instead, unless the pass under way clones its variable
+  /// now.
   TavExtractableI* makeClone(TavEnvI* target) const override;
   /// Drops the terms and parts that are marked removed. With the environment's `oneByOneRemoval` it drops the first
   /// term of `removed` instead when that is a variable, and reports it.

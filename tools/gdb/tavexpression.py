@@ -40,12 +40,12 @@ def function(symbol, arguments):
 
 
 def displayed(node):
-    """What the program's own display writes for a node."""
+    """What the program's own output operator writes for a node."""
     ostringstream = "_ZNSt7__cxx1119basic_ostringstreamIcSt11char_traitsIcESaIcEE"
     stream = function("malloc", [1024])
     function(ostringstream + "C1Ev", [stream])
     try:
-        gdb.parse_and_eval(f"((TavExtractableI*) {node})->display(*(std::ostream*) {stream})")
+        function("_ZlsRSo14TavExtractable", [stream, node])  # stream << object, there without debug information too
         # Behind the stream's and the buffer's tables of virtual functions: three input pointers, then the output's.
         begin, current = word(stream + 40), word(stream + 48)
         return gdb.selected_inferior().read_memory(begin, current - begin).tobytes().decode(errors="replace")
@@ -69,10 +69,13 @@ def field(value, name):
 
 
 def class_of(node):
-    """The name of a node's class, from its table of virtual functions."""
-    symbol = gdb.execute(f"info symbol {word(node)}", to_string=True)
-    found = re.match(r"vtable for (\w+)", symbol)
-    return found.group(1) if found else "TavExtractableI"
+    """The name of a node's class, from its table of virtual functions; None where there is no such table."""
+    try:
+        symbol = gdb.execute(f"info symbol {word(node)}", to_string=True)
+    except gdb.error:
+        return None
+    found = re.match(r"vtable for ([\w:() ]+?) ", symbol)
+    return found.group(1) if found else None
 
 
 def structure(node, depth=0):
@@ -117,6 +120,8 @@ def text_of(node):
     """A node as a line of text."""
     if node == 0:
         return "(empty)"
+    if class_of(node) is None:  # a handle before its construction, for instance
+        return f"<no object at {node:#x}>"
     if calls.value:
         try:
             return displayed(node).strip()
@@ -158,22 +163,23 @@ class Environment:
 
 class Array:
     def __init__(self, value):
-        self.impl = field(value, "_impl")
+        impl = int(field(value, "_impl"))
+        self.empty = impl == 0
+        # The fields of TavArrayI: its definition is in the library's debug information, which may be missing.
+        names = ("size", "mask", "shift", "table")
+        self.at = {name: 0 if self.empty else word(impl + 32 + 8 * i) for i, name in enumerate(names)}
         base = value.type.strip_typedefs()
         while not re.match(r"Tav(Handle)?Array<", base.name):
             base = next(f.type for f in base.fields() if f.is_base_class)
         self.element = base.template_argument(0)
 
-    def size(self):
-        return int(self.impl["_size"]) if int(self.impl) else 0
-
     def to_string(self):
-        return f"array of {self.size()}" if int(self.impl) else "(empty)"
+        return "(empty)" if self.empty else f"array of {self.at['size']}"
 
     def children(self):
-        for i in range(self.size()):
-            block = word(int(self.impl["_blockTable"]) + 8 * (i >> int(self.impl["_blockShift"])))
-            at = block + 8 * (i & int(self.impl["_indexMask"]))
+        for i in range(self.at["size"]):
+            block = word(self.at["table"] + 8 * (i >> self.at["shift"]))
+            at = block + 8 * (i & self.at["mask"])
             yield f"[{i}]", gdb.Value(at).cast(self.element.pointer()).dereference()
 
     def display_hint(self):

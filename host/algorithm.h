@@ -112,7 +112,8 @@ class TavModelEvaluator {
   /// A handle on a source of values; environments make it.
   explicit TavModelEvaluator(Source* source) noexcept : _source(source) {}
 
-  /// Installs the source of values; the evaluator is active while it has one.
+  /// Installs the source of values; the evaluator is active while it has one. A variable asks whether it is when its
+  /// evaluation begins.
   void activate(Source source) const { *_source = std::move(source); }
   /// Takes the source away: the evaluator is inactive.
   void deactivate() const { *_source = nullptr; }

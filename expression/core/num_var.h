@@ -87,6 +87,7 @@ class TavNumVarI : public TavNode<TavNumVarI, TavIntExprI> {
 
  private:
   void copyOnWrite();
+  [[gnu::cold]] double evalByEither(const TavAlgorithmI* values) const;
   double evalByModel() const;
   void displayLabel(std::ostream& os) const;
 

@@ -20,16 +20,16 @@ inline TavKind TavKindOf(const TavNumExprI* node) {
 
 /// A linear node of either kind without terms and parts.
 inline bool TavIsConstant(const TavNumExprI* node) {
-  const TavKind kind = TavKindOf(node);
-  if (kind == TavKind::NumLinear) return static_cast<const TavNumLinTermI*>(node)->isConstant();
-  return kind == TavKind::IntLinear && static_cast<const TavIntLinTermI*>(node)->isConstant();
+  const TavTypeInfo type = node->getTypeInfo();
+  if (type == TavNumLinTermI::GetTypeInfo()) return static_cast<const TavNumLinTermI*>(node)->isConstant();
+  return type == TavIntLinTermI::GetTypeInfo() && static_cast<const TavIntLinTermI*>(node)->isConstant();
 }
 
 /// A linear node of either kind without parts.
 inline bool TavIsLinearWithoutParts(const TavNumExprI* node) {
-  const TavKind kind = TavKindOf(node);
-  if (kind == TavKind::NumLinear) return !static_cast<const TavNumLinTermI*>(node)->getFirstPart();
-  return kind == TavKind::IntLinear && !static_cast<const TavIntLinTermI*>(node)->getFirstPart();
+  const TavTypeInfo type = node->getTypeInfo();
+  if (type == TavNumLinTermI::GetTypeInfo()) return !static_cast<const TavNumLinTermI*>(node)->getFirstPart();
+  return type == TavIntLinTermI::GetTypeInfo() && !static_cast<const TavIntLinTermI*>(node)->getFirstPart();
 }
 
 #pragma GCC visibility pop

@@ -1,5 +1,6 @@
 #include "host/environment.h"
 
+#include <algorithm>
 #include <bit>
 #include <cassert>
 #include <exception>
@@ -108,7 +109,7 @@ bool TavEnvI::isLive(const TavExtractableI* object) const noexcept {
 
 void** TavEnvI::getMarkArray() {
   assert(!_marksLent && "the mark array is lent already");
-  if (_marks.size() < _table.size()) _marks.resize(_table.capacity());
+  if (_marks.capacity() < _table.size()) _marks.reserve(_table.capacity());
   _marksLent = true;
   return _marks.data();
 }
@@ -223,11 +224,6 @@ void TavEnvI::sweepRemoved(TavExtractableI* removed) {
 
 // ---- clones
 
-TavExtractableI* TavEnvI::getClone(const TavExtractableI* source) const noexcept {
-  const auto found = _clones.find(source);
-  return found == _clones.end() ? nullptr : found->second;
-}
-
 TavExtractableI* TavEnvI::getCloneOnDemand(TavExtractableI* source) {
   return _clonePass ? _clonePass->clone(source) : getClone(source);
 }
@@ -235,43 +231,50 @@ TavExtractableI* TavEnvI::getCloneOnDemand(TavExtractableI* source) {
 TavClonePass::TavClonePass(TavEnvI* source, TavEnvI* target) : _source(source), _target(target) {
   _source->beginCloning();
   _target->beginCloning();
+  _source->_clones = &_target->_ownClones;
   _target->_clonePass = this;
 }
 
 TavClonePass::~TavClonePass() {
-  _source->endCloning();
   _target->endCloning();
+  _source->_clones = &_source->_ownClones;
   _target->_clonePass = nullptr;
 }
 
+/// Adds the operands without clone of the objects that it visits to the steps.
+class TavClonePass::Operands final : public TavExtractableVisitor {
+ public:
+  explicit Operands(TavClonePass& pass) noexcept : _pass(pass) {}
+  void beginVisit(TavExtractableI*) override {}
+  void visitChild(TavExtractableI*, TavExtractableI* child) override {
+    if (child && !_pass._target->getClone(child)) _pass._steps.push_back({child, false});
+  }
+  void endVisit(TavExtractableI*) override {}
+
+ private:
+  TavClonePass& _pass;
+};
+
 TavExtractableI* TavClonePass::clone(TavExtractableI* root) {
-  struct Step {
-    TavExtractableI* object;
-    bool operandsDone;
-  };
-  struct Collector final : TavExtractableVisitor {
-    std::vector<TavExtractableI*> children;
-    void beginVisit(TavExtractableI*) override {}
-    void visitChild(TavExtractableI*, TavExtractableI* child) override { children.push_back(child); }
-    void endVisit(TavExtractableI*) override {}
-  };
-  std::vector<Step> steps{{root, false}};
-  Collector collector;
-  while (!steps.empty()) {
-    const Step step = steps.back();
-    if (!step.object || _target->getClone(step.object)) {
-      steps.pop_back();
-    } else if (step.operandsDone) {
-      steps.pop_back();
-      TavExtractableI* copy = step.object->makeClone(_target);
-      _source->setClone(step.object, copy);
-      _target->setClone(step.object, copy);
-    } else {
-      steps.back().operandsDone = true;
-      collector.children.clear();
-      step.object->visitSubExtractables(&collector);
-      for (std::size_t i = collector.children.size(); i-- > 0;) steps.push_back({collector.children[i], false});
+  struct Floor {
+    std::vector<Step>& steps;
+    const std::size_t size = steps.size();
+    ~Floor() { steps.resize(size); }
+  } floor{_steps};
+  Operands operands(*this);
+  operands.visitChild(nullptr, root);
+  while (_steps.size() > floor.size) {
+    const std::size_t top = _steps.size();
+    TavExtractableI* object = _steps.back().object;
+    if (!std::exchange(_steps.back().operandsDone, true)) {
+      object->visitSubExtractables(&operands);
+      std::reverse(_steps.begin() + static_cast<std::ptrdiff_t>(top), _steps.end());  // the first operand comes first
+      if (_steps.size() > top) continue;
     }
+    _steps.pop_back();
+    if (_target->getClone(object)) continue;
+    _target->_clones->makeRoom(1);
+    _target->setClone(object, object->makeClone(_target));
   }
   return _target->getClone(root);
 }
@@ -287,15 +290,21 @@ std::size_t TavEnvI::DomainHash::operator()(const DomainKey& key) const noexcept
 template <class Bound, class Make>
 TavVarDomainI* TavEnvI::findOrMake(TavNumVarKind::Type type, Bound lb, Bound ub, Make make) {
   const auto bits = [](auto bound) { return std::bit_cast<std::uint64_t>(static_cast<double>(bound)); };
-  TavVarDomainI*& domain = _domains.try_emplace(DomainKey{type, bits(lb), bits(ub)}, nullptr).first->second;
+  const DomainKey key{type, bits(lb), bits(ub)};
+  if (!_lastDomain || key != _lastKey) {
+    _lastDomain = _domains.try_emplace(key, nullptr).first->second;
+    _lastKey = key;
+  }
   // An array-wide change of bounds edits shared domains in place: a hit counts only while it still says what it was
   // found under.
-  if (!domain || bits(domain->getLB()) != bits(lb) || bits(domain->getUB()) != bits(ub)) {
+  if (!_lastDomain || bits(_lastDomain->getLB()) != key.lb || bits(_lastDomain->getUB()) != key.ub) {
+    _lastDomain = nullptr;
     auto* fresh = make();
     fresh->share();
-    domain = fresh;
+    _domains[key] = fresh;
+    _lastDomain = fresh;
   }
-  return domain;
+  return _lastDomain;
 }
 
 TavVarDomainI* TavEnvI::getOrMakeSharedDomain(double lb, double ub) {

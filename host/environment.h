@@ -8,9 +8,11 @@
 
 #include "host/algorithm.h"
 #include "host/change.h"
+#include "host/clone_map.h"
 #include "host/column.h"
 #include "host/domain.h"
 #include "host/memory.h"
+#include "host/table.h"
 
 #pragma GCC visibility push(default)
 
@@ -137,16 +139,16 @@ class TavEnvI {
   void setChangeListener(std::function<void(const TavChange&)> listener) { _listener = std::move(listener); }
 
   /// The object's clone in the current cloning pass; null for null and for an object without one.
-  TavExtractableI* getClone(const TavExtractableI* source) const noexcept;
+  TavExtractableI* getClone(const TavExtractableI* source) const noexcept { return _clones->find(source); }
   /// The same; while a TavClonePass into this environment is under way, an object without a clone is cloned now. For
   /// what visitors do not show: the variables of terms with coefficient 0.
   TavExtractableI* getCloneOnDemand(TavExtractableI* source);
   /// Records `clone` as the clone of `source` until endCloning().
-  void setClone(const TavExtractableI* source, TavExtractableI* clone) { _clones[source] = clone; }
+  void setClone(const TavExtractableI* source, TavExtractableI* clone) { _clones->set(source, clone); }
   /// Starts a pass with an empty map.
-  void beginCloning() { _clones.clear(); }
+  void beginCloning() { _clones->clear(); }
   /// Ends a pass: forgets all clones.
-  void endCloning() noexcept { _clones.clear(); }
+  void endCloning() noexcept { _clones->clear(); }
 
   /// Deletes an object. A call from within a destructor queues, the outermost call drains: deep trees cost no stack.
   void destroy(TavExtractableI* object, TavInt) noexcept;
@@ -245,7 +247,7 @@ class TavEnvI {
   TavInt _plainTerms = 0;
   /// The identifier table and registry. An entry is the object itself, the mark "removed", or, for a free identifier,
   /// the next free one doubled plus one. While its object waits for destruction it links the work list.
-  std::vector<TavExtractableI*> _table;
+  TavTable<TavExtractableI*> _table;
   TavInt _freeId = -1;
   TavInt _liveObjects = 0;
   /// Objects whose entry is the mark, in order of marking.
@@ -253,19 +255,24 @@ class TavEnvI {
   TavExtractableI* _doomed = nullptr;
   TavExtractableI* _lastDoomed = nullptr;
   bool _destroying = false;
-  std::vector<void*> _marks;
+  TavTable<void*> _marks;
   bool _marksLent = false;
   std::vector<TavAlgorithmI*> _algorithms;
   std::function<void(const TavChange&)> _listener;
-  std::unordered_map<const TavExtractableI*, TavExtractableI*> _clones;
+  TavCloneMap _ownClones;
+  /// Its own map, or, for the source of a TavClonePass, the target's.
+  TavCloneMap* _clones = &_ownClones;
   TavClonePass* _clonePass = nullptr;
   std::unordered_map<DomainKey, TavVarDomainI*, DomainHash> _domains;
+  /// The pair that was asked for last: variables that are made one by one mostly ask for the same.
+  DomainKey _lastKey{};
+  TavVarDomainI* _lastDomain = nullptr;
   TavModelEvaluator::Source _evaluator;
   TavTupleEncoderI* _tupleEncoder = nullptr;
 };
 
-/// Clones what a root reaches into another environment, operands first, without recursion; each pair is recorded in
-/// both environments for as long as the pass lives.
+/// Clones what a root reaches into another environment, operands first, without recursion; both environments answer for
+/// each pair for as long as the pass lives.
 class TavClonePass {
  public:
   /// Starts a pass from `source` into `target`.
@@ -278,8 +285,16 @@ class TavClonePass {
   TavExtractableI* clone(TavExtractableI* root);
 
  private:
+  class Operands;
+  struct Step {
+    TavExtractableI* object;
+    bool operandsDone;
+  };
+
   TavEnvI* _source;
   TavEnvI* _target;
+  /// What is to be cloned, the next one last. A call from within a call works above the entries of the outer one.
+  std::vector<Step> _steps;
 };
 
 inline TavExtractableI::TavExtractableI(TavEnvI* env, const char* name) : _env(env), _name(makeName(env, name)) {
@@ -289,6 +304,11 @@ inline TavExtractableI::TavExtractableI(TavEnvI* env, const char* name) : _env(e
     freeName(env, _name);
     throw;
   }
+}
+
+inline TavExtractableI::~TavExtractableI() {
+  if (_name) freeName(_env, _name);
+  _env->leave(_id);
 }
 
 inline void* TavExtractableI::operator new(std::size_t bytes, TavEnvI* env) { return env->allocate(bytes); }

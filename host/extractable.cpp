@@ -60,11 +60,6 @@ void TavExtractableI::freeName(TavEnvI* env, const TavNameRecord* record) noexce
   env->getMemory()->dealloc(const_cast<TavNameRecord*>(record), bytes);
 }
 
-TavExtractableI::~TavExtractableI() {
-  freeName(_env, _name);
-  _env->leave(_id);
-}
-
 void TavExtractableI::setName(const char* name) {
   const TavNameRecord* record = makeName(_env, name);
   freeName(_env, _name);

@@ -78,7 +78,7 @@ TavChunk* TavMemory::makeChunk(std::size_t bytes, std::size_t blockSize) {
 }
 
 TavChunk* TavMemory::takeChunk(std::size_t blockSize) {
-  constexpr std::size_t kMostChunks = 16;
+  constexpr std::size_t kMostChunks = 64;
   if (_slabLeft == 0) {
     TavChunk* first = makeChunk(_slabSize * kChunkSize, blockSize);
     _slab = reinterpret_cast<char*>(first) + kChunkSize;

@@ -134,7 +134,7 @@ class TavMemory {
   /// A piece from the system with a chunk's header at its start.
   TavChunk* makeChunk(std::size_t bytes, std::size_t blockSize);
   void freeChunk(TavChunk* chunk) noexcept;
-  /// A chunk for a pool, from a slab of several: the first is one chunk, the largest have sixteen.
+  /// A chunk for a pool, from a slab of several: the first has four chunks, 256 KiB, the largest have 64.
   TavChunk* takeChunk(std::size_t blockSize);
 
   TavEnvI* _env;
@@ -143,7 +143,7 @@ class TavMemory {
   TavInt _unpooledBytes = 0;
   char* _slab = nullptr;
   std::size_t _slabLeft = 0;
-  std::size_t _slabSize = 1;
+  std::size_t _slabSize = 4;
   TavFixedSizeAllocatorI _pools[kPools];
 };
 

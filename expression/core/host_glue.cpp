@@ -2,11 +2,6 @@
 
 // The host's operations that need expression classes.
 
-void TavEnvI::release(TavNumExprI* node) {
-  if (ending) return;  // the node may be gone already
-  node->release();
-}
-
 double TavAlgorithm::getValue(TavNumVar variable) const {
   if (!_impl || !variable) throw TavEmptyHandleException();
   return _impl->getValue(variable.getImpl());

@@ -2,11 +2,11 @@
 /// Class header for authors of algorithms: what the numeric and the integer linear node share.
 
 #include <limits>
-#include <ostream>
 #include <vector>
 
 #include "expression/core/num_var.h"
 #include "expression/core/term_list.h"
+#include "expression/core/text_writer.h"
 
 #pragma GCC visibility push(default)
 
@@ -102,9 +102,10 @@ class TavLinearI : public TavNode<Self, Base> {
   /// Drops the cells that `isGone` names until `left` of them are gone.
   template <class Cell, class IsGone, class Drop>
   static void sweep(TavCellList<Cell>& list, TavInt& left, IsGone isGone, Drop drop);
-  void displayPlain(std::ostream& os) const;
-  void displayLibrary(std::ostream& os) const;
-  static void displayVar(std::ostream& os, const TavNumVarI* var);
+  void writePlain(TavTextWriter& out) const;
+  void writeLibrary(TavTextWriter& out) const;
+  static bool writeTerm(TavTextWriter& out, const TavNumLinExprTermI& term);
+  static void writeVar(TavTextWriter& out, const TavNumVarI& var);
 };
 
 /// Marks the objects of an array removed for as long as it lives.

@@ -43,6 +43,10 @@ class TavNumExprI : public TavNode<TavNumExprI, TavExtractableI> {
   TavInt _refCount = 0;
 };
 
+inline void TavEnvI::release(TavNumExprI* node) {
+  if (!ending) node->release();  // while the environment ends, the node may be gone already
+}
+
 /// The registered clone of an operand, in the map of `env`. Throws TavEmptyHandleException when the pass has none.
 template <class Operand>
 Operand* TavCloneOf(const Operand* operand, const TavEnvI* env) {

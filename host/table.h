@@ -1,0 +1,45 @@
+#pragma once
+/// A growing row of words.
+
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+#include <type_traits>
+
+/// A row of plain words that grows at its end. Large rows grow without copying and without leaving holes, the system
+/// moving their pages. Words beyond those that were set are not initialised, so room costs nothing until it is used.
+template <class Word>
+class TavTable {
+  static_assert(std::is_trivially_copyable_v<Word>);
+
+ public:
+  TavTable() = default;
+  TavTable(const TavTable&) = delete;
+  TavTable& operator=(const TavTable&) = delete;
+  ~TavTable() { std::free(_words); }
+
+  std::size_t size() const noexcept { return _size; }
+  std::size_t capacity() const noexcept { return _capacity; }
+  Word* data() noexcept { return _words; }
+  Word& operator[](std::size_t i) noexcept { return _words[i]; }
+  Word operator[](std::size_t i) const noexcept { return _words[i]; }
+  /// Throws std::bad_alloc and is then unchanged.
+  void push_back(Word word) {
+    if (_size == _capacity) reserve(_size + 1);
+    _words[_size++] = word;
+  }
+  /// Room for `size` words at least. Throws std::bad_alloc and is then unchanged.
+  void reserve(std::size_t size) {
+    if (size <= _capacity) return;
+    const std::size_t wanted = size > 2 * _capacity ? size : 2 * _capacity;
+    void* words = std::realloc(_words, wanted * sizeof(Word));
+    if (!words) throw std::bad_alloc();
+    _words = static_cast<Word*>(words);
+    _capacity = wanted;
+  }
+
+ private:
+  Word* _words = nullptr;
+  std::size_t _size = 0;
+  std::size_t _capacity = 0;
+};

@@ -1,0 +1,86 @@
+// Long texts go to a stream as if every piece were inserted, whatever the stream's state.
+
+#include "expression/core/text_writer.h"
+
+#include <bit>
+#include <cmath>
+#include <iomanip>
+#include <limits>
+#include <random>
+
+#include "tests/support/fixture.h"
+
+namespace {
+
+/// Decimal commas and groups of three digits.
+struct Commas : std::numpunct<char> {
+  char do_decimal_point() const override { return ','; }
+  char do_thousands_sep() const override { return '.'; }
+  std::string do_grouping() const override { return "\3"; }
+};
+
+std::vector<double> tellingNumbers() {
+  std::vector<double> numbers{0.0, -0.0, 0.1,  1e-4,  1e-5,    99999.0,  -999999.0, 999999.5,
+                              1e6, -1e6, 1e15, 1e300, 2.0 / 3, 123456.0, 1e17,      5e-324};
+  numbers.push_back(std::numeric_limits<double>::infinity());
+  numbers.push_back(-std::numeric_limits<double>::infinity());
+  numbers.push_back(std::nan(""));
+  numbers.push_back(-std::nan(""));
+  std::mt19937_64 random(11);
+  for (int i = 0; i < 3000; ++i) {
+    numbers.push_back(std::bit_cast<double>(random()));
+    numbers.push_back(static_cast<double>(random() % 3'000'000) - 1'500'000.0);
+    numbers.push_back(static_cast<double>(random() % 100'000) / 64.0);
+  }
+  return numbers;
+}
+
+TEST(TextWriter, WritesWhatInsertionWrites) {
+  const std::vector<void (*)(std::ostream&)> states{
+      [](std::ostream&) {},
+      [](std::ostream& os) { os << std::setprecision(0); },
+      [](std::ostream& os) { os << std::setprecision(3); },
+      [](std::ostream& os) { os << std::setprecision(17); },
+      [](std::ostream& os) { os << std::setprecision(60); },
+      [](std::ostream& os) { os << std::setprecision(-1); },
+      [](std::ostream& os) { os << std::fixed; },
+      [](std::ostream& os) { os << std::scientific << std::uppercase; },
+      [](std::ostream& os) { os << std::showpos << std::showpoint; },
+      [](std::ostream& os) { os << std::hex << std::showbase; },
+      [](std::ostream& os) { os << std::setw(12) << std::setfill('*') << std::left; },
+      [](std::ostream& os) { os << std::unitbuf; },
+      [](std::ostream& os) { os.imbue(std::locale(std::locale::classic(), new Commas)); },
+  };
+  const std::string longName(2000, 'n');
+  for (std::size_t state = 0; state < states.size(); ++state) {
+    std::ostringstream expected, written;
+    states[state](expected);
+    states[state](written);
+    TavTextWriter out(written);
+    for (double number : tellingNumbers()) {
+      expected << number << " * " << static_cast<TavInt>(std::fmod(number, 1e15)) << ", ";
+      out << number << " * " << static_cast<TavInt>(std::fmod(number, 1e15)) << ", ";
+    }
+    expected << longName << 2.5;
+    out << longName << 2.5;
+    out.flush();
+    ASSERT_EQ(written.str(), expected.str()) << "state " << state;
+  }
+}
+
+/// An object's own display may leave the stream in another state; what follows is written in that state.
+struct Fixing : TavNumVarI {
+  using TavNumVarI::TavNumVarI;
+  void display(std::ostream& os) const override { os << "f " << std::fixed << std::setprecision(2); }
+};
+
+using TextWriterInSums = TavTest;
+
+TEST_F(TextWriterInSums, FollowsAStateThatAnOperandChanges) {
+  TavNumVar plain(env, 0, 1, "p"), fixing(new (env.getImpl()) Fixing(env.getImpl(), nullptr));
+  TavExpr sum = 1.5 * plain + 2.5 * fixing + 3.5 * plain;
+  EXPECT_EQ(plain(sum), "1.5 * p  + 2.5 * f  + 3.50 * p ");
+  sum.end();
+}
+
+}  // namespace

@@ -231,13 +231,12 @@ TavExtractableI* TavEnvI::getCloneOnDemand(TavExtractableI* source) {
 TavClonePass::TavClonePass(TavEnvI* source, TavEnvI* target) : _source(source), _target(target) {
   _source->beginCloning();
   _target->beginCloning();
-  _source->_clones = &_target->_ownClones;
   _target->_clonePass = this;
 }
 
 TavClonePass::~TavClonePass() {
+  _source->endCloning();
   _target->endCloning();
-  _source->_clones = &_source->_ownClones;
   _target->_clonePass = nullptr;
 }
 
@@ -273,8 +272,11 @@ TavExtractableI* TavClonePass::clone(TavExtractableI* root) {
     }
     _steps.pop_back();
     if (_target->getClone(object)) continue;
-    _target->_clones->makeRoom(1);
-    _target->setClone(object, object->makeClone(_target));
+    _source->_clones.makeRoom(1);
+    _target->_clones.makeRoom(1);
+    TavExtractableI* copy = object->makeClone(_target);
+    _source->setClone(object, copy);
+    _target->setClone(object, copy);
   }
   return _target->getClone(root);
 }

@@ -139,16 +139,16 @@ class TavEnvI {
   void setChangeListener(std::function<void(const TavChange&)> listener) { _listener = std::move(listener); }
 
   /// The object's clone in the current cloning pass; null for null and for an object without one.
-  TavExtractableI* getClone(const TavExtractableI* source) const noexcept { return _clones->find(source); }
+  TavExtractableI* getClone(const TavExtractableI* source) const noexcept { return _clones.find(source); }
   /// The same; while a TavClonePass into this environment is under way, an object without a clone is cloned now. For
   /// what visitors do not show: the variables of terms with coefficient 0.
   TavExtractableI* getCloneOnDemand(TavExtractableI* source);
   /// Records `clone` as the clone of `source` until endCloning().
-  void setClone(const TavExtractableI* source, TavExtractableI* clone) { _clones->set(source, clone); }
+  void setClone(const TavExtractableI* source, TavExtractableI* clone) { _clones.set(source, clone); }
   /// Starts a pass with an empty map.
-  void beginCloning() { _clones->clear(); }
+  void beginCloning() { _clones.clear(); }
   /// Ends a pass: forgets all clones.
-  void endCloning() noexcept { _clones->clear(); }
+  void endCloning() noexcept { _clones.clear(); }
 
   /// Deletes an object. A call from within a destructor queues, the outermost call drains: deep trees cost no stack.
   void destroy(TavExtractableI* object, TavInt) noexcept;
@@ -259,9 +259,7 @@ class TavEnvI {
   bool _marksLent = false;
   std::vector<TavAlgorithmI*> _algorithms;
   std::function<void(const TavChange&)> _listener;
-  TavCloneMap _ownClones;
-  /// Its own map, or, for the source of a TavClonePass, the target's.
-  TavCloneMap* _clones = &_ownClones;
+  TavCloneMap _clones;
   TavClonePass* _clonePass = nullptr;
   std::unordered_map<DomainKey, TavVarDomainI*, DomainHash> _domains;
   /// The pair that was asked for last: variables that are made one by one mostly ask for the same.
@@ -271,8 +269,8 @@ class TavEnvI {
   TavTupleEncoderI* _tupleEncoder = nullptr;
 };
 
-/// Clones what a root reaches into another environment, operands first, without recursion; both environments answer for
-/// each pair for as long as the pass lives.
+/// Clones what a root reaches into another environment, operands first, without recursion; each pair is recorded in
+/// both environments for as long as the pass lives.
 class TavClonePass {
  public:
   /// Starts a pass from `source` into `target`.

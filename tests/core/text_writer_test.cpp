@@ -77,8 +77,8 @@ struct Fixing : TavNumVarI {
 using TextWriterInSums = TavTest;
 
 TEST_F(TextWriterInSums, FollowsAStateThatAnOperandChanges) {
-  TavNumVar plain(env, 0, 1, "p"), fixing(new (env.getImpl()) Fixing(env.getImpl(), nullptr));
-  TavExpr sum = 1.5 * plain + 2.5 * fixing + 3.5 * plain;
+  TavNumVar p(env, 0, 1, "p"), fixing(new (env.getImpl()) Fixing(env.getImpl(), nullptr));
+  TavExpr sum = 1.5 * p + 2.5 * fixing + 3.5 * p;
   EXPECT_EQ(plain(sum), "1.5 * p  + 2.5 * f  + 3.50 * p ");
   sum.end();
 }

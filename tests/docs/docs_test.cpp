@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-fs::path root() { return fs::path(__FILE__).parent_path().parent_path().parent_path(); }
+fs::path root() { return TAV_SOURCE_DIR; }
 
 std::string contentOf(const fs::path& file) {
   std::ifstream in(file);

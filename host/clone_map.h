@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <vector>
 
+#pragma GCC visibility push(default)
+
 class TavExtractableI;
 
 /// From source to clone. Open addressing at half load at most: one access to memory for most look-ups, no allocation
@@ -45,3 +47,5 @@ class TavCloneMap {
   std::vector<Entry> _entries;
   std::size_t _size = 0;
 };
+
+#pragma GCC visibility pop

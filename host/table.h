@@ -6,6 +6,8 @@
 #include <new>
 #include <type_traits>
 
+#pragma GCC visibility push(default)
+
 /// A row of plain words that grows at its end. Large rows grow without copying and without leaving holes, the system
 /// moving their pages. Words beyond those that were set are not initialised, so room costs nothing until it is used.
 template <class Word>
@@ -43,3 +45,5 @@ class TavTable {
   std::size_t _size = 0;
   std::size_t _capacity = 0;
 };
+
+#pragma GCC visibility pop

@@ -7,6 +7,8 @@
 
 #include "host/extractable.h"
 
+#pragma GCC visibility push(default)
+
 /// Writes exactly the characters that inserting the same pieces into the stream would write, in the stream's own
 /// format. Where that format is the default one, in the classic locale, pieces are collected and numbers converted by
 /// std::to_chars, which is about three times as fast; a stream of any other state gets each piece by insertion.
@@ -38,3 +40,5 @@ class TavTextWriter {
   std::size_t _size = 0;
   char _text[kRoom];
 };
+
+#pragma GCC visibility pop

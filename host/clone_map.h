@@ -25,6 +25,7 @@ class TavCloneMap {
   }
   /// Records a pair; a source that is known gets the new clone. Throws std::bad_alloc and is then unchanged.
   void set(const TavExtractableI* source, TavExtractableI* clone);
+  /// Forgets all pairs and gives their memory back.
   void clear() noexcept;
 
  private:

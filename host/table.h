@@ -15,17 +15,23 @@ class TavTable {
   static_assert(std::is_trivially_copyable_v<Word>);
 
  public:
+  /// Empty, without room.
   TavTable() = default;
   TavTable(const TavTable&) = delete;
   TavTable& operator=(const TavTable&) = delete;
   ~TavTable() { std::free(_words); }
 
+  /// Number of words.
   std::size_t size() const noexcept { return _size; }
+  /// Number of words that there is room for.
   std::size_t capacity() const noexcept { return _capacity; }
+  /// The first word; all room behind it may be written. Valid until the table grows.
   Word* data() noexcept { return _words; }
+  /// The word at position i, counted from 0; unchecked.
   Word& operator[](std::size_t i) noexcept { return _words[i]; }
+  /// The word at position i, counted from 0; unchecked.
   Word operator[](std::size_t i) const noexcept { return _words[i]; }
-  /// Throws std::bad_alloc and is then unchanged.
+  /// Appends a word, O(1) amortised. Throws std::bad_alloc and is then unchanged.
   void push_back(Word word) {
     if (_size == _capacity) reserve(_size + 1);
     _words[_size++] = word;

@@ -14,12 +14,16 @@
 /// std::to_chars, which is about three times as fast; a stream of any other state gets each piece by insertion.
 class TavTextWriter {
  public:
+  /// A writer to the stream, which must outlive it. Nothing is written by its end: call flush().
   explicit TavTextWriter(std::ostream& os) : _os(os) { look(); }
   TavTextWriter(const TavTextWriter&) = delete;
   TavTextWriter& operator=(const TavTextWriter&) = delete;
 
+  /// Writes the characters.
   TavTextWriter& operator<<(std::string_view text);
+  /// Writes the number as the stream's insertion of a double does.
   TavTextWriter& operator<<(double number);
+  /// Writes the number as the stream's insertion of a long does.
   TavTextWriter& operator<<(TavInt number);
   /// What the object displays. It may leave the stream in another state.
   TavTextWriter& operator<<(const TavExtractableI& object);

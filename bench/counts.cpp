@@ -36,6 +36,7 @@ int main() {
   count<RowsWalk>("rowsWalk");
   count<RowsCopy>("rowsCopy");
   count<RowsClear>("rowsClear");
+  count<RowsEnd>("rowsEnd");
   count<OneStatement>("oneStatement");
   count<Chained>("chained");
   count<ScalProd>("scalProd");

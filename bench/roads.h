@@ -232,10 +232,21 @@ struct RowsCold : NewWorld<World, kColumns> {
 };
 
 template <class World>
-struct RowsClear : Rows<World> {
+struct RowsEnd : Rows<World> {
   using Rows<World>::Rows;
   void prepare() { this->fill(); }
   void run() { this->end(this->rows); }
+};
+
+/// The rows stay, empty.
+template <class World>
+struct RowsClear : Rows<World> {
+  using Rows<World>::Rows;
+  void prepare() { this->fill(); }
+  void run() {
+    for (auto& row : this->rows) this->world.clear(row);
+  }
+  void finish() { this->end(this->rows); }
 };
 
 template <class World>
@@ -506,11 +517,12 @@ void enterRoads() {
     enterRoad<BuildWarm, Library, Other>("buildWarm", sizes);
     enterRoad<BuildCold, Library, Other>("buildCold", sizes);
     enterRoad<Clear, Library, Other>("clear", sizes);
+    enterRoad<RowsClear, Library, Other>("rowsClear", sizes);
   }
   if constexpr (requires(Other world) { world.newSum(); }) {
     enterRoad<RowsWarm, Library, Other>("rowsWarm", sizes);
     enterRoad<RowsCold, Library, Other>("rowsCold", sizes);
-    enterRoad<RowsClear, Library, Other>("rowsClear", sizes);
+    enterRoad<RowsEnd, Library, Other>("rowsEnd", sizes);
     if constexpr (requires(Other world, Sum sum) { world.walk(sum); }) {
       enterRoad<RowsWalk, Library, Other>("rowsWalk", sizes);
     }
@@ -549,10 +561,11 @@ void enterRoads() {
     enterRoad<EvalSum, Library, Other>("evalSum", sizes);
   }
   if constexpr (requires(Other world) { world.rosenbrock(); }) {
-    enterRoad<ChainCold, Library, Other>("chainCold", sizes);
-    enterRoad<ChainWarm, Library, Other>("chainWarm", sizes);
-    enterRoad<ChainEval, Library, Other>("chainEval", sizes);
-    enterRoad<ChainEnd, Library, Other>("chainEnd", sizes);
+    const std::initializer_list<long> links{1'000, 100'000, 1'000'000};  // of eight operations each
+    enterRoad<ChainCold, Library, Other>("chainCold", links);
+    enterRoad<ChainWarm, Library, Other>("chainWarm", links);
+    enterRoad<ChainEval, Library, Other>("chainEval", links);
+    enterRoad<ChainEnd, Library, Other>("chainEnd", links);
   }
   if constexpr (requires(Other world) { world.newTarget(); }) enterRoad<CloneRows, Library, Other>("cloneRows", sizes);
   if constexpr (requires(Other world) { world.makeArray(1); }) {

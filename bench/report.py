@@ -1,0 +1,177 @@
+"""Writes the figures of scripts/bench as a page and a chart."""
+
+# Below this line a page keeps what was written by hand.
+KEPT = "<!-- What follows is written by hand and kept. -->"
+# In the order of the chart's legend: marker, colour.
+MARKS = {"LEMON": ("o", "#e69f00"), "Gecode": ("s", "#0072b2"), "GiNaC": ("^", "#009e73"),
+         "ADOL-C": ("D", "#d55e00"), "muParser": ("v", "#cc79a7"), "CoinUtils": ("P", "#7a5cc4")}
+
+
+def largest(races, road, contender, limit=1_000_000):
+    """The race at the largest size that has figures; None without one."""
+    found = [race for race in races
+             if race.road == road and race.contender == contender and race.size <= limit and race.ratio is not None]
+    return max(found, key=lambda race: race.size, default=None)
+
+
+def write_chart(path, roads, twins, races):
+    """How long each contender takes, the library being 1."""
+    import matplotlib
+    matplotlib.use("svg")
+    matplotlib.rcParams.update({"svg.hashsalt": "speed", "font.size": 9.5, "axes.edgecolor": "#888888"})
+    from matplotlib import pyplot
+
+    # A road whose time does not grow with its size has no place on the scale.
+    rows = [(name, title) for name, title, _, goals in roads
+            if "ns" not in goals and any(race.road == name for race in races)]
+    figure, axes = pyplot.subplots(figsize=(9, 1.5 + 0.27 * len(rows)))
+    axes.axvspan(1e-4, 1.0, color="#f3e3e0", zorder=0)
+    axes.axvline(1.0, color="#444444", linewidth=1.0, zorder=1)
+    drawn = set()
+    extremes = [0.5, 10.0]
+    for position, (road, _) in enumerate(rows):
+        for contender in [*twins, *MARKS]:
+            race = largest(races, road, contender)
+            if race is None:
+                continue
+            twin = contender in twins
+            marker, colour = ("|", "black") if twin else MARKS[contender]
+            label = "the same work by hand (own +=, std::to_chars, arrays)" if twin else contender
+            axes.plot(1.0 / race.ratio, -position, marker=marker, color=colour, markersize=13 if twin else 6.5,
+                      markeredgewidth=2.2 if twin else 0.6, markeredgecolor="black" if twin else "#333333",
+                      linestyle="", label=None if label in drawn else label, zorder=3)
+            drawn.add(label)
+            extremes.append(1.0 / race.ratio)
+    axes.set_xscale("log")
+    axes.set_xlim(0.7 * min(extremes), 1.5 * max(extremes))
+    axes.set_ylim(0.7 - len(rows), 0.7)
+    axes.set_yticks([-position for position in range(len(rows))], [title.replace("`", "") for _, title in rows])
+    axes.xaxis.set_major_formatter(lambda value, _: f"{value:g}×")
+    axes.tick_params(length=0)
+    axes.grid(color="#dddddd", linewidth=0.6)
+    axes.set_axisbelow(True)
+    axes.set_title("Time of others, the library's being 1 (right of the line: the library is faster)", fontsize=10.5)
+    figure.legend(loc="lower center", ncols=4, frameon=False, fontsize=9)
+    figure.tight_layout(rect=(0, 0.75 / figure.get_figheight(), 1, 1))
+    figure.savefig(path, facecolor="white", metadata={"Date": None, "Creator": None})
+    pyplot.close(figure)
+
+
+def times(value):
+    """A factor with two digits that count."""
+    return f"{value:.2f}" if value < 9.95 else f"{value:,.0f}" if value < 10_000 else "over 9,999"
+
+
+def nanoseconds(value):
+    return f"{value:.2f}" if value < 0.995 else f"{value:.1f}" if value < 99.5 else f"{value:,.0f}"
+
+
+def per(unit):
+    return f"an {unit}" if unit[0] in "aeiou" else f"a {unit}"
+
+
+def table(head, rows):
+    lines = ["| " + " | ".join(head) + " |", "|---" * len(head) + "|"]
+    return "\n".join(lines + ["| " + " | ".join(row) + " |" for row in rows]) + "\n"
+
+
+def twin_table(roads, twins, races):
+    sizes = sorted({race.size for race in races if race.contender in twins})
+    rows = []
+    for road, title, unit, goals in roads:
+        for contender, called in twins.items():
+            raced = {race.size: race for race in races
+                     if race.road == road and race.contender == contender and race.ratio is not None}
+            if not raced:
+                continue
+            last = largest(races, road, contender)
+            goal = goals.get(contender)
+            wanted = f"{goal:g}" if goal else f"{goals['ns']:g} ns" if "ns" in goals else ""
+            cells = []
+            for size in sizes:
+                race = raced.get(size)
+                cells.append("" if race is None else f"**{race.ratio:.2f}**" if "time" in race.misses() else f"{race.ratio:.2f}")
+            speed = f", {last.library_MBs:.0f} MB/s" if last.library_MBs else ""
+            rows.append([title, called, wanted, *cells,
+                         ("**{}**" if "nanoseconds" in last.misses() else "{}").format(nanoseconds(last.library_ns)) + f" {per(unit)}" + speed, nanoseconds(last.other_ns)])
+    return table(["road", "against", "goal", *[f"{size:,}" for size in sizes], "library, ns", "other, ns"], rows)
+
+
+def growth_table(roads, races):
+    sizes = sorted({race.size for race in races if race.contender == "hand"})
+    rows = []
+    for road, title, unit, _ in roads:
+        by_size = {race.size: race for race in races
+                   if race.road == road and race.contender in ("hand", "arrays") and race.ratio is not None}
+        if by_size:
+            rows.append([f"{title}, ns {per(unit)}"] + [nanoseconds(by_size[size].library_ns) if size in by_size else ""
+                                                     for size in sizes])
+    return table(["road", *[f"{size:,}" for size in sizes]], rows)
+
+
+def bytes_table(roads, peers, races):
+    rows = []
+    for road, title, unit, goals in roads:
+        hand = largest(races, road, "hand")
+        if hand is None or hand.library_bytes is None:
+            continue
+        library = f"{hand.library_bytes:.1f}"
+        row = [f"{title}, bytes {per(unit)}", f"{goals['bytes']:g}" if "bytes" in goals else "",
+               f"**{library}**" if "bytes" in hand.misses() else library, f"{hand.other_bytes:.1f}"]
+        for peer in peers:
+            race = largest(races, road, peer)
+            cell = "" if race is None else f"{race.other_bytes:.1f}"
+            row.append(f"**{cell}**" if race and race.other_bytes < race.library_bytes else cell)
+        rows.append(row)
+    return table(["road", "goal", "library", "by hand", *peers], rows)
+
+
+def peer_table(roads, peers, races):
+    rows = []
+    for road, title, unit, _ in roads:
+        raced = {peer: largest(races, road, peer) for peer in peers}
+        if not any(raced.values()):
+            continue
+        row = [f"{title}, {per(unit)}", nanoseconds(next(race for race in raced.values() if race).library_ns)]
+        for race in raced.values():
+            cell = "" if race is None else f"{nanoseconds(race.other_ns)} ({times(1.0 / race.ratio)}×)"
+            row.append(f"**{cell}**" if race and race.ratio > 1.0 else cell)
+        rows.append(row)
+    return table(["road", "library", *peers], rows)
+
+
+def write_text(path, roads, twins, races, machine):
+    peers = [peer for peer in MARKS if any(race.contender == peer for race in races)]
+    kept = ""
+    if path.exists() and KEPT in path.read_text(encoding="utf-8"):
+        kept = path.read_text(encoding="utf-8").split(KEPT, 1)[1]
+    path.write_text(f"""# Speed
+
+Written by `scripts/bench --docs`: {machine}. Times are computing time, medians over rounds in turns and over several
+processes; a ratio is the median of the ratios of the rounds. What was measured is in [bench/](../bench): a road is written
+once (`roads.h`), a contender is one class (`library.h`, `by_hand_world.h`, `peers/`).
+
+![Time of others, the library's being 1](speed.svg)
+
+## Beside the same work by hand
+
+The library's time divided by the other's, for each number of items; a figure in **bold** misses its goal. The last two
+columns are nanoseconds at a million items, or at the largest size raced.
+
+{twin_table(roads, twins, races)}
+## Growth
+
+{growth_table(roads, races)}
+## Beside other libraries
+
+Nanoseconds, and how many times the library's time that is; in **bold** where the other one is faster. The sizes are 100,000
+items; muParser takes texts of at most 20,000 characters and is raced at 1,000 terms.
+
+{peer_table(roads, peers, races)}
+## Bytes
+
+What a million items take of new memory (peers: 100,000 items), as the system counts it; in **bold** where a goal is
+missed or another library takes less.
+
+{bytes_table(roads, peers, races)}
+{KEPT}{kept or chr(10)}""", encoding="utf-8")

@@ -19,7 +19,7 @@ class TavNumMinCstI final : public TavCstI<TavNumMinCstI, TavNumExprI, double> {
   static constexpr const char* kTypeName = "TavNumMinCstI";
   static constexpr TavTexts kTexts{{"TavMin( ", ", ", ") "}, {"min( ", ", ", ")"}};  // kept: a blank behind "min("
   static double apply(double x, double c) { return c > x ? x : c; }
-  bool isInteger() const override { return getOperand()->isInteger() && TavNumIsInteger(getConstant()); }
+  bool isInteger() const override { return TavIsInteger(getOperand()) && TavNumIsInteger(getConstant()); }
 };
 
 /// The greater of x and c.
@@ -29,7 +29,7 @@ class TavNumMaxCstI final : public TavCstI<TavNumMaxCstI, TavNumExprI, double> {
   static constexpr const char* kTypeName = "TavNumMaxCstI";
   static constexpr TavTexts kTexts{{"TavMax( ", ", ", ") "}, {"max(", ", ", ")"}};
   static double apply(double x, double c) { return x > c ? x : c; }
-  bool isInteger() const override { return getOperand()->isInteger() && TavNumIsInteger(getConstant()); }
+  bool isInteger() const override { return TavIsInteger(getOperand()) && TavNumIsInteger(getConstant()); }
 };
 
 /// The lesser of x and c in whole numbers; the operand's value is not truncated.
@@ -59,7 +59,7 @@ class TavNumMinI final : public TavBinaryI<TavNumMinI, TavNumExprI> {
   static constexpr const char* kTypeName = "TavNumMinI";
   static constexpr TavTexts kTexts{{"TavMin( ", ", ", ") "}, {"min(", ", ", ")"}};
   static double apply(double a, double b) { return b > a ? a : b; }
-  bool isInteger() const override { return getLeft()->isInteger() && getRight()->isInteger(); }
+  bool isInteger() const override { return TavIsInteger(getLeft()) && TavIsInteger(getRight()); }
 };
 
 /// The greater of a and b.
@@ -69,7 +69,7 @@ class TavNumMaxI final : public TavBinaryI<TavNumMaxI, TavNumExprI> {
   static constexpr const char* kTypeName = "TavNumMaxI";
   static constexpr TavTexts kTexts{{"TavMax( ", ", ", ") "}, {"max(", ", ", ")"}};
   static double apply(double a, double b) { return a > b ? a : b; }
-  bool isInteger() const override { return getLeft()->isInteger() && getRight()->isInteger(); }
+  bool isInteger() const override { return TavIsInteger(getLeft()) && TavIsInteger(getRight()); }
 };
 
 /// The lesser of a and b in whole numbers; neither value is truncated.
@@ -102,23 +102,27 @@ class TavExtremeArrayI : public TavArrayOperandsI<Self, Base, Array> {
   using TavArrayOperandsI<Self, Base, Array>::TavArrayOperandsI;
 
   double eval(TavAlgorithm algorithm) const override {
-    const Array exprs = this->getExprs();
-    const TavInt size = exprs.getSize();
-    if (size == 0) throw TavArrayError(Self::kEmptyText);
-    double extreme = exprs[0].getImpl()->eval(algorithm);
-    if (size == 1) return extreme;
-    for (TavInt i = 0; i < size; ++i) {  // kept: element 0 is evaluated a second time
-      const double value = exprs[i].getImpl()->eval(algorithm);
-      if (Self::replaces(value, extreme)) extreme = value;
-    }
-    return extreme;
+    return TavDeep([this, algorithm] {
+      const Array exprs = this->getExprs();
+      const TavInt size = exprs.getSize();
+      if (size == 0) throw TavArrayError(Self::kEmptyText);
+      double extreme = exprs[0].getImpl()->eval(algorithm);
+      if (size == 1) return extreme;
+      for (TavInt i = 0; i < size; ++i) {  // kept: element 0 is evaluated a second time
+        const double value = exprs[i].getImpl()->eval(algorithm);
+        if (Self::replaces(value, extreme)) extreme = value;
+      }
+      return extreme;
+    });
   }
   TavExtractableI* makeClone(TavEnvI* target) const override {
     return TavMakeArrayNode<Self>(target, TavCloneOfArray(this->getExprs(), target));
   }
   void display(std::ostream& os) const override {
-    const TavText& text = Self::kTexts.in(this->getEnv());
-    os << text.open << this->getExprs() << text.close;
+    TavDeep([this, &os] {
+      const TavText& text = Self::kTexts.in(this->getEnv());
+      os << text.open << this->getExprs() << text.close;
+    });
   }
 };
 

@@ -16,7 +16,7 @@ class TavNumPowerCstI final : public TavCstI<TavNumPowerCstI, TavNumExprI, doubl
   static constexpr TavTexts kTexts{{"( ", "^ ", ") "}, {"", " ^ ", ""}};
   static double apply(double x, double c) { return std::pow(x, c); }
   // kept: a negative exponent counts as integer too, here and below
-  bool isInteger() const override { return getOperand()->isInteger() && TavNumIsInteger(getConstant()); }
+  bool isInteger() const override { return TavIsInteger(getOperand()) && TavNumIsInteger(getConstant()); }
 };
 
 /// c to the power x.
@@ -26,7 +26,7 @@ class TavNumRecPowerCstI final : public TavRecCstI<TavNumRecPowerCstI, TavNumExp
   static constexpr const char* kTypeName = "TavNumRecPowerCstI";
   static constexpr TavTexts kTexts{{"( ", "^ ", ") "}, {"", " ^ ", ""}};
   static double apply(double x, double c) { return std::pow(c, x); }
-  bool isInteger() const override { return getOperand()->isInteger() && TavNumIsInteger(getConstant()); }
+  bool isInteger() const override { return TavIsInteger(getOperand()) && TavNumIsInteger(getConstant()); }
 };
 
 /// a to the power b.
@@ -36,7 +36,7 @@ class TavNumPowerI final : public TavBinaryI<TavNumPowerI, TavNumExprI> {
   static constexpr const char* kTypeName = "TavNumPowerI";
   static constexpr TavTexts kTexts{{"( ", "^ ", ") "}, {"", " ^ ", ""}};
   static double apply(double a, double b) { return std::pow(a, b); }
-  bool isInteger() const override { return getLeft()->isInteger() && getRight()->isInteger(); }
+  bool isInteger() const override { return TavIsInteger(getLeft()) && TavIsInteger(getRight()); }
 };
 
 static_assert(sizeof(TavNumPowerCstI) == 56 && sizeof(TavNumPowerI) == 56);

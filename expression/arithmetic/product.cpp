@@ -31,11 +31,13 @@ TavNumExprArg tavdetail::times(TavNumExprArg e, double factor) {
   }
   if (node->getTypeInfo() == TavNumTimesCstI::GetTypeInfo()) {
     const auto* product = static_cast<TavNumTimesCstI*>(node);
-    return times(TavNumExprArg(product->getOperand()), product->getConstant() * factor);
+    return TavDeep([=] { return times(TavNumExprArg(product->getOperand()), product->getConstant() * factor); });
   }
   if (node->getTypeInfo() == TavIntTimesCstI::GetTypeInfo()) {
     const auto* product = static_cast<TavIntTimesCstI*>(node);
-    return times(TavNumExprArg(product->getOperand()), static_cast<double>(product->getConstant()) * factor);
+    return TavDeep([=] {
+      return times(TavNumExprArg(product->getOperand()), static_cast<double>(product->getConstant()) * factor);
+    });
   }
   return TavNumExprArg(new (env) TavNumTimesCstI(env, node, factor));
 }
@@ -56,8 +58,10 @@ TavIntExprArg tavdetail::times(TavIntExprArg e, TavInt factor) {
   }
   if (node->getTypeInfo() == TavIntTimesCstI::GetTypeInfo()) {
     const auto* product = static_cast<TavIntTimesCstI*>(static_cast<TavNumExprI*>(node));
-    return times(TavIntExprArg(static_cast<TavIntExprI*>(product->getOperand())),
-                 TavWrapMul(product->getConstant(), factor));
+    return TavDeep([=] {
+      return times(TavIntExprArg(static_cast<TavIntExprI*>(product->getOperand())),
+                   TavWrapMul(product->getConstant(), factor));
+    });
   }
   return TavIntExprArg(new (env) TavIntTimesCstI(env, node, factor));
 }

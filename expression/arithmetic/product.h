@@ -14,7 +14,7 @@ class TavNumTimesCstI final : public TavCstI<TavNumTimesCstI, TavNumExprI, doubl
   static constexpr const char* kTypeName = "TavNumTimesCstI";
   static constexpr TavTexts kTexts{{"( ", "* ", ") "}, {"", " * ", ""}};
   static double apply(double x, double c) { return x * c; }
-  bool isInteger() const override { return getOperand()->isInteger() && TavNumIsInteger(getConstant()); }
+  bool isInteger() const override { return TavIsInteger(getOperand()) && TavNumIsInteger(getConstant()); }
 };
 
 /// x * c in whole numbers; the operand's value is not truncated.
@@ -69,7 +69,7 @@ class TavNumTimesI final : public TavBinaryI<TavNumTimesI, TavNumExprI> {
   static constexpr const char* kTypeName = "TavNumTimesI";
   static constexpr TavTexts kTexts{{"( ", "* ", ") "}, {"", " * ", ""}};
   static double apply(double a, double b) { return a * b; }
-  bool isInteger() const override { return getLeft()->isInteger() && getRight()->isInteger(); }
+  bool isInteger() const override { return TavIsInteger(getLeft()) && TavIsInteger(getRight()); }
 };
 
 /// a * b in whole numbers; neither value is truncated.

@@ -15,7 +15,7 @@ class TavNumSquareI final : public TavUnaryI<TavNumSquareI, TavNumExprI> {
   static constexpr const char* kTypeName = "TavNumSquareI";
   static constexpr TavTexts kTexts{{"TavSquare(", "", ") "}, {"square(", "", ")"}};
   static double apply(double x) { return x * x; }
-  bool isInteger() const override { return getOperand()->isInteger(); }
+  bool isInteger() const override { return TavIsInteger(getOperand()); }
 };
 
 /// x * x of an integer expression, whose value is not truncated.
@@ -34,7 +34,7 @@ class TavNumAbsI final : public TavUnaryI<TavNumAbsI, TavNumExprI> {
   static constexpr const char* kTypeName = "TavNumAbsI";
   static constexpr TavTexts kTexts{{"TavAbs(", "", ") "}, {"abs(", "", ")"}};
   static double apply(double x) { return std::fabs(x); }
-  bool isInteger() const override { return getOperand()->isInteger(); }
+  bool isInteger() const override { return TavIsInteger(getOperand()); }
 };
 
 /// The same of an integer expression.

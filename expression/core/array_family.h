@@ -48,7 +48,7 @@ inline TavEnvI* TavRequireElements(TavExtractableArray array, const char* messag
 /// Whether every element is integer; true without elements.
 inline bool TavAreIntegers(TavNumExprArray exprs) {
   for (TavInt i = 0; i < exprs.getSize(); ++i) {
-    if (!exprs[i].getImpl()->isInteger()) return false;
+    if (!TavIsInteger(exprs[i].getImpl())) return false;
   }
   return true;
 }

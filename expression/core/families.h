@@ -41,7 +41,9 @@ class TavUnaryI : public TavNode<Self, Base> {
 
   /// The operand.
   Operand* getOperand() const noexcept { return _operand; }
-  double eval(TavAlgorithm algorithm) const override { return Self::apply(_operand->eval(algorithm)); }
+  double eval(TavAlgorithm algorithm) const override {
+    return TavDeep([this, algorithm] { return Self::apply(_operand->eval(algorithm)); });
+  }
   void visitSubExtractables(TavExtractableVisitor* visitor) override {
     visitor->beginVisit(this);
     visitor->visitChild(this, _operand);
@@ -51,10 +53,12 @@ class TavUnaryI : public TavNode<Self, Base> {
     return new (target) Self(target, TavCloneOf(_operand, this->getEnv()));
   }
   void display(std::ostream& os) const override {
-    const TavText& text = Self::kTexts.in(this->getEnv());
-    os << text.open;
-    _operand->display(os);
-    os << text.close;
+    TavDeep([this, &os] {
+      const TavText& text = Self::kTexts.in(this->getEnv());
+      os << text.open;
+      _operand->display(os);
+      os << text.close;
+    });
   }
 
  private:
@@ -76,7 +80,9 @@ class TavCstI : public TavNode<Self, Base> {
   Operand* getOperand() const noexcept { return _operand; }
   /// The constant.
   Constant getConstant() const noexcept { return _constant; }
-  double eval(TavAlgorithm algorithm) const override { return Self::apply(_operand->eval(algorithm), _constant); }
+  double eval(TavAlgorithm algorithm) const override {
+    return TavDeep([this, algorithm] { return Self::apply(_operand->eval(algorithm), _constant); });
+  }
   void visitSubExtractables(TavExtractableVisitor* visitor) override {
     visitor->beginVisit(this);
     visitor->visitChild(this, _operand);
@@ -86,10 +92,12 @@ class TavCstI : public TavNode<Self, Base> {
     return new (target) Self(target, TavCloneOf(_operand, this->getEnv()), _constant);
   }
   void display(std::ostream& os) const override {
-    const TavText& text = Self::kTexts.in(this->getEnv());
-    os << text.open;
-    _operand->display(os);
-    os << text.middle << _constant << text.close;
+    TavDeep([this, &os] {
+      const TavText& text = Self::kTexts.in(this->getEnv());
+      os << text.open;
+      _operand->display(os);
+      os << text.middle << _constant << text.close;
+    });
   }
 
  private:
@@ -104,10 +112,12 @@ class TavRecCstI : public TavCstI<Self, Base, Constant, Operand> {
   using TavCstI<Self, Base, Constant, Operand>::TavCstI;
 
   void display(std::ostream& os) const override {
-    const TavText& text = Self::kTexts.in(this->getEnv());
-    os << text.open << this->getConstant() << text.middle;
-    this->getOperand()->display(os);
-    os << text.close;
+    TavDeep([this, &os] {
+      const TavText& text = Self::kTexts.in(this->getEnv());
+      os << text.open << this->getConstant() << text.middle;
+      this->getOperand()->display(os);
+      os << text.close;
+    });
   }
 };
 
@@ -131,8 +141,10 @@ class TavBinaryI : public TavNode<Self, Base> {
   /// The second operand.
   Operand* getRight() const noexcept { return _right; }
   double eval(TavAlgorithm algorithm) const override {
-    const double left = _left->eval(algorithm);
-    return Self::apply(left, _right->eval(algorithm));
+    return TavDeep([this, algorithm] {
+      const double left = _left->eval(algorithm);
+      return Self::apply(left, _right->eval(algorithm));
+    });
   }
   void visitSubExtractables(TavExtractableVisitor* visitor) override {
     visitor->beginVisit(this);
@@ -145,12 +157,14 @@ class TavBinaryI : public TavNode<Self, Base> {
     return new (target) Self(target, left, TavCloneOf(_right, this->getEnv()));
   }
   void display(std::ostream& os) const override {
-    const TavText& text = Self::kTexts.in(this->getEnv());
-    os << text.open;
-    _left->display(os);
-    os << text.middle;
-    _right->display(os);
-    os << text.close;
+    TavDeep([this, &os] {
+      const TavText& text = Self::kTexts.in(this->getEnv());
+      os << text.open;
+      _left->display(os);
+      os << text.middle;
+      _right->display(os);
+      os << text.close;
+    });
   }
 
  private:

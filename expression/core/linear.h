@@ -102,6 +102,7 @@ class TavLinearI : public TavNode<Self, Base> {
   /// Drops the cells that `isGone` names until `left` of them are gone.
   template <class Cell, class IsGone, class Drop>
   static void sweep(TavCellList<Cell>& list, TavInt& left, IsGone isGone, Drop drop);
+  double evalParts(TavAlgorithm algorithm) const;
   void writePlain(TavTextWriter& out) const;
   void writeLibrary(TavTextWriter& out) const;
   static bool writeTerm(TavTextWriter& out, const TavNumLinExprTermI& term);

@@ -2,6 +2,7 @@
 /// Class header for authors of algorithms: the base of every numeric expression.
 
 #include "expression/core/node.h"
+#include "host/deep_stack.h"
 
 #pragma GCC visibility push(default)
 
@@ -45,6 +46,11 @@ class TavNumExprI : public TavNode<TavNumExprI, TavExtractableI> {
 
 inline void TavEnvI::release(TavNumExprI* node) {
   if (!ending) node->release();  // while the environment ends, the node may be gone already
+}
+
+/// x.isInteger() for an operand, however deep it goes.
+inline bool TavIsInteger(const TavNumExprI* x) {
+  return TavDeep([x] { return x->isInteger(); });
 }
 
 /// The registered clone of an operand, in the map of `env`. Throws TavEmptyHandleException when the pass has none.

@@ -226,7 +226,7 @@ void TavNumLinTermI::setCoef(TavNumVarArray variables, TavNumArray coefs, TavNum
 
 bool TavNumLinTermI::isInteger() const {
   for (const TavPart* part = _parts.first; part; part = part->next) {
-    if (!part->expr->isInteger()) return false;
+    if (!TavIsInteger(part->expr)) return false;
   }
   for (const TavNumLinExprTermI* cell = _terms.first; cell; cell = cell->next) {
     if (!cell->var->isInteger() || !TavNumIsInteger(cell->coef)) return false;

@@ -6,6 +6,8 @@
 #include <locale>
 #include <utility>
 
+#include "host/deep_stack.h"
+
 void TavTextWriter::look() {
   constexpr std::streamsize kMostDigits = 32;
   _precision = static_cast<int>(_os.precision());
@@ -65,7 +67,7 @@ TavTextWriter& TavTextWriter::operator<<(double number) {
 
 TavTextWriter& TavTextWriter::operator<<(const TavExtractableI& object) {
   flush();
-  object.display(_os);
+  TavDeep([this, &object] { object.display(_os); });
   look();
   return *this;
 }

@@ -44,10 +44,12 @@ class TavConditionalI : public TavNode<Self, Base> {
 
   /// Anything but exactly 1 takes the else branch; the other branch is not evaluated.
   double eval(TavAlgorithm algorithm) const override {
-    if (_condition->eval(algorithm) == 1.0) {
-      return _then ? _then->eval(algorithm) : static_cast<double>(_thenConstant);
-    }
-    return _else ? _else->eval(algorithm) : static_cast<double>(_elseConstant);
+    return TavDeep([this, algorithm] {
+      if (_condition->eval(algorithm) == 1.0) {
+        return _then ? _then->eval(algorithm) : static_cast<double>(_thenConstant);
+      }
+      return _else ? _else->eval(algorithm) : static_cast<double>(_elseConstant);
+    });
   }
   void visitSubExtractables(TavExtractableVisitor* visitor) override {
     visitor->beginVisit(this);
@@ -64,20 +66,22 @@ class TavConditionalI : public TavNode<Self, Base> {
   }
   /// The same text in both syntaxes.
   void display(std::ostream& os) const override {
-    _condition->display(os);
-    os << " ? ";
-    if (_then) {
-      _then->display(os);
-      os << " : ";
-      if (_else) {
-        _else->display(os);
-      } else {
-        os << _elseConstant;
+    TavDeep([this, &os] {
+      _condition->display(os);
+      os << " ? ";
+      if (_then) {
+        _then->display(os);
+        os << " : ";
+        if (_else) {
+          _else->display(os);
+        } else {
+          os << _elseConstant;
+        }
       }
-    }
-    // kept: the constant follows in every case, and the else branch comes again, though never as a constant
-    os << _thenConstant << " : ";
-    if (_else) _else->display(os);
+      // kept: the constant follows in every case, and the else branch comes again, though never as a constant
+      os << _thenConstant << " : ";
+      if (_else) _else->display(os);
+    });
   }
 
  private:

@@ -30,14 +30,16 @@ TavEnvI* requireElements(TavIntExprArray exprs, const Texts& texts) {
 // ---- TavCountI
 
 double TavCountI::eval(TavAlgorithm algorithm) const {
-  const TavIntExprArray exprs = getExprs();
-  if (exprs.getSize() == 0) throw TavArrayError("Array of size 0 in evaluation of TavCount");
-  const auto wanted = static_cast<double>(_value);
-  TavInt count = 0;
-  for (TavInt i = 0; i < exprs.getSize(); ++i) {
-    if (exprs[i].eval(algorithm) == wanted) ++count;
-  }
-  return static_cast<double>(count);
+  return TavDeep([this, algorithm] {
+    const TavIntExprArray exprs = getExprs();
+    if (exprs.getSize() == 0) throw TavArrayError("Array of size 0 in evaluation of TavCount");
+    const auto wanted = static_cast<double>(_value);
+    TavInt count = 0;
+    for (TavInt i = 0; i < exprs.getSize(); ++i) {
+      if (exprs[i].eval(algorithm) == wanted) ++count;
+    }
+    return static_cast<double>(count);
+  });
 }
 
 TavExtractableI* TavCountI::makeClone(TavEnvI* target) const {
@@ -45,8 +47,10 @@ TavExtractableI* TavCountI::makeClone(TavEnvI* target) const {
 }
 
 void TavCountI::display(std::ostream& os) const {
-  const bool library = getEnv()->librarySyntaxDisplay;
-  os << (library ? "TavCount( " : "count(") << getExprs() << ", " << _value << (library ? ") " : ")");
+  TavDeep([this, &os] {
+    const bool library = getEnv()->librarySyntaxDisplay;
+    os << (library ? "TavCount( " : "count(") << getExprs() << ", " << _value << (library ? ") " : ")");
+  });
 }
 
 // ---- TavStandardDeviationI

@@ -23,7 +23,7 @@ Node* makeElementOfCopy(Array array, TavIntExprArg index) {
 bool TavNumExprArrayElementI::isInteger() const {
   const TavNumExprArray array = getArray();
   for (TavInt i = 0; i < array.getSize(); ++i) {
-    if (!array[i].isInteger()) return false;
+    if (!TavIsInteger(array[i].getImpl())) return false;
   }
   return true;
 }

@@ -25,11 +25,13 @@ class TavElementI : public TavNode<Self, Base> {
   /// The array, which is the node's own.
   Array getArray() const noexcept { return _array; }
   void display(std::ostream& os) const override {
-    const TavText& text = Self::kTexts.in(this->getEnv());
-    os << text.open;
-    _index->display(os);
-    if (this->getEnv()->librarySyntaxDisplay) os << text.middle << _array;
-    os << text.close;
+    TavDeep([this, &os] {
+      const TavText& text = Self::kTexts.in(this->getEnv());
+      os << text.open;
+      _index->display(os);
+      if (this->getEnv()->librarySyntaxDisplay) os << text.middle << _array;
+      os << text.close;
+    });
   }
 
  protected:
@@ -63,8 +65,10 @@ class TavConstElementI : public TavElementI<Self, Base, Array> {
   ~TavConstElementI() override { this->getEnv()->release(this->getIndex()); }
 
   double eval(TavAlgorithm algorithm) const override {
-    const Array array = this->getArray();
-    return static_cast<double>(array[this->positionIn(algorithm)]);
+    return TavDeep([this, algorithm] {
+      const Array array = this->getArray();
+      return static_cast<double>(array[this->positionIn(algorithm)]);
+    });
   }
   void visitSubExtractables(TavExtractableVisitor* visitor) override {
     visitor->beginVisit(this);
@@ -94,7 +98,7 @@ class TavExprElementI : public TavElementI<Self, Base, Array> {
   }
 
   double eval(TavAlgorithm algorithm) const override {
-    return this->getArray()[this->positionIn(algorithm)].eval(algorithm);
+    return TavDeep([this, algorithm] { return this->getArray()[this->positionIn(algorithm)].eval(algorithm); });
   }
   void visitSubExtractables(TavExtractableVisitor* visitor) override {
     visitor->beginVisit(this);

@@ -124,7 +124,7 @@ TavExtractableI* TavExprPiecewiseLinearI::makeClone(TavEnvI* target) const {
 void TavExprPiecewiseLinearI::display(std::ostream& os) const {
   os << "piecewiselinear(";
   if (_operand) {
-    _operand->display(os);
+    TavDeep([this, &os] { _operand->display(os); });
   } else {
     os << "0 ";
   }
@@ -155,7 +155,7 @@ TavExtractableI* TavMonotonicNumExprI::makeClone(TavEnvI* target) const {
 
 void TavMonotonicNumExprI::display(std::ostream& os) const {
   os << "TavMonotonic" << (_decreasing ? "Decreasing" : "Increasing") << "NumExpr(";
-  _operand->display(os);
+  TavDeep([this, &os] { _operand->display(os); });
   os << ")";
 }
 

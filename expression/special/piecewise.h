@@ -45,7 +45,7 @@ class TavExprPiecewiseLinearI final : public TavNode<TavExprPiecewiseLinearI, Ta
   double getPiecewiseLinearValue(double x) const;
 
   double eval(TavAlgorithm algorithm) const override {
-    return getPiecewiseLinearValue(_operand ? _operand->eval(algorithm) : 0.0);
+    return TavDeep([this, algorithm] { return getPiecewiseLinearValue(_operand ? _operand->eval(algorithm) : 0.0); });
   }
   void visitSubExtractables(TavExtractableVisitor* visitor) override;
   TavExtractableI* makeClone(TavEnvI* target) const override;
@@ -86,7 +86,9 @@ class TavMonotonicNumExprI final : public TavNode<TavMonotonicNumExprI, TavNumEx
   /// Whether it was declared decreasing.
   bool isDecreasing() const noexcept { return _decreasing != 0; }
 
-  double eval(TavAlgorithm algorithm) const override { return _function(_operand->eval(algorithm)); }
+  double eval(TavAlgorithm algorithm) const override {
+    return TavDeep([this, algorithm] { return _function(_operand->eval(algorithm)); });
+  }
   void visitSubExtractables(TavExtractableVisitor* visitor) override;
   TavExtractableI* makeClone(TavEnvI* target) const override;
   void display(std::ostream& os) const override;

@@ -15,7 +15,7 @@ class TavRoundingI : public TavUnaryI<Self, TavNumExprI> {
  public:
   using TavUnaryI<Self, TavNumExprI>::TavUnaryI;
   // kept: follows the operand, although most roundings are always whole
-  bool isInteger() const override { return this->getOperand()->isInteger(); }
+  bool isInteger() const override { return TavIsInteger(this->getOperand()); }
 };
 
 /// The least whole number that is not below x.

@@ -12,7 +12,7 @@ class TavCubeI final : public TavUnaryI<TavCubeI, TavNumExprI> {
   static constexpr const char* kTypeName = "TavCubeI";
   static constexpr TavTexts kTexts{{"TavCube(", "", ") "}, {"cube(", "", ")"}};
   static double apply(double x) { return x * x * x; }
-  bool isInteger() const override { return getOperand()->isInteger(); }
+  bool isInteger() const override { return TavIsInteger(getOperand()); }
 };
 
 static_assert(sizeof(TavCubeI) == 48);

@@ -204,15 +204,17 @@ TEST(Numbers, TruncationSaturatesAndIntegersWrap) {
 }
 
 TEST(Numbers, OneRoundingGoesAwayFromZeroTheOtherToEven) {
-  const double kCases[][3] = {{0.5, 1, 0},
-                              {1.5, 2, 2},
-                              {-0.5, -1, -0.0},
-                              {-2.5, -3, -2},
-                              {2.49, 2, 2},
-                              {-2.7, -3, -3},
-                              {0x1p52 + 1, 0x1p52 + 1, 0x1p52 + 1},
-                              {0.49999999999999994, 0, 0},
-                              {HUGE_VAL, HUGE_VAL, HUGE_VAL}};
+  const struct {
+    double x, away, even;
+  } kCases[] = {{0.5, 1, 0},
+                {1.5, 2, 2},
+                {-0.5, -1, -0.0},
+                {-2.5, -3, -2},
+                {2.49, 2, 2},
+                {-2.7, -3, -3},
+                {0x1p52 + 1, 0x1p52 + 1, 0x1p52 + 1},
+                {HUGE_VAL, HUGE_VAL, HUGE_VAL},
+                {0.49999999999999994, 0, 0}};
   for (const auto& [x, away, even] : kCases) {
     EXPECT_EQ(TavRound(x), away) << x;
     EXPECT_EQ(TavVurRound(x), even) << x;

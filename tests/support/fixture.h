@@ -247,37 +247,35 @@ class TavTest : public ::testing::Test {
     return change.isType(Record::GetTypeInfo()) ? static_cast<const Record*>(&change) : nullptr;
   }
   static void write(std::ostream& os, const TavChange& change) {
-    const void* changed = change.getChangedExtractable();
-    const void* said = changed;
-    if (const auto* added = as<TavNumLinTermAddVar>(change)) {
-      os << "AddVar " << added->getVar()->getName();
-      said = added->getLinear();
-    } else if (const auto* removed = as<TavNumLinTermRemoveVar>(change)) {
-      os << "RemoveVar " << removed->getVar()->getName();
-      said = removed->getLinear();
-    } else if (const auto* integer = as<TavIntLinTermRemoveVar>(change)) {
-      os << "#RemoveVar " << integer->getVar()->getName();
-      said = integer->getLinear();
-    } else if (const auto* bounds = as<TavSetNumVarBounds>(change)) {
-      os << "bounds " << bounds->getVar()->getName() << " " << bounds->getLB() << " " << bounds->getUB();
-      EXPECT_EQ(bounds->getVar()->getLB(), bounds->getLB());  // the change is made when the record goes out
-      said = bounds->getVar();
-    } else if (const auto* array = as<TavSetNumVarArrayBounds>(change)) {
-      os << "array " << array->getVars().getSize() << " " << array->getLBs() << " " << array->getUBs();
-      EXPECT_EQ(change.getChangedExtractableArray(), array->getVars().getImpl());
-    } else if (const auto* values = as<TavSetNumVarPossibleValues>(change)) {
-      os << "values " << values->getVar()->getName();
-      if (values->getNumValues().getImpl()) os << " num " << values->getNumValues();
-      if (values->getIntValues().getImpl()) os << " int " << values->getIntValues();
-      said = values->getVar();
-    } else if (const auto* threshold = as<TavSetSemiContBound>(change)) {
-      os << "threshold " << threshold->getOldThreshold() << " " << threshold->getNewThreshold();
-      said = threshold->getVar();
-    } else if (const auto* left = as<TavConversionRemoveVar>(change)) {
-      os << left->getVar()->getName() << " leaves " << left->getConversion()->getVars().getSize();
-      said = left->getConversion();
+    const auto word = [&](const char* text, const TavNumVarI* var, const TavExtractableI* owner) {
+      os << text << var->getName();
+      EXPECT_EQ(owner, change.getChangedExtractable());
+    };
+    if (const auto* r = as<TavNumLinTermAddVar>(change)) word("AddVar ", r->getVar(), r->getLinear());
+    if (const auto* r = as<TavNumLinTermRemoveVar>(change)) word("RemoveVar ", r->getVar(), r->getLinear());
+    if (const auto* r = as<TavIntLinTermRemoveVar>(change)) word("#RemoveVar ", r->getVar(), r->getLinear());
+    if (const auto* r = as<TavSetNumVarBounds>(change)) {
+      word("bounds ", r->getVar(), r->getVar());
+      os << " " << r->getLB() << " " << r->getUB();
+      EXPECT_EQ(r->getVar()->getLB(), r->getLB());  // the change is made when the record goes out
     }
-    EXPECT_EQ(said, changed);
+    if (const auto* r = as<TavSetNumVarArrayBounds>(change)) {
+      os << "array " << r->getVars().getSize() << " " << r->getLBs() << " " << r->getUBs();
+      EXPECT_EQ(change.getChangedExtractableArray(), r->getVars().getImpl());
+    }
+    if (const auto* r = as<TavSetNumVarPossibleValues>(change)) {
+      word("values ", r->getVar(), r->getVar());
+      if (r->getNumValues().getImpl()) os << " num " << r->getNumValues();
+      if (r->getIntValues().getImpl()) os << " int " << r->getIntValues();
+    }
+    if (const auto* r = as<TavSetSemiContBound>(change)) {
+      EXPECT_EQ(r->getVar(), change.getChangedExtractable());
+      os << "threshold " << r->getOldThreshold() << " " << r->getNewThreshold();
+    }
+    if (const auto* r = as<TavConversionRemoveVar>(change)) {
+      word("", r->getVar(), r->getConversion());
+      os << " leaves " << r->getConversion()->getVars().getSize();
+    }
     os << "; ";
   }
 };

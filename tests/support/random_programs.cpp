@@ -217,46 +217,28 @@ class Program {
       ops.push_back(!ops.empty() && pick(6) == 0 ? ops.back() : expression(depth - 1, isInt));
       return ops.back();
     };
+    const auto element = [&](int at, bool isInt) {
+      return ops.emplace_back(expression(at > 3 ? 0 : depth - 1, isInt));
+    };
     const int size = pick(12);
     for (const char* at = std::strchr(chosen->library, '%'); at; at = std::strchr(at + 1, '%')) {
       const char letter = at[1];
-      const auto number = [&](Constant value) {
-        numbers[letter].push_back(value);
-        return value;
-      };
-      switch (letter) {
-        case 'x':
-        case 'y':
-          (letter == 'x' ? o.x : o.y) = num(operand(false));
-          break;
-        case 'i':
-        case 'j':
-          (letter == 'i' ? o.i : o.j) = whole(operand(true));
-          break;
-        case 'c':
-        case 'd':
-          (letter == 'c' ? o.c : o.d) = number(constant()).value;
-          break;
-        case 'k':
-          o.k = number(smallInteger()).whole;
-          break;
-        case 'X':
-          for (int n = 0; n < size; ++n) o.X.add(num(ops.emplace_back(expression(n > 3 ? 0 : depth - 1, false))));
-          break;
-        case 'I':
-          for (int n = 0; n <= size; ++n) o.I.add(whole(ops.emplace_back(expression(n > 3 ? 0 : depth - 1, true))));
-          break;
-        case 'C':
-        case 'D':  // one number more, as for the slopes between breakpoints
-          numbers[letter];
-          for (int n = letter == 'C'; n <= size; ++n) (letter == 'C' ? o.C : o.D).add(number(constant()).value);
-          break;
-        case 'K':
-          numbers[letter];
-          for (int n = 0; n < size; ++n) o.K.add(number(integerConstant()).whole);
-          break;
-        default:  // the sign of the remainder
-          break;
+      const auto number = [&](Constant value) { return numbers[letter].emplace_back(value); };
+      if (letter == 'x') o.x = num(operand(false));
+      if (letter == 'y') o.y = num(operand(false));
+      if (letter == 'i') o.i = whole(operand(true));
+      if (letter == 'j') o.j = whole(operand(true));
+      if (letter == 'c') o.c = number(constant()).value;
+      if (letter == 'd') o.d = number(constant()).value;
+      if (letter == 'k') o.k = number(smallInteger()).whole;
+      if (letter < 'A' || letter > 'Z') continue;
+      if (letter < 'I' || letter == 'K') numbers[letter];
+      for (int n = letter != 'D' && letter != 'I'; n <= size; ++n) {  // of slopes one more than of breakpoints
+        if (letter == 'X') o.X.add(num(element(n, false)));
+        if (letter == 'I') o.I.add(whole(element(n, true)));
+        if (letter == 'C') o.C.add(number(constant()).value);
+        if (letter == 'D') o.D.add(number(constant()).value);
+        if (letter == 'K') o.K.add(number(integerConstant()).whole);
       }
     }
     TavExtractableI* made = chosen->make(o);
@@ -267,18 +249,10 @@ class Program {
   // ---- statements
 
   void statement() {
-    switch (_handles.size() < 2 ? 0 : pick(5)) {
-      case 0:
-      case 1:
-        keep(expression(3, pick(3) == 0));
-        break;
-      case 2:
-      case 3:
-        edit(oneOf(_handles));
-        break;
-      default:
-        dropHandle(static_cast<std::size_t>(pick(static_cast<int>(_handles.size()))));
-    }
+    const int kind = _handles.size() < 2 ? 0 : pick(5);
+    if (kind < 2) return keep(expression(3, pick(3) == 0));
+    if (kind < 4) return edit(oneOf(_handles));
+    dropHandle(static_cast<std::size_t>(pick(static_cast<int>(_handles.size()))));
   }
 
   void keep(Node* node) {

@@ -42,7 +42,10 @@ TEST_F(ScalProd, HasOneTermOrPartPerPositionAndLeavesItsElementsAsTheyAre) {
   for (const auto& [nodes, expected] : kVariables) {
     for (const TavNumExprArg node : nodes) EXPECT_EQ(shape(node), expected);
   }
-  for (const auto& [node, expected] : kExpressions) EXPECT_EQ(shape(node), expected);
+  for (const auto& [node, expected] : kExpressions) {
+    EXPECT_EQ(shape(node), expected);
+    EXPECT_EQ(node.getImpl()->getRefCount(), 0);
+  }
   const TavNumExprArg held = x + 1;
   const TavIntExprArg heldInt = i + 1;
   TavSum(exprs({held, held}));

@@ -171,7 +171,7 @@ def main():
     parser.add_argument("--seconds", type=float, default=0.2, help="time for each race, default %(default)s")
     parser.add_argument("--passes", type=int, default=2, help="processes for each race, default %(default)s")
     parser.add_argument("--large", action="store_true", help="every road with ten million items too")
-    parser.add_argument("--docs", action="store_true", help="writes docs/speed.md and docs/speed.svg")
+    parser.add_argument("--docs", action="store_true", help="writes docs/speed.md, docs/speed.svg and the README's table")
     parser.add_argument("--json", type=Path, help="keeps the raw figures in this file")
     parser.add_argument("--bin", type=Path, required=True, help=argparse.SUPPRESS)
     parser.add_argument("--pin", default="", help=argparse.SUPPRESS)
@@ -187,6 +187,7 @@ def main():
         docs = Path(__file__).parent.parent / "docs"
         report.write_chart(docs / "speed.svg", ROADS, TWINS, races)
         report.write_text(docs / "speed.md", ROADS, TWINS, races, options.machine)
+        report.write_readme(docs.parent / "README.md", ROADS, races, options.machine)
     return 1 if any(race.ratio is None for race in races) else 0
 
 

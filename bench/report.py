@@ -2,6 +2,10 @@
 
 # Below this line a page keeps what was written by hand.
 KEPT = "<!-- What follows is written by hand and kept. -->"
+# What stands between these two in the README is written here, for a choice of roads.
+README_MARKS = ("<!-- scripts/bench --docs writes from here -->\n", "<!-- to here -->\n")
+README_ROADS = ["buildCold", "buildWarm", "rowsCold", "oneStatement", "scalProd", "mergeRecycled", "evalSum", "chainCold",
+                "chainEval", "cloneRows", "variablesArray", "print"]
 # In the order of the chart's legend: marker, colour.
 MARKS = {"LEMON": ("o", "#e69f00"), "Gecode": ("s", "#0072b2"), "GiNaC": ("^", "#009e73"),
          "ADOL-C": ("D", "#d55e00"), "muParser": ("v", "#cc79a7"), "CoinUtils": ("P", "#7a5cc4")}
@@ -153,6 +157,8 @@ once (`roads.h`), a contender is one class (`library.h`, `by_hand_world.h`, `pee
 
 ![Time of others, the library's being 1](speed.svg)
 
+The chart takes the work by hand at a million items, other libraries at the size of their table below.
+
 ## Beside the same work by hand
 
 The library's time divided by the other's, for each number of items; a figure in **bold** misses its goal. The last two
@@ -175,3 +181,22 @@ missed or another library takes less.
 
 {bytes_table(roads, peers, races)}
 {KEPT}{kept or chr(10)}""", encoding="utf-8")
+
+
+def write_readme(path, roads, races, machine):
+    """The short table: the size at which the peers are raced."""
+    rows = []
+    for road, title, unit, _ in roads:
+        hand = largest(races, road, "hand", 100_000)
+        if road not in README_ROADS or hand is None:
+            continue
+        peers = [race for race in (largest(races, road, peer, 100_000) for peer in MARKS) if race]
+        nearest = min(peers, key=lambda race: race.other_ns / race.library_ns, default=None)
+        rows.append([title, f"{nanoseconds(hand.library_ns)} {per(unit)}", nanoseconds(hand.other_ns),
+                     f"{hand.ratio:.2f}",
+                     f"{nearest.contender} {times(1.0 / nearest.ratio)}×" if nearest else ""])
+    text = path.read_text(encoding="utf-8")
+    before, rest = text.split(README_MARKS[0], 1)
+    after = rest.split(README_MARKS[1], 1)[1]
+    body = table(["road, 100,000 items", "library, ns", "by hand, ns", "ratio", "time of the fastest other library"], rows)
+    path.write_text(f"{before}{README_MARKS[0]}{body}\nMeasured on {machine}.\n{README_MARKS[1]}{after}", encoding="utf-8")

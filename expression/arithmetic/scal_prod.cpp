@@ -89,8 +89,10 @@ auto* sumOfElements(Array array) {
     Sum sum;
     ~Local() { sum.end(); }
   } local{Sum(array.getEnv(), 0)};
-  for (TavInt i = 0; i < array.getSize(); ++i) {
-    HeldElement held(array[i].getImpl());
+  using Element = std::decay_t<decltype(array[0])>;
+  constexpr bool kVariables = std::is_same_v<Element, TavNumVar> || std::is_same_v<Element, TavIntVar>;
+  for (TavInt i = 0, size = array.getSize(); i < size; ++i) {
+    const HeldElement held(kVariables ? nullptr : array[i].getImpl());  // a variable is never changed by a sum
     local.sum += array[i];
   }
   auto* node = local.sum.getImpl();

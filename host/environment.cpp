@@ -93,12 +93,17 @@ void TavEnvI::recycleTerms(TavNumLinExprTermI* first, TavNumLinExprTermI* last) 
 #else
   last->next = _freeTerms;
   _freeTerms = first;
+  if constexpr (kTavPoisons) {
+    for (TavNumLinExprTermI* cell = first; cell; cell = cell == last ? nullptr : TavPeek(&cell->next)) {
+      TavPoison(cell, sizeof *cell);
+    }
+  }
 #endif
 }
 
 TavInt TavEnvI::liveTermCount() const noexcept {
   TavInt live = _plainTerms + _termPool.liveBlocks();
-  for (const TavNumLinExprTermI* cell = _freeTerms; cell; cell = cell->next) --live;
+  for (const TavNumLinExprTermI* cell = _freeTerms; cell; cell = TavPeek(&cell->next)) --live;
   return live;
 }
 

@@ -104,6 +104,7 @@ class TavEnvI {
   TavNumLinExprTermI* newTerm(TavNumVarI* var, double coef) {
     void* cell = _freeTerms;
     if (cell) {
+      TavUnpoison(cell, sizeof *_freeTerms);
       _freeTerms = _freeTerms->next;
     } else {
       cell = carveTerm();

@@ -8,7 +8,7 @@
 
 TavInt TavFixedSizeAllocatorI::liveBlocks() const noexcept {
   TavInt live = _carved;
-  for (const FreeBlock* block = _free; block; block = block->next) --live;
+  for (const FreeBlock* block = _free; block; block = TavPeek(&block->next)) --live;
   return live;
 }
 
@@ -17,6 +17,7 @@ void* TavFixedSizeAllocatorI::grow(TavMemory* memory) {
   TavChunk* chunk = memory->takeChunk(_blockSize);
   _bump = reinterpret_cast<char*>(chunk + 1);
   _end = _bump + (TavMemory::kChunkSize - sizeof(TavChunk)) / _blockSize * _blockSize;
+  TavPoison(_bump, static_cast<std::size_t>(_end - _bump));
   return carve();
 }
 

@@ -8,6 +8,7 @@
 #include <cstddef>
 
 #include "host/numbers.h"
+#include "host/poison.h"
 
 #pragma GCC visibility push(default)
 
@@ -29,7 +30,7 @@ struct alignas(16) TavChunk {
   ///@}
 };
 
-/// Blocks of one size: a free list over chunks that are filled upwards.
+/// Blocks of one size: a free list over chunks that are filled upwards. What is not handed out is poisoned.
 class TavFixedSizeAllocatorI {
  public:
   TavFixedSizeAllocatorI() = default;
@@ -47,6 +48,7 @@ class TavFixedSizeAllocatorI {
     auto* free = static_cast<FreeBlock*>(block);
     free->next = _free;
     _free = free;
+    TavPoison(block, _blockSize);
   }
   /// Blocks handed out and not yet taken back. Walks the free list: for tests and diagnosis.
   TavInt liveBlocks() const noexcept;
@@ -59,11 +61,13 @@ class TavFixedSizeAllocatorI {
   };
   void* takeFree() noexcept {
     FreeBlock* block = _free;
+    TavUnpoison(block, _blockSize);
     _free = block->next;
     return block;
   }
   void* carve() noexcept {
     char* block = _bump;
+    TavUnpoison(block, _blockSize);
     _bump += _blockSize;
     ++_carved;
     return block;

@@ -51,6 +51,26 @@ TEST(Memory, AFreedBlockServesTheNextRequestOfItsClassAlone) {
 }
 #endif
 
+#ifdef TAV_ADDRESS_SANITIZER
+TEST(Memory, AUseAfterTheEndIsReportedOfPooledBlocksToo) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  constexpr const char* kReport = "AddressSanitizer: (use-after-poison|heap-use-after-free)";
+  TavEnv env;
+  auto* block = static_cast<volatile char*>(env.getImpl()->allocate(48));
+  auto* object = new (env.getImpl()) TestObject(env.getImpl(), "object");
+  TavNumLinExprTermI* cells[] = {env.getImpl()->newTerm(nullptr, 1.0), env.getImpl()->newTerm(nullptr, 2.0)};
+  cells[0]->next = cells[1];
+  env.getImpl()->getMemory()->dealloc(const_cast<char*>(block), 48);
+  env.getImpl()->destroy(object, 0);
+  env.getImpl()->recycleTerms(cells[0], cells[1]);
+  EXPECT_DEATH(block[0] = 1, kReport);
+  EXPECT_DEATH(block[47] = 1, kReport);
+  EXPECT_DEATH(static_cast<void>(object->getName()), kReport);
+  for (volatile TavNumLinExprTermI* cell : cells) EXPECT_DEATH(cell->coef = 3.0, kReport);
+  env.end();
+}
+#endif
+
 TEST(Memory, AllocationListsGiveAlignedBytesAndStartAfresh) {
   TavAllocationList list;
   for (int round = 0; round < 2; ++round) {

@@ -603,6 +603,11 @@ TavNumExprArg plus(TavNumLinExprTerm t, double constant);
 TavNumExprArg plus(TavIntLinExprTerm t, double constant);
 TavIntExprArg plus(TavIntExprArg e, TavInt constant);
 TavIntExprArg plus(TavIntLinExprTerm t, TavInt constant);
+TavNumExprArg minus(double constant, TavNumExprArg e);
+TavNumExprArg minus(double constant, TavNumLinExprTerm t);
+TavNumExprArg minus(double constant, TavIntLinExprTerm t);
+TavIntExprArg minus(TavInt constant, TavIntExprArg e);
+TavIntExprArg minus(TavInt constant, TavIntLinExprTerm t);
 TavNumLinExprTerm times(TavNumVar x, double factor);
 TavIntLinExprTerm times(TavIntVar x, TavInt factor);
 TavNumExprArg times(TavNumExprArg e, double factor);
@@ -664,7 +669,7 @@ TavNumExprArg operator-(TavNumExprArg e, N d) {
 }
 template <TavNumber N>
 TavNumExprArg operator-(N d, TavNumExprArg e) {
-  return tavdetail::plus(-e, static_cast<double>(d));
+  return tavdetail::minus(static_cast<double>(d), e);
 }
 template <TavNumber N>
 TavNumExprArg operator-(TavNumLinExprTerm t, N d) {
@@ -672,7 +677,7 @@ TavNumExprArg operator-(TavNumLinExprTerm t, N d) {
 }
 template <TavNumber N>
 TavNumExprArg operator-(N d, TavNumLinExprTerm t) {
-  return tavdetail::plus(-t, static_cast<double>(d));
+  return tavdetail::minus(static_cast<double>(d), t);
 }
 template <TavFloating F>
 TavNumExprArg operator-(TavIntLinExprTerm t, F d) {
@@ -680,7 +685,7 @@ TavNumExprArg operator-(TavIntLinExprTerm t, F d) {
 }
 template <TavFloating F>
 TavNumExprArg operator-(F d, TavIntLinExprTerm t) {
-  return tavdetail::plus(-t, static_cast<double>(d));
+  return tavdetail::minus(static_cast<double>(d), t);
 }
 template <TavIntegral K>
 TavIntExprArg operator-(TavIntExprArg e, K k) {
@@ -688,7 +693,7 @@ TavIntExprArg operator-(TavIntExprArg e, K k) {
 }
 template <TavIntegral K>
 TavIntExprArg operator-(K k, TavIntExprArg e) {
-  return tavdetail::plus(-e, static_cast<TavInt>(k));
+  return tavdetail::minus(static_cast<TavInt>(k), e);
 }
 template <TavIntegral K>
 TavIntExprArg operator-(TavIntLinExprTerm t, K k) {
@@ -696,7 +701,7 @@ TavIntExprArg operator-(TavIntLinExprTerm t, K k) {
 }
 template <TavIntegral K>
 TavIntExprArg operator-(K k, TavIntLinExprTerm t) {
-  return tavdetail::plus(-t, static_cast<TavInt>(k));
+  return tavdetail::minus(static_cast<TavInt>(k), t);
 }
 
 // ---- operators: products, quotients, remainders

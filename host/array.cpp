@@ -115,16 +115,21 @@ TavNumArray TavIntArray::toNumArray() const {
 
 void TavExtractableArray::endElements() {
   std::vector<TavExtractableI*> batch;
+  batch.reserve(static_cast<std::size_t>(getSize()));  // from here on nothing takes memory
+  TavFirstFailure failure;
   for (TavInt i = 0; i < getSize(); ++i) {
     TavExtractableI* element = (*this)[i].getImpl();
     if (!element) continue;
     if (element->isRefCountedExpr()) {
-      element->end();
+      failure.attempt([element] { element->end(); });
     } else {
       batch.push_back(element);
     }
   }
-  if (!batch.empty()) batch.front()->getEnv()->removeFromAllAndDestroy(batch.data(), batch.data() + batch.size());
+  if (!batch.empty()) {
+    failure.attempt([&batch] { batch.front()->getEnv()->removeBatch(batch.data(), batch.data() + batch.size()); });
+  }
+  failure.rethrow();
 }
 
 void TavExtractableArray::removeMarked(TavEnvI* env) {

@@ -27,9 +27,8 @@ bool holds(Array values, double value) {
 
 template <class Array>
 Array copyInto(TavEnvI* env, Array values) {
-  Array copy(TavEnv(env), 0);
-  copy.getImpl()->addArray(values.getImpl());
-  return copy;
+  TavGenAlloc* memory = env->getMemory();
+  return Array(new (memory) TavArrayI(memory, values.getImpl()));
 }
 
 template <class Array>
@@ -120,7 +119,12 @@ TavVarDomainI* TavBoolVarDomainI::makeCopy(TavEnvI* env) const {
   auto* copy = new (env) TavBoolVarDomainI(0, 0);
   copy->setLB(getLB());
   copy->setUB(getUB());
-  if (getIntValues().getImpl()) copy->setIntValues(copyInto(env, getIntValues()));
+  try {
+    if (getIntValues().getImpl()) copy->setIntValues(copyInto(env, getIntValues()));
+  } catch (...) {
+    copy->end(env);
+    throw;
+  }
   return copy;
 }
 

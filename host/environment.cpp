@@ -4,6 +4,7 @@
 #include <bit>
 #include <cassert>
 #include <exception>
+#include <new>
 #include <utility>
 
 TavLock* TavEnvI::Mutex = nullptr;
@@ -26,6 +27,27 @@ void TavEnv::end() {
   _impl = nullptr;
 }
 
+/// Marks the objects of a removal as long as they live; those that are marked already fall out of it.
+struct TavEnvI::Removal {
+  Removal(TavEnvI* e, TavExtractableI** f, TavExtractableI** l) noexcept
+      : env(e), first(f), last(f), outer(e->_removals) {
+    for (; f != l; ++f) {
+      if (env->isRemoved(*f)) continue;
+      env->_table[static_cast<std::size_t>((*f)->getId())] = removedEntry();
+      *last++ = *f;
+    }
+    env->_removals = this;
+  }
+  Removal(const Removal&) = delete;
+  Removal& operator=(const Removal&) = delete;
+  ~Removal() { env->_removals = outer; }
+
+  TavEnvI* env;
+  TavExtractableI** first;
+  TavExtractableI** last;
+  Removal* outer;
+};
+
 // ---- TavEnvI: lifetime
 
 TavEnvI::TavEnvI() : _memory(this), _termPool(sizeof(TavNumLinExprTermI)) {}
@@ -35,9 +57,13 @@ TavEnvI::~TavEnvI() {
   for (std::size_t id = _table.size(); id-- > 0;) {
     if (TavExtractableI* object = objectAt(id)) object->~TavExtractableI();
   }
-  for (TavExtractableI* object : std::exchange(_marked, {})) {
-    if (object) object->~TavExtractableI();
-  }
+  const auto destruct = [](auto first, auto last) {
+    for (; first != last; ++first) {
+      if (*first) (*first)->~TavExtractableI();
+    }
+  };
+  destruct(_marked.begin(), _marked.end());
+  for (const Removal* removal = _removals; removal; removal = removal->outer) destruct(removal->first, removal->last);
   _memory.endManagedObjects();
   for (TavAlgorithmI* algorithm : _algorithms) algorithm->_env = nullptr;
 }
@@ -62,12 +88,12 @@ void TavEnvI::restoreMarks(std::size_t count) noexcept {
 }
 
 void TavEnvI::forgetMark(TavExtractableI* object) noexcept {
-  for (std::size_t i = _marked.size(); i-- > 0;) {
-    if (_marked[i] == object) {
-      _marked[i] = nullptr;
-      return;
-    }
-  }
+  const auto forget = [object](auto first, auto last) {
+    const auto found = std::find(first, last, object);
+    if (found != last) *found = nullptr;
+  };
+  forget(_marked.begin(), _marked.end());
+  for (const Removal* removal = _removals; removal; removal = removal->outer) forget(removal->first, removal->last);
 }
 
 // ---- cells and mark arrays
@@ -112,8 +138,16 @@ bool TavEnvI::isLive(const TavExtractableI* object) const noexcept {
   return id < _table.size() && (_table[id] == object || _table[id] == removedEntry());
 }
 
+bool TavEnvI::noteTaken(const TavNumLinExprTermI* cell) noexcept {
+  try {
+    return _takenTerms.insert(cell).second;
+  } catch (const std::bad_alloc&) {
+    return true;
+  }
+}
+
 void** TavEnvI::getMarkArray() {
-  assert(!_marksLent && "the mark array is lent already");
+  assert(!_marksLent && "the mark array is lent already: it has one borrower at a time");
   if (_marks.capacity() < _table.size()) _marks.reserve(_table.capacity());
   _marksLent = true;
   return _marks.data();
@@ -137,21 +171,14 @@ bool TavEnvI::wantsChange(const TavAlgorithmI* algorithm, const TavChange& chang
 }
 
 void TavEnvI::change(const TavChange& change) {
-  std::exception_ptr failure;
-  const auto deliver = [&failure](auto&& delivery) {
-    try {
-      delivery();
-    } catch (...) {
-      if (!failure) failure = std::current_exception();
-    }
-  };
-  if (_listener) deliver([&] { _listener(change); });
+  TavFirstFailure failure;
+  if (_listener) failure.attempt([&] { _listener(change); });
   for (std::size_t i = 0; i < _algorithms.size(); ++i) {
-    deliver([&] {
+    failure.attempt([&] {
       if (wantsChange(_algorithms[i], change)) _algorithms[i]->change(change);
     });
   }
-  if (failure) std::rethrow_exception(failure);
+  failure.rethrow();
 }
 
 // ---- destruction and removal
@@ -171,66 +198,73 @@ void TavEnvI::destroy(TavExtractableI* object, TavInt) noexcept {
 }
 
 void TavEnvI::removeFromAllAndDestroy(TavExtractableI* const* first, TavExtractableI* const* last) {
-  std::vector<TavExtractableI*> batch;
-  batch.reserve(static_cast<std::size_t>(last - first));
-  const std::size_t count = markedCount();
-  bool mentioned = false;  // a counted object without references is held by nobody
-  try {
-    for (auto object = first; object != last; ++object) {
-      if (isRemoved(*object)) continue;
-      markRemoved(*object);
-      batch.push_back(*object);
-      mentioned |= !(*object)->isRefCountedExpr();
-    }
-  } catch (...) {
-    restoreMarks(count);
-    throw;
-  }
-  std::exception_ptr failure;
-  const auto attempt = [&failure](auto&& step) {
-    try {
-      step();
-    } catch (...) {
-      if (!failure) failure = std::current_exception();
-    }
-  };
-  if (mentioned && oneByOneRemoval) {
-    for (TavExtractableI* object : batch) attempt([&] { sweepRemoved(object); });
-    // A variable listed twice in a sum has lost one term only; no cell may outlive its variable.
-    oneByOneRemoval = false;
-    attempt([&] { sweepRemoved(batch.front()); });
-    oneByOneRemoval = true;
-  } else if (mentioned) {
-    attempt([&] { sweepRemoved(batch.front()); });
-  }
-  for (std::size_t i = 0; i < _algorithms.size(); ++i) {
-    for (TavExtractableI* object : batch) {
-      attempt([&] {
-        if (_algorithms[i]->hasExtracted(object)) _algorithms[i]->forget(object);
-      });
-    }
-  }
-  restoreMarks(count);
-  for (TavExtractableI* object : batch) destroy(object, 0);
-  if (failure) std::rethrow_exception(failure);
+  std::vector<TavExtractableI*> batch(first, last);
+  removeBatch(batch.data(), batch.data() + batch.size());
 }
 
-void TavEnvI::sweepRemoved(TavExtractableI* removed) {
-  std::exception_ptr failure;
-  for (std::size_t id = 0; id < _table.size(); ++id) {
-    try {
-      if (TavExtractableI* object = objectAt(id)) object->atRemove(removed, nullptr);
-    } catch (...) {
-      if (!failure) failure = std::current_exception();
+void TavEnvI::removeBatch(TavExtractableI** first, TavExtractableI** last) {
+  TavFirstFailure failure;
+  const Removal removal(this, first, last);
+  const auto forEach = [&removal](auto apply) {
+    for (TavExtractableI** object = removal.first; object != removal.last; ++object) {
+      if (*object) apply(*object);  // null for one that a hook has destroyed by itself
+    }
+  };
+  TavExtractableI* mentioned = nullptr;  // a counted object without references is held by nobody
+  forEach([&](TavExtractableI* object) {
+    if (!object->isRefCountedExpr()) mentioned = *removal.first;
+  });
+  if (mentioned && oneByOneRemoval) {
+    forEach([&](TavExtractableI* object) { sweepRemoved(object, failure); });
+    // A variable listed twice in a sum has lost one term only; no cell may outlive its variable.
+    oneByOneRemoval = false;
+    sweepRemoved(mentioned, failure);
+    oneByOneRemoval = true;
+  } else if (mentioned) {
+    sweepRemoved(mentioned, failure);
+  }
+  for (std::size_t i = 0; i < _algorithms.size(); ++i) {
+    forEach([&](TavExtractableI* object) {
+      failure.attempt([&] {
+        if (_algorithms[i]->hasExtracted(object)) _algorithms[i]->forget(object);
+      });
+    });
+  }
+  TavFirstFailure* outer = std::exchange(_failure, _destroying ? _failure : &failure);
+  for (TavExtractableI** object = removal.first; object != removal.last; ++object) {
+    if (TavExtractableI* doomed = std::exchange(*object, nullptr)) {
+      _table[static_cast<std::size_t>(doomed->getId())] = doomed;
+      destroy(doomed, 0);
     }
   }
-  if (failure) std::rethrow_exception(failure);
+  _failure = outer;
+  if (!_destroying) {
+    failure.rethrow();
+  } else if (_failure) {  // a destructor must not throw: the outermost removal does
+    _failure->note(failure.get());
+  }
+}
+
+void TavEnvI::sweepRemoved(TavExtractableI* removed, TavFirstFailure& failure) {
+  for (std::size_t id = 0; id < _table.size(); ++id) {
+    failure.attempt([&] {
+      if (TavExtractableI* object = objectAt(id)) object->atRemove(removed, nullptr);
+    });
+  }
 }
 
 // ---- clones
 
 TavExtractableI* TavEnvI::getCloneOnDemand(TavExtractableI* source) {
-  return _clonePass ? _clonePass->clone(source) : getClone(source);
+  if (!_clonePass) return getClone(source);
+  TavExtractableI* clone = _clonePass->clone(source);
+  _clonePass->makeRoom();  // for the object whose clone is being made
+  return clone;
+}
+
+void TavClonePass::makeRoom() {
+  _source->_clones.makeRoom(1);
+  _target->_clones.makeRoom(1);
 }
 
 TavClonePass::TavClonePass(TavEnvI* source, TavEnvI* target) : _source(source), _target(target) {
@@ -277,8 +311,7 @@ TavExtractableI* TavClonePass::clone(TavExtractableI* root) {
     }
     _steps.pop_back();
     if (_target->getClone(object)) continue;
-    _source->_clones.makeRoom(1);
-    _target->_clones.makeRoom(1);
+    makeRoom();
     TavExtractableI* copy = object->makeClone(_target);
     _source->setClone(object, copy);
     _target->setClone(object, copy);

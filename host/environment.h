@@ -128,7 +128,7 @@ class TavEnvI {
   }
   /// Marks an object removed in the identifier table; throws std::bad_alloc only. Does nothing for one marked already.
   void markRemoved(TavExtractableI* object);
-  /// Number of objects marked and not restored; the argument of restoreMarks.
+  /// Number of objects marked by markRemoved and not restored; the argument of restoreMarks.
   std::size_t markedCount() const noexcept { return _marked.size(); }
   /// Takes back all marks set since markedCount() gave `count`.
   void restoreMarks(std::size_t count) noexcept;
@@ -154,9 +154,14 @@ class TavEnvI {
   /// Deletes an object. A call from within a destructor queues, the outermost call drains: deep trees cost no stack.
   void destroy(TavExtractableI* object, TavInt) noexcept;
   /// Removes an object from all others and from all algorithms, then deletes it.
-  void removeFromAllAndDestroy(TavExtractableI* object, TavInt) { removeFromAllAndDestroy(&object, &object + 1); }
-  /// The same for a batch, repeats allowed, with one sweep over the live objects.
+  /// A hook that throws stops neither: the first exception goes on afterwards, from the outermost removal when a
+  /// destructor removes another object. Takes no memory.
+  void removeFromAllAndDestroy(TavExtractableI* object, TavInt) { removeBatch(&object, &object + 1); }
+  /// The same for a batch, repeats allowed, with one sweep over the live objects. Throws std::bad_alloc and has then
+  /// done nothing.
   void removeFromAllAndDestroy(TavExtractableI* const* first, TavExtractableI* const* last);
+  /// The same over the caller's own list of objects, which is used up instead of memory.
+  void removeBatch(TavExtractableI** first, TavExtractableI** last);
   /// Drops one reference held on behalf of a handle or a parent. Does not touch the node while the environment ends.
   void release(TavNumExprI* node);
 
@@ -179,8 +184,8 @@ class TavEnvI {
   bool isLive(const TavExtractableI* object) const noexcept;
   ///@{
   /// Cells that came through a term handle, remembered by debug builds of the library alone: noteTaken is false for one
-  /// that an expression has taken already.
-  bool noteTaken(const TavNumLinExprTermI* cell) { return _takenTerms.insert(cell).second; }
+  /// that an expression has taken already. Without memory a cell is forgotten.
+  bool noteTaken(const TavNumLinExprTermI* cell) noexcept;
   bool noteLoose(const TavNumLinExprTermI* cell) { return _takenTerms.erase(cell) <= 1; }
   ///@}
 
@@ -224,8 +229,9 @@ class TavEnvI {
   /// The object with this identifier, or null for a free identifier or a mark.
   TavExtractableI* objectAt(std::size_t id) const noexcept;
   void forgetMark(TavExtractableI* object) noexcept;
+  struct Removal;
   /// Tells every live object that `removed`, or a batch that starts with it, is going.
-  void sweepRemoved(TavExtractableI* removed);
+  void sweepRemoved(TavExtractableI* removed, TavFirstFailure& failure);
   bool wantsChange(const TavAlgorithmI* algorithm, const TavChange& change) const;
 
   /// Kind and bits of the bounds.
@@ -251,8 +257,12 @@ class TavEnvI {
   TavTable<TavExtractableI*> _table;
   TavInt _freeId = -1;
   TavInt _liveObjects = 0;
-  /// Objects whose entry is the mark, in order of marking.
+  /// Objects whose entry is the mark, in order of marking: by markRemoved, and by the removals under way, the innermost
+  /// first. Null for one that was destroyed meanwhile.
   std::vector<TavExtractableI*> _marked;
+  Removal* _removals = nullptr;
+  /// Where a removal notes what a hook throws while objects are destroyed.
+  TavFirstFailure* _failure = nullptr;
   TavExtractableI* _doomed = nullptr;
   TavExtractableI* _lastDoomed = nullptr;
   bool _destroying = false;
@@ -280,11 +290,15 @@ class TavClonePass {
   TavClonePass& operator=(const TavClonePass&) = delete;
   ~TavClonePass();
 
-  /// The clone of `root`, made now unless the pass made it before; null for null. Clones start uncounted.
+  /// The clone of `root`, made now unless the pass made it before; null for null. Clones start uncounted. A failure
+  /// leaves the pass the clones that it has made: a second call goes on from there.
   TavExtractableI* clone(TavExtractableI* root);
 
  private:
+  friend class TavEnvI;
   class Operands;
+  /// A clone that is made now can be recorded without memory.
+  void makeRoom();
   struct Step {
     TavExtractableI* object;
     bool operandsDone;

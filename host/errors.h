@@ -4,6 +4,7 @@
 
 #include <exception>
 #include <iosfwd>
+#include <utility>
 
 #include "host/numbers.h"
 
@@ -35,6 +36,33 @@ class TavException : public std::exception {
  private:
   const char* _message;
   TavInt _code;
+};
+
+/// Does every step although one throws; the first exception goes on afterwards.
+class TavFirstFailure {
+ public:
+  /// Calls step() and notes what it throws.
+  template <class Step>
+  void attempt(Step step) noexcept {
+    try {
+      step();
+    } catch (...) {
+      note(std::current_exception());
+    }
+  }
+  /// Notes a failure, null for none; only the first counts.
+  void note(std::exception_ptr failure) noexcept {
+    if (!_failure) _failure = std::move(failure);
+  }
+  /// The first failure, or null.
+  std::exception_ptr get() const noexcept { return _failure; }
+  /// Throws the first failure, if there is one.
+  void rethrow() const {
+    if (_failure) std::rethrow_exception(_failure);
+  }
+
+ private:
+  std::exception_ptr _failure;
 };
 
 /// Operands of two environments, wrong counts and other misuse.

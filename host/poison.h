@@ -15,9 +15,11 @@
 #ifdef TAV_ADDRESS_SANITIZER
 #include <sanitizer/asan_interface.h>
 
+/// Whether the two functions below do anything.
 inline constexpr bool kTavPoisons = true;
 /// Nobody may touch these bytes until TavUnpoison. Both ends are multiples of 8.
 inline void TavPoison(const void* block, std::size_t bytes) noexcept { __asan_poison_memory_region(block, bytes); }
+/// The bytes may be touched from now on.
 inline void TavUnpoison(const void* block, std::size_t bytes) noexcept { __asan_unpoison_memory_region(block, bytes); }
 /// Reads a link of a free block.
 template <class T>
@@ -25,9 +27,13 @@ __attribute__((no_sanitize("address"), noinline)) T TavPeek(const T* link) noexc
   return *link;
 }
 #else
+/// Whether the two functions below do anything.
 inline constexpr bool kTavPoisons = false;
+/// Nothing.
 inline void TavPoison(const void*, std::size_t) noexcept {}
+/// Nothing.
 inline void TavUnpoison(const void*, std::size_t) noexcept {}
+/// Reads a link of a free block.
 template <class T>
 T TavPeek(const T* link) noexcept {
   return *link;

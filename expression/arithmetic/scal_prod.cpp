@@ -33,22 +33,26 @@ Linear* termsOf(Coefs coefs, Vars vars) {
   return linear.release();
 }
 
-/// Holds one reference on an element while an operator works on it: an uncounted linear element would be changed in
-/// place otherwise, and the array would name something else afterwards.
-class HeldElement {
- public:
-  explicit HeldElement(TavNumExprI* node) noexcept : _node(node) {
-    if (_node) _node->retain();
+/// Does work(); when it fails, discards what was made with undo(). The elements are held meanwhile: an uncounted one,
+/// which what was made holds alone by now, stays.
+template <class Array, class Work, class Undo>
+void workOrUndo(std::initializer_list<Array> arrays, Work work, Undo undo) {
+  try {
+    work();
+  } catch (...) {
+    const auto forEach = [&arrays](auto apply) {
+      for (const Array& array : arrays) {
+        for (TavInt i = 0; i < array.getSize(); ++i) {
+          if (TavNumExprI* node = TavImplCast<TavNumExprI>(array[i].getImpl())) apply(node);
+        }
+      }
+    };
+    forEach([](TavNumExprI* node) { node->retain(); });
+    undo();
+    forEach([](TavNumExprI* node) { node->lower(); });
+    throw;
   }
-  HeldElement(const HeldElement&) = delete;
-  HeldElement& operator=(const HeldElement&) = delete;
-  ~HeldElement() {
-    if (_node) _node->lower();
-  }
-
- private:
-  TavNumExprI* _node;
-};
+}
 
 /// One part per position.
 template <class Linear, class Part, class Array>
@@ -60,13 +64,16 @@ Linear* productsOf(Array a, Array b) {
     requireIn(env, b[i].getImpl());
   }
   auto linear = TavMakeNode<Linear>(env, env, 0);
-  for (TavInt i = 0; i < a.getSize(); ++i) {
-    HeldElement left(a[i].getImpl());
-    HeldElement right(b[i].getImpl());
-    TavNodeGuard<Part> product((a[i] * b[i]).getImpl());
-    linear->append(product.get());  // kept: a part even when it is linear
-    product.release();
-  }
+  const auto work = [&] {
+    for (TavInt i = 0; i < a.getSize(); ++i) {
+      // Held, or an uncounted linear element would be changed in place and the array would name something else.
+      const TavHold left(a[i].getImpl()), right(b[i].getImpl());
+      TavNodeGuard<Part> product((a[i] * b[i]).getImpl());
+      linear->append(product.get());  // kept: a part even when it is linear
+      product.release();
+    }
+  };
+  workOrUndo({a, b}, work, [&linear] { linear.reset(); });
   return linear.release();
 }
 
@@ -85,20 +92,18 @@ double numberOf(A a, B b) {
 template <class Sum, class Array>
 auto* sumOfElements(Array array) {
   if (!array.getImpl()) throw TavEmptyHandleException();
-  struct Local {
-    Sum sum;
-    ~Local() { sum.end(); }
-  } local{Sum(array.getEnv(), 0)};
+  Sum sum(array.getEnv(), 0);
   using Element = std::decay_t<decltype(array[0])>;
   constexpr bool kVariables = std::is_same_v<Element, TavNumVar> || std::is_same_v<Element, TavIntVar>;
-  for (TavInt i = 0, size = array.getSize(); i < size; ++i) {
-    const HeldElement held(kVariables ? nullptr : array[i].getImpl());  // a variable is never changed by a sum
-    local.sum += array[i];
-  }
-  auto* node = local.sum.getImpl();
-  TavImplCast<TavNumExprI>(node)->lower();
-  local.sum = Sum();
-  return node;
+  const auto work = [&sum, array] {
+    for (TavInt i = 0, size = array.getSize(); i < size; ++i) {
+      const TavHold held(kVariables ? nullptr : array[i].getImpl());  // a variable is never changed by a sum
+      sum += array[i];
+    }
+  };
+  workOrUndo({array}, work, [&sum] { sum.end(); });
+  TavImplCast<TavNumExprI>(sum.getImpl())->lower();
+  return sum.getImpl();
 }
 
 }  // namespace

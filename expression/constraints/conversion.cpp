@@ -1,7 +1,6 @@
 #include "expression/constraints/conversion.h"
 
 #include <algorithm>
-#include <exception>
 #include <ostream>
 
 #include "expression/core/array_family.h"
@@ -28,19 +27,15 @@ TavConversionI::TavConversionI(TavEnvI* env, TavNumVar var, TavNumVar::Type type
 
 template <class IsGone>
 void TavConversionI::removeVars(IsGone isGone) {
-  std::exception_ptr failure;
+  TavFirstFailure failure;
   // A listener may take variables out itself, hence the minimum.
   for (TavInt i = _vars.getSize() - 1; i >= 0; i = std::min(i, _vars.getSize()) - 1) {
     TavNumVarI* var = _vars[i].getImpl();
     if (!isGone(var)) continue;
     _vars.remove(i);
-    try {
-      notify(TavConversionRemoveVar(var, this));
-    } catch (...) {
-      if (!failure) failure = std::current_exception();
-    }
+    failure.attempt([&] { notify(TavConversionRemoveVar(var, this)); });
   }
-  if (failure) std::rethrow_exception(failure);
+  failure.rethrow();
 }
 
 void TavConversionI::removeVar(TavNumVar var) {

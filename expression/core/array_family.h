@@ -15,6 +15,10 @@ class TavArrayOperandsI : public TavNode<Self, Base> {
   /// Takes over a fresh array that nobody else names. A constructor of Self does nothing more that may throw: the
   /// elements are locked from here on, and only the destructor releases them.
   TavArrayOperandsI(TavEnvI* env, Array exprs) : TavNode<Self, Base>(env, nullptr), _exprs(exprs) {
+    for (TavInt i = 0; i < exprs.getSize(); ++i) {
+      assert((!exprs[i] || TavIsAtHome(env, exprs[i].getImpl())) &&
+             "an element of another environment got past the checks");
+    }
     _exprs.lockExprs();
   }
   ~TavArrayOperandsI() override {

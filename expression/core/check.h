@@ -11,14 +11,16 @@
 /// TavEmptyHandleException when one is missing. Its call comes before anything is made or changed.
 inline void TavRequireSameEnv(const TavExtractableI* a, const TavExtractableI* b, const char* message) {
   if (!a || !b) throw TavEmptyHandleException();
-  assert(a->getEnv()->isLive(a) && b->getEnv()->isLive(b) && "an operand is gone: its handle dangles");
+  assert(a->getEnv()->isLive(a) && b->getEnv()->isLive(b) &&
+         "an operand is gone: its handle dangles, an operator or an end has taken its node");
   if (a->getEnv() != b->getEnv()) throw TavWrongUsage(message, 0);
 }
 
 /// The operand's environment. Throws TavEmptyHandleException when there is no operand.
 inline TavEnvI* TavRequireEnv(const TavExtractableI* operand) {
   if (!operand) throw TavEmptyHandleException();
-  assert(operand->getEnv()->isLive(operand) && "the operand is gone: its handle dangles");
+  assert(operand->getEnv()->isLive(operand) &&
+         "the operand is gone: its handle dangles, an operator or an end has taken its node");
   return operand->getEnv();
 }
 
@@ -30,7 +32,7 @@ inline TavNumLinExprTermI* TavLooseCell(TavEnvI* env, TavNumVarI* var, double co
 }
 
 /// The cell of a term handle, which an expression takes over now.
-inline TavNumLinExprTermI* TavTakeCell(TavEnvI* env, TavNumLinExprTermI* cell) {
+inline TavNumLinExprTermI* TavTakeCell(TavEnvI* env, TavNumLinExprTermI* cell) noexcept {
   assert(env->noteTaken(cell) && "a term handle was used twice: it belongs to the first expression that took it");
   static_cast<void>(env);
   return cell;

@@ -35,6 +35,7 @@ class TavUnaryI : public TavNode<Self, Base> {
  public:
   /// A new node, which adds one reference to the operand.
   TavUnaryI(TavEnvI* env, Operand* operand) : TavNode<Self, Base>(env, nullptr), _operand(operand) {
+    assert(TavIsAtHome(env, operand) && "an operand of another environment got past the checks");
     operand->retain();
   }
   ~TavUnaryI() override { this->getEnv()->release(_operand); }
@@ -72,6 +73,7 @@ class TavCstI : public TavNode<Self, Base> {
   /// A new node, which adds one reference to the operand.
   TavCstI(TavEnvI* env, Operand* operand, Constant constant)
       : TavNode<Self, Base>(env, nullptr), _operand(operand), _constant(constant) {
+    assert(TavIsAtHome(env, operand) && "an operand of another environment got past the checks");
     operand->retain();
   }
   ~TavCstI() override { this->getEnv()->release(_operand); }
@@ -128,6 +130,7 @@ class TavBinaryI : public TavNode<Self, Base> {
   /// A new node, which adds one reference to each operand.
   TavBinaryI(TavEnvI* env, Operand* left, Operand* right)
       : TavNode<Self, Base>(env, nullptr), _left(left), _right(right) {
+    assert(TavIsAtHome(env, left) && TavIsAtHome(env, right) && "operands of another environment got past the checks");
     left->retain();
     right->retain();
   }

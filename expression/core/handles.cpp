@@ -1,4 +1,5 @@
 #include "expression/core/check.h"
+#include "expression/core/coef_edit.h"
 #include "expression/core/draft.h"
 
 // The counted handles: construction, compound assignment, clones, and the in-place operations of TavExpr.
@@ -22,7 +23,7 @@ void rebuild(TavNumExprI*& impl, Build build) {
 }
 
 /// The in-place change of a TavExpr: works on the node itself, or on a copy of a shared one. Nothing has happened to
-/// the handle until commit().
+/// the handle until commit(), which comes when the change can fail no more, or by a listener alone.
 class Edit {
  public:
   explicit Edit(TavNumExprI*& impl) : _impl(impl) {
@@ -39,7 +40,8 @@ class Edit {
     return static_cast<TavNumLinTermI*>(_impl);
   }
   /// The private node for changes that may fail.
-  TavNumLinTermI* operator->() const noexcept { return _copy ? _copy.get() : static_cast<TavNumLinTermI*>(_impl); }
+  TavNumLinTermI* get() const noexcept { return _copy ? _copy.get() : static_cast<TavNumLinTermI*>(_impl); }
+  TavNumLinTermI* operator->() const noexcept { return get(); }
 
  private:
   TavNumExprI*& _impl;
@@ -77,7 +79,9 @@ void appendLinear(TavNumExprI*& impl, TavNumExprI* operand, TavKind kind, bool n
 // ---- TavNumExpr
 
 TavNumExpr::TavNumExpr(TavNumExprArg expression) : _impl(expression.getImpl()) {
-  if (_impl) _impl->retain();
+  if (!_impl) return;
+  TavRequireEnv(_impl);
+  _impl->retain();
 }
 
 TavNumExpr::TavNumExpr(TavEnv env, double constant)
@@ -140,7 +144,7 @@ void TavNumExpr::setClone(TavNumExpr clone, TavEnv env) const {
 }
 
 void TavNumExpr::end() {
-  if (_impl) _impl->getEnv()->release(_impl);
+  if (_impl) TavRequireEnv(_impl)->release(_impl);
   _impl = nullptr;
 }
 
@@ -264,6 +268,7 @@ TavExpr& TavExpr::operator-=(TavNumExprArg arg) {
       appendTerm(_impl, static_cast<TavNumVarI*>(operand), -1.0);
       break;
     case TavKind::Other: {
+      const TavHold hold(operand);
       TavNodeGuard<TavNumExprI> negated((-arg).getImpl());
       appendPart(_impl, negated.get());
       negated.release();
@@ -284,11 +289,17 @@ void TavExpr::setNumConstant(double constant) {
 
 double TavExpr::setLinearCoef(TavNumVar variable, double coef) {
   if (!variable) throw TavEmptyHandleException();
-  return Edit(_impl).commit()->setCoef(variable, coef);
+  Edit edit(_impl);
+  TavCoefEdit change(edit.get(), variable, coef);
+  edit.commit();
+  return change.apply();
 }
 
 void TavExpr::setLinearCoefs(TavNumVarArray variables, TavNumArray coefs) {
-  Edit(_impl).commit()->setCoef(variables, coefs, TavNumArray());
+  Edit edit(_impl);
+  TavCoefsEdit change(edit.get(), variables, coefs, TavNumArray());
+  edit.commit();
+  change.apply();
 }
 
 void TavExpr::remove(TavNumVarArray variables) { remove(static_cast<TavExtractableArray>(variables)); }

@@ -17,9 +17,10 @@ TavIntLinTermI::TavIntLinTermI(TavIntLinExprTerm term) : TavIntLinTermI(term.get
 }
 
 void TavIntLinTermI::multiply(TavInt k) {
-  replaceParts([k](TavIntExprI* part) { return (TavIntExprArg(part) * k).getImpl(); });
+  const TavFirstFailure failure = replaceParts([k](TavIntExprI* part) { return (TavIntExprArg(part) * k).getImpl(); });
   for (TavNumLinExprTermI* cell = _terms.first; cell; cell = cell->next) cell->coef *= static_cast<double>(k);
   _constant = TavWrapMul(_constant, k);
+  failure.rethrow();
 }
 
 TavNumLinTermI* TavIntLinTermI::toNumLinTermI() {

@@ -18,7 +18,10 @@ class TavLinearI : public TavNode<Self, Base> {
  public:
   /// A sum of this constant alone.
   TavLinearI(TavEnvI* env, Constant constant) : TavNode<Self, Base>(env, nullptr), _constant(constant) {}
-  ~TavLinearI() override { drop(); }
+  ~TavLinearI() override {
+    TavFirstFailure ignored;  // that of a removal in a destructor comes out of the outermost one
+    drop(ignored);
+  }
 
   /// The first cell of the terms, null without terms.
   const TavNumLinExprTermI* getFirstTerm() const noexcept { return _terms.first; }
@@ -33,18 +36,22 @@ class TavLinearI : public TavNode<Self, Base> {
   bool isConstant() const noexcept { return !_terms.first && !_parts.first; }
 
   /// Drops everything; the cells go back in one splice.
-  void clear() noexcept {
-    drop();
+  void clear() {
+    TavFirstFailure failure;
+    drop(failure);
     _constant = 0;
     self()->termsChanged();
+    failure.rethrow();
   }
   /// Takes a loose cell over, behind the others.
   void append(TavNumLinExprTermI* cell) noexcept {
+    assert(cell->var->getEnv() == this->getEnv() && "a variable of another environment got past the checks");
     _terms.append(cell);
     self()->termsChanged();
   }
   /// Takes a loose cell over, before the others.
   void prepend(TavNumLinExprTermI* cell) noexcept {
+    assert(cell->var->getEnv() == this->getEnv() && "a variable of another environment got past the checks");
     _terms.prepend(cell);
     self()->termsChanged();
   }
@@ -52,6 +59,7 @@ class TavLinearI : public TavNode<Self, Base> {
   void append(Part* expr) { append(TavLoosePart(this->getEnv(), expr).take()); }
   void append(TavPart* part) noexcept {
     _parts.append(part);
+    assert(TavIsAtHome(this->getEnv(), part->expr) && "a part of another environment got past the checks");
     part->expr->retain();
   }
   /// Takes over the terms, parts and constant of `other` and ends it: an uncounted one is destroyed.
@@ -84,9 +92,10 @@ class TavLinearI : public TavNode<Self, Base> {
   /// Fills this new node with the terms and parts of another one, whose class may differ.
   template <class Linear>
   void copyFrom(const Linear& other);
-  /// Replaces every part p by make(p). All new parts are made before the first is replaced.
+  /// Replaces every part p by make(p). All new parts are made before the first is replaced. Returns what a hook threw
+  /// when an old part went, for the caller to throw in the end.
   template <class Make>
-  void replaceParts(Make make);
+  TavFirstFailure replaceParts(Make make);
 
   /// The terms in their order.
   TavTermList _terms;
@@ -97,7 +106,8 @@ class TavLinearI : public TavNode<Self, Base> {
 
  private:
   /// Gives all parts and cells back.
-  void drop() noexcept;
+  void drop(TavFirstFailure& failure) noexcept;
+  void dropParts(TavPartList parts, TavFirstFailure& failure) noexcept;
   void freePart(TavPart* part) noexcept { this->getEnv()->getMemory()->dealloc(part, sizeof *part); }
   /// Drops the cells that `isGone` names until `left` of them are gone.
   template <class Cell, class IsGone, class Drop>

@@ -3,6 +3,7 @@
 #include <memory>
 #include <ostream>
 
+#include "expression/core/check.h"
 #include "expression/core/index.h"
 #include "expression/core/kind.h"
 #include "expression/core/num_linear.h"
@@ -31,20 +32,21 @@ TavNumLinTermI* TavNumExprI::toNumLinTermI() {
   return linear.release();
 }
 
-// ---- TavNumExprArg
-
-TavEnv TavNumExprArg::getEnv() const {
-  if (!_impl) throw TavEmptyHandleException();
-  return TavEnv(_impl->getEnv());
+bool TavIsAtHome(const TavEnvI* env, const TavNumExprI* operand) noexcept {
+  return operand->getEnv() == env || (!operand->isRefCountedExpr() && !operand->isType(TavNumVarI::GetTypeInfo()));
 }
 
+// ---- TavNumExprArg
+
+TavEnv TavNumExprArg::getEnv() const { return TavEnv(TavRequireEnv(_impl)); }
+
 bool TavNumExprArg::isConstant() const {
-  if (!_impl) throw TavEmptyHandleException();
+  TavRequireEnv(_impl);
   return TavIsConstant(_impl);
 }
 
 bool TavNumExprArg::isIndex() const {
-  if (!_impl) throw TavEmptyHandleException();
+  TavRequireEnv(_impl);
   return TavIsIndex(_impl);
 }
 
@@ -54,17 +56,20 @@ double TavNumExprArg::getNumConstant() const {
 }
 
 bool TavNumExprArg::isInteger() const {
-  if (!_impl) throw TavEmptyHandleException();
+  TavRequireEnv(_impl);
   return _impl->isInteger();
 }
 
 double TavNumExprArg::eval(TavAlgorithm algorithm) const {
-  if (!_impl) throw TavEmptyHandleException();
+  TavRequireEnv(_impl);
   return _impl->eval(algorithm);
 }
 
 void TavNumExprArg::end() {
-  if (_impl) _impl->end();
+  if (_impl) {
+    TavRequireEnv(_impl);
+    _impl->end();
+  }
   _impl = nullptr;
 }
 
@@ -75,7 +80,7 @@ std::ostream& operator<<(std::ostream& os, TavNumExprArg expression) {
 // ---- the linearity test
 
 void TavTestIsLinear(TavNumExprI* node) {
-  if (!node) throw TavEmptyHandleException();
+  TavRequireEnv(node);
   if (!TavIsLinearWithoutParts(node)) throw TavNumExpr::NonLinearExpression(node);
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 /// Class header for authors of algorithms: the base of every numeric expression.
 
+#include <cassert>
+
 #include "expression/core/node.h"
 #include "host/deep_stack.h"
 
@@ -52,6 +54,10 @@ inline void TavEnvI::release(TavNumExprI* node) {
 inline bool TavIsInteger(const TavNumExprI* x) {
   return TavDeep([x] { return x->isInteger(); });
 }
+
+/// Whether a node of `env` may hold the operand: one of its own, or a constraint, whose clones stay where it is. For
+/// assertions.
+bool TavIsAtHome(const TavEnvI* env, const TavNumExprI* operand) noexcept;
 
 /// The registered clone of an operand, in the map of `env`. Throws TavEmptyHandleException when the pass has none.
 template <class Operand>

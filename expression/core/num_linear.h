@@ -84,6 +84,8 @@ class TavNumLinTermI final
 
  private:
   friend class TavIntLinTermI;
+  friend class TavCoefEdit;
+  friend class TavCoefsEdit;
   /// Merges with `markOf(cell)` being the representative of the cell's variable.
   template <class MarkOf>
   TavInt merge(MarkOf markOf) noexcept;

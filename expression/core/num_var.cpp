@@ -91,9 +91,7 @@ TavNumVarI::TavNumVarI(TavEnvI* env, TavAnyArray values, const char* name) : Tav
   _domain = domainOver<TavIntVarDomainI>(env, TavIntArray(copyOf(values).getImpl()), TavInt{1});
 }
 
-TavNumVarI::~TavNumVarI() {
-  if (_domain && !_domain->isShared()) _domain->end(getEnv());
-}
+TavNumVarI::~TavNumVarI() { dropDomain(); }
 
 // ---- modification
 
@@ -143,6 +141,11 @@ void TavNumVarI::makeDomain(double lb, double ub) {
   } else {
     _domain = new (getEnv()) TavBoolVarDomainI(boolLower(lb), boolUpper(ub));
   }
+}
+
+void TavNumVarI::dropDomain() noexcept {
+  if (_domain && !_domain->isShared()) _domain->end(getEnv());
+  _domain = nullptr;
 }
 
 void TavNumVarI::setPossibleValues(TavNumArray values) {

@@ -61,6 +61,8 @@ class TavNumVarI : public TavNode<TavNumVarI, TavIntExprI> {
 
   /// A new private domain of the current type. The old domain is neither ended nor is anything reported.
   void makeDomain(double lb, double ub);
+  /// Ends a private domain; the variable then has none.
+  void dropDomain() noexcept;
   /// Replace the value list by a copy, in a private domain, and report it.
   void setPossibleValues(TavNumArray values);
   void setPossibleValues(TavIntArray values);

@@ -26,7 +26,8 @@ struct Integer {
   static TavInt add(TavInt a, TavInt b) { return TavWrapAdd(a, b); }
 };
 
-/// Appends a summand that is not linear: a variable as a term with this coefficient, any other node as a part.
+/// Appends a summand that is not linear: a variable as a term with this coefficient, any other node as a part. The last
+/// step of an operation: it fails before it changes anything.
 template <class Side>
 void appendSummand(TavDraft<typename Side::Linear>& draft, typename Side::Expr* e, TavKind kind, double coef) {
   if (kind == TavKind::Variable) {
@@ -36,17 +37,23 @@ void appendSummand(TavDraft<typename Side::Linear>& draft, typename Side::Expr* 
   }
 }
 
+/// The new node of two summands that are not linear. The first is held until the second is in: the draft would end it
+/// otherwise when the second cannot be had.
+template <class Side>
+typename Side::Arg sumOfTwo(typename Side::Expr* a, TavKind kindA, typename Side::Expr* b, TavKind kindB,
+                            double coefB) {
+  const TavHold hold(a);
+  auto draft = TavNewDraft<typename Side::Linear>(a->getEnv(), typename Side::Constant{0});
+  appendSummand<Side>(draft, a, kindA, 1.0);
+  appendSummand<Side>(draft, b, kindB, coefB);
+  return typename Side::Arg(draft.release());
+}
+
 /// Negates the right operand's draft. Its old parts lose a reference; `left` may be one of them, and held by nobody
 /// else while a compound assignment has lowered its count: it stays, and is free to be changed from then on.
 template <class Linear>
 void negateBeside(TavNumExprI* left, TavDraft<Linear>& right) {
-  struct Hold {
-    explicit Hold(TavNumExprI* held) noexcept : node(held) { node->retain(); }
-    Hold(const Hold&) = delete;
-    Hold& operator=(const Hold&) = delete;
-    ~Hold() { node->lower(); }
-    TavNumExprI* node;
-  } hold(left);
+  const TavHold hold(left);
   right->multiply(-1);
 }
 
@@ -59,9 +66,8 @@ typename Side::Arg sum(typename Side::Expr* a, typename Side::Expr* b, bool nega
   TavEnvI* env = a->getEnv();
   const double coefB = negated ? -1.0 : 1.0;
   if (!Side::isLinear(kindB)) {
-    auto draft =
-        Side::isLinear(kindA) ? TavDraftOf<Linear>(a, kindA) : TavNewDraft<Linear>(env, typename Side::Constant{0});
-    if (!Side::isLinear(kindA)) appendSummand<Side>(draft, a, kindA, 1.0);
+    if (!Side::isLinear(kindA)) return sumOfTwo<Side>(a, kindA, b, kindB, coefB);
+    auto draft = TavDraftOf<Linear>(a, kindA);
     appendSummand<Side>(draft, b, kindB, coefB);
     return typename Side::Arg(draft.release());
   }
@@ -92,21 +98,27 @@ typename Side::Arg sum(typename Side::Expr* a, typename Side::Expr* b, bool nega
 template <class Side>
 typename Side::Arg difference(typename Side::Expr* a, typename Side::Expr* b) {
   if (TavKindOf(b) != TavKind::Other) return sum<Side>(a, b, true);
+  const TavHold hold(b);
   TavNodeGuard<typename Side::Expr> negated((-typename Side::Arg(b)).getImpl());
   const auto result = sum<Side>(a, negated.get());
   negated.release();
   return result;
 }
 
-/// a + the cell's term.
+TavNumLinExprTermI* negate(TavNumLinExprTermI* cell, bool negated = true) noexcept {
+  if (negated) cell->coef = -cell->coef;
+  return cell;
+}
+
+/// a + the cell's term, or a - it. As in all that follows, cells are negated and taken when nothing can fail any more.
 template <class Side>
-typename Side::Arg sumWithTerm(typename Side::Expr* a, TavNumLinExprTermI* cell) {
+typename Side::Arg sumWithTerm(typename Side::Expr* a, TavNumLinExprTermI* cell, bool negated = false) {
   using Linear = typename Side::Linear;
   const TavKind kind = TavKindOf(a);
   const bool linear = Side::isLinear(kind);
   auto draft = linear ? TavDraftOf<Linear>(a, kind) : TavNewDraft<Linear>(a->getEnv(), typename Side::Constant{0});
   if (!linear) appendSummand<Side>(draft, a, kind, 1.0);
-  draft->append(TavTakeCell(draft->getEnv(), cell));
+  draft->append(TavTakeCell(draft->getEnv(), negate(cell, negated)));
   return typename Side::Arg(draft.release());
 }
 
@@ -130,6 +142,7 @@ typename Side::Arg sumWithTerm(TavNumLinExprTermI* cell, typename Side::Expr* b,
 template <class Side>
 typename Side::Arg termMinus(TavNumLinExprTermI* cell, typename Side::Expr* b) {
   if (TavKindOf(b) != TavKind::Other) return sumWithTerm<Side>(cell, b, true);
+  const TavHold hold(b);
   TavNodeGuard<typename Side::Expr> negated((-typename Side::Arg(b)).getImpl());
   const auto result = sumWithTerm<Side>(cell, negated.get());
   negated.release();
@@ -137,10 +150,10 @@ typename Side::Arg termMinus(TavNumLinExprTermI* cell, typename Side::Expr* b) {
 }
 
 template <class Side>
-typename Side::Arg sumOfTerms(TavNumLinExprTermI* t, TavNumLinExprTermI* u) {
+typename Side::Arg sumOfTerms(TavNumLinExprTermI* t, TavNumLinExprTermI* u, bool negated = false) {
   auto draft = TavNewDraft<typename Side::Linear>(t->var->getEnv(), typename Side::Constant{0});
   draft->append(TavTakeCell(draft->getEnv(), t));
-  draft->append(TavTakeCell(draft->getEnv(), u));
+  draft->append(TavTakeCell(draft->getEnv(), negate(u, negated)));
   return typename Side::Arg(draft.release());
 }
 
@@ -160,15 +173,24 @@ typename Side::Arg sumWithConstant(typename Side::Expr* e, typename Side::Consta
 }
 
 template <class Side>
-typename Side::Arg sumWithConstant(TavNumLinExprTermI* cell, typename Side::Constant constant) {
+typename Side::Arg sumWithConstant(TavNumLinExprTermI* cell, typename Side::Constant constant, bool negated = false) {
   auto draft = TavNewDraft<typename Side::Linear>(cell->var->getEnv(), constant);
-  draft->append(TavTakeCell(draft->getEnv(), cell));
+  draft->append(TavTakeCell(draft->getEnv(), negate(cell, negated)));
   return typename Side::Arg(draft.release());
 }
 
-TavNumLinExprTermI* negate(TavNumLinExprTermI* cell) noexcept {
-  cell->coef = -cell->coef;
-  return cell;
+/// constant - e.
+template <class Side>
+typename Side::Arg constantMinus(typename Side::Constant constant, typename Side::Expr* e) {
+  TavRequireEnv(e);
+  const bool isOther = TavKindOf(e) == TavKind::Other;
+  const TavHold hold(isOther ? e : nullptr);
+  const typename Side::Arg negated = -typename Side::Arg(e);
+  if (Side::isLinear(TavKindOf(negated.getImpl()))) return sumWithConstant<Side>(negated.getImpl(), constant);
+  TavNodeGuard<typename Side::Expr> guard(negated.getImpl());
+  const auto result = sumWithConstant<Side>(guard.get(), constant);
+  guard.release();
+  return result;
 }
 
 // ---- the checks, one home for each message
@@ -293,11 +315,11 @@ TavNumExprArg operator-(TavNumExprArg a, TavNumExprArg b) {
 }
 TavNumExprArg operator-(TavNumExprArg a, TavNumLinExprTerm t) {
   check(a, t);
-  return sumWithTerm<Numeric>(a.getImpl(), negate(t.getImpl()));
+  return sumWithTerm<Numeric>(a.getImpl(), t.getImpl(), true);
 }
 TavNumExprArg operator-(TavNumExprArg a, TavIntLinExprTerm t) {
   check(a, t);
-  return sumWithTerm<Numeric>(a.getImpl(), negate(t.getImpl()));
+  return sumWithTerm<Numeric>(a.getImpl(), t.getImpl(), true);
 }
 TavNumExprArg operator-(TavNumLinExprTerm t, TavNumExprArg b) {
   check(t, b);
@@ -309,15 +331,15 @@ TavNumExprArg operator-(TavIntLinExprTerm t, TavNumExprArg b) {
 }
 TavNumExprArg operator-(TavNumLinExprTerm t, TavNumLinExprTerm u) {
   check(t, u);
-  return sumOfTerms<Numeric>(t.getImpl(), negate(u.getImpl()));
+  return sumOfTerms<Numeric>(t.getImpl(), u.getImpl(), true);
 }
 TavNumExprArg operator-(TavIntLinExprTerm t, TavNumLinExprTerm u) {
   check(t, u);
-  return sumOfTerms<Numeric>(t.getImpl(), negate(u.getImpl()));
+  return sumOfTerms<Numeric>(t.getImpl(), u.getImpl(), true);
 }
 TavNumExprArg operator-(TavNumLinExprTerm t, TavIntLinExprTerm u) {
   check(t, u);
-  return sumOfTerms<Numeric>(t.getImpl(), negate(u.getImpl()));
+  return sumOfTerms<Numeric>(t.getImpl(), u.getImpl(), true);
 }
 TavIntExprArg operator-(TavIntExprArg a, TavIntExprArg b) {
   check(a, b);
@@ -325,7 +347,7 @@ TavIntExprArg operator-(TavIntExprArg a, TavIntExprArg b) {
 }
 TavIntExprArg operator-(TavIntExprArg a, TavIntLinExprTerm t) {
   check(a, t);
-  return sumWithTerm<Integer>(a.getImpl(), negate(t.getImpl()));
+  return sumWithTerm<Integer>(a.getImpl(), t.getImpl(), true);
 }
 TavIntExprArg operator-(TavIntLinExprTerm t, TavIntExprArg b) {
   check(t, b);
@@ -333,7 +355,7 @@ TavIntExprArg operator-(TavIntLinExprTerm t, TavIntExprArg b) {
 }
 TavIntExprArg operator-(TavIntLinExprTerm t, TavIntLinExprTerm u) {
   check(t, u);
-  return sumOfTerms<Integer>(t.getImpl(), negate(u.getImpl()));
+  return sumOfTerms<Integer>(t.getImpl(), u.getImpl(), true);
 }
 
 // ---- negation
@@ -363,4 +385,20 @@ TavIntExprArg tavdetail::plus(TavIntExprArg e, TavInt constant) {
 }
 TavIntExprArg tavdetail::plus(TavIntLinExprTerm t, TavInt constant) {
   return sumWithConstant<Integer>(t.getImpl(), constant);
+}
+
+TavNumExprArg tavdetail::minus(double constant, TavNumExprArg e) {
+  return constantMinus<Numeric>(constant, e.getImpl());
+}
+TavNumExprArg tavdetail::minus(double constant, TavNumLinExprTerm t) {
+  return sumWithConstant<Numeric>(t.getImpl(), constant, true);
+}
+TavNumExprArg tavdetail::minus(double constant, TavIntLinExprTerm t) {
+  return sumWithConstant<Numeric>(t.getImpl(), constant, true);
+}
+TavIntExprArg tavdetail::minus(TavInt constant, TavIntExprArg e) {
+  return constantMinus<Integer>(constant, e.getImpl());
+}
+TavIntExprArg tavdetail::minus(TavInt constant, TavIntLinExprTerm t) {
+  return sumWithConstant<Integer>(t.getImpl(), constant, true);
 }

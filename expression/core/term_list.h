@@ -81,23 +81,72 @@ class TavLoosePart {
  public:
   /// A new part, without a reference yet. Throws std::bad_alloc.
   TavLoosePart(TavEnvI* env, TavNumExprI* expr)
-      : _part(new (env->getMemory()->alloc(sizeof(TavPart))) TavPart{expr, nullptr}) {}
+      : _env(env), _part(new (env->getMemory()->alloc(sizeof(TavPart))) TavPart{expr, nullptr}) {}
   TavLoosePart(const TavLoosePart&) = delete;
   TavLoosePart& operator=(const TavLoosePart&) = delete;
   ~TavLoosePart() {
-    if (_part) _part->expr->getEnv()->getMemory()->dealloc(_part, sizeof *_part);
+    if (_part) _env->getMemory()->dealloc(_part, sizeof *_part);
   }
   /// The part, which the caller hands to a list.
   TavPart* take() noexcept { return std::exchange(_part, nullptr); }
 
  private:
+  TavEnvI* _env;
   TavPart* _part;
 };
 
-/// Ends a new node unless it is released: for nodes that are filled step by step.
+/// Parts in no list yet, which go unless a list takes them. Their references are added then.
+class TavLooseParts {
+ public:
+  /// No parts yet, in the memory of `env`.
+  explicit TavLooseParts(TavEnvI* env) noexcept : _env(env) {}
+  TavLooseParts(const TavLooseParts&) = delete;
+  TavLooseParts& operator=(const TavLooseParts&) = delete;
+  ~TavLooseParts() {
+    while (TavPart* part = _parts.first) {
+      _parts.first = part->next;
+      _env->getMemory()->dealloc(part, sizeof *part);
+    }
+  }
+  /// One part more. Throws std::bad_alloc.
+  void add(TavNumExprI* expr) { _parts.append(TavLoosePart(_env, expr).take()); }
+  /// Puts all at the end of `list`.
+  void giveTo(TavPartList& list) noexcept {
+    for (TavPart* part = _parts.first; part; part = part->next) part->expr->retain();
+    list.splice(_parts);
+  }
+
+ private:
+  TavEnvI* _env;
+  TavPartList _parts;
+};
+
+/// Keeps an operand from going with a node that holds it and fails to find its place: the operand of an operation that
+/// fails is as it was, an uncounted one too.
+class TavHold {
+ public:
+  /// Adds one reference; null holds nothing.
+  explicit TavHold(TavNumExprI* node) noexcept : _node(node) {
+    if (_node) _node->retain();
+  }
+  TavHold(const TavHold&) = delete;
+  TavHold& operator=(const TavHold&) = delete;
+  ~TavHold() {
+    if (_node) _node->lower();
+  }
+
+ private:
+  TavNumExprI* _node;
+};
+
+/// Ends a new node unless it is released: for nodes that are filled step by step. What a hook throws then is dropped: a
+/// failure is under way.
 struct TavNodeEnder {
   /// Ends the node.
-  void operator()(TavNumExprI* node) const { node->end(); }
+  void operator()(TavNumExprI* node) const noexcept {
+    TavFirstFailure ignored;
+    ignored.attempt([node] { node->end(); });
+  }
 };
 /// A node under guard.
 template <class Node>

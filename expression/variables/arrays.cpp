@@ -1,3 +1,5 @@
+#include <vector>
+
 #include "expression/core/num_var.h"
 #include "expression/variables/bool_check.h"
 #include "expression/variables/bulk.h"
@@ -15,6 +17,15 @@ To sameElements(TavExtractableArray array) {
   return To(new (memory) TavArrayI(memory, array.getImpl()));
 }
 
+/// The same for variables none of which is continuous.
+template <class To>
+To sameIntegers(const TavNumVarArray& array) {
+  for (TavInt i = 0; i < array.getSize(); ++i) {
+    if (array[i].getType() == TavNumVar::Float) throw TavBadConversion();
+  }
+  return sameElements<To>(array);
+}
+
 template <class Array>
 Array clones(const Array& array, TavEnvI* env) {
   Array copy(env ? TavEnv(env) : array.getEnv(), array.getSize());
@@ -24,6 +35,22 @@ Array clones(const Array& array, TavEnvI* env) {
     copy.getImpl()->set(i, clone);
   }
   return copy;
+}
+
+/// Gives the variables without a domain one of their own, all of them or none.
+void makeMissingDomains(const TavNumVarArray& variables) {
+  std::vector<TavNumVarI*> changed;
+  try {
+    for (TavInt i = 0; i < variables.getSize(); ++i) {
+      TavNumVarI* var = variables[i].getImpl();
+      if (!var || var->getDomain()) continue;
+      changed.push_back(var);
+      var->makeDomain(0.0, TavGetInfinity());
+    }
+  } catch (...) {
+    for (TavNumVarI* var : changed) var->dropDomain();
+    throw;
+  }
 }
 
 template <class Array, class Do>
@@ -79,9 +106,9 @@ const CountTexts kBoolVarArrayTexts = {{
 }};
 
 TavArrayI* makeList(TavEnv env, TavInt n, const void* const* elements, TavInt k, const CountTexts& texts) {
-  TavExtractableArray array(env, 0);
+  TavExtractableArray array(env, n == k ? k : 0);
   if (n != k) throw TavWrongUsage(texts.text[k - 1], 0);  // kept: the array stays with the environment
-  for (TavInt i = 0; i < k; ++i) array.getImpl()->add(&elements[i]);
+  for (TavInt i = 0; i < k; ++i) array.getImpl()->set(i, elements[i]);
   return array.getImpl();
 }
 
@@ -95,11 +122,15 @@ void TavNumExprArray::lockExprs() const noexcept {
 
 void TavNumExprArray::releaseExprs() const {
   TavEnvI* env = _impl->getEnv();  // not asked of the element: it may be gone when the environment ends
-  forEachExpr(*this, [env](TavNumExprI* node) { env->release(node); });
+  TavFirstFailure failure;
+  forEachExpr(*this, [&](TavNumExprI* node) { failure.attempt([&] { env->release(node); }); });
+  failure.rethrow();
 }
 
 void TavNumExprArray::endElements() const {
-  for (TavInt i = 0; i < getSize(); ++i) (*this)[i].getImpl()->end();
+  TavFirstFailure failure;
+  for (TavInt i = 0; i < getSize(); ++i) failure.attempt([&] { (*this)[i].getImpl()->end(); });
+  failure.rethrow();
 }
 
 void TavNumExprArray::replaceByClone(TavEnvI* env) {
@@ -116,11 +147,15 @@ void TavIntExprArray::lockExprs() const noexcept {
 
 void TavIntExprArray::releaseExprs() const {
   TavEnvI* env = _impl->getEnv();  // not asked of the element: it may be gone when the environment ends
-  forEachExpr(*this, [env](TavNumExprI* node) { env->release(node); });
+  TavFirstFailure failure;
+  forEachExpr(*this, [&](TavNumExprI* node) { failure.attempt([&] { env->release(node); }); });
+  failure.rethrow();
 }
 
 void TavIntExprArray::endElements() const {
-  for (TavInt i = 0; i < getSize(); ++i) (*this)[i].getImpl()->end();
+  TavFirstFailure failure;
+  for (TavInt i = 0; i < getSize(); ++i) failure.attempt([&] { (*this)[i].getImpl()->end(); });
+  failure.rethrow();
 }
 
 TavIntExprArray TavIntExprArray::getClone(TavEnvI* env) const { return clones(*this, env); }
@@ -169,29 +204,21 @@ TavNumVarArray::TavNumVarArray(TavEnv env, TavNumColumnArray columns, TavNumArra
 
 TavNumExprArray TavNumVarArray::toNumExprArray() const { return sameElements<TavNumExprArray>(*this); }
 
-TavIntExprArray TavNumVarArray::toIntExprArray() const { return toIntVarArray().toIntExprArray(); }
+TavIntExprArray TavNumVarArray::toIntExprArray() const { return sameIntegers<TavIntExprArray>(*this); }
 
-TavIntVarArray TavNumVarArray::toIntVarArray() const {
-  for (TavInt i = 0; i < getSize(); ++i) {
-    if ((*this)[i].getType() == TavNumVar::Float) throw TavBadConversion();
-  }
-  return sameElements<TavIntVarArray>(*this);
-}
+TavIntVarArray TavNumVarArray::toIntVarArray() const { return sameIntegers<TavIntVarArray>(*this); }
 
 TavNumVarArray TavNumVarArray::getClone(TavEnvI* env) const { return clones(*this, env); }
 
 void TavNumVarArray::setBounds(TavNumArray lbs, TavNumArray ubs) const {
   TavRequireArrays(lbs, ubs);
+  makeMissingDomains(*this);
   TavEnvI* env = nullptr;
   for (TavInt i = 0; i < getSize(); ++i) {
     TavNumVarI* var = (*this)[i].getImpl();
     if (!var) continue;
-    if (TavVarDomainI* domain = var->getDomain()) {
-      domain->setUB(ubs[i]);  // kept: no copy on write, a shared domain changes for all of its variables
-      domain->setLB(lbs[i]);
-    } else {
-      var->makeDomain(lbs[i], ubs[i]);
-    }
+    var->getDomain()->setUB(ubs[i]);  // kept: no copy on write, a shared domain changes for all of its variables
+    var->getDomain()->setLB(lbs[i]);
     if (!env) env = var->getEnv();
   }
   if (env) env->change(TavSetNumVarArrayBounds(_impl, lbs.getImpl(), ubs.getImpl()));

@@ -2,6 +2,7 @@
 /// Class header for authors of algorithms: how arrays of new variables are made.
 
 #include <utility>
+#include <vector>
 
 #include "expression/core/num_var.h"
 
@@ -13,28 +14,59 @@ void TavRequireArrays(const Arrays&... arrays) {
   if ((!arrays.getImpl() || ...)) throw TavEmptyHandleException();
 }
 
-/// A new array of `count` variables, the i-th being make(i). On failure those made before it are ended.
-template <class Array, class Make>
-Array TavMakeVars(TavEnv env, TavInt count, Make make) {
+/// A new array of `count` variables, the i-th being make(i). On failure those made before it are handed to undo(array).
+template <class Array, class Make, class Undo>
+Array TavMakeVars(TavEnv env, TavInt count, Make make, Undo undo) {
   Array array(env, 0);
   try {
     array.getImpl()->reserve(count);
     for (TavInt i = 0; i < count; ++i) array.add(make(i));
   } catch (...) {
-    array.TavExtractableArray::endElements();
+    undo(array);
     array.end();
     throw;
   }
   return array;
 }
 
-/// A new array of one variable per column, make(column, i), and of an empty element per empty column.
+/// The same; on failure those made before it go, none of which anything mentions yet.
+template <class Array, class Make>
+Array TavMakeVars(TavEnv env, TavInt count, Make make) {
+  return TavMakeVars<Array>(env, count, make, [env](Array made) {
+    for (TavInt i = 0; i < made.getSize(); ++i) env.getImpl()->destroy(made[i].getImpl(), 0);
+  });
+}
+
+/// A new array of one variable per column, make(column, i), and of an empty element per empty column. On failure those
+/// made before it are ended: columns know them.
 template <class Array, class Make>
 Array TavMakeVarsByColumns(TavEnv env, TavNumColumnArray columns, Make make) {
-  return TavMakeVars<Array>(env, columns.getSize(), [&](TavInt i) {
+  std::vector<TavExtractableI*> made;
+  made.reserve(static_cast<std::size_t>(columns.getSize()));
+  const auto makeOne = [&](TavInt i) {
     const TavAddNumVar column = std::as_const(columns)[i];
-    return column.getImpl() ? make(column, i) : decltype(make(column, i))();
+    if (!column.getImpl()) return decltype(make(column, i))();
+    const auto variable = make(column, i);
+    made.push_back(variable.getImpl());
+    return variable;
+  };
+  return TavMakeVars<Array>(env, columns.getSize(), makeOne, [&](Array) {
+    TavFirstFailure ignored;
+    ignored.attempt([&] {
+      if (!made.empty()) made.front()->getEnv()->removeBatch(made.data(), made.data() + made.size());
+    });
   });
+}
+
+/// Installs a new variable into its column; a variable that the column refuses is ended.
+inline void TavInstall(const TavAddNumVar& column, TavNumVarI* variable) {
+  try {
+    column.install(variable);
+  } catch (...) {
+    TavFirstFailure ignored;
+    ignored.attempt([variable] { variable->end(); });
+    throw;
+  }
 }
 
 /// Shared domains by bounds, looked up again only when the bounds change.

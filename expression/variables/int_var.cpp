@@ -1,4 +1,5 @@
 #include "expression/variables/bool_check.h"
+#include "expression/variables/bulk.h"
 
 // ---- TavIntVar
 
@@ -19,12 +20,12 @@ TavIntVar::TavIntVar(TavEnv env, TavIntArray values, const char* name) {
 
 TavIntVar::TavIntVar(const TavAddNumVar& column, TavInt lb, TavInt ub, const char* name)
     : TavIntVar(TavEnv(column.getEnv()), lb, ub, name) {
-  column.install(getImpl());
+  TavInstall(column, getImpl());
 }
 
 TavIntVar::TavIntVar(const TavAddNumVar& column, TavIntArray values, const char* name)
     : TavIntVar(TavEnv(column.getEnv()), values, name) {
-  column.install(getImpl());
+  TavInstall(column, getImpl());
 }
 
 TavIntVar::TavIntVar(TavNumVar variable) : TavIntVar(variable.getImpl()) {
@@ -80,7 +81,7 @@ TavBoolVar::TavBoolVar(const TavAddNumVar& column, const char* name) {
     domain->end(env);
     throw;
   }
-  column.install(getImpl());
+  TavInstall(column, getImpl());
 }
 
 TavBoolVar::TavBoolVar(TavNumVar variable) : TavBoolVar(variable.getImpl()) { TavCheckBool(variable); }

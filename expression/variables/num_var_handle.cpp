@@ -1,5 +1,6 @@
 #include "expression/core/check.h"
 #include "expression/core/num_var.h"
+#include "expression/variables/bulk.h"
 
 // ---- construction
 
@@ -10,12 +11,12 @@ TavNumVar::TavNumVar(TavEnv env, double lb, double ub, const char* name) : TavNu
 
 TavNumVar::TavNumVar(const TavAddNumVar& column, double lb, double ub, Type type, const char* name)
     : TavNumVar(new (column.getEnv()) TavNumVarI(column.getEnv(), type, lb, ub, name)) {
-  column.install(getImpl());
+  TavInstall(column, getImpl());
 }
 
 TavNumVar::TavNumVar(const TavAddNumVar& column, TavNumArray values, Type type, const char* name)
     : TavNumVar(TavEnv(column.getEnv()), values, type, name) {
-  column.install(getImpl());
+  TavInstall(column, getImpl());
 }
 
 TavNumVar::TavNumVar(TavNumRange range, const char* name)

@@ -37,7 +37,7 @@ TavSemiContVar::TavSemiContVar(TavEnv env, double sclb, double ub, Type type, co
 
 TavSemiContVar::TavSemiContVar(const TavAddNumVar& column, double sclb, double ub, Type type, const char* name)
     : TavSemiContVar(TavEnv(column.getEnv()), sclb, ub, type, name) {
-  column.install(getImpl());
+  TavInstall(column, getImpl());
 }
 
 double TavSemiContVar::getSemiContinuousLb() const { return getImpl()->getThreshold(); }

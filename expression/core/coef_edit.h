@@ -1,0 +1,69 @@
+#pragma once
+/// Class header for authors of algorithms: setting coefficients in two steps. The first has all memory that the change
+/// takes and normalises last, so that a node is as it was when it fails; the second fails by a listener alone.
+
+#include <optional>
+#include <vector>
+
+#include "expression/core/num_linear.h"
+
+#pragma GCC visibility push(default)
+
+/// One coefficient about to be set: see TavNumLinTermI::setCoef.
+class TavCoefEdit {
+ public:
+  /// Throws TavEmptyHandleException and std::bad_alloc; normalises the node.
+  TavCoefEdit(TavNumLinTermI* node, TavNumVar variable, double coef);
+  /// Returns the old coefficient. Once.
+  double apply();
+
+ private:
+  TavNumLinTermI* _node;
+  TavNumVarI* _var;
+  double _coef;
+  std::optional<TavLooseTerm> _cell;
+};
+
+/// Many coefficients about to be set. The variables' marks are in use for as long as it lives.
+class TavCoefsEdit {
+ public:
+  /// Throws TavEmptyHandleException and std::bad_alloc; normalises the node.
+  TavCoefsEdit(TavNumLinTermI* node, TavNumVarArray variables, TavNumArray coefs, TavNumArray previous);
+  /// Sets the coefficients and reports them. Once.
+  void apply();
+
+ private:
+  /// New cells, one per variable at most, given back unless they are taken.
+  class NewCells {
+   public:
+    NewCells(TavEnvI* env, std::size_t count) : _env(env), _cells(count) {}
+    NewCells(const NewCells&) = delete;
+    NewCells& operator=(const NewCells&) = delete;
+    ~NewCells() {
+      for (TavNumLinExprTermI* cell : _cells) {
+        if (cell) _env->recycleTerm(cell);
+      }
+    }
+    void make(TavInt i, TavNumVarI* var, double coef) {
+      if (!at(i)) at(i) = _env->newTerm(var, coef);
+    }
+    TavNumLinExprTermI* take(TavInt i) noexcept { return std::exchange(at(i), nullptr); }
+
+   private:
+    TavNumLinExprTermI*& at(TavInt i) noexcept { return _cells[static_cast<std::size_t>(i)]; }
+    TavEnvI* _env;
+    std::vector<TavNumLinExprTermI*> _cells;
+  };
+  void report(TavInt i, double old);
+
+  TavNumLinTermI* _node;
+  TavNumVarArray _variables;
+  TavNumArray _coefs, _previous;
+  TavInt _count;
+  std::optional<TavLockGuard> _lock;
+  NewCells _fresh;
+  /// The cells that the variables have, null for an absent one.
+  std::vector<TavNumLinExprTermI*> _marked;
+};
+
+#pragma GCC visibility pop

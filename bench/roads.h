@@ -513,6 +513,8 @@ template <class Other>
 void enterRoads() {
   using Sum = typename Other::Sum;
   const std::initializer_list<long> sizes{1'000, 100'000, 1'000'000, 10'000'000};
+  // For links of eight operations each, and where every term needs a variable of its own.
+  const std::initializer_list<long> toMillion{1'000, 100'000, 1'000'000};
   if constexpr (requires(Other world, Sum sum) { world.clear(sum); }) {
     enterRoad<BuildWarm, Library, Other>("buildWarm", sizes);
     enterRoad<BuildCold, Library, Other>("buildCold", sizes);
@@ -552,20 +554,19 @@ void enterRoads() {
     enterRoad<MergeByFields, Library, Other>("mergeByFields", sizes);
   }
   if constexpr (requires(Other world, Sum sum) { world.setCoefs(sum); }) {
-    enterRoad<SetCoefs, Library, Other>("setCoefs", sizes);
+    enterRoad<SetCoefs, Library, Other>("setCoefs", toMillion);
   }
   if constexpr (requires(Other world, Sum sum) { world.remove(sum); }) {
-    enterRoad<Remove, Library, Other>("remove", sizes);
+    enterRoad<Remove, Library, Other>("remove", toMillion);
   }
   if constexpr (requires(Other world, Sum sum) { world.eval(sum); }) {
     enterRoad<EvalSum, Library, Other>("evalSum", sizes);
   }
   if constexpr (requires(Other world) { world.rosenbrock(); }) {
-    const std::initializer_list<long> links{1'000, 100'000, 1'000'000};  // of eight operations each
-    enterRoad<ChainCold, Library, Other>("chainCold", links);
-    enterRoad<ChainWarm, Library, Other>("chainWarm", links);
-    enterRoad<ChainEval, Library, Other>("chainEval", links);
-    enterRoad<ChainEnd, Library, Other>("chainEnd", links);
+    enterRoad<ChainCold, Library, Other>("chainCold", toMillion);
+    enterRoad<ChainWarm, Library, Other>("chainWarm", toMillion);
+    enterRoad<ChainEval, Library, Other>("chainEval", toMillion);
+    enterRoad<ChainEnd, Library, Other>("chainEnd", toMillion);
   }
   if constexpr (requires(Other world) { world.newTarget(); }) enterRoad<CloneRows, Library, Other>("cloneRows", sizes);
   if constexpr (requires(Other world) { world.makeArray(1); }) {

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <thread>
 #include <vector>
 
@@ -28,6 +31,18 @@ TEST(RandomPrograms, OfDifferentEnvironmentsNeverMeetOnDifferentThreads) {
   }
   for (std::thread& thread : threads) thread.join();
   for (const std::string& difference : differences) EXPECT_EQ(difference, "");
+}
+
+// What fuzzing has found worth keeping; scripts/fuzz looks for more.
+TEST(RandomPrograms, OfTheCorpusAgreeWithTheModel) {
+  std::size_t programs = 0;
+  for (const auto& file : std::filesystem::directory_iterator(TAV_SOURCE_DIR "/tests/fuzz/corpus")) {
+    std::ifstream in(file.path(), std::ios::binary);
+    const std::vector<std::uint8_t> bytes{std::istreambuf_iterator<char>(in), {}};
+    ASSERT_EQ(runRandomProgram(Choices(bytes)), "") << file.path();
+    ++programs;
+  }
+  EXPECT_GT(programs, 0U);
 }
 
 }  // namespace

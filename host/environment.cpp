@@ -188,13 +188,17 @@ void TavEnvI::destroy(TavExtractableI* object, TavInt) noexcept {
     return _table[static_cast<std::size_t>(o->getId())];
   };
   if (entryOf(object) == removedEntry()) forgetMark(object);
+  if (_destroying == kMostNested) {
+    entryOf(object) = std::exchange(_doomed, object);
+    return;
+  }
   entryOf(object) = nullptr;
-  (_doomed ? entryOf(_lastDoomed) : _doomed) = object;
-  _lastDoomed = object;
-  if (_destroying) return;
-  _destroying = true;
-  while (_doomed) delete std::exchange(_doomed, entryOf(_doomed));
-  _destroying = false;
+  ++_destroying;
+  delete object;
+  if (_destroying == 1) {
+    while (_doomed) delete std::exchange(_doomed, std::exchange(entryOf(_doomed), nullptr));
+  }
+  --_destroying;
 }
 
 void TavEnvI::removeFromAllAndDestroy(TavExtractableI* const* first, TavExtractableI* const* last) {

@@ -151,7 +151,8 @@ class TavEnvI {
   /// Ends a pass: forgets all clones.
   void endCloning() noexcept { _clones.clear(); }
 
-  /// Deletes an object. A call from within a destructor queues, the outermost call drains: deep trees cost no stack.
+  /// Deletes an object, and what its destructor gives up with it. Calls nest to a bounded depth, which keeps the memory
+  /// of a tree together; a call below it queues, the outermost call drains: deep trees cost no stack.
   void destroy(TavExtractableI* object, TavInt) noexcept;
   /// Removes an object from all others and from all algorithms, then deletes it.
   /// A hook that throws stops neither: the first exception goes on afterwards, from the outermost removal when a
@@ -200,6 +201,8 @@ class TavEnvI {
   friend class TavClonePass;
 
   static constexpr TavInt kRemoved = -1;
+  /// Depth of nested destructions from which on they queue.
+  static constexpr int kMostNested = 32;
   static TavExtractableI* removedEntry() noexcept {
     return reinterpret_cast<TavExtractableI*>(static_cast<std::uintptr_t>(kRemoved));
   }
@@ -263,9 +266,9 @@ class TavEnvI {
   Removal* _removals = nullptr;
   /// Where a removal notes what a hook throws while objects are destroyed.
   TavFirstFailure* _failure = nullptr;
+  /// The work list of destroy(), linked through the table; and the number of its calls under way.
   TavExtractableI* _doomed = nullptr;
-  TavExtractableI* _lastDoomed = nullptr;
-  bool _destroying = false;
+  int _destroying = 0;
   TavTable<void*> _marks;
   bool _marksLent = false;
   std::vector<TavAlgorithmI*> _algorithms;

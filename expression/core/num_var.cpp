@@ -187,12 +187,6 @@ void TavNumVarI::setPossibleValues(TavIntArray values) {
 
 // ---- node protocol
 
-double TavNumVarI::eval(TavAlgorithm algorithm) const {
-  const TavAlgorithmI* values = algorithm.getImpl();
-  if (!values || getEnv()->getModelEvaluator().isActive()) return evalByEither(values);
-  return values->getValue(this);  // nothing to catch for: a call in tail position, which needs no frame
-}
-
 double TavNumVarI::evalByEither(const TavAlgorithmI* values) const {
   try {
     if (!values) throw TavEmptyHandleException();

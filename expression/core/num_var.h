@@ -97,6 +97,13 @@ class TavNumVarI : public TavNode<TavNumVarI, TavIntExprI> {
   TavNumLinExprTermI* _mark = nullptr;
 };
 
+// Inline: the innermost call of every sum's evaluation.
+inline double TavNumVarI::eval(TavAlgorithm algorithm) const {
+  const TavAlgorithmI* values = algorithm.getImpl();
+  if (!values || getEnv()->getModelEvaluator().isActive()) return evalByEither(values);
+  return values->getValue(this);  // nothing to catch for: a call in tail position, which needs no frame
+}
+
 /// New bounds of one variable: both as they stand now.
 class TavSetNumVarBounds final : public TavChangeRecord<TavSetNumVarBounds> {
  public:

@@ -12,6 +12,7 @@
 /// 1 where TavDeep finds room beyond the stack; 0 is plain recursion, as deep as the thread's stack has room for.
 #define TAV_DEEP_STACK 1
 #else
+/// Plain recursion: this system has no way to another stack that is known here.
 #define TAV_DEEP_STACK 0
 #endif
 #endif

@@ -32,7 +32,7 @@ TEST_F(Misuse, IsMetInDebugBuildsByASentence) {
       {"a term handle was used twice",
        [&] {
          const TavNumLinExprTerm term = 2 * x;
-         (x + term).end(), x + term;
+         x + term, x + term;
        }},
       {"the mark array is lent already", [&] { home->getMarkArray(), home->getMarkArray(); }},
       {"a variable of another environment",

@@ -64,7 +64,7 @@ TavCoefsEdit::TavCoefsEdit(TavNumLinTermI* node, TavNumVarArray variables, TavNu
       _previous(previous),
       _count(countOf(node, variables, coefs)),
       _fresh(node->getEnv(), static_cast<std::size_t>(_count)),
-      _marked(static_cast<std::size_t>(_count)) {
+      _marked(std::make_unique_for_overwrite<TavNumLinExprTermI*[]>(static_cast<std::size_t>(_count))) {
   if (previous.getImpl()) previous.getImpl()->reserve(_count);
   if (!node->_normalized) {  // which variables keep a term is not known before the merge, so there is a cell for each
     for (TavInt i = 0; i < _count; ++i) {

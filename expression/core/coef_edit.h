@@ -2,6 +2,7 @@
 /// Class header for authors of algorithms: setting coefficients in two steps. The first has all memory that the change
 /// takes and normalises last, so that a node is as it was when it fails; the second fails by a listener alone.
 
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -36,7 +37,7 @@ class TavCoefsEdit {
   /// New cells, one per variable at most, given back unless they are taken.
   class NewCells {
    public:
-    NewCells(TavEnvI* env, std::size_t count) : _env(env), _cells(count) {}
+    NewCells(TavEnvI* env, std::size_t count) : _env(env), _count(count) {}
     NewCells(const NewCells&) = delete;
     NewCells& operator=(const NewCells&) = delete;
     ~NewCells() {
@@ -45,6 +46,7 @@ class TavCoefsEdit {
       }
     }
     void make(TavInt i, TavNumVarI* var, double coef) {
+      if (_cells.empty()) _cells.resize(_count);
       if (!at(i)) at(i) = _env->newTerm(var, coef);
     }
     TavNumLinExprTermI* take(TavInt i) noexcept { return std::exchange(at(i), nullptr); }
@@ -52,6 +54,8 @@ class TavCoefsEdit {
    private:
     TavNumLinExprTermI*& at(TavInt i) noexcept { return _cells[static_cast<std::size_t>(i)]; }
     TavEnvI* _env;
+    std::size_t _count;
+    /// Empty before the first is made: mostly every variable has its term.
     std::vector<TavNumLinExprTermI*> _cells;
   };
   void report(TavInt i, double old);
@@ -63,7 +67,7 @@ class TavCoefsEdit {
   std::optional<TavLockGuard> _lock;
   NewCells _fresh;
   /// The cells that the variables have, null for an absent one.
-  std::vector<TavNumLinExprTermI*> _marked;
+  std::unique_ptr<TavNumLinExprTermI*[]> _marked;
 };
 
 #pragma GCC visibility pop

@@ -67,7 +67,7 @@ class TavExtractableI {
   static TavTypeInfo GetTypeInfo();
 
   /// Leaves the environment's registry and frees name and identifier.
-  virtual ~TavExtractableI();
+  inline virtual ~TavExtractableI();
   virtual TavInt getTypeIndex() const;
   virtual TavTypeInfo getTypeInfo() const;
   /// True for the token of the object's class and of each of its bases.

@@ -1,7 +1,9 @@
 #include "tests/support/random_programs.h"
 
+#include <array>
 #include <bit>
 #include <cmath>
+#include <optional>
 #include <sstream>
 
 #include "tests/support/random_model.h"
@@ -41,8 +43,8 @@ TavIntVar intVar(const Node* n) { return TavIntVar(static_cast<TavNumVarI*>(n->r
 
 class Program {
  public:
-  explicit Program(Choices choices)
-      : _choices(choices), _valuation(_env.getImpl()), _cloneValuation(_target.getImpl()) {}
+  Program(Choices choices, Shortage* shortage)
+      : _choices(choices), _shortage(shortage), _valuation(_env.getImpl()), _cloneValuation(_target.getImpl()) {}
   ~Program() {
     _env.end();
     _target.end();
@@ -54,6 +56,7 @@ class Program {
     makeVariables();
     const int statements = 4 + pick(10);
     for (int i = 0; i < statements; ++i) {
+      if (_shortage && i == statements / 2) becomeShort();
       statement();
       checkBalance();
     }
@@ -79,12 +82,46 @@ class Program {
   T& oneOf(std::vector<T>& from) {
     return from[static_cast<std::size_t>(pick(static_cast<int>(from.size())))];
   }
-  /// Runs one of the makers.
-  template <class... Maker>
-  auto run(Maker... maker) {
-    using Result = std::common_type_t<decltype(maker())...>;
-    const std::function<Result()> makers[] = {maker...};
-    return makers[pick(sizeof...(maker))]();
+  /// What the library makes, and the same by the model.
+  struct Operation {
+    std::function<TavNumExprArg()> real;
+    std::function<Node*()> model;
+  };
+  /// Runs one of the operations; `begun` is told between what the library and what the model does.
+  Node* run(
+      std::initializer_list<Operation> operations, const std::function<void()>& begun = [] {}) {
+    const Operation& operation = operations.begin()[pick(static_cast<int>(operations.size()))];
+    TavNumExprArg made;
+    attempt([&] { made = operation.real(); });
+    begun();
+    return bind(operation.model(), made);
+  }
+  /// A call of the library. One that fails for want of memory has changed nothing and is made again.
+  void attempt(const std::function<void()>& call) {
+    for (_before = balance(); _shortage ? _shortage->refuses(call) : (call(), false);) {
+      require(balance() == _before, "a failed call has left something");
+      for (const auto& node : _world.all()) {
+        if (node->dead) continue;
+        checkCount(node.get());
+        if (node->real && !node->isVar() && model::weight(node.get(), 60) <= 60) check(node.get());
+      }
+    }
+  }
+  /// A term that an operation takes; when the operation fails it stays as it is for the next attempt.
+  template <class Term>
+  struct Loose {
+    std::optional<Term> term;
+    double coef = 0.0;
+  };
+  template <class Term, class Make>
+  Term take(Loose<Term>& loose, Make make) {
+    if (!loose.term) {
+      loose.term = make();
+      loose.coef = loose.term->getCoef();
+      _before = balance();
+    }
+    require(sameValue(loose.term->getCoef(), loose.coef), "a failed call has changed a term");
+    return *loose.term;
   }
   double constant() {
     constexpr double kInf = std::numeric_limits<double>::infinity();
@@ -98,6 +135,8 @@ class Program {
   static void require(bool holds, const std::string& what, const Node* node = nullptr) {
     if (!holds) throw Difference{what + (node ? " of " + model::text(node, true, ownVariable) : "")};
   }
+
+  static void same(double answer, double wanted) { require(sameValue(answer, wanted), "what an edit answers"); }
 
   /// Ties a model node to the library's; an in-place result must be the very node.
   Node* bind(Node* node, TavNumExprArg real) {
@@ -122,7 +161,7 @@ class Program {
     add(TavIntVar(_env, -4, 4, "i"), "TavNumVarI");
     add(TavIntVar(_env, 0, 7), "TavNumVarI");
     add(TavBoolVar(_env, "b"), "TavNumVarI");
-    _baseBytes = _env.getImpl()->getMemory()->usedBytes();
+    _base[2] = balance()[2];
   }
   Node* anyVar() { return oneOf(_vars); }
   Node* anyIntVar() { return _vars[static_cast<std::size_t>(3 + pick(3))]; }
@@ -159,21 +198,26 @@ class Program {
     const TavNumVar x = numVar(v);
     const TavIntVar i = intVar(w);
     model::World& m = _world;
-    return run([&] { return bind(m.sum(a, b, false), num(a) + num(b)); },
-               [&] { return bind(m.sum(a, b, false), num(a) + num(b)); },
-               [&] { return bind(m.difference(a, b, false), num(a) - num(b)); },
-               [&] { return bind(m.plus(a, d), num(a) + d); },
-               [&] { return bind(m.plus(m.times(a, -1.0), d), d - num(a)); },
-               [&] { return bind(m.times(a, -1.0), -num(a)); },
-               [&] { return bind(m.sumTerm(m.times(w, kd), v, d, false, false), i * k + x * d); },
-               [&] { return bind(m.sumTerm(m.times(v, d), w, -kd, false, false), x * d - k * i); },
-               [&] { return bind(m.plus(m.times(v, d), kd), d * x + k); },
-               [&] { return bind(m.sumTerm(a, v, d, false, false), num(a) + d * x); },
-               [&] { return bind(m.sumTerm(a, w, -kd, false, false), num(a) - i * k); },
-               [&] { return bind(m.sumTerm(a, v, d, false, true), d * x + num(a)); },
-               [&] { return bind(m.sumTerm(m.times(a, -1.0), w, kd, false, true), i * k - num(a)); },
-               [&] { return bind(m.product(a, b), num(a) * num(b)); }, [&] { return bind(m.times(a, d), d * num(a)); },
-               [&] { return bind(m.over(a, d), num(a) / d); });
+    Loose<TavNumLinExprTerm> xTerm;
+    Loose<TavIntLinExprTerm> iTerm;
+    const auto dx = [&] { return take(xTerm, [&] { return x * d; }); };
+    const auto ki = [&] { return take(iTerm, [&] { return i * k; }); };
+    return run({{[&] { return num(a) + num(b); }, [&] { return m.sum(a, b, false); }},
+                {[&] { return num(a) + num(b); }, [&] { return m.sum(a, b, false); }},
+                {[&] { return num(a) - num(b); }, [&] { return m.difference(a, b, false); }},
+                {[&] { return num(a) + d; }, [&] { return m.plus(a, d); }},
+                {[&] { return d - num(a); }, [&] { return m.plus(m.times(a, -1.0), d); }},
+                {[&] { return -num(a); }, [&] { return m.times(a, -1.0); }},
+                {[&] { return ki() + dx(); }, [&] { return m.sumTerm(m.times(w, kd), v, d, false, false); }},
+                {[&] { return dx() - ki(); }, [&] { return m.sumTerm(m.times(v, d), w, -kd, false, false); }},
+                {[&] { return dx() + k; }, [&] { return m.plus(m.times(v, d), kd); }},
+                {[&] { return num(a) + dx(); }, [&] { return m.sumTerm(a, v, d, false, false); }},
+                {[&] { return num(a) - ki(); }, [&] { return m.sumTerm(a, w, -kd, false, false); }},
+                {[&] { return dx() + num(a); }, [&] { return m.sumTerm(a, v, d, false, true); }},
+                {[&] { return ki() - num(a); }, [&] { return m.sumTerm(m.times(a, -1.0), w, kd, false, true); }},
+                {[&] { return num(a) * num(b); }, [&] { return m.product(a, b); }},
+                {[&] { return d * num(a); }, [&] { return m.times(a, d); }},
+                {[&] { return num(a) / d; }, [&] { return m.over(a, d); }}});
   }
 
   Node* integerOperation(int depth) {
@@ -183,18 +227,20 @@ class Program {
     const auto cd = static_cast<double>(c);
     const TavIntVar i = intVar(w);
     model::World& m = _world;
-    return run([&] { return bind(m.sum(a, b, true), whole(a) + whole(b)); },
-               [&] { return bind(m.sum(a, b, true), whole(a) + whole(b)); },
-               [&] { return bind(m.difference(a, b, true), whole(a) - whole(b)); },
-               [&] { return bind(m.plus(a, k), whole(a) + k); },
-               [&] { return bind(m.plus(a, TavWrapNegate(k)), whole(a) - k); },
-               [&] { return bind(m.plus(m.times(a, TavInt{-1}), k), k - whole(a)); },
-               [&] { return bind(m.times(a, TavInt{-1}), -whole(a)); },
-               [&] { return bind(m.plus(m.times(w, c), TavInt{2}), i * c + 2); },
-               [&] { return bind(m.sumTerm(a, w, -cd, true, false), whole(a) - i * c); },
-               [&] { return bind(m.sumTerm(a, w, cd, true, true), c * i + whole(a)); },
-               [&] { return bind(m.sumTerm(m.times(a, TavInt{-1}), w, cd, true, true), c * i - whole(a)); },
-               [&] { return bind(m.times(a, k), k * whole(a)); });
+    Loose<TavIntLinExprTerm> term;
+    const auto ci = [&] { return take(term, [&] { return c * i; }); };
+    return run({{[&] { return whole(a) + whole(b); }, [&] { return m.sum(a, b, true); }},
+                {[&] { return whole(a) + whole(b); }, [&] { return m.sum(a, b, true); }},
+                {[&] { return whole(a) - whole(b); }, [&] { return m.difference(a, b, true); }},
+                {[&] { return whole(a) + k; }, [&] { return m.plus(a, k); }},
+                {[&] { return whole(a) - k; }, [&] { return m.plus(a, TavWrapNegate(k)); }},
+                {[&] { return k - whole(a); }, [&] { return m.plus(m.times(a, TavInt{-1}), k); }},
+                {[&] { return -whole(a); }, [&] { return m.times(a, TavInt{-1}); }},
+                {[&] { return ci() + 2; }, [&] { return m.plus(m.times(w, c), TavInt{2}); }},
+                {[&] { return whole(a) - ci(); }, [&] { return m.sumTerm(a, w, -cd, true, false); }},
+                {[&] { return ci() + whole(a); }, [&] { return m.sumTerm(a, w, cd, true, true); }},
+                {[&] { return ci() - whole(a); }, [&] { return m.sumTerm(m.times(a, TavInt{-1}), w, cd, true, true); }},
+                {[&] { return k * whole(a); }, [&] { return m.times(a, k); }}});
   }
 
   /// The samples that a program composes directly.
@@ -241,7 +287,8 @@ class Program {
         if (letter == 'K') o.K.add(number(integerConstant()).whole);
       }
     }
-    TavExtractableI* made = chosen->make(o);
+    TavExtractableI* made = nullptr;
+    attempt([&] { made = chosen->make(o); });
     o.X.end(), o.I.end(), o.C.end(), o.D.end(), o.K.end();
     return bind(_world.make(chosen, ops, numbers), TavNumExprArg(static_cast<TavNumExprI*>(made)));
   }
@@ -262,7 +309,7 @@ class Program {
     Handle handle{'n', {}, {}, {}, node};
     if (kind == 0) {
       handle.kind = 'l';
-      handle.linear = TavExpr(num(node));
+      attempt([&] { handle.linear = TavExpr(num(node)); });
       handle.node = bind(_world.toNumeric(node), handle.linear);
     } else if (kind == 1 && node->isInt()) {
       handle.kind = 'i';
@@ -289,7 +336,6 @@ class Program {
       editLinear(handle);
     } else {
       Node* operand = expression(2, handle.kind == 'i');
-      --handle.node->refs;
       handle.node = handle.kind == 'i' ? editInteger(handle.integer, handle.node, operand)
                                        : editNumeric(handle.num, handle.node, operand);
       ++handle.node->refs;
@@ -300,19 +346,24 @@ class Program {
   Node* editInteger(TavIntExpr& h, Node* old, Node* e) {
     const TavInt k = integerConstant();
     model::World& m = _world;
-    return run(
-        [&] { return bind(m.sum(old, e, true), h += whole(e)); },
-        [&] { return bind(m.difference(old, e, true), h -= whole(e)); }, [&] { return bind(m.plus(old, k), h += k); },
-        [&] { return bind(m.plus(old, TavWrapNegate(k)), h -= k); }, [&] { return bind(m.times(old, k), h *= k); });
+    return run({{[&] { return h += whole(e); }, [&] { return m.sum(old, e, true); }},
+                {[&] { return h -= whole(e); }, [&] { return m.difference(old, e, true); }},
+                {[&] { return h += k; }, [&] { return m.plus(old, k); }},
+                {[&] { return h -= k; }, [&] { return m.plus(old, TavWrapNegate(k)); }},
+                {[&] { return h *= k; }, [&] { return m.times(old, k); }}},
+               [old] { --old->refs; });
   }
 
   Node* editNumeric(TavNumExpr& h, Node* old, Node* e) {
     const double d = constant();
     model::World& m = _world;
-    return run([&] { return bind(m.sum(old, e, false), h += num(e)); },
-               [&] { return bind(m.difference(old, e, false), h -= num(e)); },
-               [&] { return bind(m.plus(old, d), h += d); }, [&] { return bind(m.plus(old, -d), h -= d); },
-               [&] { return bind(m.times(old, d), h *= d); }, [&] { return bind(m.over(old, d), h /= d); });
+    return run({{[&] { return h += num(e); }, [&] { return m.sum(old, e, false); }},
+                {[&] { return h -= num(e); }, [&] { return m.difference(old, e, false); }},
+                {[&] { return h += d; }, [&] { return m.plus(old, d); }},
+                {[&] { return h -= d; }, [&] { return m.plus(old, -d); }},
+                {[&] { return h *= d; }, [&] { return m.times(old, d); }},
+                {[&] { return h /= d; }, [&] { return m.over(old, d); }}},
+               [old] { --old->refs; });
   }
 
   void editLinear(Handle& handle) {
@@ -322,27 +373,39 @@ class Program {
     const TavNumVar x = numVar(v);
     const TavIntVar i = intVar(w);
     TavExpr& e = handle.linear;
-    Node* operand = expression(2, false);
-    if (handle.node->refs > 1) {  // copy on write
-      --handle.node->refs;
-      handle.node = _world.copy(handle.node);
-      ++handle.node->refs;
-    }
-    Node* n = handle.node;
-    const auto constant = [&](double value) { n->constant() = value; };
-    const auto term = [&](Node* var, double coef) { n->terms.emplace_back(var, coef); };
-    run([&] { e += num(operand), _world.addInPlace(n, operand, false); },
-        [&] { e -= num(operand), _world.addInPlace(n, operand, true); },
-        [&] { e += num(operand), _world.addInPlace(n, operand, false); },
-        [&] { e -= num(operand), _world.addInPlace(n, operand, true); },
-        [&] { e += d, constant(n->constant().value + d); }, [&] { e -= d, constant(n->constant().value - d); },
-        [&] { e += x, term(v, 1.0); }, [&] { e -= i, term(w, -1.0); }, [&] { e += d * x, term(v, d); },
-        [&] { e -= i * k, term(w, -static_cast<double>(k)); }, [&] { e *= d, _world.scale(n, d, false); },
-        [&] { e /= d, _world.scale(n, d, true); },
-        [&] { require(e.normalize() == (_world.normalize(n) == 0), "normalize() answers wrongly"); },
-        [&] { require(sameValue(e.setLinearCoef(x, d), _world.setCoef(n, v, d)), "setLinearCoef"); },
-        [&] { e.clear(), _world.clear(n), e.setNumConstant(d), constant(d); });
-    bind(n, e);
+    Node *operand = expression(2, false), *n = handle.node;
+    const auto constant = [&](double value) { return n->constant() = value, n; };
+    const auto term = [&](Node* var, double coef) { return n->terms.emplace_back(var, coef), n; };
+    const auto plus = [&] { return _world.addInPlace(n, operand, false), n; };
+    const auto minus = [&] { return _world.addInPlace(n, operand, true), n; };
+    Loose<TavNumLinExprTerm> xTerm;
+    Loose<TavIntLinExprTerm> iTerm;
+    const auto dx = [&] { return take(xTerm, [&] { return x * d; }); };
+    const auto ki = [&] { return take(iTerm, [&] { return i * k; }); };
+    bool none = false;
+    double old = 0.0;
+    const auto copyOnWrite = [&] {
+      if (n->refs <= 1) return;
+      --n->refs;
+      handle.node = n = _world.copy(n);
+      ++n->refs;
+    };
+    run({{[&] { return e += num(operand); }, plus},
+         {[&] { return e -= num(operand); }, minus},
+         {[&] { return e += num(operand); }, plus},
+         {[&] { return e -= num(operand); }, minus},
+         {[&] { return e += d; }, [&] { return constant(n->constant().value + d); }},
+         {[&] { return e -= d; }, [&] { return constant(n->constant().value - d); }},
+         {[&] { return e += x; }, [&] { return term(v, 1.0); }},
+         {[&] { return e -= i; }, [&] { return term(w, -1.0); }},
+         {[&] { return e += dx(); }, [&] { return term(v, d); }},
+         {[&] { return e -= ki(); }, [&] { return term(w, -static_cast<double>(k)); }},
+         {[&] { return e *= d; }, [&] { return _world.scale(n, d, false), n; }},
+         {[&] { return e /= d; }, [&] { return _world.scale(n, d, true), n; }},
+         {[&] { return none = e.normalize(), e; }, [&] { return same(none, _world.normalize(n) == 0), n; }},
+         {[&] { return old = e.setLinearCoef(x, d), e; }, [&] { return same(old, _world.setCoef(n, v, d)), n; }},
+         {[&] { return e.clear(), e.setNumConstant(d), e; }, [&] { return _world.clear(n), constant(d); }}},
+        copyOnWrite);
   }
 
   // ---- checks
@@ -383,8 +446,28 @@ class Program {
     require(wanted == visitor.seen, "order of the sub-objects", node);
   }
 
+  /// From now on nearly every call needs memory of the system, which is short.
+  void becomeShort() {
+    TavEnvI* env = _env.getImpl();
+    const Balance before = balance();
+    _shortage->exhaust(env);
+    const Balance after = balance();
+    for (std::size_t i = 0; i < after.size(); ++i) _base[i] += after[i] - before[i];
+  }
+
+  /// Objects, cells and bytes.
+  using Balance = std::array<TavInt, 3>;
+  Balance balance() const {
+    TavEnvI* env = _env.getImpl();
+    return {env->liveObjectCount(), env->liveTermCount(), env->getMemory()->usedBytes()};
+  }
+
+  static void checkCount(const Node* node) {
+    require(!node->real || node->refs == node->real->getRefCount(), "count", node);
+  }
+
   void checkBalance() {
-    TavInt nodes = 0, terms = 0, bytes = _baseBytes;
+    auto [nodes, terms, bytes] = _base;
     for (const auto& node : _world.all()) {
       if (node->dead) {
         // The copy of a constant array stays with the environment.
@@ -394,19 +477,19 @@ class Program {
       }
       ++nodes;
       terms += static_cast<TavInt>(node->terms.size());
-      require(!node->real || node->refs == node->real->getRefCount(), "count", node.get());
+      checkCount(node.get());
       bytes += model::bytesOf(node.get());
     }
 #ifdef TAV_PLAIN_ALLOC
-    bytes += static_cast<TavInt>(sizeof(TavNumLinExprTermI)) * terms;  // no cell pool of their own there
+    bytes += static_cast<TavInt>(sizeof(TavNumLinExprTermI)) * (terms - _base[1]);  // no cell pool of their own there
 #endif
-    const TavEnvI* env = _env.getImpl();
-    const auto same = [](const char* what, TavInt wanted, TavInt got) {
-      require(wanted == got, what + std::to_string(wanted) + " wanted, " + std::to_string(got) + " there");
-    };
-    same("objects: ", nodes, env->liveObjectCount());
-    same("cells: ", terms, env->liveTermCount());
-    same("bytes: ", bytes, _env.getImpl()->getMemory()->usedBytes());
+    const Balance wanted{nodes, terms, bytes}, got = balance();
+    for (std::size_t i = 0; i < got.size(); ++i) {
+      require(wanted[i] == got[i], "balance: " + std::to_string(wanted[i]) + " wanted, " + std::to_string(got[i]) +
+                                       (i == 0   ? " objects there"
+                                        : i == 1 ? " cells there"
+                                                 : " bytes there"));
+    }
   }
 
   void checkClone() {
@@ -423,18 +506,21 @@ class Program {
   }
 
   Choices _choices;
+  Shortage* _shortage;
   TavEnv _env, _target;
   Valuation _valuation, _cloneValuation;
   model::World _world;
   std::vector<Node*> _vars;
   std::vector<Handle> _handles;
-  TavInt _baseBytes = 0;
+  /// What is there beside nodes and their terms.
+  Balance _base{};
+  Balance _before{};
 };
 
 }  // namespace
 
-std::string runRandomProgram(Choices choices) {
-  Program program(choices);
+std::string runRandomProgram(Choices choices, Shortage* shortage) {
+  Program program(choices, shortage);
   try {
     program.run();
   } catch (const Difference& difference) {

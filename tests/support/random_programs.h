@@ -2,6 +2,7 @@
 /// Random expression programs, run on the library and on the model of tests/support/random_model.h side by side.
 
 #include <cstdint>
+#include <functional>
 #include <random>
 #include <span>
 #include <string>
@@ -29,6 +30,19 @@ class Choices {
   bool _fromBytes = false;
 };
 
-/// Runs the program of these choices. Empty when library and model agree on every value (bit for bit, or both not a
-/// number), text, visit, kind, count and balance; else what differs first.
-std::string runRandomProgram(Choices choices);
+class TavEnvI;
+
+/// Memory that is short.
+class Shortage {
+ public:
+  virtual ~Shortage() = default;
+  /// Leaves no free memory in the environment, so that what it needs next comes from the system.
+  virtual void exhaust(TavEnvI* env) = 0;
+  /// Makes the call, in which an allocation may fail. Whether it has failed by std::bad_alloc.
+  virtual bool refuses(const std::function<void()>& call) = 0;
+};
+
+/// Runs the program of these choices, its second half under the shortage if there is one. Empty when library and model
+/// agree on every value (bit for bit, or both not a number), text, visit, kind, count and balance; else what differs
+/// first.
+std::string runRandomProgram(Choices choices, Shortage* shortage = nullptr);

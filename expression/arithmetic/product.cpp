@@ -18,7 +18,7 @@ TavIntLinExprTerm tavdetail::times(TavIntVar x, TavInt factor) {
 TavNumExprArg tavdetail::times(TavNumExprArg e, double factor) {
   TavNumExprI* node = e.getImpl();
   TavEnvI* env = TavRequireEnv(node);
-  const TavKind kind = TavKindOf(node);
+  const TavKind kind = node->getKind();
   if (kind == TavKind::Variable) {
     auto draft = TavNewDraft<TavNumLinTermI>(env, 0.0);
     draft->append(env->newTerm(static_cast<TavNumVarI*>(node), factor));
@@ -29,11 +29,12 @@ TavNumExprArg tavdetail::times(TavNumExprArg e, double factor) {
     draft->multiply(factor);
     return TavNumExprArg(draft.release());
   }
-  if (node->getTypeInfo() == TavNumTimesCstI::GetTypeInfo()) {
+  const TavTypeInfo type = node->getTypeInfo();
+  if (type == TavNumTimesCstI::GetTypeInfo()) {
     const auto* product = static_cast<TavNumTimesCstI*>(node);
     return TavDeep([=] { return times(TavNumExprArg(product->getOperand()), product->getConstant() * factor); });
   }
-  if (node->getTypeInfo() == TavIntTimesCstI::GetTypeInfo()) {
+  if (type == TavIntTimesCstI::GetTypeInfo()) {
     const auto* product = static_cast<TavIntTimesCstI*>(node);
     return TavDeep([=] {
       return times(TavNumExprArg(product->getOperand()), static_cast<double>(product->getConstant()) * factor);
@@ -45,7 +46,7 @@ TavNumExprArg tavdetail::times(TavNumExprArg e, double factor) {
 TavIntExprArg tavdetail::times(TavIntExprArg e, TavInt factor) {
   TavIntExprI* node = e.getImpl();
   TavEnvI* env = TavRequireEnv(node);
-  const TavKind kind = TavKindOf(node);
+  const TavKind kind = node->getKind();
   if (kind == TavKind::Variable) {
     auto draft = TavNewDraft<TavIntLinTermI>(env, TavInt{0});
     draft->append(env->newTerm(static_cast<TavNumVarI*>(node), static_cast<double>(factor)));
@@ -87,7 +88,7 @@ TavIntExprArg operator*(TavIntExprArg a, TavIntExprArg b) {
 TavNumExprArg tavdetail::over(TavNumExprArg e, double divisor) {
   TavNumExprI* node = e.getImpl();
   TavEnvI* env = TavRequireEnv(node);
-  const TavKind kind = TavKindOf(node);
+  const TavKind kind = node->getKind();
   if (kind == TavKind::Variable) return times(e, 1.0 / divisor);
   if (kind != TavKind::Other) {
     auto draft = TavDraftOf<TavNumLinTermI>(node, kind);

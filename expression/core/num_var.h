@@ -68,6 +68,7 @@ class TavNumVarI : public TavNode<TavNumVarI, TavIntExprI> {
   void setPossibleValues(TavIntArray values);
 
   double eval(TavAlgorithm algorithm) const final;
+  TavKind getKind() const noexcept final { return TavKind::Variable; }
   bool isInteger() const override { return _domain && _domain->getType() != TavNumVar::Float; }
   TavNumLinTermI* toNumLinTermI() override;
   TavIntLinTermI* toIntLinTermI() override;

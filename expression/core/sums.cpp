@@ -61,8 +61,8 @@ void negateBeside(TavNumExprI* left, TavDraft<Linear>& right) {
 template <class Side>
 typename Side::Arg sum(typename Side::Expr* a, typename Side::Expr* b, bool negated = false) {
   using Linear = typename Side::Linear;
-  const TavKind kindA = TavKindOf(a);
-  const TavKind kindB = TavKindOf(b);
+  const TavKind kindA = a->getKind();
+  const TavKind kindB = b->getKind();
   TavEnvI* env = a->getEnv();
   const double coefB = negated ? -1.0 : 1.0;
   if (!Side::isLinear(kindB)) {
@@ -97,7 +97,7 @@ typename Side::Arg sum(typename Side::Expr* a, typename Side::Expr* b, bool nega
 
 template <class Side>
 typename Side::Arg difference(typename Side::Expr* a, typename Side::Expr* b) {
-  if (TavKindOf(b) != TavKind::Other) return sum<Side>(a, b, true);
+  if (b->getKind() != TavKind::Other) return sum<Side>(a, b, true);
   const TavHold hold(b);
   TavNodeGuard<typename Side::Expr> negated((-typename Side::Arg(b)).getImpl());
   const auto result = sum<Side>(a, negated.get());
@@ -110,11 +110,12 @@ TavNumLinExprTermI* negate(TavNumLinExprTermI* cell, bool negated = true) noexce
   return cell;
 }
 
-/// a + the cell's term, or a - it. As in all that follows, cells are negated and taken when nothing can fail any more.
+/// a + the cell's term, or a - it, in a new node or one of the other side. As in all that follows, cells are negated and
+/// taken when nothing can fail any more.
 template <class Side>
-typename Side::Arg sumWithTerm(typename Side::Expr* a, TavNumLinExprTermI* cell, bool negated = false) {
+[[gnu::noinline]] typename Side::Arg newSumWithTerm(typename Side::Expr* a, TavKind kind, TavNumLinExprTermI* cell,
+                                                    bool negated) {
   using Linear = typename Side::Linear;
-  const TavKind kind = TavKindOf(a);
   const bool linear = Side::isLinear(kind);
   auto draft = linear ? TavDraftOf<Linear>(a, kind) : TavNewDraft<Linear>(a->getEnv(), typename Side::Constant{0});
   if (!linear) appendSummand<Side>(draft, a, kind, 1.0);
@@ -122,11 +123,21 @@ typename Side::Arg sumWithTerm(typename Side::Expr* a, TavNumLinExprTermI* cell,
   return typename Side::Arg(draft.release());
 }
 
+/// a + the cell's term, or a - it. A chain of them comes by here with every term: its node is extended as it is.
+template <class Side>
+typename Side::Arg sumWithTerm(typename Side::Expr* a, TavNumLinExprTermI* cell, bool negated = false) {
+  const TavKind kind = a->getKind();
+  if (kind != Side::kLinear || a->getRefCount() > 0) return newSumWithTerm<Side>(a, kind, cell, negated);
+  auto* linear = static_cast<typename Side::Linear*>(a);
+  linear->append(TavTakeCell(linear->getEnv(), negate(cell, negated)));
+  return typename Side::Arg(linear);
+}
+
 /// The cell's term + b.
 template <class Side>
 typename Side::Arg sumWithTerm(TavNumLinExprTermI* cell, typename Side::Expr* b, bool negated = false) {
   using Linear = typename Side::Linear;
-  const TavKind kind = TavKindOf(b);
+  const TavKind kind = b->getKind();
   if (Side::isLinear(kind)) {
     auto draft = TavDraftOf<Linear>(b, kind);
     if (negated) draft->multiply(-1);
@@ -141,7 +152,7 @@ typename Side::Arg sumWithTerm(TavNumLinExprTermI* cell, typename Side::Expr* b,
 
 template <class Side>
 typename Side::Arg termMinus(TavNumLinExprTermI* cell, typename Side::Expr* b) {
-  if (TavKindOf(b) != TavKind::Other) return sumWithTerm<Side>(cell, b, true);
+  if (b->getKind() != TavKind::Other) return sumWithTerm<Side>(cell, b, true);
   const TavHold hold(b);
   TavNodeGuard<typename Side::Expr> negated((-typename Side::Arg(b)).getImpl());
   const auto result = sumWithTerm<Side>(cell, negated.get());
@@ -161,7 +172,7 @@ template <class Side>
 typename Side::Arg sumWithConstant(typename Side::Expr* e, typename Side::Constant constant) {
   using Linear = typename Side::Linear;
   TavEnvI* env = TavRequireEnv(e);
-  const TavKind kind = TavKindOf(e);
+  const TavKind kind = e->getKind();
   if (Side::isLinear(kind)) {
     auto draft = TavDraftOf<Linear>(e, kind);
     draft->setConstant(Side::add(draft->getConstant(), constant));
@@ -182,11 +193,16 @@ typename Side::Arg sumWithConstant(TavNumLinExprTermI* cell, typename Side::Cons
 /// constant - e.
 template <class Side>
 typename Side::Arg constantMinus(typename Side::Constant constant, typename Side::Expr* e) {
-  TavRequireEnv(e);
-  const bool isOther = TavKindOf(e) == TavKind::Other;
-  const TavHold hold(isOther ? e : nullptr);
+  TavEnvI* env = TavRequireEnv(e);
+  const TavKind kind = e->getKind();
+  if (kind == TavKind::Variable) {
+    auto draft = TavNewDraft<typename Side::Linear>(env, Side::add(typename Side::Constant{0}, constant));
+    appendSummand<Side>(draft, e, kind, -1.0);
+    return typename Side::Arg(draft.release());
+  }
+  const TavHold hold(kind == TavKind::Other ? e : nullptr);
   const typename Side::Arg negated = -typename Side::Arg(e);
-  if (Side::isLinear(TavKindOf(negated.getImpl()))) return sumWithConstant<Side>(negated.getImpl(), constant);
+  if (Side::isLinear(negated.getImpl()->getKind())) return sumWithConstant<Side>(negated.getImpl(), constant);
   TavNodeGuard<typename Side::Expr> guard(negated.getImpl());
   const auto result = sumWithConstant<Side>(guard.get(), constant);
   guard.release();

@@ -18,7 +18,8 @@ TavIntLinExprTerm tavdetail::times(TavIntVar x, TavInt factor) {
 TavNumExprArg tavdetail::times(TavNumExprArg e, double factor) {
   TavNumExprI* node = e.getImpl();
   TavEnvI* env = TavRequireEnv(node);
-  const TavKind kind = node->getKind();
+  const TavTypeInfo type = node->getTypeInfo();
+  const TavKind kind = TavKindOf(node, type);
   if (kind == TavKind::Variable) {
     auto draft = TavNewDraft<TavNumLinTermI>(env, 0.0);
     draft->append(env->newTerm(static_cast<TavNumVarI*>(node), factor));
@@ -29,7 +30,6 @@ TavNumExprArg tavdetail::times(TavNumExprArg e, double factor) {
     draft->multiply(factor);
     return TavNumExprArg(draft.release());
   }
-  const TavTypeInfo type = node->getTypeInfo();
   if (type == TavNumTimesCstI::GetTypeInfo()) {
     const auto* product = static_cast<TavNumTimesCstI*>(node);
     return TavDeep([=] { return times(TavNumExprArg(product->getOperand()), product->getConstant() * factor); });
@@ -46,7 +46,8 @@ TavNumExprArg tavdetail::times(TavNumExprArg e, double factor) {
 TavIntExprArg tavdetail::times(TavIntExprArg e, TavInt factor) {
   TavIntExprI* node = e.getImpl();
   TavEnvI* env = TavRequireEnv(node);
-  const TavKind kind = node->getKind();
+  const TavTypeInfo type = node->getTypeInfo();
+  const TavKind kind = TavKindOf(node, type);
   if (kind == TavKind::Variable) {
     auto draft = TavNewDraft<TavIntLinTermI>(env, TavInt{0});
     draft->append(env->newTerm(static_cast<TavNumVarI*>(node), static_cast<double>(factor)));
@@ -57,7 +58,7 @@ TavIntExprArg tavdetail::times(TavIntExprArg e, TavInt factor) {
     draft->multiply(factor);
     return TavIntExprArg(draft.release());
   }
-  if (node->getTypeInfo() == TavIntTimesCstI::GetTypeInfo()) {
+  if (type == TavIntTimesCstI::GetTypeInfo()) {
     const auto* product = static_cast<TavIntTimesCstI*>(static_cast<TavNumExprI*>(node));
     return TavDeep([=] {
       return times(TavIntExprArg(static_cast<TavIntExprI*>(product->getOperand())),
@@ -88,7 +89,7 @@ TavIntExprArg operator*(TavIntExprArg a, TavIntExprArg b) {
 TavNumExprArg tavdetail::over(TavNumExprArg e, double divisor) {
   TavNumExprI* node = e.getImpl();
   TavEnvI* env = TavRequireEnv(node);
-  const TavKind kind = node->getKind();
+  const TavKind kind = TavKindOf(node);
   if (kind == TavKind::Variable) return times(e, 1.0 / divisor);
   if (kind != TavKind::Other) {
     auto draft = TavDraftOf<TavNumLinTermI>(node, kind);

@@ -246,7 +246,7 @@ TavExpr& TavExpr::operator+=(TavNumExprArg arg) {
   TavRequireSameEnv(_impl, arg.getImpl(),
                     "TavExpr& TavNumExpr::operator += const TavNumExprArg arg : mixing mismatch Environments");
   TavNumExprI* operand = arg.getImpl();
-  switch (const TavKind kind = operand->getKind()) {
+  switch (const TavKind kind = TavKindOf(operand)) {
     case TavKind::Variable:
       appendTerm(_impl, static_cast<TavNumVarI*>(operand), 1.0);
       break;
@@ -263,7 +263,7 @@ TavExpr& TavExpr::operator-=(TavNumExprArg arg) {
   TavRequireSameEnv(_impl, arg.getImpl(),
                     "TavExpr& TavExpr::operator -= const TavNumExprArg arg : mixing mismatch Environments");
   TavNumExprI* operand = arg.getImpl();
-  switch (const TavKind kind = operand->getKind()) {
+  switch (const TavKind kind = TavKindOf(operand)) {
     case TavKind::Variable:
       appendTerm(_impl, static_cast<TavNumVarI*>(operand), -1.0);
       break;

@@ -39,7 +39,6 @@ class TavIntLinTermI final
   /// Called for every added cell: nothing is remembered about the terms.
   void termsChanged() noexcept {}
 
-  TavKind getKind() const noexcept override { return TavKind::IntLinear; }
   /// A new numeric node of the same terms, parts and constant; this one stays as it is.
   TavNumLinTermI* toNumLinTermI() override;
   TavIntLinTermI* toIntLinTermI() override { return this; }

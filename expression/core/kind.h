@@ -1,23 +1,39 @@
 #pragma once
-/// Class header for authors of algorithms: linear nodes by their kind.
+/// Class header for authors of algorithms: the kinds of node that operators tell apart.
 
 #include "expression/core/int_linear.h"
 #include "expression/core/num_linear.h"
 
 #pragma GCC visibility push(default)
 
+/// What operators make of an operand.
+enum class TavKind { Variable, NumLinear, IntLinear, Other };
+
+/// The kind of a node of this type, by a few compares; where they fail it takes a virtual call, and a second one for
+/// subclasses of variables and for constraints.
+inline TavKind TavKindOf(const TavNumExprI* node, TavTypeInfo type) {
+  if (type == TavNumVarI::GetTypeInfo()) return TavKind::Variable;
+  if (type == TavNumLinTermI::GetTypeInfo()) return TavKind::NumLinear;
+  if (type == TavIntLinTermI::GetTypeInfo()) return TavKind::IntLinear;
+  if (node->isRefCountedExpr()) return TavKind::Other;  // variables are not, and asking that is quick
+  return node->isType(TavNumVarI::GetTypeInfo()) ? TavKind::Variable : TavKind::Other;
+}
+
+/// The same for a node whose type is not known yet.
+inline TavKind TavKindOf(const TavNumExprI* node) { return TavKindOf(node, node->getTypeInfo()); }
+
 /// A linear node of either kind without terms and parts.
 inline bool TavIsConstant(const TavNumExprI* node) {
-  const TavKind kind = node->getKind();
-  if (kind == TavKind::NumLinear) return static_cast<const TavNumLinTermI*>(node)->isConstant();
-  return kind == TavKind::IntLinear && static_cast<const TavIntLinTermI*>(node)->isConstant();
+  const TavTypeInfo type = node->getTypeInfo();
+  if (type == TavNumLinTermI::GetTypeInfo()) return static_cast<const TavNumLinTermI*>(node)->isConstant();
+  return type == TavIntLinTermI::GetTypeInfo() && static_cast<const TavIntLinTermI*>(node)->isConstant();
 }
 
 /// A linear node of either kind without parts.
 inline bool TavIsLinearWithoutParts(const TavNumExprI* node) {
-  const TavKind kind = node->getKind();
-  if (kind == TavKind::NumLinear) return !static_cast<const TavNumLinTermI*>(node)->getFirstPart();
-  return kind == TavKind::IntLinear && !static_cast<const TavIntLinTermI*>(node)->getFirstPart();
+  const TavTypeInfo type = node->getTypeInfo();
+  if (type == TavNumLinTermI::GetTypeInfo()) return !static_cast<const TavNumLinTermI*>(node)->getFirstPart();
+  return type == TavIntLinTermI::GetTypeInfo() && !static_cast<const TavIntLinTermI*>(node)->getFirstPart();
 }
 
 #pragma GCC visibility pop

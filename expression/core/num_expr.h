@@ -10,18 +10,6 @@
 
 class TavNumLinTermI;
 
-/// What operators make of an operand.
-enum class TavKind {
-  /// A variable, of whatever class.
-  Variable,
-  /// The numeric linear node.
-  NumLinear,
-  /// The integer linear node.
-  IntLinear,
-  /// Every other expression: a part of a sum.
-  Other
-};
-
 /// A numeric expression. Its count holds the parents and the counted handles; a new node starts at 0.
 class TavNumExprI : public TavNode<TavNumExprI, TavExtractableI> {
  public:
@@ -41,8 +29,6 @@ class TavNumExprI : public TavNode<TavNumExprI, TavExtractableI> {
   /// or destroy. An uncounted node goes at once.
   void end() override;
 
-  /// What operators take the node for; one of the library's variables and linear nodes says so, or it is Other.
-  virtual TavKind getKind() const noexcept { return TavKind::Other; }
   /// A node that may be changed in place when this one is shared: the linear nodes copy, all others answer themselves.
   virtual TavNumExprI* copy() { return this; }
   /// end(), unless the environment is ending.

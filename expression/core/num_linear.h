@@ -75,7 +75,6 @@ class TavNumLinTermI final
   /// Called for every added cell.
   void termsChanged() noexcept { _normalized = false; }
 
-  TavKind getKind() const noexcept override { return TavKind::NumLinear; }
   bool isInteger() const override;
   TavNumLinTermI* toNumLinTermI() override { return this; }
   /// A new node; parts are shared.

@@ -68,7 +68,6 @@ class TavNumVarI : public TavNode<TavNumVarI, TavIntExprI> {
   void setPossibleValues(TavIntArray values);
 
   double eval(TavAlgorithm algorithm) const final;
-  TavKind getKind() const noexcept final { return TavKind::Variable; }
   bool isInteger() const override { return _domain && _domain->getType() != TavNumVar::Float; }
   TavNumLinTermI* toNumLinTermI() override;
   TavIntLinTermI* toIntLinTermI() override;
@@ -76,7 +75,7 @@ class TavNumVarI : public TavNode<TavNumVarI, TavIntExprI> {
   /// A variable of the same name over a copy of the domain.
   TavExtractableI* makeClone(TavEnvI* target) const override;
   void display(std::ostream& os) const override;
-  bool isRefCountedExpr() const override { return false; }
+  bool isRefCountedExpr() const final { return false; }
   void end() override { TavExtractableI::end(); }
   void release() override {}
 

@@ -59,10 +59,9 @@ void negateBeside(TavNumExprI* left, TavDraft<Linear>& right) {
 
 /// a + b, or a - b for a negated b that is a variable or linear.
 template <class Side>
-typename Side::Arg sum(typename Side::Expr* a, typename Side::Expr* b, bool negated = false) {
+typename Side::Arg sum(typename Side::Expr* a, typename Side::Expr* b, TavKind kindB, bool negated = false) {
   using Linear = typename Side::Linear;
-  const TavKind kindA = a->getKind();
-  const TavKind kindB = b->getKind();
+  const TavKind kindA = TavKindOf(a);
   TavEnvI* env = a->getEnv();
   const double coefB = negated ? -1.0 : 1.0;
   if (!Side::isLinear(kindB)) {
@@ -97,10 +96,10 @@ typename Side::Arg sum(typename Side::Expr* a, typename Side::Expr* b, bool nega
 
 template <class Side>
 typename Side::Arg difference(typename Side::Expr* a, typename Side::Expr* b) {
-  if (b->getKind() != TavKind::Other) return sum<Side>(a, b, true);
+  if (const TavKind kind = TavKindOf(b); kind != TavKind::Other) return sum<Side>(a, b, kind, true);
   const TavHold hold(b);
   TavNodeGuard<typename Side::Expr> negated((-typename Side::Arg(b)).getImpl());
-  const auto result = sum<Side>(a, negated.get());
+  const auto result = sum<Side>(a, negated.get(), TavKindOf(negated.get()));
   negated.release();
   return result;
 }
@@ -126,7 +125,7 @@ template <class Side>
 /// a + the cell's term, or a - it. A chain of them comes by here with every term: its node is extended as it is.
 template <class Side>
 typename Side::Arg sumWithTerm(typename Side::Expr* a, TavNumLinExprTermI* cell, bool negated = false) {
-  const TavKind kind = a->getKind();
+  const TavKind kind = TavKindOf(a);
   if (kind != Side::kLinear || a->getRefCount() > 0) return newSumWithTerm<Side>(a, kind, cell, negated);
   auto* linear = static_cast<typename Side::Linear*>(a);
   linear->append(TavTakeCell(linear->getEnv(), negate(cell, negated)));
@@ -137,7 +136,7 @@ typename Side::Arg sumWithTerm(typename Side::Expr* a, TavNumLinExprTermI* cell,
 template <class Side>
 typename Side::Arg sumWithTerm(TavNumLinExprTermI* cell, typename Side::Expr* b, bool negated = false) {
   using Linear = typename Side::Linear;
-  const TavKind kind = b->getKind();
+  const TavKind kind = TavKindOf(b);
   if (Side::isLinear(kind)) {
     auto draft = TavDraftOf<Linear>(b, kind);
     if (negated) draft->multiply(-1);
@@ -152,7 +151,7 @@ typename Side::Arg sumWithTerm(TavNumLinExprTermI* cell, typename Side::Expr* b,
 
 template <class Side>
 typename Side::Arg termMinus(TavNumLinExprTermI* cell, typename Side::Expr* b) {
-  if (b->getKind() != TavKind::Other) return sumWithTerm<Side>(cell, b, true);
+  if (TavKindOf(b) != TavKind::Other) return sumWithTerm<Side>(cell, b, true);
   const TavHold hold(b);
   TavNodeGuard<typename Side::Expr> negated((-typename Side::Arg(b)).getImpl());
   const auto result = sumWithTerm<Side>(cell, negated.get());
@@ -172,7 +171,7 @@ template <class Side>
 typename Side::Arg sumWithConstant(typename Side::Expr* e, typename Side::Constant constant) {
   using Linear = typename Side::Linear;
   TavEnvI* env = TavRequireEnv(e);
-  const TavKind kind = e->getKind();
+  const TavKind kind = TavKindOf(e);
   if (Side::isLinear(kind)) {
     auto draft = TavDraftOf<Linear>(e, kind);
     draft->setConstant(Side::add(draft->getConstant(), constant));
@@ -194,7 +193,7 @@ typename Side::Arg sumWithConstant(TavNumLinExprTermI* cell, typename Side::Cons
 template <class Side>
 typename Side::Arg constantMinus(typename Side::Constant constant, typename Side::Expr* e) {
   TavEnvI* env = TavRequireEnv(e);
-  const TavKind kind = e->getKind();
+  const TavKind kind = TavKindOf(e);
   if (kind == TavKind::Variable) {
     auto draft = TavNewDraft<typename Side::Linear>(env, Side::add(typename Side::Constant{0}, constant));
     appendSummand<Side>(draft, e, kind, -1.0);
@@ -202,7 +201,7 @@ typename Side::Arg constantMinus(typename Side::Constant constant, typename Side
   }
   const TavHold hold(kind == TavKind::Other ? e : nullptr);
   const typename Side::Arg negated = -typename Side::Arg(e);
-  if (Side::isLinear(negated.getImpl()->getKind())) return sumWithConstant<Side>(negated.getImpl(), constant);
+  if (Side::isLinear(TavKindOf(negated.getImpl()))) return sumWithConstant<Side>(negated.getImpl(), constant);
   TavNodeGuard<typename Side::Expr> guard(negated.getImpl());
   const auto result = sumWithConstant<Side>(guard.get(), constant);
   guard.release();
@@ -276,7 +275,7 @@ void check(TavIntLinExprTerm t, TavIntLinExprTerm u) {
 
 TavNumExprArg operator+(TavNumExprArg a, TavNumExprArg b) {
   check(a, b);
-  return sum<Numeric>(a.getImpl(), b.getImpl());
+  return sum<Numeric>(a.getImpl(), b.getImpl(), TavKindOf(b.getImpl()));
 }
 TavNumExprArg operator+(TavNumExprArg a, TavNumLinExprTerm t) {
   check(a, t);
@@ -308,7 +307,7 @@ TavNumExprArg operator+(TavNumLinExprTerm t, TavIntLinExprTerm u) {
 }
 TavIntExprArg operator+(TavIntExprArg a, TavIntExprArg b) {
   check(a, b);
-  return sum<Integer>(a.getImpl(), b.getImpl());
+  return sum<Integer>(a.getImpl(), b.getImpl(), TavKindOf(b.getImpl()));
 }
 TavIntExprArg operator+(TavIntExprArg a, TavIntLinExprTerm t) {
   check(a, t);

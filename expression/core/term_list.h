@@ -154,7 +154,7 @@ using TavNodeGuard = std::unique_ptr<Node, TavNodeEnder>;
 
 /// A new node in the memory of `env`, under guard.
 template <class Node, class... Args>
-TavNodeGuard<Node> TavMakeNode(TavEnvI* env, Args&&... args) {
+[[gnu::always_inline]] inline TavNodeGuard<Node> TavMakeNode(TavEnvI* env, Args&&... args) {
   return TavNodeGuard<Node>(new (env) Node(std::forward<Args>(args)...));
 }
 

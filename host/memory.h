@@ -30,9 +30,9 @@ struct alignas(16) TavChunk {
   ///@}
 };
 
-/// Blocks of one size: a free list over chunks that are filled upwards. Chunks come in runs of neighbours, each run longer
-/// than the last, so that walks over what was built in order find long stretches of memory. What is not handed out is
-/// poisoned.
+/// Blocks of one size: a free list over chunks that are filled upwards. Chunks come in runs of neighbours, each run
+/// longer than the last, so that walks over what was built in order find long stretches of memory. What is not handed
+/// out is poisoned.
 class TavFixedSizeAllocatorI {
  public:
   TavFixedSizeAllocatorI() = default;
@@ -144,8 +144,8 @@ class TavMemory {
   /// A piece from the system with a chunk's header at its start.
   TavChunk* makeChunk(std::size_t bytes, std::size_t blockSize);
   void freeChunk(TavChunk* chunk) noexcept;
-  /// Neighbouring chunks for a pool, `length` or as many as the slab has left; `length` is then what they are. The first
-  /// slab has four chunks, 256 KiB, the largest have 64. The first chunk has its header.
+  /// Neighbouring chunks for a pool, `length` or as many as the slab has left; `length` is then what they are. The
+  /// first slab has four chunks, 256 KiB, the largest have 64. The first chunk has its header.
   TavChunk* takeRun(std::size_t blockSize, std::size_t& length);
 
   TavEnvI* _env;

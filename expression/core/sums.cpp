@@ -109,8 +109,8 @@ TavNumLinExprTermI* negate(TavNumLinExprTermI* cell, bool negated = true) noexce
   return cell;
 }
 
-/// a + the cell's term, or a - it, in a new node or one of the other side. As in all that follows, cells are negated and
-/// taken when nothing can fail any more.
+/// a + the cell's term, or a - it, in a new node or one of the other side. As in all that follows, cells are negated
+/// and taken when nothing can fail any more.
 template <class Side>
 [[gnu::noinline]] typename Side::Arg newSumWithTerm(typename Side::Expr* a, TavKind kind, TavNumLinExprTermI* cell,
                                                     bool negated) {

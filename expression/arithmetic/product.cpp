@@ -18,8 +18,7 @@ TavIntLinExprTerm tavdetail::times(TavIntVar x, TavInt factor) {
 TavNumExprArg tavdetail::times(TavNumExprArg e, double factor) {
   TavNumExprI* node = e.getImpl();
   TavEnvI* env = TavRequireEnv(node);
-  const TavTypeInfo type = node->getTypeInfo();
-  const TavKind kind = TavKindOf(node, type);
+  const TavKind kind = TavKindOf(node);
   if (kind == TavKind::Variable) {
     auto draft = TavNewDraft<TavNumLinTermI>(env, 0.0);
     draft->append(env->newTerm(static_cast<TavNumVarI*>(node), factor));
@@ -30,11 +29,11 @@ TavNumExprArg tavdetail::times(TavNumExprArg e, double factor) {
     draft->multiply(factor);
     return TavNumExprArg(draft.release());
   }
-  if (type == TavNumTimesCstI::GetTypeInfo()) {
+  if (node->getTypeInfo() == TavNumTimesCstI::GetTypeInfo()) {
     const auto* product = static_cast<TavNumTimesCstI*>(node);
     return TavDeep([=] { return times(TavNumExprArg(product->getOperand()), product->getConstant() * factor); });
   }
-  if (type == TavIntTimesCstI::GetTypeInfo()) {
+  if (node->getTypeInfo() == TavIntTimesCstI::GetTypeInfo()) {
     const auto* product = static_cast<TavIntTimesCstI*>(node);
     return TavDeep([=] {
       return times(TavNumExprArg(product->getOperand()), static_cast<double>(product->getConstant()) * factor);
@@ -46,8 +45,7 @@ TavNumExprArg tavdetail::times(TavNumExprArg e, double factor) {
 TavIntExprArg tavdetail::times(TavIntExprArg e, TavInt factor) {
   TavIntExprI* node = e.getImpl();
   TavEnvI* env = TavRequireEnv(node);
-  const TavTypeInfo type = node->getTypeInfo();
-  const TavKind kind = TavKindOf(node, type);
+  const TavKind kind = TavKindOf(node);
   if (kind == TavKind::Variable) {
     auto draft = TavNewDraft<TavIntLinTermI>(env, TavInt{0});
     draft->append(env->newTerm(static_cast<TavNumVarI*>(node), static_cast<double>(factor)));
@@ -58,7 +56,7 @@ TavIntExprArg tavdetail::times(TavIntExprArg e, TavInt factor) {
     draft->multiply(factor);
     return TavIntExprArg(draft.release());
   }
-  if (type == TavIntTimesCstI::GetTypeInfo()) {
+  if (node->getTypeInfo() == TavIntTimesCstI::GetTypeInfo()) {
     const auto* product = static_cast<TavIntTimesCstI*>(static_cast<TavNumExprI*>(node));
     return TavDeep([=] {
       return times(TavIntExprArg(static_cast<TavIntExprI*>(product->getOperand())),

@@ -20,6 +20,7 @@ TEST_F(MinMax, TiesAndNotANumbersGiveTheSecondOperandButOfAnArrayTheFirst) {
     expectValue(TavMax(intExprs({i, j})), c.arrayMax);
   }
   expectValue(TavMin(intLeaf(kNaN), -7), -7);
+  expectValue(TavMin(intLeaf(-0.0), 0), 0);
   expectValue(TavMax(2, intLeaf(2.5)), 2.5);
 }
 

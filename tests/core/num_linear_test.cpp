@@ -122,18 +122,6 @@ TEST_F(NumLinear, SettingManyCoefficientsNeverUnlinksAndReportsZeroCrossingsAlon
   EXPECT_EQ(lock.taken, static_cast<int>(std::size(kCases)));
 }
 
-TEST_F(NumLinear, AThrowingListenerLeavesTheEditAndNoLock) {
-  TavNumLinTermI* node = linear({{3, x}});
-  refuseRecords();
-  EXPECT_THROW(node->setCoef(x, 5), TavException);
-  EXPECT_THROW(node->setCoef(y, 1), TavException);
-  EXPECT_EQ(shape(node), "5x 1y 0");
-  const TavNumVarArray vars(env, 2, x, z);
-  const TavNumArray coefs = nums({0, 4});
-  refuses<TavException>("refused", {[&] { node->setCoef(vars, coefs, TavNumArray()); }});
-  EXPECT_EQ(shape(node), "0x 1y 0");
-}
-
 TEST_F(NumLinear, RemovingObjectsCountsDownFromTheArraysSize) {
   const struct {
     Objects objects;

@@ -99,16 +99,4 @@ TEST(Memory, NodesGoToTheSeparateAllocatorAndBackToIt) {
   env.end();
 }
 
-TEST(Memory, AThrowingConstructorGivesItsBlockAndIdentifierBack) {
-  struct Throwing final : TestObject {
-    explicit Throwing(TavEnvI* env) : TestObject(env, "half made") { throw 1; }
-  };
-  TavEnv env;
-  const TavInt used = env.getImpl()->getMemory()->usedBytes();
-  EXPECT_THROW(new (env.getImpl()) Throwing(env.getImpl()), int);
-  EXPECT_EQ(env.getImpl()->liveObjectCount(), 0);
-  EXPECT_EQ(env.getImpl()->getMemory()->usedBytes(), used);
-  env.end();
-}
-
 }  // namespace

@@ -13,7 +13,6 @@ class TestObject : public TavExtractableI {
       : TavExtractableI(env, name), text(100, 'x'), children(std::move(operands)) {}
   ~TestObject() override {
     if (destroyed) ++*destroyed;
-    if (next) getEnv()->destroy(next, 0);
   }
   void visitSubExtractables(TavExtractableVisitor* visitor) override {
     visitor->beginVisit(this);
@@ -26,19 +25,13 @@ class TestObject : public TavExtractableI {
     for (TavExtractableI* child : children) copies.push_back(getEnv()->getClone(child));
     return new (target) TestObject(target, getName(), copies);
   }
-  void atRemove(TavExtractableI* removed, void*) override {
-    removals.push_back(removed);
-    if (throwsAtRemove) throw TavException("refused");
-  }
+  void atRemove(TavExtractableI* removed, void*) override { removals.push_back(removed); }
 
   std::string text;
   std::vector<TavExtractableI*> children, removals;
-  bool throwsAtRemove = false;
   mutable int clones = 0;
   /// Counts destructors, when set.
   int* destroyed = nullptr;
-  /// Destroyed by this object's destructor, when set.
-  TestObject* next = nullptr;
 };
 
 inline TestObject* makeObject(TavEnv env, const char* name = nullptr, std::vector<TavExtractableI*> children = {}) {

@@ -75,20 +75,6 @@ TEST_F(Count, VariablesAndConstraintsAreNotCountedAndEndForGood) {
   }
 }
 
-TEST_F(Count, AMillionNodesInAChainGoAwayAndFiftyThousandEvaluateAndPrint) {
-  const TavInt before = objects();
-  TavNumExprArg chain = o.x;
-  for (int k = 0; k < 1000000; ++k) {
-    chain = chain / 1.0;
-    if (k != 50000) continue;
-    EXPECT_EQ(eval(chain), 2.0);
-    EXPECT_GT(plain(chain).size(), 150000u);
-  }
-  EXPECT_EQ(objects(), before + 1000000);
-  chain.end();
-  EXPECT_EQ(objects(), before);
-}
-
 template <std::size_t N>
 class ManyI : public TavNode<ManyI<N>, TavNumExprI> {
  public:
@@ -103,19 +89,17 @@ TEST_F(Count, ThreadsAgreeOnTypeIndicesWithAMutexAndWithout) {
   } lock;
   const auto askAll = [&]<std::size_t... N>(std::index_sequence<N...>) {
     ((ManyI<N>::_rttiIndex = 0), ...);
-    const TavInt last = TavRtti::_counter;
-    std::array<std::array<TavInt, sizeof...(N)>, 8> seen;
+    std::array<std::set<TavInt>, 8> seen;
     std::vector<std::thread> threads;
     for (auto& mine : seen) threads.emplace_back([&mine] { mine = {ManyI<N>::GetTypeIndex()...}; });
     for (std::thread& thread : threads) thread.join();
     for (const auto& mine : seen) EXPECT_EQ(mine, seen[0]);
-    const std::set<TavInt> distinct(seen[0].begin(), seen[0].end());
-    EXPECT_EQ(distinct.size(), sizeof...(N));
-    EXPECT_GT(*distinct.begin(), last);
-    return TavRtti::_counter - last;
+    EXPECT_EQ(seen[0].size(), sizeof...(N));
   };
+  const TavInt last = TavRtti::_counter;
   TavEnvI::Mutex = &lock;
-  EXPECT_EQ(askAll(std::make_index_sequence<20>()), 20);
+  askAll(std::make_index_sequence<20>());
+  EXPECT_EQ(TavRtti::_counter - last, 20);
   TavEnvI::Mutex = nullptr;
   askAll(std::make_index_sequence<20>());
 }

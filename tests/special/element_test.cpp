@@ -1,9 +1,6 @@
 #include "tests/support/fixture.h"
 
-class Element : public TavTest {
- protected:
-  TavInt bytes() { return env.getImpl()->getMemory()->usedBytes(); }
-};
+using Element = TavTest;
 
 TEST_F(Element, IndexIsCutTowardZero) {
   const TavNumArray values = nums({10, 20.5, 30});
@@ -30,21 +27,6 @@ TEST_F(Element, ArraysOfVariablesGiveTheClassesOfExpressions) {
     EXPECT_EQ(library(node), expected);
     expectValue(node, node.isInteger() ? 5 : 3);
   }
-}
-
-TEST_F(Element, KeepsItsOwnArrayOfWhichACopyOfNumbersStays) {
-  const TavIntExpr i(intLeaf(0));
-  auto caller = exprs({leaf(1), TavNumExprArg()});
-  const TavNumArray numbers = nums({1, 2});
-  const TavInt before = bytes();
-  TavNumExpr node(caller[i]);
-  caller.set(0, TavNumExprArg());
-  EXPECT_EQ(eval(node), 1.0);
-  node.end();
-  EXPECT_LT(bytes(), before);  // the element went along
-  const TavInt withNumbers = bytes();
-  numbers[i].end();
-  EXPECT_GT(bytes(), withNumbers);  // until the environment ends
 }
 
 TEST_F(Element, LivesInTheArraysEnvironment) {

@@ -232,10 +232,6 @@ class TavTest : public ::testing::Test {
     env.getImpl()->setChangeListener(nullptr);
     return log.str();
   }
-  /// From now on every record is refused after its change was made.
-  void refuseRecords() {
-    env.getImpl()->setChangeListener([](const TavChange&) { throw TavException("refused"); });
-  }
 
   TavEnv env;
   TavEnv other;

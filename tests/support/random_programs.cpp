@@ -431,19 +431,13 @@ class Program {
 
   void check(const Node* node) {
     checkAgainst(node, node->real, _valuation, ownVariable);
-    struct Visitor final : TavExtractableVisitor {
-      std::vector<const TavExtractableI*> seen;
-      void beginVisit(TavExtractableI*) override {}
-      void visitChild(TavExtractableI*, TavExtractableI* child) override { seen.push_back(child); }
-      void endVisit(TavExtractableI*) override {}
-    } visitor;
-    node->real->visitSubExtractables(&visitor);
-    std::vector<const TavExtractableI*> wanted;
+    const std::vector<TavExtractableI*> seen = childrenOf(node->real);
+    std::vector<TavExtractableI*> wanted;
     for (const Node* child : model::children(node)) wanted.push_back(child->real);
-    for (std::size_t at = 0; at < wanted.size() && at < visitor.seen.size(); ++at) {
-      if (!wanted[at]) wanted[at] = visitor.seen[at];  // a product that the library made inside
+    for (std::size_t at = 0; at < wanted.size() && at < seen.size(); ++at) {
+      if (!wanted[at]) wanted[at] = seen[at];  // a product that the library made inside
     }
-    require(wanted == visitor.seen, "order of the sub-objects", node);
+    require(wanted == seen, "order of the sub-objects", node);
   }
 
   /// From now on nearly every call needs memory of the system, which is short.

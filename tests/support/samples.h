@@ -88,6 +88,9 @@ struct ChangeSample {
   const char* part;
 };
 
+/// The sub-objects that a visit shows.
+std::vector<TavExtractableI*> childrenOf(TavExtractableI* object);
+
 const std::vector<NodeSample>& nodeSamples();
 const std::vector<ChangeSample>& changeSamples();
 /// The facts of the node classes, then of the change records.

@@ -139,13 +139,4 @@ TEST_F(VarArrays, FollowTheClonesOfOneEnvironmentOrOfEachElements) {
   check(numExprs, inOther, other);
 }
 
-TEST_F(VarArrays, EndingTheElementsTakesThemOutOfEverySumInOneBatch) {
-  TavNumVar x = num("x", 1), y = num("y", 1), z = num("z", 1);
-  const TavExpr e = x + y + z + x;
-  const TavInt objects = env.getImpl()->liveObjectCount();
-  TavNumVarArray(env, 4, x, TavNumVar(), y, x).endElements();
-  EXPECT_EQ(env.getImpl()->liveObjectCount(), objects - 2);
-  EXPECT_EQ(shape(e), "1z 0");
-}
-
 }  // namespace

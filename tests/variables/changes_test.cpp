@@ -53,12 +53,4 @@ TEST_F(Changes, AnArraysBoundsChangeInPlaceForEverybodyAndAreOneRecord) {
   refusesEmpty({[&] { array.setBounds(TavNumArray(), ubs); }, [&] { array.setBounds(lbs, TavNumArray()); }});
 }
 
-TEST_F(Changes, AChangeStaysWhenItsListenerThrows) {
-  refuseRecords();
-  EXPECT_THROW(x.setLB(2), TavException);
-  EXPECT_EQ(x.getLB(), 2.0);
-  EXPECT_THROW(x.setPossibleValues(nums({1.5})), TavException);
-  EXPECT_EQ(plain(x), "x{1.5} ");
-}
-
 }  // namespace

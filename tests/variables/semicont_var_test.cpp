@@ -21,9 +21,6 @@ TEST_F(SemiContVar, ANewThresholdIsReportedWithTheOldOne) {
             }),
             "threshold 2 3; threshold 3 nan; threshold nan nan; threshold nan 0; ");
   EXPECT_EQ(records([&] { x.setUB(20); }), "bounds x 0 20; ");
-  refuseRecords();
-  EXPECT_THROW(x.setSemiContinuousLb(5), TavException);
-  EXPECT_EQ(x.getSemiContinuousLb(), 5.0);
 }
 
 TEST_F(SemiContVar, ACloneKeepsTheThresholdAlone) {

@@ -203,20 +203,4 @@ TEST_F(ThrowingClients, LeaveWhatTheyInterruptedDoneOrUndoneAndEverythingElseAtW
   }
 }
 
-TEST_F(ThrowingClients, AnExtractionThatFailsLeavesTheObjectAsItWas) {
-  TavNumVarI::_extractCP = [](TavAlgorithm, const TavExtractableI*) -> void* { throw Thrown(); };
-  TavNumVarI::_unextractCP =
-      TavNumVarI::_modifyCP = [](TavAlgorithm, const TavExtractableI*, void*) { throw Thrown(); };
-  TavSetNumVarBounds::_applyCP = [](TavAlgorithm, const TavChange*, void*) { throw Thrown(); };
-  const TavAlgorithm handle(&first);
-  EXPECT_THROW(x.getImpl()->extractToCP(handle), Thrown);
-  EXPECT_THROW(x.getImpl()->unextractFromCP(handle, nullptr), Thrown);
-  EXPECT_THROW(x.getImpl()->modifyCP(handle, nullptr), Thrown);
-  EXPECT_THROW(TavSetNumVarBounds(x.getImpl(), 0.0, 1.0).applyToCP(handle, nullptr), Thrown);
-  TavNumVarI::_extractCP = nullptr;
-  TavNumVarI::_unextractCP = TavNumVarI::_modifyCP = nullptr;
-  TavSetNumVarBounds::_applyCP = nullptr;
-  EXPECT_EQ(plain(x), "x[0 .. 9] ");
-}
-
 }  // namespace

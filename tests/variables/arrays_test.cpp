@@ -1,18 +1,20 @@
-#include <list>
-
 #include "tests/support/fixture.h"
 
 namespace {
 
 class VarArrays : public TavTest {
  protected:
-  /// "[lb .. ub] " of every element, behind "i" for an integer one; "null " for an empty one.
+  /// "[lb .. ub] " of every element, behind "i" for an integer one, with its threshold if it has one; "null " for an
+  /// empty one.
   template <class Array>
   std::string bounds(const Array& array) {
     std::ostringstream os;
     for (TavInt k = 0; k < array.getSize(); ++k) {
       const TavNumVarI* v = array[k].getImpl();
       if (v) os << (v->getType() == TavNumVar::Float ? "" : "i") << "[" << v->getLB() << " .. " << v->getUB();
+      if constexpr (std::is_same_v<Array, TavSemiContVarArray>) {
+        if (v) os << " from " << array[k].getSemiContinuousLb();
+      }
       os << (v ? "] " : "null ");
     }
     return os.str();
@@ -23,8 +25,9 @@ TEST_F(VarArrays, AreMadeInBulkByTheRuleOfTheirKind) {
   using Num = TavNumVarArray;
   using Int = TavIntVarArray;
   using Bool = TavBoolVarArray;
+  using Semi = TavSemiContVarArray;
   const TestColumn first(env), last(env);
-  const TavNumArray two = nums({0.5, 1.5}), three = nums({2.5, 3.5, 9}), none;
+  const TavNumArray two = nums({0.5, 1.5}), three = nums({2.5, 3.5, 9}), low = nums({0.5, 1.5, 2}), none;
   const TavIntArray whole = ints({1, 2}), noInts;
   const auto columns = arrayOf<TavNumColumnArray>({TavAddNumVar(&first), TavAddNumVar(), TavAddNumVar(&last)});
   const TavNumColumnArray noColumns;
@@ -44,14 +47,21 @@ TEST_F(VarArrays, AreMadeInBulkByTheRuleOfTheirKind) {
       {bounds(Int(env, whole, 5)), "i[1 .. 5] i[2 .. 5] "},
       {bounds(Int(env, columns)), "i[0 .. 9.0072e+15] null i[0 .. 9.0072e+15] "},
       {bounds(Int(env, columns, three, three)), "i[2 .. 2] null i[9 .. 9] "},
-      {bounds(Bool(env, columns)), "i[0 .. 1] null i[0 .. 1] "}};
+      {bounds(Bool(env, columns)), "i[0 .. 1] null i[0 .. 1] "},
+      {bounds(Semi(env, 2, 1, 9, TavNumVar::Int)), "i[0 .. 9 from 1] i[0 .. 9 from 1] "},
+      {bounds(Semi(env, low, three)), "[0 .. 2.5 from 0.5] [0 .. 3.5 from 1.5] [0 .. 9 from 2] "},
+      {bounds(Semi(env, columns, low, three)), "[0 .. 2.5 from 0.5] null [0 .. 9 from 2] "}};
   for (const auto& [found, expected] : kCases) EXPECT_EQ(found, expected);
   const TavNumVarArray made(env, columns);
   EXPECT_EQ(last.installed, made[2].getImpl());
+  const Semi semis(env, columns, low, three), same(env, 2, 1, 9);
+  EXPECT_EQ(last.installed, semis[2].getImpl());
+  EXPECT_EQ(same[0].getImpl()->getDomain(), same[1].getImpl()->getDomain());
   refusesEmpty({[&] { Num(env, none, two); }, [&] { Num(env, two, none); }, [&] { Num(env, 0.0, none); },
                 [&] { Num(env, none, 1.0); }, [&] { Num(env, noColumns); }, [&] { Num(env, columns, two, none); },
                 [&] { Int(env, noInts, whole); }, [&] { Int(env, whole, noInts); }, [&] { Int(env, noColumns); },
-                [&] { Bool(env, noColumns); }});
+                [&] { Bool(env, noColumns); }, [&] { Semi(env, none, three); }, [&] { Semi(env, three, none); },
+                [&] { Semi(env, noColumns, three, three); }});
 }
 
 /// Array(env, n, e, ..., e) for one to ten elements, with the right n and with a wrong one.

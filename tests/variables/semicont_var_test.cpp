@@ -37,24 +37,3 @@ TEST_F(SemiContVar, ACloneKeepsTheThresholdAlone) {
   EXPECT_EQ(x.getClone().getImpl(), replacement.getImpl());
   refusesEmpty({[&] { TavSemiContVar().setClone(replacement); }});
 }
-
-TEST_F(SemiContVar, ArraysAreMadeInBulkOrByColumns) {
-  const TestColumn first(env), last(env);
-  const TavNumArray sclbs = nums({0.5, 1.5, 2.5}), ubs = nums({10, 20, 30}), none;
-  const auto columns = arrayOf<TavNumColumnArray>({TavAddNumVar(&first), TavAddNumVar(), TavAddNumVar(&last)});
-  const TavSemiContVarArray same(env, 2, 1, 9, TavNumVar::Int), each(env, sclbs, ubs),
-      byColumn(env, columns, sclbs, ubs);
-  EXPECT_EQ(same[0].getImpl()->getDomain(), same[1].getImpl()->getDomain());
-  EXPECT_NE(same[0].getImpl(), same[1].getImpl());
-  EXPECT_EQ(same[1].getType(), TavNumVar::Int);
-  for (const TavSemiContVarArray& array : {each, byColumn}) {
-    ASSERT_EQ(array.getSize(), 3);
-    EXPECT_EQ(array[2].getSemiContinuousLb(), 2.5);
-    EXPECT_EQ(array[2].getUB(), 30.0);
-  }
-  EXPECT_FALSE(byColumn[1]);
-  EXPECT_EQ(first.installed, byColumn[0].getImpl());
-  EXPECT_EQ(last.installed, byColumn[2].getImpl());
-  refusesEmpty({[&] { TavSemiContVarArray(env, none, ubs); }, [&] { TavSemiContVarArray(env, sclbs, none); },
-                [&] { TavSemiContVarArray(env, TavNumColumnArray(), sclbs, ubs); }});
-}

@@ -58,7 +58,6 @@ class ThrowingClients : public TavTest {
   ThrowingClients() {
     impl()->markLock = &lock;
     impl()->setChangeListener([this](const TavChange&) { ++heard, mayThrow("listener"); });
-    for (TavNumVar* each : {&x, &y, &z}) each->setName(each == &x ? "x" : each == &y ? "y" : "z");
     columns.set(0, TavAddNumVar(&column));
     columns.set(1, TavAddNumVar(&column));
   }
@@ -70,9 +69,8 @@ class ThrowingClients : public TavTest {
   Lock lock;
   Algorithm first{env.getImpl()}, second{env.getImpl()};
   int heard = 0;
-  TavNumVar x{env, 0.0, 9.0}, y{env, 0.0, 9.0}, z{env, 0.0, 9.0};
+  TavNumVar x{env, 0.0, 9.0, "x"}, y{env, 0.0, 9.0, "y"}, z{env, 0.0, 9.0, "z"};
   TavExpr sum{2 * x + 3 * y};
-  TavNumExpr keeper;
   Column column{env};
   TavNumColumnArray columns{env, 2};
 };

@@ -8,16 +8,6 @@
 
 namespace {
 
-TEST(Memory, SizeClassesRoundUpToEightAndStopAtThePooledSizes) {
-#ifdef TAV_PLAIN_ALLOC
-  EXPECT_EQ(TavMemory::getIndex(8), -1);
-#else
-  const std::pair<TavInt, TavInt> kCases[] = {{0, 0}, {1, 1}, {8, 1}, {9, 2}, {24, 3}, {128, 16}, {129, 17}};
-  for (const auto& [bytes, index] : kCases) EXPECT_EQ(TavMemory::getIndex(bytes), index) << bytes;
-  EXPECT_EQ(TavMemory::getIndex(TavInt{1} << 20), -1);
-#endif
-}
-
 TEST(Memory, BlocksOfEverySizeAreAlignedApartOwnedAndGivenBack) {
   TavMemory memory(nullptr);
   std::vector<std::pair<unsigned char*, std::size_t>> blocks;

@@ -13,14 +13,9 @@
 
 namespace {
 
-struct Ones final : TavAlgorithmI {
-  explicit Ones(TavEnv env) : TavAlgorithmI(env.getImpl()) {}
-  double getValue(const TavNumVarI*) const override { return 1.0; }
-};
-
 /// An environment with an operand of every kind, all of which a failed operation must leave as they are.
 struct State {
-  State() : algorithm(env) {
+  State() {
     home()->setChangeListener([this](const TavChange& change) {
       GateOpen open;
       records += std::string(change.getRttiTypeName()) + " ";
@@ -82,7 +77,7 @@ struct State {
   TavIntVar i{env, 0, 9, "i"};
   TavNumExprArg p = leaf<LeafI, TavNumExprArg>("p"), q = leaf<LeafI, TavNumExprArg>("q");
   TavIntExprArg n = leaf<IntLeafI, TavIntExprArg>("n");
-  Ones algorithm;
+  ScriptedAlgorithm algorithm{home()};
   std::string records;
   TavNumExpr node{TavSin(TavAbs(p))};
   TavExpr sum{linear()}, sharedSum{linear()};
@@ -287,18 +282,9 @@ Operations endings() {
 Operations hostOperations() {
   return {
       {"an environment", [](State&) { TavEnv().end(); }},
-      {"an algorithm", [](State& s) { Ones values(s.env); }},
-      {"a listener",
-       [](State& s) {
-         s.home()->setChangeListener([a = std::array<int, 16>()](const TavChange&) { static_cast<void>(a); });
-       }},
-      {"an evaluator",
-       [](State& s) {
-         s.home()->getModelEvaluator().activate([a = std::array<int, 16>()](TavIntExprI*) { return a[0]; });
-       }},
+      {"an algorithm", [](State& s) { ScriptedAlgorithm(s.home()); }},
       {"a registered clone", [](State& s) { s.node.setClone(s.sum, s.other); }},
       {"a mark array", [](State& s) { s.home()->releaseMarkArray(s.home()->getMarkArray()); }},
-      {"a value", [](State& s) { s.sum.eval(&s.algorithm); }},
   };
 }
 

@@ -52,6 +52,8 @@ class TavArrayI final : public TavMemoryManagerObjectI {
   void remove(TavInt first, TavInt count);
 
  private:
+  template <class T>
+  friend class TavArrayReader;
   using Word = std::uint64_t;
   static constexpr TavInt kShift = 10;
   static constexpr TavInt kBlock = TavInt{1} << kShift;
@@ -68,6 +70,34 @@ class TavArrayI final : public TavMemoryManagerObjectI {
   TavInt _tableSize = 1;
   TavInt _capacity = 0;
   void* _firstBlock = nullptr;
+};
+
+/// Reads the elements of an array in order, as words of type T, faster than by their positions. The array must not
+/// change meanwhile.
+template <class T>
+class TavArrayReader {
+ public:
+  /// Stands before the first element; null for none.
+  explicit TavArrayReader(const TavArrayI* array) noexcept : _array(array) {}
+
+  /// The next element; there must be one.
+  T next() noexcept {
+    if (_word == _blockEnd) {
+      _word = static_cast<const std::byte*>(_array->at(_blockStart));
+      _blockStart += TavArrayI::kBlock;
+      _blockEnd = _word + TavArrayI::kBlock * sizeof(T);
+    }
+    T value;
+    std::memcpy(&value, _word, sizeof value);
+    _word += sizeof value;
+    return value;
+  }
+
+ private:
+  const TavArrayI* _array;
+  const std::byte* _word = nullptr;
+  const std::byte* _blockEnd = nullptr;
+  TavInt _blockStart = 0;
 };
 
 /// Handle on an array of T, one plain word: a number, an object pointer or a one-pointer handle. Copies name the same

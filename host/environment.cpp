@@ -62,7 +62,7 @@ TavEnvI::~TavEnvI() {
       if (*first) (*first)->~TavExtractableI();
     }
   };
-  destruct(_marked.begin(), _marked.end());
+  destruct(_marked.data(), _marked.data() + _marked.size());
   for (const Removal* removal = _removals; removal; removal = removal->outer) destruct(removal->first, removal->last);
   _memory.endManagedObjects();
   for (TavAlgorithmI* algorithm : _algorithms) algorithm->_env = nullptr;
@@ -81,10 +81,25 @@ void TavEnvI::markRemoved(TavExtractableI* object) {
   _table[static_cast<std::size_t>(object->getId())] = removedEntry();
 }
 
-void TavEnvI::restoreMarks(std::size_t count) noexcept {
-  for (; _marked.size() > count; _marked.pop_back()) {
-    if (TavExtractableI* object = _marked.back()) _table[static_cast<std::size_t>(object->getId())] = object;
+void TavEnvI::markRemoved(TavExtractableArray objects) {
+  TavInt left = objects.getSize();
+  const std::size_t count = _marked.size();
+  _marked.resize(count + static_cast<std::size_t>(left));
+  TavExtractableI** next = _marked.data() + count;
+  for (TavArrayReader<TavExtractableI*> reader(objects.getImpl()); left > 0; --left) {
+    TavExtractableI* object = reader.next();
+    if (!object || object->getEnv() != this || isRemoved(object)) continue;
+    _table[static_cast<std::size_t>(object->getId())] = removedEntry();
+    *next++ = object;
   }
+  _marked.resize(static_cast<std::size_t>(next - _marked.data()));
+}
+
+void TavEnvI::restoreMarks(std::size_t count) noexcept {
+  for (std::size_t i = count; i < _marked.size(); ++i) {
+    if (TavExtractableI* object = _marked[i]) _table[static_cast<std::size_t>(object->getId())] = object;
+  }
+  if (_marked.size() > count) _marked.resize(count);  // shorter: takes no memory
 }
 
 void TavEnvI::forgetMark(TavExtractableI* object) noexcept {
@@ -92,7 +107,7 @@ void TavEnvI::forgetMark(TavExtractableI* object) noexcept {
     const auto found = std::find(first, last, object);
     if (found != last) *found = nullptr;
   };
-  forget(_marked.begin(), _marked.end());
+  forget(_marked.data(), _marked.data() + _marked.size());
   for (const Removal* removal = _removals; removal; removal = removal->outer) forget(removal->first, removal->last);
 }
 

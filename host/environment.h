@@ -128,6 +128,9 @@ class TavEnvI {
   }
   /// Marks an object removed in the identifier table; throws std::bad_alloc only. Does nothing for one marked already.
   void markRemoved(TavExtractableI* object);
+  /// The same for an array, but for its empty elements and those of other environments, whose identifiers mean other
+  /// objects here. Throws std::bad_alloc and has then done nothing.
+  void markRemoved(TavExtractableArray objects);
   /// Number of objects marked by markRemoved and not restored; the argument of restoreMarks.
   std::size_t markedCount() const noexcept { return _marked.size(); }
   /// Takes back all marks set since markedCount() gave `count`.
@@ -262,7 +265,7 @@ class TavEnvI {
   TavInt _liveObjects = 0;
   /// Objects whose entry is the mark, in order of marking: by markRemoved, and by the removals under way, the innermost
   /// first. Null for one that was destroyed meanwhile.
-  std::vector<TavExtractableI*> _marked;
+  TavTable<TavExtractableI*> _marked;
   Removal* _removals = nullptr;
   /// Where a removal notes what a hook throws while objects are destroyed.
   TavFirstFailure* _failure = nullptr;

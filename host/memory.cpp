@@ -1,5 +1,6 @@
 #include "host/memory.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cstdlib>
 #include <new>
@@ -14,7 +15,17 @@ TavInt TavFixedSizeAllocatorI::liveBlocks() const noexcept {
 
 void* TavFixedSizeAllocatorI::grow(TavMemory* memory) {
   assert(_blockSize >= sizeof(FreeBlock));
-  TavChunk* chunk = memory->takeChunk(_blockSize);
+  TavChunk* chunk = nullptr;
+  if (_runLeft > 0) {
+    char* next = reinterpret_cast<char*>(TavMemory::chunkOf(_end - 1)) + TavMemory::kChunkSize;
+    chunk = new (next) TavChunk{memory, _blockSize, nullptr, nullptr};
+  } else {
+    std::size_t length = _nextRun;
+    chunk = memory->takeRun(_blockSize, length);
+    _runLeft = length;
+    if (_nextRun < kLongestRun) _nextRun *= 2;
+  }
+  --_runLeft;
   _bump = reinterpret_cast<char*>(chunk + 1);
   _end = _bump + (TavMemory::kChunkSize - sizeof(TavChunk)) / _blockSize * _blockSize;
   TavPoison(_bump, static_cast<std::size_t>(_end - _bump));
@@ -78,19 +89,21 @@ TavChunk* TavMemory::makeChunk(std::size_t bytes, std::size_t blockSize) {
   return chunk;
 }
 
-TavChunk* TavMemory::takeChunk(std::size_t blockSize) {
+TavChunk* TavMemory::takeRun(std::size_t blockSize, std::size_t& length) {
   constexpr std::size_t kMostChunks = 64;
+  TavChunk* first = nullptr;
   if (_slabLeft == 0) {
-    TavChunk* first = makeChunk(_slabSize * kChunkSize, blockSize);
-    _slab = reinterpret_cast<char*>(first) + kChunkSize;
-    _slabLeft = _slabSize - 1;
+    first = makeChunk(_slabSize * kChunkSize, blockSize);
+    _slab = reinterpret_cast<char*>(first);
+    _slabLeft = _slabSize;
     if (_slabSize < kMostChunks) _slabSize *= 2;
-    return first;
+  } else {
+    first = new (_slab) TavChunk{this, blockSize, nullptr, nullptr};
   }
-  char* start = _slab;
-  _slab += kChunkSize;
-  --_slabLeft;
-  return new (start) TavChunk{this, blockSize, nullptr, nullptr};
+  length = std::min(length, _slabLeft);
+  _slab += length * kChunkSize;
+  _slabLeft -= length;
+  return first;
 }
 
 void TavMemory::freeChunk(TavChunk* chunk) noexcept {

@@ -30,7 +30,9 @@ struct alignas(16) TavChunk {
   ///@}
 };
 
-/// Blocks of one size: a free list over chunks that are filled upwards. What is not handed out is poisoned.
+/// Blocks of one size: a free list over chunks that are filled upwards. Chunks come in runs of neighbours, each run
+/// longer than the last, so that walks over what was built in order find long stretches of memory. What is not handed
+/// out is poisoned.
 class TavFixedSizeAllocatorI {
  public:
   TavFixedSizeAllocatorI() = default;
@@ -74,11 +76,15 @@ class TavFixedSizeAllocatorI {
   }
   void* grow(TavMemory* memory);
 
+  static constexpr std::size_t kLongestRun = 16;
   std::size_t _blockSize = 0;
   FreeBlock* _free = nullptr;
   char* _bump = nullptr;
   char* _end = nullptr;
   TavInt _carved = 0;
+  /// What is left of the run, in chunks, and the length of the next one.
+  std::size_t _runLeft = 0;
+  std::size_t _nextRun = 1;
 };
 
 /// The memory of one environment (or a separate one that takes its nodes). Freed whole with everything in it.
@@ -138,8 +144,9 @@ class TavMemory {
   /// A piece from the system with a chunk's header at its start.
   TavChunk* makeChunk(std::size_t bytes, std::size_t blockSize);
   void freeChunk(TavChunk* chunk) noexcept;
-  /// A chunk for a pool, from a slab of several: the first has four chunks, 256 KiB, the largest have 64.
-  TavChunk* takeChunk(std::size_t blockSize);
+  /// Neighbouring chunks for a pool, `length` or as many as the slab has left; `length` is then what they are. The
+  /// first slab has four chunks, 256 KiB, the largest have 64. The first chunk has its header.
+  TavChunk* takeRun(std::size_t blockSize, std::size_t& length);
 
   TavEnvI* _env;
   TavChunk* _chunks = nullptr;

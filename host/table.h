@@ -36,6 +36,12 @@ class TavTable {
     if (_size == _capacity) reserve(_size + 1);
     _words[_size++] = word;
   }
+  /// Makes the row `size` words long; room stays, new words are not initialised. Throws std::bad_alloc and is then
+  /// unchanged.
+  void resize(std::size_t size) {
+    reserve(size);
+    _size = size;
+  }
   /// Room for `size` words at least. Throws std::bad_alloc and is then unchanged.
   void reserve(std::size_t size) {
     if (size <= _capacity) return;

@@ -18,7 +18,8 @@ TavIntLinExprTerm tavdetail::times(TavIntVar x, TavInt factor) {
 TavNumExprArg tavdetail::times(TavNumExprArg e, double factor) {
   TavNumExprI* node = e.getImpl();
   TavEnvI* env = TavRequireEnv(node);
-  const TavKind kind = TavKindOf(node);
+  const TavTypeInfo type = node->getTypeInfo();
+  const TavKind kind = TavKindOf(node, type);
   if (kind == TavKind::Variable) {
     auto draft = TavNewDraft<TavNumLinTermI>(env, 0.0);
     draft->append(env->newTerm(static_cast<TavNumVarI*>(node), factor));
@@ -29,11 +30,11 @@ TavNumExprArg tavdetail::times(TavNumExprArg e, double factor) {
     draft->multiply(factor);
     return TavNumExprArg(draft.release());
   }
-  if (node->getTypeInfo() == TavNumTimesCstI::GetTypeInfo()) {
+  if (type == TavNumTimesCstI::GetTypeInfo()) {
     const auto* product = static_cast<TavNumTimesCstI*>(node);
     return TavDeep([=] { return times(TavNumExprArg(product->getOperand()), product->getConstant() * factor); });
   }
-  if (node->getTypeInfo() == TavIntTimesCstI::GetTypeInfo()) {
+  if (type == TavIntTimesCstI::GetTypeInfo()) {
     const auto* product = static_cast<TavIntTimesCstI*>(node);
     return TavDeep([=] {
       return times(TavNumExprArg(product->getOperand()), static_cast<double>(product->getConstant()) * factor);
@@ -45,7 +46,8 @@ TavNumExprArg tavdetail::times(TavNumExprArg e, double factor) {
 TavIntExprArg tavdetail::times(TavIntExprArg e, TavInt factor) {
   TavIntExprI* node = e.getImpl();
   TavEnvI* env = TavRequireEnv(node);
-  const TavKind kind = TavKindOf(node);
+  const TavTypeInfo type = node->getTypeInfo();
+  const TavKind kind = TavKindOf(node, type);
   if (kind == TavKind::Variable) {
     auto draft = TavNewDraft<TavIntLinTermI>(env, TavInt{0});
     draft->append(env->newTerm(static_cast<TavNumVarI*>(node), static_cast<double>(factor)));
@@ -56,7 +58,7 @@ TavIntExprArg tavdetail::times(TavIntExprArg e, TavInt factor) {
     draft->multiply(factor);
     return TavIntExprArg(draft.release());
   }
-  if (node->getTypeInfo() == TavIntTimesCstI::GetTypeInfo()) {
+  if (type == TavIntTimesCstI::GetTypeInfo()) {
     const auto* product = static_cast<TavIntTimesCstI*>(static_cast<TavNumExprI*>(node));
     return TavDeep([=] {
       return times(TavIntExprArg(static_cast<TavIntExprI*>(product->getOperand())),

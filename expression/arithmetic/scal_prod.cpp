@@ -25,12 +25,17 @@ template <class Linear, class Coefs, class Vars>
 Linear* termsOf(Coefs coefs, Vars vars) {
   requireSameSize(coefs, vars);
   TavEnvI* env = vars.getImpl()->getEnv();
-  for (TavInt i = 0; i < vars.getSize(); ++i) requireIn(env, vars[i].getImpl());
-  auto linear = TavMakeNode<Linear>(env, env, 0);
-  for (TavInt i = 0; i < vars.getSize(); ++i) {
-    linear->append(env->newTerm(vars[i].getImpl(), static_cast<double>(coefs[i])));
+  TavLooseTerms terms(env);  // cells before the node: an interceptor sees no node that a foreign variable spoils
+  TavArrayReader<TavNumVarI*> var(vars.getImpl());
+  TavArrayReader<decltype(+coefs[0])> coef(coefs.getImpl());
+  for (TavInt left = vars.getSize(); left > 0; --left) {
+    TavNumVarI* next = var.next();
+    requireIn(env, next);
+    terms.add(next, static_cast<double>(coef.next()));
   }
-  return linear.release();
+  auto* linear = new (env) Linear(env, 0);
+  linear->append(terms);
+  return linear;
 }
 
 /// Does work(); when it fails, discards what was made with undo(). The elements are held meanwhile: an uncounted one,

@@ -2,6 +2,8 @@
 
 #include <cassert>
 
+#include "expression/core/check.h"
+
 // ---- one coefficient
 
 TavCoefEdit::TavCoefEdit(TavNumLinTermI* node, TavNumVar variable, double coef)
@@ -43,17 +45,15 @@ double TavNumLinTermI::setCoef(TavNumVar variable, double coef) { return TavCoef
 
 namespace {
 
-/// The number of variables, all of which are there and at home.
-TavInt countOf(const TavNumLinTermI* node, TavNumVarArray variables, TavNumArray coefs) {
+/// The number of variables.
+TavInt countOf(TavNumVarArray variables, TavNumArray coefs) {
   if (!variables.getImpl() || !coefs.getImpl()) throw TavEmptyHandleException();
-  for (TavInt i = 0; i < variables.getSize(); ++i) {
-    if (!variables[i]) throw TavEmptyHandleException();
-    assert(variables[i].getImpl()->getEnv() == node->getEnv() && "a variable of another environment");
-  }
-  static_cast<void>(node);
   assert(coefs.getSize() >= variables.getSize() && "fewer coefficients than variables");
   return variables.getSize();
 }
+
+/// The mark of a variable whose coefficient is to be set until its term is found.
+TavNumLinExprTermI wanted{};
 
 }  // namespace
 
@@ -62,24 +62,45 @@ TavCoefsEdit::TavCoefsEdit(TavNumLinTermI* node, TavNumVarArray variables, TavNu
       _variables(variables),
       _coefs(coefs),
       _previous(previous),
-      _count(countOf(node, variables, coefs)),
+      _count(countOf(variables, coefs)),
       _fresh(node->getEnv(), static_cast<std::size_t>(_count)),
-      _marked(std::make_unique_for_overwrite<TavNumLinExprTermI*[]>(static_cast<std::size_t>(_count))) {
+      _cells(std::make_unique_for_overwrite<TavNumLinExprTermI*[]>(static_cast<std::size_t>(_count))) {
   if (previous.getImpl()) previous.getImpl()->reserve(_count);
   if (!node->_normalized) {  // which variables keep a term is not known before the merge, so there is a cell for each
     for (TavInt i = 0; i < _count; ++i) {
+      TavRequireEnv(variables[i].getImpl());
       if (coefs[i] != 0.0) _fresh.make(i, variables[i].getImpl(), coefs[i]);
     }
     node->normalize();
   }
   _lock.emplace(node->getEnv()->markLock);
-  for (TavInt i = 0; i < _count; ++i) variables[i].getImpl()->setMark(nullptr);
-  for (TavNumLinExprTermI* cell = node->_terms.first; cell; cell = cell->next) cell->var->setMark(cell);
-  // All marks are read before the first record goes out: a listener that edits another node uses the same marks.
-  for (TavInt i = 0; i < _count; ++i) {
-    TavNumLinExprTermI* cell = _marked[static_cast<std::size_t>(i)] = variables[i].getImpl()->getMark();
-    if (!cell && coefs[i] != 0.0) _fresh.make(i, variables[i].getImpl(), coefs[i]);
+  if (!setMarks(&wanted)) {
+    setMarks(nullptr);
+    throw TavEmptyHandleException();
   }
+  TavInt found = 0;
+  for (TavNumLinExprTermI* cell = node->_terms.first; cell; cell = cell->next) {
+    found += cell->var->getMark() == &wanted;
+    cell->var->setMark(cell);
+  }
+  if (found == _count) return;  // each has a term of its own
+  setMarks(nullptr);
+  for (TavNumLinExprTermI* cell = node->_terms.first; cell; cell = cell->next) cell->var->setMark(cell);
+  for (TavInt i = 0; i < _count; ++i) {
+    TavNumVarI* var = variables[i].getImpl();
+    if (!var->getMark() && coefs[i] != 0.0) _fresh.make(i, var, coefs[i]);
+  }
+}
+
+bool TavCoefsEdit::setMarks(TavNumLinExprTermI* mark) noexcept {
+  TavArrayReader<TavNumVarI*> var(_variables.getImpl());
+  for (TavInt left = _count; left > 0; --left) {
+    TavNumVarI* next = var.next();
+    if (!next) return false;
+    assert(next->getEnv() == _node->getEnv() && "a variable of another environment");
+    next->setMark(mark);
+  }
+  return true;
 }
 
 void TavCoefsEdit::report(TavInt i, double old) {
@@ -87,11 +108,28 @@ void TavCoefsEdit::report(TavInt i, double old) {
   i < _previous.getSize() ? _previous.set(i, old) : _previous.add(old);
 }
 
+TavInt TavCoefsEdit::setUnreported() {
+  TavArrayReader<TavNumVarI*> var(_variables.getImpl());
+  TavArrayReader<double> coef(_coefs.getImpl());
+  for (TavInt i = 0; i < _count; ++i) {
+    TavNumLinExprTermI* cell = var.next()->getMark();
+    const double next = coef.next();
+    const double old = cell ? cell->coef : 0.0;
+    if ((old == 0.0) != (next == 0.0)) return i;
+    report(i, old);
+    if (cell) cell->coef = next;
+  }
+  return _count;
+}
+
 void TavCoefsEdit::apply() {
   _node->_normalized = true;  // kept: although zeros and repeats may come in now
-  for (TavInt i = 0; i < _count; ++i) {
+  const TavInt first = setUnreported();
+  // All marks are read before the first record goes out: a listener that edits another node uses the same marks.
+  for (TavInt i = first; i < _count; ++i) cellOf(i) = _variables[i].getImpl()->getMark();
+  for (TavInt i = first; i < _count; ++i) {
     TavNumVarI* var = _variables[i].getImpl();
-    if (TavNumLinExprTermI* cell = _marked[static_cast<std::size_t>(i)]) {
+    if (TavNumLinExprTermI* cell = cellOf(i)) {
       const double old = std::exchange(cell->coef, _coefs[i]);
       report(i, old);
       if (old != 0.0 && cell->coef == 0.0) _node->notify(TavNumLinTermRemoveVar(_node, var));

@@ -58,6 +58,13 @@ class TavCoefsEdit {
     /// Empty before the first is made: mostly every variable has its term.
     std::vector<TavNumLinExprTermI*> _cells;
   };
+  /// Gives every variable this mark, up to an empty handle; whether there was none.
+  bool setMarks(TavNumLinExprTermI* mark) noexcept;
+  /// The cell that variable i had before the first record, null when it was absent.
+  TavNumLinExprTermI*& cellOf(TavInt i) noexcept { return _cells[static_cast<std::size_t>(i)]; }
+  /// Sets coefficients up to the first change that is to be reported; that one's position.
+  TavInt setUnreported();
+  /// Gives `previous` the old coefficient of variable i.
   void report(TavInt i, double old);
 
   TavNumLinTermI* _node;
@@ -66,8 +73,8 @@ class TavCoefsEdit {
   TavInt _count;
   std::optional<TavLockGuard> _lock;
   NewCells _fresh;
-  /// The cells that the variables have, null for an absent one.
-  std::unique_ptr<TavNumLinExprTermI*[]> _marked;
+  /// What cellOf reads: from the first reported change on.
+  std::unique_ptr<TavNumLinExprTermI*[]> _cells;
 };
 
 #pragma GCC visibility pop

@@ -30,7 +30,7 @@ class TavDraft {
 
 /// A new empty linear node of the environment.
 template <class Linear, class Constant>
-TavDraft<Linear> TavNewDraft(TavEnvI* env, Constant constant) {
+[[gnu::always_inline]] inline TavDraft<Linear> TavNewDraft(TavEnvI* env, Constant constant) {
   return TavDraft<Linear>(TavMakeNode<Linear>(env, env, constant));
 }
 

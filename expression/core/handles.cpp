@@ -49,9 +49,9 @@ class Edit {
 };
 
 void appendTerm(TavNumExprI*& impl, TavNumVarI* var, double coef) {
-  TavLooseTerm cell(impl->getEnv(), var, coef);
   Edit edit(impl);
-  edit.commit()->append(cell.take());
+  TavNumLinExprTermI* cell = impl->getEnv()->newTerm(var, coef);
+  edit.commit()->append(cell);
 }
 
 /// Takes a term handle's cell over, negated or not.
@@ -62,8 +62,8 @@ void appendCell(TavNumExprI*& impl, TavNumLinExprTermI* cell, double sign = 1.0)
 }
 
 void appendPart(TavNumExprI*& impl, TavNumExprI* expr) {
-  TavLoosePart part(impl->getEnv(), expr);
   Edit edit(impl);
+  TavLoosePart part(impl->getEnv(), expr);
   edit.commit()->append(part.take());
 }
 

@@ -9,14 +9,18 @@
 /// What operators make of an operand.
 enum class TavKind { Variable, NumLinear, IntLinear, Other };
 
-/// One virtual call and a few compares; only subclasses of variables and other nodes take a second call.
-inline TavKind TavKindOf(const TavNumExprI* node) {
-  const TavTypeInfo type = node->getTypeInfo();
+/// The kind of a node of this type, by a few compares; where they fail it takes a virtual call, and a second one for
+/// subclasses of variables and for constraints.
+inline TavKind TavKindOf(const TavNumExprI* node, TavTypeInfo type) {
   if (type == TavNumVarI::GetTypeInfo()) return TavKind::Variable;
   if (type == TavNumLinTermI::GetTypeInfo()) return TavKind::NumLinear;
   if (type == TavIntLinTermI::GetTypeInfo()) return TavKind::IntLinear;
+  if (node->isRefCountedExpr()) return TavKind::Other;  // variables are not, and asking that is quick
   return node->isType(TavNumVarI::GetTypeInfo()) ? TavKind::Variable : TavKind::Other;
 }
+
+/// The same for a node whose type is not known yet.
+inline TavKind TavKindOf(const TavNumExprI* node) { return TavKindOf(node, node->getTypeInfo()); }
 
 /// A linear node of either kind without terms and parts.
 inline bool TavIsConstant(const TavNumExprI* node) {

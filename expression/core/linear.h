@@ -55,6 +55,11 @@ class TavLinearI : public TavNode<Self, Base> {
     _terms.prepend(cell);
     self()->termsChanged();
   }
+  /// Takes loose cells over, behind the others.
+  void append(TavLooseTerms& cells) noexcept {
+    cells.giveTo(_terms);
+    self()->termsChanged();
+  }
   /// Adds one reference; the expression becomes a part whatever it is, a linear one too.
   void append(Part* expr) { append(TavLoosePart(this->getEnv(), expr).take()); }
   void append(TavPart* part) noexcept {

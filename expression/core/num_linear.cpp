@@ -26,15 +26,7 @@ void TavNumLinTermRemoveVar::visitChange(TavEnvI*, TavExtractableI* object, TavC
 // ---- marks
 
 TavRemovalMarks::TavRemovalMarks(TavEnvI* env, TavExtractableArray objects) : _env(env), _count(env->markedCount()) {
-  try {
-    for (TavInt i = 0; i < objects.getSize(); ++i) {
-      TavExtractableI* object = objects[i].getImpl();
-      if (object && object->getEnv() == env) env->markRemoved(object);  // identifiers of another one mean other objects
-    }
-  } catch (...) {
-    env->restoreMarks(_count);
-    throw;
-  }
+  env->markRemoved(objects);
 }
 
 namespace {

@@ -75,7 +75,7 @@ class TavNumVarI : public TavNode<TavNumVarI, TavIntExprI> {
   /// A variable of the same name over a copy of the domain.
   TavExtractableI* makeClone(TavEnvI* target) const override;
   void display(std::ostream& os) const override;
-  bool isRefCountedExpr() const override { return false; }
+  bool isRefCountedExpr() const final { return false; }
   void end() override { TavExtractableI::end(); }
   void release() override {}
 

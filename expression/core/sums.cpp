@@ -59,10 +59,9 @@ void negateBeside(TavNumExprI* left, TavDraft<Linear>& right) {
 
 /// a + b, or a - b for a negated b that is a variable or linear.
 template <class Side>
-typename Side::Arg sum(typename Side::Expr* a, typename Side::Expr* b, bool negated = false) {
+typename Side::Arg sum(typename Side::Expr* a, typename Side::Expr* b, TavKind kindB, bool negated = false) {
   using Linear = typename Side::Linear;
   const TavKind kindA = TavKindOf(a);
-  const TavKind kindB = TavKindOf(b);
   TavEnvI* env = a->getEnv();
   const double coefB = negated ? -1.0 : 1.0;
   if (!Side::isLinear(kindB)) {
@@ -97,10 +96,10 @@ typename Side::Arg sum(typename Side::Expr* a, typename Side::Expr* b, bool nega
 
 template <class Side>
 typename Side::Arg difference(typename Side::Expr* a, typename Side::Expr* b) {
-  if (TavKindOf(b) != TavKind::Other) return sum<Side>(a, b, true);
+  if (const TavKind kind = TavKindOf(b); kind != TavKind::Other) return sum<Side>(a, b, kind, true);
   const TavHold hold(b);
   TavNodeGuard<typename Side::Expr> negated((-typename Side::Arg(b)).getImpl());
-  const auto result = sum<Side>(a, negated.get());
+  const auto result = sum<Side>(a, negated.get(), TavKindOf(negated.get()));
   negated.release();
   return result;
 }
@@ -110,16 +109,27 @@ TavNumLinExprTermI* negate(TavNumLinExprTermI* cell, bool negated = true) noexce
   return cell;
 }
 
-/// a + the cell's term, or a - it. As in all that follows, cells are negated and taken when nothing can fail any more.
+/// a + the cell's term, or a - it, in a new node or one of the other side. As in all that follows, cells are negated
+/// and taken when nothing can fail any more.
 template <class Side>
-typename Side::Arg sumWithTerm(typename Side::Expr* a, TavNumLinExprTermI* cell, bool negated = false) {
+[[gnu::noinline]] typename Side::Arg newSumWithTerm(typename Side::Expr* a, TavKind kind, TavNumLinExprTermI* cell,
+                                                    bool negated) {
   using Linear = typename Side::Linear;
-  const TavKind kind = TavKindOf(a);
   const bool linear = Side::isLinear(kind);
   auto draft = linear ? TavDraftOf<Linear>(a, kind) : TavNewDraft<Linear>(a->getEnv(), typename Side::Constant{0});
   if (!linear) appendSummand<Side>(draft, a, kind, 1.0);
   draft->append(TavTakeCell(draft->getEnv(), negate(cell, negated)));
   return typename Side::Arg(draft.release());
+}
+
+/// a + the cell's term, or a - it. A chain of them comes by here with every term: its node is extended as it is.
+template <class Side>
+typename Side::Arg sumWithTerm(typename Side::Expr* a, TavNumLinExprTermI* cell, bool negated = false) {
+  const TavKind kind = TavKindOf(a);
+  if (kind != Side::kLinear || a->getRefCount() > 0) return newSumWithTerm<Side>(a, kind, cell, negated);
+  auto* linear = static_cast<typename Side::Linear*>(a);
+  linear->append(TavTakeCell(linear->getEnv(), negate(cell, negated)));
+  return typename Side::Arg(linear);
 }
 
 /// The cell's term + b.
@@ -182,9 +192,14 @@ typename Side::Arg sumWithConstant(TavNumLinExprTermI* cell, typename Side::Cons
 /// constant - e.
 template <class Side>
 typename Side::Arg constantMinus(typename Side::Constant constant, typename Side::Expr* e) {
-  TavRequireEnv(e);
-  const bool isOther = TavKindOf(e) == TavKind::Other;
-  const TavHold hold(isOther ? e : nullptr);
+  TavEnvI* env = TavRequireEnv(e);
+  const TavKind kind = TavKindOf(e);
+  if (kind == TavKind::Variable) {
+    auto draft = TavNewDraft<typename Side::Linear>(env, Side::add(typename Side::Constant{0}, constant));
+    appendSummand<Side>(draft, e, kind, -1.0);
+    return typename Side::Arg(draft.release());
+  }
+  const TavHold hold(kind == TavKind::Other ? e : nullptr);
   const typename Side::Arg negated = -typename Side::Arg(e);
   if (Side::isLinear(TavKindOf(negated.getImpl()))) return sumWithConstant<Side>(negated.getImpl(), constant);
   TavNodeGuard<typename Side::Expr> guard(negated.getImpl());
@@ -260,7 +275,7 @@ void check(TavIntLinExprTerm t, TavIntLinExprTerm u) {
 
 TavNumExprArg operator+(TavNumExprArg a, TavNumExprArg b) {
   check(a, b);
-  return sum<Numeric>(a.getImpl(), b.getImpl());
+  return sum<Numeric>(a.getImpl(), b.getImpl(), TavKindOf(b.getImpl()));
 }
 TavNumExprArg operator+(TavNumExprArg a, TavNumLinExprTerm t) {
   check(a, t);
@@ -292,7 +307,7 @@ TavNumExprArg operator+(TavNumLinExprTerm t, TavIntLinExprTerm u) {
 }
 TavIntExprArg operator+(TavIntExprArg a, TavIntExprArg b) {
   check(a, b);
-  return sum<Integer>(a.getImpl(), b.getImpl());
+  return sum<Integer>(a.getImpl(), b.getImpl(), TavKindOf(b.getImpl()));
 }
 TavIntExprArg operator+(TavIntExprArg a, TavIntLinExprTerm t) {
   check(a, t);

@@ -76,6 +76,26 @@ class TavLooseTerm {
   TavNumLinExprTermI* _cell;
 };
 
+/// A chain of cells in no list, which go back to the environment unless a list takes them.
+class TavLooseTerms {
+ public:
+  /// No cells yet, in the memory of `env`.
+  explicit TavLooseTerms(TavEnvI* env) noexcept : _env(env) {}
+  TavLooseTerms(const TavLooseTerms&) = delete;
+  TavLooseTerms& operator=(const TavLooseTerms&) = delete;
+  ~TavLooseTerms() {
+    if (_terms.first) _env->recycleTerms(_terms.first, _terms.last);
+  }
+  /// One cell more, behind the others. Throws std::bad_alloc.
+  void add(TavNumVarI* var, double coef) { _terms.append(_env->newTerm(var, coef)); }
+  /// Puts all at the end of `list`.
+  void giveTo(TavTermList& list) noexcept { list.splice(_terms); }
+
+ private:
+  TavEnvI* _env;
+  TavTermList _terms;
+};
+
 /// A part in no list, which goes unless it is taken. Its reference is added when a list takes it.
 class TavLoosePart {
  public:
@@ -154,7 +174,7 @@ using TavNodeGuard = std::unique_ptr<Node, TavNodeEnder>;
 
 /// A new node in the memory of `env`, under guard.
 template <class Node, class... Args>
-TavNodeGuard<Node> TavMakeNode(TavEnvI* env, Args&&... args) {
+[[gnu::always_inline]] inline TavNodeGuard<Node> TavMakeNode(TavEnvI* env, Args&&... args) {
   return TavNodeGuard<Node>(new (env) Node(std::forward<Args>(args)...));
 }
 

@@ -117,19 +117,23 @@ void* SolverAlgorithmI::relaxColumns(const TavConversionI* conversion) {
 
 CoinPackedMatrix SolverAlgorithmI::gather() const {
   const std::size_t columnCount = _columns.size();
-  const auto columnOf = [this](const TavNumLinExprTermI* term) { return static_cast<std::size_t>(placeOf(term->var)); };
   // Column by column, as the solver keeps it. start[j + 1] says where column j goes on, in the end where it ended.
   auto start = std::make_unique<CoinBigIndex[]>(columnCount + 2);
+  std::vector<int> columns;  // of all terms in their order: from a term to its column is a long way in memory
   for (const Row& row : _rows) {
-    for (const auto* term = row.sum->getFirstTerm(); term; term = term->next) ++start[columnOf(term) + 2];
+    for (const auto* term = row.sum->getFirstTerm(); term; term = term->next) {
+      columns.push_back(placeOf(term->var));
+      ++start[static_cast<std::size_t>(columns.back()) + 2];
+    }
   }
   std::partial_sum(start.get(), start.get() + columnCount + 2, start.get());
   const CoinBigIndex count = start[columnCount + 1];
   auto rows = std::make_unique_for_overwrite<int[]>(static_cast<std::size_t>(count));
   auto values = std::make_unique_for_overwrite<double[]>(static_cast<std::size_t>(count));
+  auto column = columns.begin();
   for (std::size_t i = 0; i < _rows.size(); ++i) {
     for (const auto* term = _rows[i].sum->getFirstTerm(); term; term = term->next) {
-      const CoinBigIndex k = start[columnOf(term) + 1]++;
+      const CoinBigIndex k = start[static_cast<std::size_t>(*column++) + 1]++;
       rows[static_cast<std::size_t>(k)] = static_cast<int>(i);
       values[static_cast<std::size_t>(k)] = term->coef;
     }

@@ -11,9 +11,9 @@
 void TavTextWriter::look() {
   constexpr std::streamsize kMostDigits = 32;
   _precision = static_cast<int>(_os.precision());
-  _plain = _os.width() == 0 &&
-           (_os.flags() & ~std::ios_base::unitbuf) == (std::ios_base::skipws | std::ios_base::dec) &&
-           _os.precision() >= 0 && _os.precision() <= kMostDigits && _os.getloc() == std::locale::classic();
+  _collects = _os.width() == 0;
+  _converts = _collects && (_os.flags() & ~std::ios_base::unitbuf) == (std::ios_base::skipws | std::ios_base::dec) &&
+              _os.precision() >= 0 && _os.precision() <= kMostDigits && _os.getloc() == std::locale::classic();
 }
 
 void TavTextWriter::flush() {
@@ -27,7 +27,7 @@ char* TavTextWriter::room(std::size_t bytes) {
 }
 
 TavTextWriter& TavTextWriter::operator<<(std::string_view text) {
-  if (!_plain) {
+  if (!_collects) {
     _os << text;
   } else if (text.size() > kRoom) {
     flush();
@@ -40,7 +40,8 @@ TavTextWriter& TavTextWriter::operator<<(std::string_view text) {
 }
 
 TavTextWriter& TavTextWriter::operator<<(TavInt number) {
-  if (!_plain) {
+  if (!_converts) {
+    flush();
     _os << number;
     return *this;
   }
@@ -50,7 +51,8 @@ TavTextWriter& TavTextWriter::operator<<(TavInt number) {
 }
 
 TavTextWriter& TavTextWriter::operator<<(double number) {
-  if (!_plain) {
+  if (!_converts) {
+    flush();
     _os << number;
     return *this;
   }

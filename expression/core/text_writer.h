@@ -10,8 +10,9 @@
 #pragma GCC visibility push(default)
 
 /// Writes exactly the characters that inserting the same pieces into the stream would write, in the stream's own
-/// format. Where that format is the default one, in the classic locale, pieces are collected and numbers converted by
-/// std::to_chars, which is about three times as fast; a stream of any other state gets each piece by insertion.
+/// format. Pieces are collected unless the stream has a width for the next one. Where the format is the default one, in
+/// the classic locale, numbers are converted by std::to_chars, which is about three times as fast; a stream of any other
+/// format gets each number by insertion.
 class TavTextWriter {
  public:
   /// A writer to the stream, which must outlive it. Nothing is written by its end: call flush().
@@ -39,7 +40,9 @@ class TavTextWriter {
   static constexpr std::size_t kLongestNumber = 48;
 
   std::ostream& _os;
-  bool _plain = false;
+  /// Texts may be collected; numbers may be converted.
+  bool _collects = false;
+  bool _converts = false;
   int _precision = 0;
   std::size_t _size = 0;
   char _text[kRoom];

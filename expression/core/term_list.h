@@ -84,16 +84,24 @@ class TavLooseTerms {
   TavLooseTerms(const TavLooseTerms&) = delete;
   TavLooseTerms& operator=(const TavLooseTerms&) = delete;
   ~TavLooseTerms() {
-    if (_terms.first) _env->recycleTerms(_terms.first, _terms.last);
+    if (_first) _env->recycleTerms(_first, _last);
   }
   /// One cell more, behind the others. Throws std::bad_alloc.
-  void add(TavNumVarI* var, double coef) { _terms.append(_env->newTerm(var, coef)); }
+  void add(TavNumVarI* var, double coef) {
+    *_link = _last = _env->newTerm(var, coef);
+    _link = &_last->next;
+  }
   /// Puts all at the end of `list`.
-  void giveTo(TavTermList& list) noexcept { list.splice(_terms); }
+  void giveTo(TavTermList& list) noexcept {
+    TavTermList terms{std::exchange(_first, nullptr), _last};
+    list.splice(terms);
+  }
 
  private:
   TavEnvI* _env;
-  TavTermList _terms;
+  TavNumLinExprTermI* _first = nullptr;
+  TavNumLinExprTermI* _last = nullptr;
+  TavNumLinExprTermI** _link = &_first;
 };
 
 /// A part in no list, which goes unless it is taken. Its reference is added when a list takes it.

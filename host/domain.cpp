@@ -7,16 +7,6 @@
 
 namespace {
 
-/// The bounds of a list: its least and greatest value, 0 and 0 when it is empty.
-template <class Array>
-void boundsOf(Array values, double& lb, double& ub) {
-  lb = ub = values.getSize() > 0 ? static_cast<double>(values[0]) : 0.0;
-  for (TavInt i = 1; i < values.getSize(); ++i) {
-    lb = std::min(lb, static_cast<double>(values[i]));
-    ub = std::max(ub, static_cast<double>(values[i]));
-  }
-}
-
 template <class Array>
 bool holds(Array values, double value) {
   for (TavInt i = 0; i < values.getSize(); ++i) {
@@ -47,6 +37,15 @@ void takeValues(Array& list, Array values) {
 
 }  // namespace
 
+template <class Array>
+void TavBoundedDomainI::setBoundsBy(Array values) noexcept {
+  _lb = _ub = values.getSize() > 0 ? static_cast<double>(values[0]) : 0.0;
+  for (TavInt i = 1; i < values.getSize(); ++i) {
+    _lb = std::min(_lb, static_cast<double>(values[i]));
+    _ub = std::max(_ub, static_cast<double>(values[i]));
+  }
+}
+
 void TavBoundedDomainI::end(TavEnvI*) {
   getNumValues().end();
   getIntValues().end();
@@ -62,12 +61,12 @@ void TavBoundedDomainI::display(std::ostream& os) const {
 // ---- TavNumVarDomainI
 
 bool TavNumVarDomainI::contains(double value) const {
-  return value >= _lb && value <= _ub && (!_values.getImpl() || holds(_values, value));
+  return value >= getLB() && value <= getUB() && (!_values.getImpl() || holds(_values, value));
 }
 
 void TavNumVarDomainI::setNumValues(TavNumArray values) {
   takeValues(_values, values);
-  boundsOf(values, _lb, _ub);
+  setBoundsBy(values);
 }
 
 void TavNumVarDomainI::setIntValues(TavIntArray values) {
@@ -76,23 +75,23 @@ void TavNumVarDomainI::setIntValues(TavIntArray values) {
 }
 
 TavVarDomainI* TavNumVarDomainI::makeCopy(TavEnvI* env) const {
-  if (!_values.getImpl()) return new (env) TavNumVarDomainI(_lb, _ub);
+  if (!_values.getImpl()) return new (env) TavNumVarDomainI(getLB(), getUB());
   auto* copy = new (env) TavNumVarDomainI(copyInto(env, _values));
-  copy->_lb = _lb;
-  copy->_ub = _ub;
+  copy->setLB(getLB());
+  copy->setUB(getUB());
   return copy;
 }
 
 // ---- TavIntVarDomainI
 
 bool TavIntVarDomainI::contains(double value) const {
-  if (value < _lb || value > _ub) return false;
+  if (value < getLB() || value > getUB()) return false;
   return _values.getImpl() ? holds(_values, value) : std::trunc(value) == value;
 }
 
 TavInt TavIntVarDomainI::getSize() const {
   if (_values.getImpl()) return _values.getSize();
-  return std::isfinite(_lb) && std::isfinite(_ub) ? std::max<TavInt>(0, TavTrunc(_ub - _lb) + 1) : -1;
+  return std::isfinite(getLB()) && std::isfinite(getUB()) ? std::max<TavInt>(0, TavTrunc(getUB() - getLB()) + 1) : -1;
 }
 
 void TavIntVarDomainI::setNumValues(TavNumArray values) {
@@ -104,14 +103,14 @@ void TavIntVarDomainI::setNumValues(TavNumArray values) {
 
 void TavIntVarDomainI::setIntValues(TavIntArray values) {
   takeValues(_values, values);
-  boundsOf(values, _lb, _ub);
+  setBoundsBy(values);
 }
 
 TavVarDomainI* TavIntVarDomainI::makeCopy(TavEnvI* env) const {
   auto* copy = _values.getImpl() ? new (env) TavIntVarDomainI(copyInto(env, _values), _any)
                                  : new (env) TavIntVarDomainI(0, 0, _any);
-  copy->_lb = _lb;
-  copy->_ub = _ub;
+  copy->setLB(getLB());
+  copy->setUB(getUB());
   return copy;
 }
 

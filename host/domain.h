@@ -57,10 +57,14 @@ class TavVarDomainI : public TavMemoryManagerObjectI {
   ~TavVarDomainI() override = default;
 };
 
-/// What the three kinds of domain share: the flag and how a domain ends and prints. Prints "[lb .. ub] ", or the values
-/// as "{a, b} ".
+/// What the three kinds of domain share: the bounds, the flag and how a domain ends and prints. Prints "[lb .. ub] ",
+/// or the values as "{a, b} ".
 class TavBoundedDomainI : public TavVarDomainI {
  public:
+  double getLB() const final { return _lb; }
+  void setLB(double lb) final { _lb = lb; }
+  double getUB() const final { return _ub; }
+  void setUB(double ub) final { _ub = ub; }
   void end(TavEnvI* env) override;
   void display(std::ostream& os) const override;
   bool isEnumerated() const override { return getNumValues().getImpl() || getIntValues().getImpl(); }
@@ -69,22 +73,26 @@ class TavBoundedDomainI : public TavVarDomainI {
   /// The environment keeps the domain from now on.
   void share() noexcept { _shared = true; }
 
+ protected:
+  /// A private domain of these bounds.
+  TavBoundedDomainI(double lb, double ub) noexcept : _lb(lb), _ub(ub) {}
+  /// Bounds become the least and the greatest value of the list, 0 and 0 when it is empty.
+  template <class Array>
+  void setBoundsBy(Array values) noexcept;
+
  private:
   bool _shared = false;
+  double _lb, _ub;
 };
 
 /// Real numbers between two bounds, or a list of them.
 class TavNumVarDomainI final : public TavBoundedDomainI {
  public:
   /// Bounds alone.
-  TavNumVarDomainI(double lb, double ub) noexcept : _lb(lb), _ub(ub) {}
+  TavNumVarDomainI(double lb, double ub) noexcept : TavBoundedDomainI(lb, ub) {}
   /// Takes the array over.
-  explicit TavNumVarDomainI(TavNumArray values) { TavNumVarDomainI::setNumValues(values); }
+  explicit TavNumVarDomainI(TavNumArray values) : TavNumVarDomainI(0.0, 0.0) { TavNumVarDomainI::setNumValues(values); }
 
-  double getLB() const override { return _lb; }
-  void setLB(double lb) override { _lb = lb; }
-  double getUB() const override { return _ub; }
-  void setUB(double ub) override { _ub = ub; }
   TavNumVarKind::Type getType() const override { return TavNumVarKind::Float; }
   bool contains(double value) const override;
   TavInt getSize() const override { return _values.getImpl() ? _values.getSize() : -1; }
@@ -95,8 +103,6 @@ class TavNumVarDomainI final : public TavBoundedDomainI {
   TavVarDomainI* makeCopy(TavEnvI* env) const override;
 
  private:
-  double _lb = 0.0;
-  double _ub = 0.0;
   TavNumArray _values;
 };
 
@@ -105,14 +111,12 @@ class TavIntVarDomainI : public TavBoundedDomainI {
  public:
   /// Bounds alone; `flag` 1 says that values are objects.
   TavIntVarDomainI(TavInt lb, TavInt ub, TavInt flag) noexcept
-      : _lb(static_cast<double>(lb)), _ub(static_cast<double>(ub)), _any(flag != 0) {}
+      : TavBoundedDomainI(static_cast<double>(lb), static_cast<double>(ub)), _any(flag != 0) {}
   /// Takes the array over; `anyFlag` 1 says that its words are objects.
-  TavIntVarDomainI(TavIntArray values, TavInt anyFlag) : _any(anyFlag != 0) { TavIntVarDomainI::setIntValues(values); }
+  TavIntVarDomainI(TavIntArray values, TavInt anyFlag) : TavIntVarDomainI(0, 0, anyFlag) {
+    TavIntVarDomainI::setIntValues(values);
+  }
 
-  double getLB() const override { return _lb; }
-  void setLB(double lb) override { _lb = lb; }
-  double getUB() const override { return _ub; }
-  void setUB(double ub) override { _ub = ub; }
   TavNumVarKind::Type getType() const override { return TavNumVarKind::Int; }
   bool contains(double value) const override;
   TavInt getSize() const override;
@@ -124,8 +128,6 @@ class TavIntVarDomainI : public TavBoundedDomainI {
   TavVarDomainI* makeCopy(TavEnvI* env) const override;
 
  private:
-  double _lb = 0.0;
-  double _ub = 0.0;
   TavIntArray _values;
   bool _any = false;
 };

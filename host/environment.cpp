@@ -1,7 +1,6 @@
 #include "host/environment.h"
 
 #include <algorithm>
-#include <bit>
 #include <cassert>
 #include <exception>
 #include <new>
@@ -346,33 +345,21 @@ std::size_t TavEnvI::DomainHash::operator()(const DomainKey& key) const noexcept
   return static_cast<std::size_t>(hash ^ (hash >> 32));
 }
 
-template <class Bound, class Make>
-TavVarDomainI* TavEnvI::findOrMake(TavNumVarKind::Type type, Bound lb, Bound ub, Make make) {
-  const auto bits = [](auto bound) { return std::bit_cast<std::uint64_t>(static_cast<double>(bound)); };
-  const DomainKey key{type, bits(lb), bits(ub)};
-  if (!_lastDomain || key != _lastKey) {
-    _lastDomain = _domains.try_emplace(key, nullptr).first->second;
-    _lastKey = key;
+template <class Domain, class... Args>
+TavVarDomainI* TavEnvI::findOrMake(const DomainKey& key, Args... args) {
+  _lastKey = DomainKey();
+  TavBoundedDomainI*& entry = _domains[key];
+  if (!entry || !key.saysSo(*entry)) {
+    entry = nullptr;
+    entry = new (this) Domain(args...);
+    entry->share();
   }
-  // An array-wide change of bounds edits shared domains in place: a hit counts only while it still says what it was
-  // found under.
-  if (!_lastDomain || bits(_lastDomain->getLB()) != key.lb || bits(_lastDomain->getUB()) != key.ub) {
-    _lastDomain = nullptr;
-    auto* fresh = make();
-    fresh->share();
-    _domains[key] = fresh;
-    _lastDomain = fresh;
-  }
-  return _lastDomain;
+  _lastKey = key;
+  return _lastDomain = entry;
 }
 
-TavVarDomainI* TavEnvI::getOrMakeSharedDomain(double lb, double ub) {
-  return findOrMake(TavNumVarKind::Float, lb, ub, [&] { return new (this) TavNumVarDomainI(lb, ub); });
-}
-
-TavVarDomainI* TavEnvI::getOrMakeSharedDomain(TavInt lb, TavInt ub) {
-  return findOrMake(TavNumVarKind::Int, lb, ub, [&] { return new (this) TavIntVarDomainI(lb, ub, 0); });
-}
+template TavVarDomainI* TavEnvI::findOrMake<TavNumVarDomainI>(const DomainKey&, double, double);
+template TavVarDomainI* TavEnvI::findOrMake<TavIntVarDomainI>(const DomainKey&, TavInt, TavInt, TavInt);
 
 TavVarDomainI* TavEnvI::getOrMakeSharedDomain(const TavNumRangeI* range) {
   return getOrMakeSharedDomain(range->getLB(), range->getUB());

@@ -1,6 +1,7 @@
 #pragma once
 /// The environment: owner of all objects and of their memory, meeting point of models and algorithms.
 
+#include <bit>
 #include <functional>
 #include <unordered_map>
 #include <unordered_set>
@@ -170,9 +171,16 @@ class TavEnvI {
   void release(TavNumExprI* node);
 
   /// The shared domain of these bounds: real numbers.
-  TavVarDomainI* getOrMakeSharedDomain(double lb, double ub);
+  TavVarDomainI* getOrMakeSharedDomain(double lb, double ub) {
+    const DomainKey key(TavNumVarKind::Float, lb, ub);
+    return key == _lastKey && key.saysSo(*_lastDomain) ? _lastDomain : findOrMake<TavNumVarDomainI>(key, lb, ub);
+  }
   /// The shared domain of these bounds: whole numbers, of type Int also for 0 and 1.
-  TavVarDomainI* getOrMakeSharedDomain(TavInt lb, TavInt ub);
+  TavVarDomainI* getOrMakeSharedDomain(TavInt lb, TavInt ub) {
+    const DomainKey key(TavNumVarKind::Int, static_cast<double>(lb), static_cast<double>(ub));
+    return key == _lastKey && key.saysSo(*_lastDomain) ? _lastDomain
+                                                       : findOrMake<TavIntVarDomainI>(key, lb, ub, TavInt{0});
+  }
   TavVarDomainI* getOrMakeSharedDomain(const TavNumRangeI* range);
   TavVarDomainI* getOrMakeSharedDomain(const TavIntRangeI* range);
 
@@ -242,15 +250,24 @@ class TavEnvI {
 
   /// Kind and bits of the bounds.
   struct DomainKey {
-    TavNumVarKind::Type type;
-    std::uint64_t lb, ub;
+    /// The key of no domain: a Boolean one, which is never shared.
+    DomainKey() = default;
+    DomainKey(TavNumVarKind::Type kind, double lower, double upper) noexcept
+        : type(kind), lb(std::bit_cast<std::uint64_t>(lower)), ub(std::bit_cast<std::uint64_t>(upper)) {}
     bool operator==(const DomainKey&) const noexcept = default;
+    /// Whether the domain still has these bounds: an array-wide change edits shared domains in place.
+    bool saysSo(const TavBoundedDomainI& domain) const noexcept {
+      return DomainKey(type, domain.getLB(), domain.getUB()) == *this;
+    }
+    TavNumVarKind::Type type = TavNumVarKind::Bool;
+    std::uint64_t lb = 0, ub = 0;
   };
   struct DomainHash {
     std::size_t operator()(const DomainKey& key) const noexcept;
   };
-  template <class Bound, class Make>
-  TavVarDomainI* findOrMake(TavNumVarKind::Type type, Bound lb, Bound ub, Make make);
+  /// The shared domain of this key, or a new Domain(args...).
+  template <class Domain, class... Args>
+  TavVarDomainI* findOrMake(const DomainKey& key, Args... args);
 
   TavMemory _memory;
   TavFixedSizeAllocatorI _termPool;
@@ -278,10 +295,10 @@ class TavEnvI {
   std::function<void(const TavChange&)> _listener;
   TavCloneMap _clones;
   TavClonePass* _clonePass = nullptr;
-  std::unordered_map<DomainKey, TavVarDomainI*, DomainHash> _domains;
+  std::unordered_map<DomainKey, TavBoundedDomainI*, DomainHash> _domains;
   /// The pair that was asked for last: variables that are made one by one mostly ask for the same.
-  DomainKey _lastKey{};
-  TavVarDomainI* _lastDomain = nullptr;
+  DomainKey _lastKey;
+  TavBoundedDomainI* _lastDomain = nullptr;
   TavModelEvaluator::Source _evaluator;
   TavTupleEncoderI* _tupleEncoder = nullptr;
 };

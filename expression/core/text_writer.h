@@ -11,8 +11,8 @@
 
 /// Writes exactly the characters that inserting the same pieces into the stream would write, in the stream's own
 /// format. Pieces are collected unless the stream has a width for the next one. Where the format is the default one, in
-/// the classic locale, numbers are converted by std::to_chars, which is about three times as fast; a stream of any other
-/// format gets each number by insertion.
+/// the classic locale, numbers are converted by std::to_chars, which is about three times as fast; a stream of any
+/// other format gets each number by insertion.
 class TavTextWriter {
  public:
   /// A writer to the stream, which must outlive it. Nothing is written by its end: call flush().

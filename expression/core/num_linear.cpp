@@ -88,6 +88,7 @@ void TavNumLinTermI::divide(double d) {
 template <class MarkOf>
 TavInt TavNumLinTermI::merge(MarkOf markOf) noexcept {
   TavInt merged = 0;
+  TavTermList dropped;  // goes back in its order, so that the next sum finds its cells one behind the other
   _terms.last = nullptr;
   for (TavNumLinExprTermI** link = &_terms.first; *link;) {
     TavNumLinExprTermI* cell = *link;
@@ -101,8 +102,9 @@ TavInt TavNumLinTermI::merge(MarkOf markOf) noexcept {
       continue;
     }
     *link = cell->next;
-    getEnv()->recycleTerm(cell);
+    dropped.append(cell);
   }
+  if (dropped.first) getEnv()->recycleTerms(dropped.first, dropped.last);
   return merged;
 }
 

@@ -56,13 +56,13 @@ TavEnvI::~TavEnvI() {
   for (std::size_t id = _table.size(); id-- > 0;) {
     if (TavExtractableI* object = objectAt(id)) object->~TavExtractableI();
   }
-  const auto destruct = [](auto first, auto last) {
-    for (; first != last; ++first) {
-      if (*first) (*first)->~TavExtractableI();
-    }
+  const auto destruct = [](TavExtractableI* object) {
+    if (object) object->~TavExtractableI();
   };
-  destruct(_marked.data(), _marked.data() + _marked.size());
-  for (const Removal* removal = _removals; removal; removal = removal->outer) destruct(removal->first, removal->last);
+  for (std::size_t i = 0; i < _marked.size(); ++i) destruct(_marked[i].object);
+  for (const Removal* removal = _removals; removal; removal = removal->outer) {
+    std::for_each(removal->first, removal->last, destruct);
+  }
   _memory.endManagedObjects();
   for (TavAlgorithmI* algorithm : _algorithms) algorithm->_env = nullptr;
 }
@@ -76,38 +76,40 @@ TavExtractableI* TavEnvI::objectAt(std::size_t id) const noexcept {
 
 void TavEnvI::markRemoved(TavExtractableI* object) {
   if (isRemoved(object)) return;
-  _marked.push_back(object);
-  _table[static_cast<std::size_t>(object->getId())] = removedEntry();
+  const auto id = static_cast<std::size_t>(object->getId());
+  _marked.push_back({object, id});
+  _table[id] = removedEntry();
 }
 
 void TavEnvI::markRemoved(TavExtractableArray objects) {
   TavInt left = objects.getSize();
   const std::size_t count = _marked.size();
   _marked.resize(count + static_cast<std::size_t>(left));
-  TavExtractableI** next = _marked.data() + count;
+  Mark* next = _marked.data() + count;
   for (TavArrayReader<TavExtractableI*> reader(objects.getImpl()); left > 0; --left) {
     TavExtractableI* object = reader.next();
     if (!object || object->getEnv() != this || isRemoved(object)) continue;
-    _table[static_cast<std::size_t>(object->getId())] = removedEntry();
-    *next++ = object;
+    const auto id = static_cast<std::size_t>(object->getId());
+    _table[id] = removedEntry();
+    *next++ = {object, id};
   }
   _marked.resize(static_cast<std::size_t>(next - _marked.data()));
 }
 
 void TavEnvI::restoreMarks(std::size_t count) noexcept {
   for (std::size_t i = count; i < _marked.size(); ++i) {
-    if (TavExtractableI* object = _marked[i]) _table[static_cast<std::size_t>(object->getId())] = object;
+    if (_marked[i].object) _table[_marked[i].id] = _marked[i].object;
   }
   if (_marked.size() > count) _marked.resize(count);  // shorter: takes no memory
 }
 
 void TavEnvI::forgetMark(TavExtractableI* object) noexcept {
-  const auto forget = [object](auto first, auto last) {
-    const auto found = std::find(first, last, object);
-    if (found != last) *found = nullptr;
-  };
-  forget(_marked.data(), _marked.data() + _marked.size());
-  for (const Removal* removal = _removals; removal; removal = removal->outer) forget(removal->first, removal->last);
+  for (std::size_t i = 0; i < _marked.size(); ++i) {
+    if (_marked[i].object == object) _marked[i].object = nullptr;
+  }
+  for (const Removal* removal = _removals; removal; removal = removal->outer) {
+    std::replace(removal->first, removal->last, object, static_cast<TavExtractableI*>(nullptr));
+  }
 }
 
 // ---- cells and mark arrays

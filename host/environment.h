@@ -280,9 +280,15 @@ class TavEnvI {
   TavTable<TavExtractableI*> _table;
   TavInt _freeId = -1;
   TavInt _liveObjects = 0;
+  /// A marked object, null when it was destroyed meanwhile, and its identifier: to take many marks back the objects
+  /// themselves are not looked at.
+  struct Mark {
+    TavExtractableI* object;
+    std::size_t id;
+  };
   /// Objects whose entry is the mark, in order of marking: by markRemoved, and by the removals under way, the innermost
-  /// first. Null for one that was destroyed meanwhile.
-  TavTable<TavExtractableI*> _marked;
+  /// first.
+  TavTable<Mark> _marked;
   Removal* _removals = nullptr;
   /// Where a removal notes what a hook throws while objects are destroyed.
   TavFirstFailure* _failure = nullptr;

@@ -107,7 +107,8 @@ inline double medianOf(std::vector<double> values) {
   return *middle;
 }
 
-/// Lets both sides work in turns for `raceSeconds`, at least three times. Reports the medians in nanoseconds per item
+/// Lets both sides work for `raceSeconds`, at least three rounds of library, other, other, library: each works once after
+/// itself and once after the other, which has emptied the caches. Reports the medians in nanoseconds per item
 /// and, as `ratio`, the median of library / other over the rounds; for cold sides also the bytes per item, for printing
 /// ones the megabytes a second. Fails when the two results differ.
 template <RaceSide Library, RaceSide Other>
@@ -120,12 +121,11 @@ void race(benchmark::State& state, Library& library, Other& other) {
   for (auto _ : state) {
     std::vector<double> times, otherTimes, ratios;
     const double begin = computedSeconds();
-    for (bool libraryFirst = true; times.size() < 3 || computedSeconds() - begin < raceSeconds;
-         libraryFirst = !libraryFirst) {
-      const double first = libraryFirst ? timeOneRun(library) : timeOneRun(other);
-      const double second = libraryFirst ? timeOneRun(other) : timeOneRun(library);
-      times.push_back(libraryFirst ? first : second);
-      otherTimes.push_back(libraryFirst ? second : first);
+    while (times.size() < 3 || computedSeconds() - begin < raceSeconds) {
+      const double first = timeOneRun(library);
+      const double second = timeOneRun(other), third = timeOneRun(other);
+      times.push_back((first + timeOneRun(library)) / 2);
+      otherTimes.push_back((second + third) / 2);
       ratios.push_back(times.back() / otherTimes.back());
     }
     const double time = medianOf(times), otherTime = medianOf(otherTimes);

@@ -115,9 +115,9 @@ void* SolverAlgorithmI::relaxColumns(const TavConversionI* conversion) {
   return setPlace(conversion, kKnown);
 }
 
-CoinPackedMatrix SolverAlgorithmI::gather() const {
+std::unique_ptr<CoinPackedMatrix> SolverAlgorithmI::gather() const {
   const std::size_t columnCount = _columns.size();
-  // Column by column, as the solver keeps it. start[j + 1] says where column j goes on, in the end where it ended.
+  // start[j + 1] says where column j goes on, in the end where it ended.
   auto start = std::make_unique<CoinBigIndex[]>(columnCount + 2);
   std::vector<int> columns;  // of all terms in their order: from a term to its column is a long way in memory
   for (const Row& row : _rows) {
@@ -138,18 +138,17 @@ CoinPackedMatrix SolverAlgorithmI::gather() const {
       values[static_cast<std::size_t>(k)] = term->coef;
     }
   }
-  CoinPackedMatrix matrix;
+  auto matrix = std::make_unique<CoinPackedMatrix>();
   double* takenValues = values.release();
   int* takenRows = rows.release();
   CoinBigIndex* takenStart = start.release();
   int* lengths = nullptr;
-  matrix.assignMatrix(true, static_cast<int>(_rows.size()), static_cast<int>(columnCount), count, takenValues,
-                      takenRows, takenStart, lengths);
+  matrix->assignMatrix(true, static_cast<int>(_rows.size()), static_cast<int>(columnCount), count, takenValues,
+                       takenRows, takenStart, lengths);
   return matrix;
 }
 
 void SolverAlgorithmI::load() {
-  const CoinPackedMatrix matrix = gather();
   std::vector<double> rowLower(_rows.size()), rowUpper(_rows.size()), lower(_columns.size()), upper(_columns.size());
   for (std::size_t i = 0; i < _rows.size(); ++i) {
     rowLower[i] = solverBound(_rows[i].lb - _rows[i].constant, false);
@@ -158,7 +157,11 @@ void SolverAlgorithmI::load() {
   for (std::size_t j = 0; j < _columns.size(); ++j) {
     std::tie(lower[j], upper[j]) = solverBounds(_columns[j].variable);
   }
-  _solver->loadProblem(matrix, lower.data(), upper.data(), _costs.data(), rowLower.data(), rowUpper.data());
+  // Loaded without a coefficient, the solver then takes the matrix as it is instead of a copy.
+  CoinPackedMatrix none;
+  none.setDimensions(static_cast<int>(_rows.size()), static_cast<int>(_columns.size()));
+  _solver->loadProblem(none, lower.data(), upper.data(), _costs.data(), rowLower.data(), rowUpper.data());
+  _solver->getModelPtr()->replaceMatrix(gather().release(), true);
   _solver->setObjSense(_maximise ? -1.0 : 1.0);
   _solver->setDblParam(OsiObjOffset, -_costConstant);
   for (std::size_t j = 0; j < _columns.size(); ++j) {

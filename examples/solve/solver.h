@@ -77,8 +77,8 @@ class SolverAlgorithmI final : public TavAlgorithmI {
 
   int placeOf(const TavExtractableI* object) const;
   void* setPlace(const TavExtractableI* object, int place);
-  /// The coefficients of all rows.
-  CoinPackedMatrix gather() const;
+  /// The coefficients of all rows, column by column, for the solver to own.
+  std::unique_ptr<CoinPackedMatrix> gather() const;
   void load();
   void pushColumn(int column);
   void addSemiContinuous(CbcModel& search) const;

@@ -107,8 +107,8 @@ inline double medianOf(std::vector<double> values) {
   return *middle;
 }
 
-/// Lets both sides work for `raceSeconds`, at least three rounds of library, other, other, library: each works once after
-/// itself and once after the other, which has emptied the caches. Reports the medians in nanoseconds per item
+/// Lets both sides work for `raceSeconds`, at least three rounds of library, other, other, library: each works once
+/// after itself and once after the other, which has emptied the caches. Reports the medians in nanoseconds per item
 /// and, as `ratio`, the median of library / other over the rounds; for cold sides also the bytes per item, for printing
 /// ones the megabytes a second. Fails when the two results differ.
 template <RaceSide Library, RaceSide Other>

@@ -18,6 +18,7 @@
 #include <concepts>
 #include <iosfwd>
 
+#include "host/prefetch.h"
 #include "host/tavhost.h"
 
 #pragma GCC visibility push(default)
@@ -417,6 +418,7 @@ class TavExpr : public TavNumExpr {
     double getCoef() const noexcept { return _cell->coef; }
     /// Goes on to the next term.
     LinearIterator& operator++() noexcept {
+      TavPrefetchPageAhead(_cell);
       _cell = _cell->next;
       return *this;
     }

@@ -43,6 +43,7 @@ class TavUnaryI : public TavNode<Self, Base> {
   /// The operand.
   Operand* getOperand() const noexcept { return _operand; }
   double eval(TavAlgorithm algorithm) const override {
+    TavPrefetchPageAhead(this);
     return TavDeep([this, algorithm] { return Self::apply(_operand->eval(algorithm)); });
   }
   void visitSubExtractables(TavExtractableVisitor* visitor) override {
@@ -83,6 +84,7 @@ class TavCstI : public TavNode<Self, Base> {
   /// The constant.
   Constant getConstant() const noexcept { return _constant; }
   double eval(TavAlgorithm algorithm) const override {
+    TavPrefetchPageAhead(this);
     return TavDeep([this, algorithm] { return Self::apply(_operand->eval(algorithm), _constant); });
   }
   void visitSubExtractables(TavExtractableVisitor* visitor) override {
@@ -144,6 +146,7 @@ class TavBinaryI : public TavNode<Self, Base> {
   /// The second operand.
   Operand* getRight() const noexcept { return _right; }
   double eval(TavAlgorithm algorithm) const override {
+    TavPrefetchPageAhead(this);
     return TavDeep([this, algorithm] {
       const double left = _left->eval(algorithm);
       return Self::apply(left, _right->eval(algorithm));

@@ -90,8 +90,14 @@ TavInt TavNumLinTermI::merge(MarkOf markOf) noexcept {
   TavInt merged = 0;
   TavTermList dropped;  // goes back in its order, so that the next sum finds its cells one behind the other
   _terms.last = nullptr;
+  const TavNumLinExprTermI* ahead = _terms.first;  // by some cells: their representatives are asked for in time
+  for (int cells = 0; cells < 16 && ahead; ++cells) ahead = ahead->next;
   for (TavNumLinExprTermI** link = &_terms.first; *link;) {
     TavNumLinExprTermI* cell = *link;
+    if (ahead) {
+      TavPrefetch(markOf(ahead));
+      ahead = ahead->next;
+    }
     TavNumLinExprTermI* representative = markOf(cell);
     if (cell != representative) {
       representative->coef += cell->coef;

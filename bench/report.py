@@ -153,7 +153,7 @@ def write_text(path, roads, twins, races, machine):
 
 Written by `scripts/bench --docs`: {machine}. Times are computing time, medians over rounds in turns and over several
 processes; a ratio is the median of the ratios of the rounds. What was measured is in [bench/](../bench): a road is written
-once (`roads.h`), a contender is one class (`library.h`, `by_hand_world.h`, `peers/`).
+once (`*_roads.h`), a contender is one class (`library.h`, `by_hand_world.h`, `peers/`).
 
 ![Time of others, the library's being 1](speed.svg)
 

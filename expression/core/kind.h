@@ -1,6 +1,8 @@
 #pragma once
 /// Class header for authors of algorithms: the kinds of node that operators tell apart.
 
+#include <typeinfo>
+
 #include "expression/core/int_linear.h"
 #include "expression/core/num_linear.h"
 
@@ -19,8 +21,17 @@ inline TavKind TavKindOf(const TavNumExprI* node, TavTypeInfo type) {
   return node->isType(TavNumVarI::GetTypeInfo()) ? TavKind::Variable : TavKind::Other;
 }
 
-/// The same for a node whose type is not known yet.
-inline TavKind TavKindOf(const TavNumExprI* node) { return TavKindOf(node, node->getTypeInfo()); }
+/// The same for a node whose type is not known yet. Variables and linear nodes are told by their tables, without a call;
+/// where a shared object has a table's name of its own, their tokens tell.
+inline TavKind TavKindOf(const TavNumExprI* node) {
+#ifdef __cpp_rtti
+  const std::type_info* type = &typeid(*node);
+  if (type == &typeid(TavNumVarI)) return TavKind::Variable;
+  if (type == &typeid(TavNumLinTermI)) return TavKind::NumLinear;
+  if (type == &typeid(TavIntLinTermI)) return TavKind::IntLinear;
+#endif
+  return TavKindOf(node, node->getTypeInfo());
+}
 
 /// A linear node of either kind without terms and parts.
 inline bool TavIsConstant(const TavNumExprI* node) {

@@ -6,7 +6,6 @@
 #include <cmath>
 #include <cstdint>
 #include <numeric>
-#include <tuple>
 #include <utility>
 
 namespace tavsolve {
@@ -22,9 +21,15 @@ double solverBound(double bound, bool whole) {
   return bound <= -last ? -COIN_DBL_MAX : bound;
 }
 
-std::pair<double, double> solverBounds(const TavNumVarI* variable) {
+/// What the solver is told of a column.
+struct SolverColumn {
+  double lb, ub;
+  bool whole;
+};
+
+SolverColumn solverColumn(const TavNumVarI* variable) {
   const bool whole = variable->isInteger();
-  return {solverBound(variable->getLB(), whole), solverBound(variable->getUB(), whole)};
+  return {solverBound(variable->getLB(), whole), solverBound(variable->getUB(), whole), whole};
 }
 
 double coefficientIn(const TavNumLinTermI* sum, const TavNumVarI* variable) {
@@ -119,11 +124,13 @@ std::unique_ptr<CoinPackedMatrix> SolverAlgorithmI::gather() const {
   const std::size_t columnCount = _columns.size();
   // start[j + 1] says where column j goes on, in the end where it ended.
   auto start = std::make_unique<CoinBigIndex[]>(columnCount + 2);
-  std::vector<int> columns;  // of all terms in their order: from a term to its column is a long way in memory
+  const int* place = _places.data();  // every variable of the rows has one: columns are extracted first
+  std::vector<int> columns;           // of all terms in their order: from a term to its column is a long way in memory
   for (const Row& row : _rows) {
     for (const auto* term = row.sum->getFirstTerm(); term; term = term->next) {
-      columns.push_back(placeOf(term->var));
-      ++start[static_cast<std::size_t>(columns.back()) + 2];
+      const int column = place[term->var->getId()];
+      columns.push_back(column);
+      ++start[static_cast<std::size_t>(column) + 2];
     }
   }
   std::partial_sum(start.get(), start.get() + columnCount + 2, start.get());
@@ -150,12 +157,16 @@ std::unique_ptr<CoinPackedMatrix> SolverAlgorithmI::gather() const {
 
 void SolverAlgorithmI::load() {
   std::vector<double> rowLower(_rows.size()), rowUpper(_rows.size()), lower(_columns.size()), upper(_columns.size());
+  std::vector<int> integers;
   for (std::size_t i = 0; i < _rows.size(); ++i) {
     rowLower[i] = solverBound(_rows[i].lb - _rows[i].constant, false);
     rowUpper[i] = solverBound(_rows[i].ub - _rows[i].constant, false);
   }
   for (std::size_t j = 0; j < _columns.size(); ++j) {
-    std::tie(lower[j], upper[j]) = solverBounds(_columns[j].variable);
+    const auto [lb, ub, whole] = solverColumn(_columns[j].variable);
+    lower[j] = lb;
+    upper[j] = ub;
+    if (whole && !_columns[j].relaxed) integers.push_back(static_cast<int>(j));
   }
   // Loaded without a coefficient, the solver then takes the matrix as it is instead of a copy.
   CoinPackedMatrix none;
@@ -164,18 +175,16 @@ void SolverAlgorithmI::load() {
   _solver->getModelPtr()->replaceMatrix(gather().release(), true);
   _solver->setObjSense(_maximise ? -1.0 : 1.0);
   _solver->setDblParam(OsiObjOffset, -_costConstant);
-  for (std::size_t j = 0; j < _columns.size(); ++j) {
-    if (_columns[j].variable->isInteger() && !_columns[j].relaxed) _solver->setInteger(static_cast<int>(j));
-  }
+  if (!integers.empty()) _solver->setInteger(integers.data(), static_cast<int>(integers.size()));
   _costs = {};
 }
 
 void SolverAlgorithmI::pushColumn(int column) {
   const Column& data = _columns[static_cast<std::size_t>(column)];
   // Between 0 and its threshold a semi-continuous column is kept out by branching, not by a bound.
-  const auto [lb, ub] = solverBounds(data.variable);
+  const auto [lb, ub, whole] = solverColumn(data.variable);
   _solver->setColBounds(column, lb, ub);
-  if (data.variable->isInteger() && !data.relaxed) {
+  if (whole && !data.relaxed) {
     _solver->setInteger(column);
   } else {
     _solver->setContinuous(column);

@@ -21,8 +21,8 @@ inline TavKind TavKindOf(const TavNumExprI* node, TavTypeInfo type) {
   return node->isType(TavNumVarI::GetTypeInfo()) ? TavKind::Variable : TavKind::Other;
 }
 
-/// The same for a node whose type is not known yet. Variables and linear nodes are told by their tables, without a call;
-/// where a shared object has a table's name of its own, their tokens tell.
+/// The same for a node whose type is not known yet. Variables and linear nodes are told by their tables, without a
+/// call; where a shared object has a table's name of its own, their tokens tell.
 inline TavKind TavKindOf(const TavNumExprI* node) {
 #ifdef __cpp_rtti
   const std::type_info* type = &typeid(*node);

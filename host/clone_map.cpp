@@ -16,7 +16,7 @@ void TavCloneMap::clear() noexcept {
 }
 
 void TavCloneMap::grow(std::size_t count) {
-  std::vector<Entry> old(std::max(kLeast, std::bit_ceil(4 * (_size + count) - 1)));
+  std::vector<Entry> old(std::max(kLeast, std::bit_ceil(2 * (_size + count))));
   old.swap(_entries);
   for (const Entry& entry : old) {
     if (entry.source) _entries[place(entry.source)] = entry;

@@ -282,14 +282,27 @@ TavExtractableI* TavEnvI::getCloneOnDemand(TavExtractableI* source) {
   return clone;
 }
 
+void TavEnvI::setClone(const TavExtractableI* source, TavExtractableI* clone) {
+  if (_clonePass) _clonePass->_source->separateClones();
+  separateClones();
+  _clones.set(source, clone);
+}
+
+void TavEnvI::separateClones() {
+  if (_cloneMap == &_clones) return;
+  _clones = *_cloneMap;
+  _cloneMap = &_clones;
+}
+
 void TavClonePass::makeRoom() {
-  _source->_clones.makeRoom(1);
   _target->_clones.makeRoom(1);
+  _source->_cloneMap->makeRoom(1);
 }
 
 TavClonePass::TavClonePass(TavEnvI* source, TavEnvI* target) : _source(source), _target(target) {
   _source->beginCloning();
   _target->beginCloning();
+  _source->_cloneMap = &_target->_clones;  // one map for both, as long as the pass alone writes into it
   _target->_clonePass = this;
 }
 
@@ -333,8 +346,8 @@ TavExtractableI* TavClonePass::clone(TavExtractableI* root) {
     if (_target->getClone(object)) continue;
     makeRoom();
     TavExtractableI* copy = object->makeClone(_target);
-    _source->setClone(object, copy);
-    _target->setClone(object, copy);
+    _target->_clones.set(object, copy);
+    if (_source->_cloneMap != &_target->_clones) _source->_cloneMap->set(object, copy);
   }
   return _target->getClone(root);
 }

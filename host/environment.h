@@ -144,16 +144,19 @@ class TavEnvI {
   void setChangeListener(std::function<void(const TavChange&)> listener) { _listener = std::move(listener); }
 
   /// The object's clone in the current cloning pass; null for null and for an object without one.
-  TavExtractableI* getClone(const TavExtractableI* source) const noexcept { return _clones.find(source); }
+  TavExtractableI* getClone(const TavExtractableI* source) const noexcept { return _cloneMap->find(source); }
   /// The same; while a TavClonePass into this environment is under way, an object without a clone is cloned now. For
   /// what visitors do not show: the variables of terms with coefficient 0.
   TavExtractableI* getCloneOnDemand(TavExtractableI* source);
   /// Records `clone` as the clone of `source` until endCloning().
-  void setClone(const TavExtractableI* source, TavExtractableI* clone) { _clones.set(source, clone); }
+  void setClone(const TavExtractableI* source, TavExtractableI* clone);
   /// Starts a pass with an empty map.
-  void beginCloning() { _clones.clear(); }
+  void beginCloning() noexcept {
+    _cloneMap = &_clones;
+    _clones.clear();
+  }
   /// Ends a pass: forgets all clones.
-  void endCloning() noexcept { _clones.clear(); }
+  void endCloning() noexcept { beginCloning(); }
 
   /// Deletes an object, and what its destructor gives up with it. Calls nest to a bounded depth, which keeps the memory
   /// of a tree together; a call below it queues, the outermost call drains: deep trees cost no stack.
@@ -243,6 +246,8 @@ class TavEnvI {
   /// The object with this identifier, or null for a free identifier or a mark.
   TavExtractableI* objectAt(std::size_t id) const noexcept;
   void forgetMark(TavExtractableI* object) noexcept;
+  /// Makes the map in use this environment's own.
+  void separateClones();
   struct Removal;
   /// Tells every live object that `removed`, or a batch that starts with it, is going.
   void sweepRemoved(TavExtractableI* removed, TavFirstFailure& failure);
@@ -300,6 +305,9 @@ class TavEnvI {
   std::vector<TavAlgorithmI*> _algorithms;
   std::function<void(const TavChange&)> _listener;
   TavCloneMap _clones;
+  /// The map in use; for the source of a TavClonePass it is the target's, until one of the two is told of another
+  /// clone.
+  TavCloneMap* _cloneMap = &_clones;
   TavClonePass* _clonePass = nullptr;
   std::unordered_map<DomainKey, TavBoundedDomainI*, DomainHash> _domains;
   /// The pair that was asked for last: variables that are made one by one mostly ask for the same.
@@ -309,8 +317,8 @@ class TavEnvI {
   TavTupleEncoderI* _tupleEncoder = nullptr;
 };
 
-/// Clones what a root reaches into another environment, operands first, without recursion; each pair is recorded in
-/// both environments for as long as the pass lives.
+/// Clones what a root reaches into another environment, operands first, without recursion; both environments know each
+/// pair for as long as the pass lives.
 class TavClonePass {
  public:
   /// Starts a pass from `source` into `target`.

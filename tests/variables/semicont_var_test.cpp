@@ -24,7 +24,7 @@ TEST_F(SemiContVar, ANewThresholdIsReportedWithTheOldOne) {
 }
 
 TEST_F(SemiContVar, ACloneKeepsTheThresholdAlone) {
-  const TavSemiContVar x(env, 2, 10, TavNumVar::Int, "x"), replacement(other, 1, 1);
+  const TavSemiContVar x(env, 2, 10, TavNumVar::Int, "x"), later(env, 0, 1), replacement(other, 1, 1);
   TavClonePass pass(env.getImpl(), other.getImpl());
   auto* clone = static_cast<TavSemiContVarI*>(pass.clone(x.getImpl()));
   EXPECT_EQ(clone->getThreshold(), 2.0);
@@ -33,6 +33,9 @@ TEST_F(SemiContVar, ACloneKeepsTheThresholdAlone) {
   x.setClone(replacement, other);
   EXPECT_EQ(x.getClone(other).getImpl(), replacement.getImpl());
   EXPECT_EQ(x.getClone().getImpl(), clone);
+  auto* laterClone = pass.clone(later.getImpl());  // both environments hear of it, whatever else they were told
+  EXPECT_EQ(later.getClone().getImpl(), laterClone);
+  EXPECT_EQ(later.getClone(other).getImpl(), laterClone);
   x.setClone(replacement);
   EXPECT_EQ(x.getClone().getImpl(), replacement.getImpl());
   refusesEmpty({[&] { TavSemiContVar().setClone(replacement); }});

@@ -54,8 +54,6 @@ ROADS = [
 # Contenders that do the same work by hand; all others are peers, which are raced at one size.
 TWINS = {"hand": "by hand", "own": "own `+=`", "to_chars": "`std::to_chars`", "arrays": "from arrays"}
 PEER_SIZE = 100_000
-# A ratio that comes out a little above its goal in a noisy run is no miss.
-TOLERANCE = 1.03
 LARGE = 10_000_000
 
 
@@ -96,14 +94,14 @@ class Race:
     def misses(self):
         """What is worse than its goal, in words; empty when nothing is."""
         missed = []
-        if self.goal() is not None and self.ratio > self.goal() * TOLERANCE:
+        if self.goal() is not None and round(self.ratio, 2) > self.goal():
             missed.append("time")
         if self.contender == "hand":
             goals = GOALS.get(self.road, {})
             if self.library_ns > goals.get("ns", self.library_ns):
                 missed.append("nanoseconds")
             # Below that, what the environment itself takes counts.
-            if "bytes" in goals and self.size >= PEER_SIZE and self.library_bytes > goals["bytes"] * TOLERANCE:
+            if "bytes" in goals and self.size >= PEER_SIZE and round(self.library_bytes, 1) > goals["bytes"]:
                 missed.append("bytes")
         return " ".join(missed)
 

@@ -93,14 +93,14 @@ void TavEnvI::markRemoved(TavExtractableArray objects) {
     _table[id] = removedEntry();
     *next++ = {object, id};
   }
-  _marked.resize(static_cast<std::size_t>(next - _marked.data()));
+  _marked.truncate(static_cast<std::size_t>(next - _marked.data()));
 }
 
 void TavEnvI::restoreMarks(std::size_t count) noexcept {
   for (std::size_t i = count; i < _marked.size(); ++i) {
     if (_marked[i].object) _table[_marked[i].id] = _marked[i].object;
   }
-  if (_marked.size() > count) _marked.resize(count);  // shorter: takes no memory
+  if (_marked.size() > count) _marked.truncate(count);
 }
 
 void TavEnvI::forgetMark(TavExtractableI* object) noexcept {

@@ -36,6 +36,8 @@ class TavTable {
     if (_size == _capacity) reserve(_size + 1);
     _words[_size++] = word;
   }
+  /// Drops the words behind the first `size`, of which there must be as many; room stays.
+  void truncate(std::size_t size) noexcept { _size = size; }
   /// Makes the row `size` words long; room stays, new words are not initialised. Throws std::bad_alloc and is then
   /// unchanged.
   void resize(std::size_t size) {

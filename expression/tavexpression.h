@@ -883,7 +883,7 @@ class TavNumExprArray : public TavHandleArray<TavNumExprArg, TavNumExprI> {
   void replaceByClone(TavEnvI* env);
 };
 
-/// The older name of the same array.
+/// Another name of TavNumExprArray.
 using TavExprArray = TavNumExprArray;
 
 /// Array of integer expressions.

@@ -24,7 +24,7 @@ class TavException : public std::exception {
   TavInt getCode() const noexcept { return _code; }
   /// Writes the message, or the class's own sentence when there is none.
   virtual void print(std::ostream& os) const;
-  /// Kept for callers that end everything they catch: an exception thrown by value owns nothing.
+  /// Does nothing: an exception thrown by value owns nothing. Code that ends everything it catches may call it.
   virtual void end() noexcept {}
   /// The message, or a sentence for the class; never null.
   const char* what() const noexcept override;

@@ -45,14 +45,14 @@ class TavTyped : public Base {
   static const char* GetRttiTypeName() { return Self::kTypeName; }
   static TavInt GetExtractableSize() { return sizeof(Self); }
 
-  // kept: the instance form never assigns an index, so classes that nobody asked for theirs all answer 0
+  // by contract: the instance form never assigns an index, so classes that nobody asked for theirs all answer 0
   TavInt getTypeIndex() const override { return TavRtti::read(_rttiIndex); }
   TavTypeInfo getTypeInfo() const override { return GetTypeInfo(); }
   bool isType(TavTypeInfo type) const override { return type == GetTypeInfo() || Base::isType(type); }
   const char* getRttiTypeName() const override { return GetRttiTypeName(); }
   TavInt getExtractableSize() const override { return GetExtractableSize(); }
   TavTypeInfo getBaseTypeInfo() const override { return GetBaseTypeInfo(); }
-  // kept: asking for the base's index goes through the base's static form and so assigns it
+  // by contract: asking for the base's index goes through the base's static form and so assigns it
   TavInt getBaseTypeIndex() const override { return Base::GetTypeIndex(); }
 };
 

@@ -17,7 +17,8 @@ class TavNumMinCstI final : public TavCstI<TavNumMinCstI, TavNumExprI, double> {
  public:
   using TavCstI::TavCstI;
   static constexpr const char* kTypeName = "TavNumMinCstI";
-  static constexpr TavTexts kTexts{{"TavMin( ", ", ", ") "}, {"min( ", ", ", ")"}};  // kept: a blank behind "min("
+  // by contract: a blank behind "min("
+  static constexpr TavTexts kTexts{{"TavMin( ", ", ", ") "}, {"min( ", ", ", ")"}};
   static double apply(double x, double c) { return c > x ? x : c; }
   bool isInteger() const override { return TavIsInteger(getOperand()) && TavNumIsInteger(getConstant()); }
 };
@@ -37,7 +38,7 @@ class TavIntMinCstI final : public TavCstI<TavIntMinCstI, TavIntExprI, TavInt> {
  public:
   using TavCstI::TavCstI;
   static constexpr const char* kTypeName = "TavIntMinCstI";
-  static constexpr TavTexts kTexts{{"( ", ", ", ") "}, {"min(", ", ", ")"}};  // kept: no name in the call syntax
+  static constexpr TavTexts kTexts{{"( ", ", ", ") "}, {"min(", ", ", ")"}};  // by contract: no name in the call syntax
   static double apply(double x, TavInt c) { return static_cast<double>(c) > x ? x : static_cast<double>(c); }
 };
 
@@ -46,7 +47,7 @@ class TavIntMaxCstI final : public TavCstI<TavIntMaxCstI, TavIntExprI, TavInt> {
  public:
   using TavCstI::TavCstI;
   static constexpr const char* kTypeName = "TavIntMaxCstI";
-  static constexpr TavTexts kTexts{{"( ", ", ", ") "}, {"max(", ", ", ")"}};  // kept: no name in the call syntax
+  static constexpr TavTexts kTexts{{"( ", ", ", ") "}, {"max(", ", ", ")"}};  // by contract: no name in the call syntax
   static double apply(double x, TavInt c) { return x > static_cast<double>(c) ? x : static_cast<double>(c); }
 };
 
@@ -108,7 +109,7 @@ class TavExtremeArrayI : public TavArrayOperandsI<Self, Base, Array> {
       if (size == 0) throw TavArrayError(Self::kEmptyText);
       double extreme = exprs[0].getImpl()->eval(algorithm);
       if (size == 1) return extreme;
-      for (TavInt i = 0; i < size; ++i) {  // kept: element 0 is evaluated a second time
+      for (TavInt i = 0; i < size; ++i) {  // by contract: element 0 is evaluated a second time
         const double value = exprs[i].getImpl()->eval(algorithm);
         if (Self::replaces(value, extreme)) extreme = value;
       }
@@ -133,7 +134,7 @@ class TavNumMinArrayI final : public TavExtremeArrayI<TavNumMinArrayI, TavNumExp
   static constexpr const char* kTypeName = "TavNumMinArrayI";
   /// What evaluating an empty array throws.
   static constexpr const char* kEmptyText = "Array of size 0 in evaluation of TavMin";
-  static constexpr TavTexts kTexts{{"TavMin( ", "", ") "}, {"min( ", "", ")"}};  // kept: a blank behind "min("
+  static constexpr TavTexts kTexts{{"TavMin( ", "", ") "}, {"min( ", "", ")"}};  // by contract: a blank behind "min("
   /// Whether v takes the place of m.
   static bool replaces(double v, double m) { return m > v; }
   bool isInteger() const override { return TavAreIntegers(getExprs()); }

@@ -3,7 +3,7 @@
 #include "expression/core/check.h"
 
 TavNumExprArg TavPower(TavNumExprArg x, TavNumExprArg y) {
-  // kept: "environments" in small letters, unlike in most other messages
+  // by contract: "environments" in small letters, unlike in most other messages
   TavRequireSameEnv(x.getImpl(), y.getImpl(), "TavPower: mixing mismatch environments");
   TavEnvI* env = x.getImpl()->getEnv();
   return TavNumExprArg(new (env) TavNumPowerI(env, x.getImpl(), y.getImpl()));

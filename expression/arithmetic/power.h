@@ -15,7 +15,7 @@ class TavNumPowerCstI final : public TavCstI<TavNumPowerCstI, TavNumExprI, doubl
   static constexpr const char* kTypeName = "TavNumPowerCstI";
   static constexpr TavTexts kTexts{{"( ", "^ ", ") "}, {"", " ^ ", ""}};
   static double apply(double x, double c) { return std::pow(x, c); }
-  // kept: a negative exponent counts as integer too, here and below
+  // by contract: a negative exponent counts as integer too, here and below
   bool isInteger() const override { return TavIsInteger(getOperand()) && TavNumIsInteger(getConstant()); }
 };
 

@@ -81,7 +81,8 @@ TavIntExprArg operator*(TavIntExprArg a, TavIntExprArg b) {
   TavRequireSameEnv(a.getImpl(), b.getImpl(),
                     "TavIntExprArg operator * const TavIntExprArg const TavIntExprArg: mixing mismatch Environments");
   TavEnvI* env = a.getImpl()->getEnv();
-  return TavIntExprArg(new (env) TavIntTimesI(env, a.getImpl(), b.getImpl()));  // kept: constants do not fold here
+  // by contract: constants do not fold here
+  return TavIntExprArg(new (env) TavIntTimesI(env, a.getImpl(), b.getImpl()));
 }
 
 // ---- quotients

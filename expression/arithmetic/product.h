@@ -31,7 +31,7 @@ class TavNumDivCstI final : public TavCstI<TavNumDivCstI, TavNumExprI, double> {
  public:
   using TavCstI::TavCstI;
   static constexpr const char* kTypeName = "TavNumDivCstI";
-  static constexpr TavTexts kTexts{{"( ", "/ ", ") "}, {"", "/ ", ""}};  // kept: no blank before the slash
+  static constexpr TavTexts kTexts{{"( ", "/ ", ") "}, {"", "/ ", ""}};  // by contract: no blank before the slash
   static double apply(double x, double c) { return x / c; }
 };
 

@@ -15,7 +15,7 @@ void requireSameSize(const A& a, const B& b) {
   }
 }
 
-// kept: "environments" in small letters, unlike in most other messages
+// by contract: "environments" in small letters, unlike in most other messages
 void requireIn(const TavEnvI* env, const TavExtractableI* factor) {
   if (TavRequireEnv(factor) != env) throw TavWrongUsage("TavScalProd: mixing mismatch environments", 0);
 }
@@ -74,7 +74,7 @@ Linear* productsOf(Array a, Array b) {
       // Held, or an uncounted linear element would be changed in place and the array would name something else.
       const TavHold left(a[i].getImpl()), right(b[i].getImpl());
       TavNodeGuard<Part> product((a[i] * b[i]).getImpl());
-      linear->append(product.get());  // kept: a part even when it is linear
+      linear->append(product.get());  // by contract: a part even when it is linear
       product.release();
     }
   };

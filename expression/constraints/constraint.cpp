@@ -29,7 +29,7 @@ void TavConstraintI::whenAddedToCP(TavAlgorithm algorithm, void* data) const {
 }
 
 void TavConstraintI::whenRemovedFromCP(TavAlgorithm algorithm, void* data) const {
-  if (!_removeFromCP) throw TavAlgorithm::ExtractFailure(nullptr, 0);  // kept: not the removal's failure
+  if (!_removeFromCP) throw TavAlgorithm::ExtractFailure(nullptr, 0);  // by contract: not the removal's failure
   _removeFromCP(algorithm, this, data);
 }
 
@@ -39,7 +39,7 @@ void TavConstConstraintI::visitSubExtractables(TavExtractableVisitor* visitor) {
 }
 
 TavExtractableI* TavConstConstraintI::makeClone(TavEnvI*) const {
-  return new (getEnv()) TavConstConstraintI(getEnv(), nullptr, _truth);  // kept: neither target nor name is used
+  return new (getEnv()) TavConstConstraintI(getEnv(), nullptr, _truth);  // by contract: neither target nor name is used
 }
 
 void TavConstConstraintI::display(std::ostream& os) const { os << (isTrue() ? "TrueConstraint " : "FalseConstraint "); }

@@ -74,7 +74,7 @@ void TavConversionRemoveVar::visitChange(TavEnvI*, TavExtractableI*, TavChangeVi
 
 // ---- handle
 
-// kept: none of the three uses the environment that it is given
+// by contract: none of the three uses the environment that it is given
 TavConversion::TavConversion(TavEnv, TavNumVar variable, TavNumVar::Type type, const char* name) {
   TavEnvI* env = TavRequireEnv(variable.getImpl());
   *this = TavConversion(new (env) TavConversionI(env, variable, type, name));

@@ -26,8 +26,9 @@ double TavCoefEdit::apply() {
     } else {
       cell->coef = _coef;
     }
-    if (old == 0.0) return 0.0;                          // kept: a stored zero changes silently
-    _node->notify(TavNumLinTermRemoveVar(_node, _var));  // kept: any change of a non-zero coefficient is a removal
+    if (old == 0.0) return 0.0;  // by contract: a stored zero changes silently
+    // by contract: any change of a non-zero coefficient is a removal
+    _node->notify(TavNumLinTermRemoveVar(_node, _var));
     return old;
   }
   if (_coef != 0.0) {
@@ -123,7 +124,7 @@ TavInt TavCoefsEdit::setUnreported() {
 }
 
 void TavCoefsEdit::apply() {
-  _node->_normalized = true;  // kept: although zeros and repeats may come in now
+  _node->_normalized = true;  // by contract: although zeros and repeats may come in now
   const TavInt first = setUnreported();
   // All marks are read before the first record goes out: a listener that edits another node uses the same marks.
   for (TavInt i = first; i < _count; ++i) cellOf(i) = _variables[i].getImpl()->getMark();

@@ -283,7 +283,7 @@ TavExpr& TavExpr::operator-=(TavNumExprArg arg) {
 void TavExpr::clear() { Edit(_impl).commit()->clear(); }
 
 void TavExpr::setNumConstant(double constant) {
-  TavTestIsLinear(_impl);  // kept: before the copy on write, so that a shared node that fails stays shared
+  TavTestIsLinear(_impl);  // by contract: before the copy on write, so that a shared node that fails stays shared
   Edit(_impl).commit()->setConstant(constant);
 }
 
@@ -321,7 +321,7 @@ bool TavExpr::normalize() {
 bool TavExpr::isNormalized() const {
   if (!_impl) throw TavEmptyHandleException();
   if (!_impl->getEnv()->normalizationSkipped) return true;
-  return getImpl()->getFirstPart() || getImpl()->normalize() == 0;  // kept: with that flag set, always true
+  return getImpl()->getFirstPart() || getImpl()->normalize() == 0;  // by contract: with that flag set, always true
 }
 
 TavExpr TavExpr::copy() const {

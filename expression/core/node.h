@@ -38,7 +38,7 @@ class TavNode : public TavTyped<Self, Base> {
   }
   /// Calls the class's `_modifyCP`. Throws TavAlgorithm::RemoveFailure when it is not installed.
   void modifyCP(TavAlgorithm algorithm, void* object) const override {
-    if (!_modifyCP) throw TavAlgorithm::RemoveFailure(nullptr, 0);  // kept: not a failure of its own
+    if (!_modifyCP) throw TavAlgorithm::RemoveFailure(nullptr, 0);  // by contract: not a failure of its own
     _modifyCP(algorithm, this, object);
   }
 };

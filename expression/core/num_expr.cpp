@@ -11,7 +11,7 @@
 // ---- TavNumExprI
 
 void TavNumExprI::end() {
-  if (--_refCount > 0) return;  // kept: the count may reach -1, that is how an uncounted node is ended
+  if (--_refCount > 0) return;  // by contract: the count may reach -1, that is how an uncounted node is ended
   TavEnvI* env = getEnv();
   if (env->deletionInterceptor) {
     env->deletionInterceptor->takeNode(this);

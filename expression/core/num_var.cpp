@@ -14,7 +14,7 @@ TavInt roundUp(double bound) { return TavTrunc(std::ceil(bound)); }
 
 /// Boolean bounds compared as doubles; the upper bound's threshold is 0, not 1.
 TavInt boolLower(double lb) { return lb < 0 ? 0 : lb > 1.0 ? 1 : TavTrunc(lb); }
-TavInt boolUpper(double ub) { return ub < 0 ? 0 : ub > 0.0 ? 1 : TavTrunc(ub); }  // kept: 0.5 gives 1
+TavInt boolUpper(double ub) { return ub < 0 ? 0 : ub > 0.0 ? 1 : TavTrunc(ub); }  // by contract: 0.5 gives 1
 
 /// A new array with the same elements from the array's own memory.
 template <class Array>
@@ -57,7 +57,7 @@ TavVarDomainI* privateNumDomain(TavEnvI* env, TavNumArray values, TavNumVar::Typ
 TavVarDomainI* privateIntDomain(TavEnvI* env, TavIntArray values, TavNumVar::Type type) {
   if (type == TavNumVar::Float) return domainOver<TavNumVarDomainI>(env, values.toNumArray());
   if (type == TavNumVar::Int) return domainOver<TavIntVarDomainI>(env, copyOf(values), TavInt{0});
-  // kept: the numeric form says the same by another class
+  // by contract: the numeric form says the same by another class
   throw TavNotImplemented("You cannot create a boolean variable by giving it an array of values");
 }
 
@@ -67,13 +67,14 @@ TavVarDomainI* privateIntDomain(TavEnvI* env, TavIntArray values, TavNumVar::Typ
 
 TavVarDomainI* TavNumVarI::domainByBounds(TavEnvI* env, double lb, double ub, Type type) {
   if (type == TavNumVar::Float) return env->getOrMakeSharedDomain(lb, ub);
-  if (type == TavNumVar::Int) return env->getOrMakeSharedDomain(roundUp(lb), roundUp(ub));  // kept: both rounded up
+  // by contract: both rounded up
+  if (type == TavNumVar::Int) return env->getOrMakeSharedDomain(roundUp(lb), roundUp(ub));
   return env->getOrMakeSharedDomain(boolLower(lb), boolUpper(ub));
 }
 
 TavVarDomainI* TavNumVarI::domainByType(TavEnvI* env, Type type, double lb, double ub) {
   if (type == TavNumVar::Float || type == TavNumVar::Int) return domainByBounds(env, lb, ub, type);
-  // kept: truncation comes first here, so that an upper bound of 0.5 gives 0
+  // by contract: truncation comes first here, so that an upper bound of 0.5 gives 0
   const TavInt lower = TavTrunc(lb);
   const TavInt upper = TavTrunc(ub);
   return env->getOrMakeSharedDomain(TavInt{lower >= 1}, TavInt{upper > 0});
@@ -161,7 +162,8 @@ void TavNumVarI::setPossibleValues(TavNumArray values) {
   } else {
     _domain = domainOver<TavNumVarDomainI>(getEnv(), copyOf(values));
   }
-  notify(TavSetNumVarPossibleValues(this, values.getImpl(), nullptr));  // kept: the caller's own array is reported
+  // by contract: the caller's own array is reported
+  notify(TavSetNumVarPossibleValues(this, values.getImpl(), nullptr));
 }
 
 void TavNumVarI::setPossibleValues(TavIntArray values) {

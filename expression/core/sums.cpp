@@ -380,7 +380,7 @@ TavIntExprArg operator-(TavIntExprArg e) { return tavdetail::times(e, TavInt{-1}
 TavNumLinExprTerm operator-(TavNumVar x) { return tavdetail::times(x, -1.0); }
 TavIntLinExprTerm operator-(TavIntVar x) { return tavdetail::times(x, TavInt{-1}); }
 TavNumLinExprTerm operator-(TavNumLinExprTerm t) noexcept {
-  return TavNumLinExprTerm(negate(t.getImpl()));  // kept: in place, so that t itself is negated too
+  return TavNumLinExprTerm(negate(t.getImpl()));  // by contract: in place, so that t itself is negated too
 }
 TavIntLinExprTerm operator-(TavIntLinExprTerm t) noexcept { return TavIntLinExprTerm(negate(t.getImpl())); }
 

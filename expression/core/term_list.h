@@ -32,7 +32,7 @@ struct TavCellList {
   }
   /// Links a loose cell in before the first one.
   void prepend(Cell* cell) noexcept {
-    // kept: a sweep may have left the tail null with cells before it; they are lost here
+    // by contract: a sweep may have left the tail null with cells before it; they are lost here
     cell->next = last ? first : nullptr;
     first = cell;
     if (!last) last = cell;

@@ -26,7 +26,7 @@ class TavConditionalI : public TavNode<Self, Base> {
     if (elseExpr) elseExpr->retain();
   }
   ~TavConditionalI() override {
-    // kept: the condition is never released
+    // by contract: the condition is never released
     if (_then) this->getEnv()->release(_then);
     if (_else) this->getEnv()->release(_else);
   }
@@ -78,7 +78,7 @@ class TavConditionalI : public TavNode<Self, Base> {
           os << _elseConstant;
         }
       }
-      // kept: the constant follows in every case, and the else branch comes again, though never as a constant
+      // by contract: the constant follows in every case, and the else branch comes again, though never as a constant
       os << _thenConstant << " : ";
       if (_else) _else->display(os);
     });

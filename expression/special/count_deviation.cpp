@@ -64,7 +64,7 @@ double TavStandardDeviationI::eval(TavAlgorithm algorithm) const {
   const double mean = sum / static_cast<double>(n);
   double squares = 0.0;
   for (TavInt i = 0; i < n; ++i) {
-    const double difference = exprs[i].eval(algorithm) - mean;  // kept: every element is evaluated twice
+    const double difference = exprs[i].eval(algorithm) - mean;  // by contract: every element is evaluated twice
     squares += difference * difference;
   }
   return std::sqrt(squares / static_cast<double>(n));

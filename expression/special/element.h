@@ -61,7 +61,7 @@ template <class Self, class Base, class Array>
 class TavConstElementI : public TavElementI<Self, Base, Array> {
  public:
   using TavElementI<Self, Base, Array>::TavElementI;
-  // kept: the array stays with the environment
+  // by contract: the array stays with the environment
   ~TavConstElementI() override { this->getEnv()->release(this->getIndex()); }
 
   double eval(TavAlgorithm algorithm) const override {

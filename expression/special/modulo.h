@@ -20,7 +20,7 @@ class TavIntModuloCstI final : public TavCstI<TavIntModuloCstI, TavIntExprI, Tav
  public:
   using TavCstI::TavCstI;
   static constexpr const char* kTypeName = "TavIntModuloCstI";
-  static constexpr TavTexts kTexts{{"( ", "% ", ") "}, {"", "% ", ""}};  // kept: no blank before the sign
+  static constexpr TavTexts kTexts{{"( ", "% ", ") "}, {"", "% ", ""}};  // by contract: no blank before the sign
   static double apply(double x, TavInt c) { return static_cast<double>(TavTrunc(x) % c); }
 };
 
@@ -29,7 +29,7 @@ class TavIntRecModuloCstI final : public TavRecCstI<TavIntRecModuloCstI, TavIntE
  public:
   using TavRecCstI::TavRecCstI;
   static constexpr const char* kTypeName = "TavIntRecModuloCstI";
-  static constexpr TavTexts kTexts{{"(", "% ", ")"}, {"", " % ", ""}};  // kept: no blanks at the parentheses
+  static constexpr TavTexts kTexts{{"(", "% ", ")"}, {"", " % ", ""}};  // by contract: no blanks at the parentheses
   static double apply(double x, TavInt c) { return static_cast<double>(c % TavTrunc(x)); }
 };
 

@@ -94,7 +94,7 @@ double TavExprPiecewiseLinearI::valueForm(double x) const {
   const TavNumArray values = _slopesOrValues;
   const TavInt n = p.getSize();
   if (n == 0) return std::numeric_limits<double>::quiet_NaN();
-  TavInt k = startIndex();  // kept: the segment follows from the first slope, wherever x lies
+  TavInt k = startIndex();  // by contract: the segment follows from the first slope, wherever x lies
   if (k == 0) return values[0] + (x - p[0]) * _first;
   if (k == n) k = n > 1 ? n - 2 : 0;  // there is no segment behind the last breakpoint: the last one inside the array
   if (k == n - 1) return values[k] + (x - p[k]) * _second;

@@ -14,7 +14,7 @@ template <class Self>
 class TavRoundingI : public TavUnaryI<Self, TavNumExprI> {
  public:
   using TavUnaryI<Self, TavNumExprI>::TavUnaryI;
-  // kept: follows the operand, although most roundings are always whole
+  // by contract: follows the operand, although most roundings are always whole
   bool isInteger() const override { return TavIsInteger(this->getOperand()); }
 };
 
@@ -55,7 +55,7 @@ class TavDistToIntI final : public TavRoundingI<TavDistToIntI> {
   static double apply(double x) { return TavRound(x); }
   double eval(TavAlgorithm algorithm) const override {
     const double nearest = TavRoundingI::eval(algorithm);
-    return std::fabs(nearest - getOperand()->eval(algorithm));  // kept: the operand is evaluated twice
+    return std::fabs(nearest - getOperand()->eval(algorithm));  // by contract: the operand is evaluated twice
   }
 };
 

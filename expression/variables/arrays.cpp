@@ -67,7 +67,7 @@ void forEachExpr(const Array& array, Do apply) {
 namespace tavdetail {
 
 const CountTexts kNumVarArrayTexts = {{
-    "TavNumVarArray::TavNumVarArray: n != 1",  // kept: the only text with a blank before the number
+    "TavNumVarArray::TavNumVarArray: n != 1",  // by contract: the only text with a blank before the number
     "TavNumVarArray::TavNumVarArray: n !=2",
     "TavNumVarArray::TavNumVarArray: n !=3",
     "TavNumVarArray::TavNumVarArray: n !=4",
@@ -107,7 +107,7 @@ const CountTexts kBoolVarArrayTexts = {{
 
 TavArrayI* makeList(TavEnv env, TavInt n, const void* const* elements, TavInt k, const CountTexts& texts) {
   TavExtractableArray array(env, n == k ? k : 0);
-  if (n != k) throw TavWrongUsage(texts.text[k - 1], 0);  // kept: the array stays with the environment
+  if (n != k) throw TavWrongUsage(texts.text[k - 1], 0);  // by contract: the array stays with the environment
   for (TavInt i = 0; i < k; ++i) array.getImpl()->set(i, elements[i]);
   return array.getImpl();
 }
@@ -217,7 +217,7 @@ void TavNumVarArray::setBounds(TavNumArray lbs, TavNumArray ubs) const {
   for (TavInt i = 0; i < getSize(); ++i) {
     TavNumVarI* var = (*this)[i].getImpl();
     if (!var) continue;
-    var->getDomain()->setUB(ubs[i]);  // kept: no copy on write, a shared domain changes for all of its variables
+    var->getDomain()->setUB(ubs[i]);  // by contract: no copy on write, a shared domain changes for all of its variables
     var->getDomain()->setLB(lbs[i]);
     if (!env) env = var->getEnv();
   }

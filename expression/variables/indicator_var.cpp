@@ -14,6 +14,7 @@ void TavConstraintIndVarI::visitSubExtractables(TavExtractableVisitor* visitor) 
 }
 
 TavExtractableI* TavConstraintIndVarI::makeClone(TavEnvI* target) const {
-  TavIntExprI* constraint = TavCloneOf(_constraint, target);  // kept: from the target's registry, not from its own
+  // by contract: from the target's registry, not from its own
+  TavIntExprI* constraint = TavCloneOf(_constraint, target);
   return new (target) TavConstraintIndVarI(target, TavImplCast<TavConstraintI>(constraint));
 }

@@ -43,7 +43,7 @@ void TavIntVar::setMax(TavInt ub) const {
 }
 
 void TavIntVar::setBounds(TavInt lb, TavInt ub) const {
-  if (!_impl) throw TavWrongUsage("Using empty handle TavIntVar", 0);  // kept: another wording than setMin's
+  if (!_impl) throw TavWrongUsage("Using empty handle TavIntVar", 0);  // by contract: another wording than setMin's
   getImpl()->setBounds(static_cast<double>(lb), static_cast<double>(ub));
 }
 
@@ -86,7 +86,7 @@ TavBoolVar::TavBoolVar(const TavAddNumVar& column, const char* name) {
 
 TavBoolVar::TavBoolVar(TavNumVar variable) : TavBoolVar(variable.getImpl()) { TavCheckBool(variable); }
 
-// kept: a range is asked for here, exact bounds in the form above
+// by contract: a range is asked for here, exact bounds in the form above
 TavBoolVar::TavBoolVar(TavIntVar variable) : TavBoolVar(variable.getImpl()) {
   const double lb = TavNumVar(variable).getLB();
   const double ub = TavNumVar(variable).getUB();

@@ -15,7 +15,7 @@ void TavSemiContVarI::setBd(double threshold) {
 }
 
 TavExtractableI* TavSemiContVarI::makeClone(TavEnvI* target) const {
-  return new (target) TavSemiContVarI(target, _threshold, nullptr);  // kept: no domain, no name
+  return new (target) TavSemiContVarI(target, _threshold, nullptr);  // by contract: no domain, no name
 }
 
 void TavSemiContVarI::display(std::ostream& os) const {

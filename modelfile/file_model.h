@@ -1,0 +1,234 @@
+#pragma once
+/// A model as a file says it: plain arrays, nothing of the expression library yet.
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "modelfile/names.h"
+
+#pragma GCC visibility push(default)
+
+/// What values a variable takes.
+enum class TavFileKind : std::uint8_t {
+  Continuous,      ///< from lower to upper
+  Integer,         ///< whole numbers from lower to upper
+  Binary,          ///< 0 or 1; the bounds are 0 and 1, or closer
+  SemiContinuous,  ///< 0, or from lower to upper
+  SemiInteger      ///< 0, or a whole number from lower to upper
+};
+
+/// A variable. Bounds are IEEE infinities where there is none; never NaN, lower never +inf, upper never -inf.
+struct TavFileVariable {
+  double lower = 0.0;
+  double upper = std::numeric_limits<double>::infinity();
+  TavFileKind kind = TavFileKind::Continuous;
+};
+
+/// The bounds of a row's expression, as those of a variable; both infinite in a free row. lower may exceed upper: then
+/// the row cannot be met.
+struct TavFileRow {
+  double lower = -std::numeric_limits<double>::infinity();
+  double upper = std::numeric_limits<double>::infinity();
+};
+
+/// A coefficient of a linear sum.
+struct TavFileTerm {
+  std::int32_t variable;
+  double value;
+};
+
+/// value * first * second, without any factor of one half; first <= second. No pair occurs twice in one sum.
+struct TavFileProduct {
+  std::int32_t first;
+  std::int32_t second;
+  double value;
+};
+
+/// Operations of non-linear expressions; the numbers are those of the .nl format, except the leaves.
+enum class TavFileOp : std::uint8_t {
+  // two arguments
+  Add = 0,
+  Subtract = 1,
+  Multiply = 2,
+  Divide = 3,
+  Remainder = 4,
+  Power = 5,
+  Less = 6,
+  Atan2 = 48,
+  TruncatedQuotient = 55,
+  Precision = 56,
+  Round = 57,
+  Truncate = 58,
+  PowerConstantExponent = 76,
+  PowerConstantBase = 78,
+  Or = 20,
+  And = 21,
+  LessThan = 22,
+  AtMost = 23,
+  Equal = 24,
+  AtLeast = 28,
+  GreaterThan = 29,
+  NotEqual = 30,
+  Iff = 73,
+  CountAtLeast = 62,
+  CountAtMost = 63,
+  CountExactly = 66,
+  NotCountAtLeast = 67,
+  NotCountAtMost = 68,
+  NotCountExactly = 69,
+  // one argument
+  Floor = 13,
+  Ceil = 14,
+  Abs = 15,
+  Negate = 16,
+  Not = 34,
+  Tanh = 37,
+  Tan = 38,
+  Sqrt = 39,
+  Sinh = 40,
+  Sin = 41,
+  Log10 = 42,
+  Log = 43,
+  Exp = 44,
+  Cosh = 45,
+  Cos = 46,
+  Atanh = 47,
+  Atan = 49,
+  Asinh = 50,
+  Asin = 51,
+  Acosh = 52,
+  Acos = 53,
+  Square = 77,
+  // as many arguments as `arg` says
+  Min = 11,
+  Max = 12,
+  Sum = 54,
+  Count = 59,
+  NumberOf = 60,
+  All = 70,
+  Any = 71,
+  AllDifferent = 74,
+  NotAllDifferent = 75,
+  // three arguments: condition, then, else
+  If = 35,
+  Implies = 72,
+  // `arg` slopes: 2 arg - 1 numbers slope, breakpoint, slope, …, then the argument
+  Piecewise = 64,
+  // leaves
+  Number = 200,    ///< `value`
+  Variable = 201,  ///< the variable `arg`
+  Common = 202     ///< the common expression `arg`
+};
+
+/// One operation or leaf of an expression in prefix order: an operation stands before its arguments. A reader appends
+/// as it goes, a writer walks forwards, an evaluation walks backwards with a stack: none recurses.
+struct TavFileToken {
+  TavFileOp op;
+  std::int32_t arg = 0;
+  double value = 0.0;
+};
+
+/// The tokens from begin up to, but not at, end in TavFileModel::tokens; empty means 0.
+struct TavFileExpr {
+  std::size_t begin = 0;
+  std::size_t end = 0;
+  bool empty() const noexcept { return begin == end; }
+};
+
+/// An objective: constant + linear + products + expr.
+struct TavFileObjective {
+  std::string name;
+  bool maximise = false;
+  double constant = 0.0;
+  /// No variable occurs twice.
+  std::vector<TavFileTerm> linear;
+  std::vector<TavFileProduct> products;
+  TavFileExpr expr;
+};
+
+/// A part of a row beside its linear one: products, an expression, or both.
+struct TavFileRowPart {
+  std::int32_t row;
+  std::vector<TavFileProduct> products;
+  TavFileExpr expr;
+};
+
+/// The row holds only where the variable, which is binary, has the value.
+struct TavFileIndicator {
+  std::int32_t row;
+  std::int32_t variable;
+  bool value;
+};
+
+/// At most `type` members, 1 or 2, are not zero; two must be neighbours in the order of the weights.
+struct TavFileSet {
+  std::string name;
+  std::uint8_t type;
+  /// `value` is the weight; in the order of the file.
+  std::vector<TavFileTerm> members;
+};
+
+/// A sum that expressions share: linear + expr.
+struct TavFileCommon {
+  std::string name;
+  std::vector<TavFileTerm> linear;
+  TavFileExpr expr;
+};
+
+/// Named values attached to variables, rows, objectives or the problem.
+struct TavFileSuffix {
+  enum class Of : std::uint8_t { Variables, Rows, Objectives, Problem };
+  std::string name;
+  Of of = Of::Variables;
+  /// Otherwise whole numbers.
+  bool real = false;
+  /// Index and value; items that are left out have 0.
+  std::vector<TavFileTerm> values;
+};
+
+/// A model. Its parts refer to each other by index, counted from 0; readers have checked every index.
+struct TavFileModel {
+  std::string name;
+
+  std::vector<TavFileVariable> variables;
+  /// Names of the variables; all differ. Shorter than `variables` where the last have none.
+  TavNameTable variableNames;
+  /// Start values: empty, or one a variable, NaN where there is none.
+  std::vector<double> start;
+
+  std::vector<TavFileRow> rows;
+  /// Names of the rows; all differ.
+  TavNameTable rowNames;
+  /// The linear parts row by row: those of row i stand at linearBegin[i] up to, but not at, linearBegin[i + 1]. One
+  /// entry more than rows. No variable occurs twice in a row; zeros are kept.
+  std::vector<std::size_t> linearBegin{0};
+  std::vector<std::int32_t> linearVariable;
+  std::vector<double> linearValue;
+  /// What rows have beside their linear part, by ascending row; at most one each.
+  std::vector<TavFileRowPart> rowParts;
+  /// Start values of the rows' multipliers: empty, or one a row, NaN where there is none.
+  std::vector<double> dualStart;
+
+  /// The first is the one to solve for; none: find a feasible point.
+  std::vector<TavFileObjective> objectives;
+
+  /// By ascending row; at most one each.
+  std::vector<TavFileIndicator> indicators;
+  std::vector<TavFileSet> sets;
+  std::vector<TavFileSuffix> suffixes;
+
+  /// The tokens of all expressions.
+  std::vector<TavFileToken> tokens;
+  /// Each refers only to those before it.
+  std::vector<TavFileCommon> commons;
+  /// Expressions that must be true.
+  std::vector<TavFileExpr> logical;
+
+  /// What the user should know of how the file was read, each one line without the file's name.
+  std::vector<std::string> notes;
+};
+
+#pragma GCC visibility pop

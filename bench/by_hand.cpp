@@ -23,8 +23,6 @@ void Pool::grow() {
   if (_chunkSize < kLargest) _chunkSize *= 2;
 }
 
-// ---- nodes
-
 Node::Node(Env* owner, const char* label) : env(owner), name(label ? strdup(label) : nullptr) {
   if (env->freeIds.empty()) {
     id = static_cast<long>(env->nodes.size());
@@ -77,8 +75,6 @@ void Product::drop() {
   release(left);
   release(right);
 }
-
-// ---- making
 
 Domain* newDomain(Env* env, double lb, double ub) { return new (env->domains.take()) Domain{lb, ub}; }
 
@@ -137,8 +133,6 @@ Sum* copy(const Sum* sum) {
   return fresh;
 }
 
-// ---- giving back
-
 void clear(Sum* sum) {
   while (Part* part = sum->firstPart) {
     sum->firstPart = part->next;
@@ -158,8 +152,6 @@ void release(Node* node) {
   node->env->nodes[static_cast<std::size_t>(node->id)] = nullptr;
   node->pool().give(node);
 }
-
-// ---- walks
 
 long normalize(Sum* sum) {
   if (sum->normalized) return 0;

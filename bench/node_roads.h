@@ -62,8 +62,6 @@ struct ChainEnd : Chain<World> {
   double result() { return 0.0; }
 };
 
-// ---- variables
-
 template <class World, auto kMake>
 struct Variables : NewWorld<World, 0> {
   using NewWorld<World, 0>::NewWorld;

@@ -137,8 +137,6 @@ struct OneStatement : Rows<World> {
   void finish() { this->end(this->rows); }
 };
 
-// ---- cloning a model of rows of ten into another environment
-
 template <class World>
 struct CloneRows : Rows<World> {
   static constexpr bool kCold = true;

@@ -130,8 +130,6 @@ struct CopySum : OneSum<World> {
   std::optional<typename World::Sum> copied;
 };
 
-// ---- one sum, written in one go
-
 /// A sum over all variables by one of the world's own ways; warm.
 template <class World, auto kMake>
 struct Whole : Plain {
@@ -160,8 +158,6 @@ template <class World>
 struct Chained : Whole<World, &World::chained> {
   using Whole<World, &World::chained>::Whole;
 };
-
-// ---- printing a sum over named variables
 
 template <class World>
 struct Print : OneSum<World> {

@@ -24,13 +24,6 @@ TEST_F(Conversion, KeepsItsOwnCopyInTheVariablesEnvironmentAndLeavesThemAsTheyAr
                 [&] { TavConversion(env, TavIntVarArray(), TavNumVar::Int); }, [&] { one.removeVar(TavNumVar()); }});
 }
 
-TEST_F(Conversion, EveryOccurrenceLeavesLastFirst) {
-  const TavConversion conversion = relax(TavNumVarArray(env, 4, x, y, x, TavNumVar(i)));
-  EXPECT_EQ(records([&] { conversion.removeVar(x); }), "x leaves 3; x leaves 2; ");
-  EXPECT_EQ(records([&] { conversion.removeVar(x); }), "");
-  EXPECT_EQ(children(conversion.getImpl()), (std::vector<TavExtractableI*>{y.getImpl(), i.getImpl()}));
-}
-
 TEST_F(Conversion, EndedVariablesLeaveItOneByOneAlsoWhenAListenerThrows) {
   const TavConversion conversion = relax(TavNumVarArray(env, 5, x, y, TavNumVar(i), x, y));
   TavNumVarArray batch(env, 2, x, TavNumVar(i));
@@ -47,17 +40,4 @@ TEST_F(Conversion, AListenerMayTakeVariablesOutItself) {
   });
   conversion.removeVar(x);
   EXPECT_EQ(children(conversion.getImpl()), std::vector<TavExtractableI*>{y.getImpl()});
-}
-
-TEST_F(Conversion, ACloneHoldsTheClonesAndAnEndedOneGivesItsArrayBack) {
-  const TavNumVarArray vars(env, 2, x, x);
-  const TavInt bytes = env.getImpl()->getMemory()->usedBytes();
-  TavConversion conversion = relax(vars);
-  TavExtractableI* copy = conversion.getImpl()->makeClone(other.getImpl());
-  EXPECT_TRUE(children(copy).empty());  // what has no clone is left empty
-  const TavExtractableI* clone = TavClonePass(env.getImpl(), other.getImpl()).clone(conversion.getImpl());
-  EXPECT_EQ(plain(clone),
-            "TavConversionI (" + std::to_string(clone->getId()) + ")\n  vars [x[0 .. 10] , x[0 .. 10] ]\n  type 2\n");
-  conversion.end();
-  EXPECT_EQ(env.getImpl()->getMemory()->usedBytes(), bytes);
 }

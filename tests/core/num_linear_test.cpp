@@ -179,26 +179,6 @@ TEST_F(NumLinear, DroppingTheLastCellEmptiesTheTailUntilTheNodeIsNormalised) {
   EXPECT_EQ(shape(node), "9z 1x 0");
 }
 
-TEST_F(NumLinear, SplicingEmptiesTheOtherAndGivesOneReferenceBack) {
-  TavNumLinTermI *left = linear({{1, x}}, {p}, 1), *right = linear({{2, x}, {3, y}}, {q}, 2);
-  left->normalize();
-  left->append(linear({}, {}, 4));
-  EXPECT_TRUE(left->isNormalized());  // nothing came in
-  right->retain();
-  right->retain();
-  left->append(right);
-  EXPECT_FALSE(left->isNormalized());
-  EXPECT_EQ(right->getRefCount(), 1);
-  left->append(static_cast<TavNumExprI*>(right));  // a linear node too is a part when it comes as an expression
-  EXPECT_EQ(shape(left), "1x 2x 3y <p> <q> <0> 7");
-}
-
-TEST_F(NumLinear, AZeroTermSwallowsThePlusBehindItInThePlainSyntax) {
-  const TavNumLinTermI* node = linear({{2, x}, {0, y}, {1, z}}, {p}, 4);
-  EXPECT_EQ(plain(node), "2 * x  + z  + p + 4 ");
-  EXPECT_EQ(library(node), "( 2 * x  + 0  + z  + p + 4 ) ");
-}
-
 TEST_F(NumLinear, ARemovedVariableLeavesEverySumInOneSweepOrOneByOne) {
   for (const bool oneByOne : {false, true}) {
     env.getImpl()->oneByOneRemoval = oneByOne;

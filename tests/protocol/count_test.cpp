@@ -1,8 +1,3 @@
-#include <array>
-#include <mutex>
-#include <set>
-#include <thread>
-
 #include "tests/support/protocol.h"
 
 namespace {
@@ -58,50 +53,6 @@ TEST_F(Count, AnInterceptorComesBeforeTheRemovalAndTheRemovalBeforePlainDestruct
   env.getImpl()->removeFromAllOnDestroy = false;
   leaf(1.0).getImpl()->end();
   EXPECT_EQ(extractor.forgotten, 1);
-}
-
-TEST_F(Count, VariablesAndConstraintsAreNotCountedAndEndForGood) {
-  for (TavNumExprI* node : {TavNumExprArg(o.v).getImpl(), TavNumExprArg(TavIntExprArg(o.truth)).getImpl()}) {
-    const TavInt before = objects();
-    EXPECT_FALSE(node->isRefCountedExpr());
-    TavNumExpr held{TavNumExprArg(node)};
-    (TavNumExprArg(node) * o.x).end();
-    held.end();
-    node->release();
-    EXPECT_EQ(objects(), before);
-    EXPECT_EQ(node->getRefCount(), 2);  // parents and handles count up and never down
-    node->end();
-    EXPECT_EQ(objects(), before - 1);
-  }
-}
-
-template <std::size_t N>
-class ManyI : public TavNode<ManyI<N>, TavNumExprI> {
- public:
-  static constexpr const char* kTypeName = "ManyI";
-};
-
-TEST_F(Count, ThreadsAgreeOnTypeIndicesWithAMutexAndWithout) {
-  struct Lock final : TavLock {
-    void lock() override { mutex.lock(); }
-    void unlock() override { mutex.unlock(); }
-    std::mutex mutex;
-  } lock;
-  const auto askAll = [&]<std::size_t... N>(std::index_sequence<N...>) {
-    ((ManyI<N>::_rttiIndex = 0), ...);
-    std::array<std::set<TavInt>, 8> seen;
-    std::vector<std::thread> threads;
-    for (auto& mine : seen) threads.emplace_back([&mine] { mine = {ManyI<N>::GetTypeIndex()...}; });
-    for (std::thread& thread : threads) thread.join();
-    for (const auto& mine : seen) EXPECT_EQ(mine, seen[0]);
-    EXPECT_EQ(seen[0].size(), sizeof...(N));
-  };
-  const TavInt last = TavRtti::_counter;
-  TavEnvI::Mutex = &lock;
-  askAll(std::make_index_sequence<20>());
-  EXPECT_EQ(TavRtti::_counter - last, 20);
-  TavEnvI::Mutex = nullptr;
-  askAll(std::make_index_sequence<20>());
 }
 
 }  // namespace

@@ -162,8 +162,6 @@ long weight(const Node* n, long limit) {
   return w;
 }
 
-// ---- World: nodes and counts
-
 Node* World::make(const NodeSample* sample, std::vector<Node*> ops, std::map<char, std::vector<Constant>> numbers) {
   _nodes.push_back(std::make_unique<Node>(sample));
   Node* n = _nodes.back().get();
@@ -178,8 +176,6 @@ void World::release(Node* n) {
   n->dead = true;
   for (Node* op : n->ops) release(op);
 }
-
-// ---- World: linear nodes
 
 Node* World::copy(const Node* n) {
   Node* fresh = make(n->sample, n->ops, n->numbers);
@@ -279,8 +275,6 @@ void World::clear(Node* n) {
   for (Node* part : std::exchange(n->ops, {})) release(part);
   n->terms.clear();
 }
-
-// ---- World: operators
 
 Node* World::sum(Node* a, Node* b, bool isInt) {
   if (a->linear && b->linear) {

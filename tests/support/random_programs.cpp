@@ -146,8 +146,6 @@ class Program {
     return node;
   }
 
-  // ---- variables
-
   void makeVariables() {
     const auto add = [this](TavNumVar var, const char* cls) {
       _vars.push_back(_world.make(model::sampleOf(cls), {}));
@@ -165,8 +163,6 @@ class Program {
   }
   Node* anyVar() { return oneOf(_vars); }
   Node* anyIntVar() { return _vars[static_cast<std::size_t>(3 + pick(3))]; }
-
-  // ---- expressions
 
   Node* leaf(bool wantInt) {
     for (int tries = 0; tries < 3 && !_handles.empty(); ++tries) {
@@ -293,8 +289,6 @@ class Program {
     return bind(_world.make(chosen, ops, numbers), TavNumExprArg(static_cast<TavNumExprI*>(made)));
   }
 
-  // ---- statements
-
   void statement() {
     const int kind = _handles.size() < 2 ? 0 : pick(5);
     if (kind < 2) return keep(expression(3, pick(3) == 0));
@@ -407,8 +401,6 @@ class Program {
          {[&] { return e.clear(), e.setNumConstant(d), e; }, [&] { return _world.clear(n), constant(d); }}},
         copyOnWrite);
   }
-
-  // ---- checks
 
   static TavNumVarI* ownVariable(const Node* var) { return static_cast<TavNumVarI*>(var->real); }
 

@@ -81,13 +81,15 @@ void TavArrayI::remove(TavInt first, TavInt count) {
 
 // ---- handles
 
-template <class T>
+template <TavArrayElement T>
 TavArray<T>::TavArray(TavEnv env, TavInt size) {
   TavGenAlloc* memory = env.getImpl()->getMemory();
   _impl = new (memory) TavArrayI(memory, size);
 }
 
-template <class T>
+// g++ gives an instance of a function template the visibility of its definition.
+#pragma GCC visibility push(default)
+template <TavArrayElement T>
 std::ostream& operator<<(std::ostream& os, const TavArray<T>& array) {
   os << "[";
   for (TavInt i = 0; i < array.getSize(); ++i) {
@@ -106,6 +108,7 @@ template std::ostream& operator<<(std::ostream&, const TavArray<double>&);
 template std::ostream& operator<<(std::ostream&, const TavArray<TavInt>&);
 template std::ostream& operator<<(std::ostream&, const TavArray<TavAny>&);
 template std::ostream& operator<<(std::ostream&, const TavArray<TavExtractable>&);
+#pragma GCC visibility pop
 
 TavNumArray TavIntArray::toNumArray() const {
   TavNumArray numbers(getEnv(), getSize());

@@ -1,6 +1,7 @@
 #pragma once
 /// Arrays: 8-byte words in fixed-size blocks behind one-pointer handles.
 
+#include <concepts>
 #include <cstring>
 #include <iosfwd>
 #include <type_traits>
@@ -10,6 +11,7 @@
 
 #pragma GCC visibility push(default)
 
+class TavAddNumVar;
 class TavIntExprArg;
 class TavNumArray;
 class TavNumExprArg;
@@ -100,9 +102,14 @@ class TavArrayReader {
   TavInt _blockStart = 0;
 };
 
+/// The types of which arrays are made; the arrays of variables and of expressions are arrays of TavExtractable.
+template <class T>
+concept TavArrayElement = std::same_as<T, TavInt> || std::same_as<T, TavNum> || std::same_as<T, TavAny> ||
+    std::same_as<T, TavExtractable> || std::same_as<T, TavAddNumVar>;
+
 /// Handle on an array of T, one plain word: a number, an object pointer or a one-pointer handle. Copies name the same
 /// array. The array lives in its environment's memory until end() or the environment's end.
-template <class T>
+template <TavArrayElement T>
 class TavArray {
  public:
   TavArray() noexcept = default;
@@ -137,7 +144,7 @@ class TavArray {
 
 /// "[", the elements separated by "," and a blank, a line break instead of the blank after every tenth, "]". Empty
 /// element handles print nothing.
-template <class T>
+template <TavArrayElement T>
 std::ostream& operator<<(std::ostream& os, const TavArray<T>& array);
 
 /// Array of signed 64-bit integers.

@@ -2,6 +2,10 @@
 
 // The host's operations that need expression classes.
 
+void TavEnvI::release(TavNumExprI* node) {
+  if (!ending) node->release();  // while the environment ends, the node may be destroyed already
+}
+
 double TavAlgorithm::getValue(TavNumVar variable) const {
   if (!_impl || !variable) throw TavEmptyHandleException();
   return _impl->getValue(variable.getImpl());

@@ -46,10 +46,6 @@ class TavNumExprI : public TavNode<TavNumExprI, TavExtractableI> {
   TavInt _refCount = 0;
 };
 
-inline void TavEnvI::release(TavNumExprI* node) {
-  if (!ending) node->release();  // while the environment ends, the node may be gone already
-}
-
 /// x.isInteger() for an operand, however deep it goes.
 inline bool TavIsInteger(const TavNumExprI* x) {
   return TavDeep([x] { return x->isInteger(); });

@@ -36,6 +36,10 @@ int main() {
   expect(sum.eval(&values) == 9.0, "the value of a sum");
   expect(sum.getImpl()->isType(TavNumLinTermI::GetTypeInfo()), "the class of its node");
   expect(TavGetVersion() == TAV_VERSION && TAV_VERSION == WANTED, "the version");
+  std::ostringstream arrays;
+  arrays << TavNumArray(env, 2) << TavIntArray(env, 1) << TavAnyArray(env) << TavNumVarArray(env, 2, x, y)
+         << TavNumColumnArray(env).getSize();
+  expect(arrays.str() == "[0, 0][0][][x[0 .. 10] , y[0 .. 10] ]0", "the text of arrays");
   env.end();
   return faults;
 }

@@ -37,6 +37,18 @@ run(${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${WORK_DIR}/build -G ${GENERATOR} -DC
     -DWANTED_VERSION=${VERSION} -DWANTED_NUMBER=${number} -DSHARING=${SHARED})
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/build --config ${CONFIG})
 set(programs ${WORK_DIR}/build ${WORK_DIR}/build/${CONFIG})
+
+# Every declaration of the installed headers has a symbol in the installed library.
+find_program(clang clang++)
+find_program(python python3)
+if(clang AND python)
+  file(GLOB_RECURSE libraries ${tree}/libtavexpression.a ${tree}/libtavexpression.so)
+  run(${python} ${CONSUMER_DIR}/symbols.py ${clang} ${tree}/include/tavexpression ${libraries}
+      expression/tavexpression.h expression/nodes.h)
+else()
+  message("clang++ or python3 is missing: the library's symbols are not compared with its headers")
+endif()
+
 find_program(consumer consumer PATHS ${programs} NO_DEFAULT_PATH REQUIRED)
 run(${consumer})
 if(SHARED)

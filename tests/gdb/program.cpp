@@ -7,6 +7,7 @@ void stop() {}
 int main() {
   TavEnv env;
   const TavNumVar x(env, 0, 10, "x"), y(env, 0, 10, "y");
+  [[maybe_unused]] const TavNumVar unnamed(env, 0, 1);
   const TavExpr e = 3 * x - 2 * y + 1;
   [[maybe_unused]] const TavNumExpr f = TavMax(TavSin(x), e);
   [[maybe_unused]] const TavIntExpr none;

@@ -1,10 +1,19 @@
-# Runs PROGRAM in GDB with the printers and fails unless the debugger prints the text of output.txt.
+# Runs PROGRAM in GDB with the printers and fails unless the debugger prints the text of MODE.txt.
 get_filename_component(root ${CMAKE_CURRENT_LIST_DIR}/../.. ABSOLUTE)
-execute_process(
-  COMMAND ${CMAKE_COMMAND} -E env --unset=DEBUGINFOD_URLS ${GDB} -nx -q -batch -x ${root}/tools/gdb/tavexpression.py -x
-          ${CMAKE_CURRENT_LIST_DIR}/commands ${PROGRAM}
-  OUTPUT_VARIABLE output ERROR_VARIABLE output)
-file(READ ${CMAKE_CURRENT_LIST_DIR}/output.txt expected)
+set(gdb ${CMAKE_COMMAND} -E env --unset=DEBUGINFOD_URLS ${GDB} -nx -q -batch)
+set(by_call off)
+if(MODE MATCHES calls)
+  set(by_call on)
+  execute_process(COMMAND ${gdb} -ex "break main" -ex run -ex "print seven()" ${PROBE} OUTPUT_VARIABLE output
+                  ERROR_VARIABLE output)
+  if(NOT output MATCHES "= 7\n")
+    message("GDB cannot call functions on this machine, not even in an empty program:\n${output}")
+    return()
+  endif()
+endif()
+execute_process(COMMAND ${gdb} -x ${root}/tools/gdb/tavexpression.py -ex "set tavexpression-calls ${by_call}"
+                        -x ${CMAKE_CURRENT_LIST_DIR}/commands ${PROGRAM} OUTPUT_VARIABLE output ERROR_VARIABLE output)
+file(READ ${CMAKE_CURRENT_LIST_DIR}/${MODE}.txt expected)
 string(FIND "${output}" "${expected}" at)
 if(at LESS 0)
   message(FATAL_ERROR "gdb printed:\n${output}\ninstead of:\n${expected}")

@@ -1,8 +1,9 @@
 """GDB pretty-printers for tavexpression: `source tools/gdb/tavexpression.py` (see README).
 
-Handles print as the text of their expression, by a call of `display` in the program. Where none can be made, as on a
-core file, or with `set tavexpression-calls off`, they print the structure of their node instead. Arrays print their size
-and elements, environments a summary."""
+Handles print as the text of their expression, by a call of `display` in the program. Where GDB cannot call functions, as on
+a core file, and after `set tavexpression-calls off`, they print the structure of their node instead; the reason is printed
+once. Without the library's debug information a node prints as its name, or as its class and identifier. Arrays print their
+size and elements, environments a summary."""
 
 import re
 
@@ -22,6 +23,13 @@ class Calls(gdb.Parameter):
     def __init__(self):
         super().__init__("tavexpression-calls", gdb.COMMAND_DATA, gdb.PARAM_BOOLEAN)
         self.value = True
+        self.explained = False
+
+    def explain(self, reason):
+        """Says once why expressions are shown by their structure."""
+        if not self.explained:
+            gdb.write(f"tavexpression: GDB cannot call display ({reason}), so nodes print as their structure\n", gdb.STDERR)
+        self.explained = True
 
 
 calls = Calls()
@@ -68,6 +76,18 @@ def field(value, name):
     return None
 
 
+def text_at(address):
+    """The null-terminated text at an address."""
+    return gdb.Value(address).cast(gdb.lookup_type("char").pointer()).string(errors="replace")
+
+
+def label(node, name):
+    """The name of an object of class `name`, or its class and identifier. Needs no debug information."""
+    # The fields of TavExtractableI: the virtual functions' table, the environment, the identifier, the name's record.
+    identifier, record = word(node + 16), word(node + 24)
+    return text_at(word(record)) if record else f"{name}#{identifier}"
+
+
 def class_of(node):
     """The name of a node's class, from its table of virtual functions; None where there is no such table."""
     try:
@@ -84,12 +104,9 @@ def structure(node, depth=0):
     try:
         value = gdb.Value(node).cast(gdb.lookup_type(name).pointer()).dereference()
     except gdb.error:
-        return f"<{name} at {node:#x}>"
-    record = field(value, "_name")
-    if record is not None and int(record):
-        return record["name"].string()
-    if field(value, "_domain") is not None:
-        return f"{name}#{int(field(value, '_id'))}"
+        return label(node, name)
+    if word(node + 24) or field(value, "_domain") is not None:
+        return label(node, name)
     if depth == MAX_DEPTH:
         return f"{name}(...)"
     parts = []
@@ -125,8 +142,8 @@ def text_of(node):
     if calls.value:
         try:
             return displayed(node).strip()
-        except gdb.error:
-            pass
+        except gdb.error as reason:
+            calls.explain(reason)
     return structure(node)
 
 

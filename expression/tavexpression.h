@@ -292,6 +292,8 @@ class TavSemiContVar : public TavNumVar {
 /// One term: the result of `variable * number`. Single use: its cell belongs to the first expression that takes it.
 class TavNumLinExprTerm {
  public:
+  /// An empty handle: an operator throws TavEmptyHandleException for it.
+  TavNumLinExprTerm() noexcept = default;
   /// A handle on this loose cell.
   explicit TavNumLinExprTerm(TavNumLinExprTermI* cell) noexcept : _cell(cell) {}
 
@@ -301,16 +303,20 @@ class TavNumLinExprTerm {
   TavNumVar getVar() const noexcept { return TavNumVar(_cell->var); }
   /// The coefficient. Ask before an expression takes the term.
   double getCoef() const noexcept { return _cell->coef; }
-  /// A new linear node of this one term.
+  /// A new linear node of this one term. Throws TavEmptyHandleException.
   operator TavNumExprArg() const;
+  /// Whether the handle names a term.
+  explicit operator bool() const noexcept { return _cell != nullptr; }
 
  private:
-  TavNumLinExprTermI* _cell;
+  TavNumLinExprTermI* _cell = nullptr;
 };
 
 /// One term of integer variable and integer coefficient. Single use.
 class TavIntLinExprTerm {
  public:
+  /// An empty handle: an operator throws TavEmptyHandleException for it.
+  TavIntLinExprTerm() noexcept = default;
   /// A handle on this loose cell.
   explicit TavIntLinExprTerm(TavNumLinExprTermI* cell) noexcept : _cell(cell) {}
 
@@ -320,11 +326,13 @@ class TavIntLinExprTerm {
   TavIntVar getVar() const noexcept { return TavIntVar(_cell->var); }
   /// The coefficient. Ask before an expression takes the term.
   double getCoef() const noexcept { return _cell->coef; }
-  /// A new integer linear node of this one term.
+  /// A new integer linear node of this one term. Throws TavEmptyHandleException.
   operator TavIntExprArg() const;
+  /// Whether the handle names a term.
+  explicit operator bool() const noexcept { return _cell != nullptr; }
 
  private:
-  TavNumLinExprTermI* _cell;
+  TavNumLinExprTermI* _cell = nullptr;
 };
 
 // ---- counted handles
@@ -406,6 +414,8 @@ class TavExpr : public TavNumExpr {
   /// Walks the terms as they stand: a variable may come more than once.
   class LinearIterator {
    public:
+    /// An iterator at the end.
+    LinearIterator() noexcept = default;
     /// An iterator that stands on this cell; null for the end.
     explicit LinearIterator(const TavNumLinExprTermI* cell) noexcept : _cell(cell) {}
     /// Whether there is a term; false at the end.
@@ -424,7 +434,7 @@ class TavExpr : public TavNumExpr {
     }
 
    private:
-    const TavNumLinExprTermI* _cell;
+    const TavNumLinExprTermI* _cell = nullptr;
   };
 
   TavExpr() noexcept = default;
@@ -594,8 +604,8 @@ TavNumExprArg operator-(TavNumExprArg e);
 TavIntExprArg operator-(TavIntExprArg e);
 TavNumLinExprTerm operator-(TavNumVar x);
 TavIntLinExprTerm operator-(TavIntVar x);
-TavNumLinExprTerm operator-(TavNumLinExprTerm t) noexcept;
-TavIntLinExprTerm operator-(TavIntLinExprTerm t) noexcept;
+TavNumLinExprTerm operator-(TavNumLinExprTerm t);
+TavIntLinExprTerm operator-(TavIntLinExprTerm t);
 
 /// The bodies behind the operators that take numbers of any arithmetic type. Integers count as signed 64-bit values,
 /// all others as doubles.

@@ -3,7 +3,7 @@
 
 #include <cassert>
 
-#include "host/environment.h"
+#include "expression/core/num_var.h"
 
 #pragma GCC visibility push(default)
 
@@ -23,6 +23,9 @@ inline TavEnvI* TavRequireEnv(const TavExtractableI* operand) {
          "the operand is gone: its handle dangles, an operator or an end has taken its node");
   return operand->getEnv();
 }
+
+/// The variable of a term handle's cell; null for an empty handle.
+inline const TavNumVarI* TavVarOf(const TavNumLinExprTermI* cell) noexcept { return cell ? cell->var : nullptr; }
 
 /// A new term for a handle.
 inline TavNumLinExprTermI* TavLooseCell(TavEnvI* env, TavNumVarI* var, double coef) {

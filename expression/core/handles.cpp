@@ -93,7 +93,7 @@ TavNumExpr::TavNumExpr(TavIntLinExprTerm term)
     : TavNumExpr(static_cast<TavNumExprArg>(TavNumLinExprTerm(term.getImpl()))) {}
 
 TavNumLinExprTerm::operator TavNumExprArg() const {
-  return TavNumExprArg(new (_cell->var->getEnv()) TavNumLinTermI(*this));
+  return TavNumExprArg(new (TavRequireEnv(TavVarOf(_cell))) TavNumLinTermI(*this));
 }
 
 TavNumExpr& TavNumExpr::operator+=(TavNumExprArg arg) {
@@ -215,28 +215,28 @@ TavExpr& TavExpr::operator-=(TavIntVar variable) {
 }
 
 TavExpr& TavExpr::operator+=(TavNumLinExprTerm term) {
-  TavRequireSameEnv(_impl, term.getImpl()->var,
+  TavRequireSameEnv(_impl, TavVarOf(term.getImpl()),
                     "TavExpr& TavExpr::operator += const TavNumLinExprTerm term : mixing mismatch Environments");
   appendCell(_impl, term.getImpl());
   return *this;
 }
 
 TavExpr& TavExpr::operator-=(TavNumLinExprTerm term) {
-  TavRequireSameEnv(_impl, term.getImpl()->var,
+  TavRequireSameEnv(_impl, TavVarOf(term.getImpl()),
                     "TavExpr& TavExpr::operator -= const TavNumLinExprTerm arg : mixing mismatch Environments");
   appendCell(_impl, term.getImpl(), -1.0);
   return *this;
 }
 
 TavExpr& TavExpr::operator+=(TavIntLinExprTerm term) {
-  TavRequireSameEnv(_impl, term.getImpl()->var,
+  TavRequireSameEnv(_impl, TavVarOf(term.getImpl()),
                     "TavExpr& TavExpr::operator += const TavIntLinExprTerm arg : mixing mismatch Environments");
   appendCell(_impl, term.getImpl());
   return *this;
 }
 
 TavExpr& TavExpr::operator-=(TavIntLinExprTerm term) {
-  TavRequireSameEnv(_impl, term.getImpl()->var,
+  TavRequireSameEnv(_impl, TavVarOf(term.getImpl()),
                     "TavExpr& TavExpr::operator -= const TavIntLinExprTerm arg : mixing mismatch Environments");
   appendCell(_impl, term.getImpl(), -1.0);
   return *this;

@@ -12,7 +12,7 @@ void TavIntLinTermRemoveVar::visitChange(TavEnvI*, TavExtractableI* object, TavC
   visitor->visitChild(object, _var);
 }
 
-TavIntLinTermI::TavIntLinTermI(TavIntLinExprTerm term) : TavIntLinTermI(term.getImpl()->var->getEnv(), 0) {
+TavIntLinTermI::TavIntLinTermI(TavIntLinExprTerm term) : TavIntLinTermI(TavRequireEnv(TavVarOf(term.getImpl())), 0) {
   append(TavTakeCell(getEnv(), term.getImpl()));
 }
 
@@ -49,5 +49,5 @@ TavIntExpr::TavIntExpr(TavEnv env, TavInt constant)
 TavIntExpr::TavIntExpr(TavIntLinExprTerm term) : TavIntExpr(static_cast<TavIntExprArg>(term)) {}
 
 TavIntLinExprTerm::operator TavIntExprArg() const {
-  return TavIntExprArg(new (_cell->var->getEnv()) TavIntLinTermI(*this));
+  return TavIntExprArg(new (TavRequireEnv(TavVarOf(_cell))) TavIntLinTermI(*this));
 }

@@ -49,7 +49,7 @@ class MarkArray {
 
 // ---- construction and copy
 
-TavNumLinTermI::TavNumLinTermI(TavNumLinExprTerm term) : TavNumLinTermI(term.getImpl()->var->getEnv(), 0.0) {
+TavNumLinTermI::TavNumLinTermI(TavNumLinExprTerm term) : TavNumLinTermI(TavRequireEnv(TavVarOf(term.getImpl())), 0.0) {
   append(TavTakeCell(getEnv(), term.getImpl()));
 }
 

@@ -184,7 +184,7 @@ typename Side::Arg sumWithConstant(typename Side::Expr* e, typename Side::Consta
 
 template <class Side>
 typename Side::Arg sumWithConstant(TavNumLinExprTermI* cell, typename Side::Constant constant, bool negated = false) {
-  auto draft = TavNewDraft<typename Side::Linear>(cell->var->getEnv(), constant);
+  auto draft = TavNewDraft<typename Side::Linear>(TavRequireEnv(TavVarOf(cell)), constant);
   draft->append(TavTakeCell(draft->getEnv(), negate(cell, negated)));
   return typename Side::Arg(draft.release());
 }
@@ -216,37 +216,37 @@ void check(TavNumExprArg a, TavNumExprArg b) {
 }
 void check(TavNumExprArg a, TavNumLinExprTerm t) {
   TavRequireSameEnv(
-      a.getImpl(), t.getImpl()->var,
+      a.getImpl(), TavVarOf(t.getImpl()),
       "TavNumExprArg operator + const TavNumExprArg const TavNumLinExprTerm: mixing mismatch Environments");
 }
 void check(TavNumExprArg a, TavIntLinExprTerm t) {
   TavRequireSameEnv(
-      a.getImpl(), t.getImpl()->var,
+      a.getImpl(), TavVarOf(t.getImpl()),
       "TavNumExprArg operator + const TavNumExprArg const TavIntLinExprTerm: mixing mismatch Environments");
 }
 void check(TavNumLinExprTerm t, TavNumExprArg b) {
   TavRequireSameEnv(
-      t.getImpl()->var, b.getImpl(),
+      TavVarOf(t.getImpl()), b.getImpl(),
       "TavNumExprArg operator + const TavNumLinExprTerm const TavNumExprArg: mixing mismatch Environments");
 }
 void check(TavIntLinExprTerm t, TavNumExprArg b) {
   TavRequireSameEnv(
-      t.getImpl()->var, b.getImpl(),
+      TavVarOf(t.getImpl()), b.getImpl(),
       "TavNumExprArg operator + const TavIntLinExprTerm const TavNumExprArg: mixing mismatch Environments");
 }
 void check(TavNumLinExprTerm t, TavNumLinExprTerm u) {
   TavRequireSameEnv(
-      t.getImpl()->var, u.getImpl()->var,
+      TavVarOf(t.getImpl()), TavVarOf(u.getImpl()),
       "TavNumExprArg operator + const TavNumLinExprTerm const TavNumLinExprTerm: mixing mismatch Environments");
 }
 void check(TavIntLinExprTerm t, TavNumLinExprTerm u) {
   TavRequireSameEnv(
-      t.getImpl()->var, u.getImpl()->var,
+      TavVarOf(t.getImpl()), TavVarOf(u.getImpl()),
       "TavNumExprArg operator + const TavIntLinExprTerm const TavNumLinExprTerm: mixing mismatch Environments");
 }
 void check(TavNumLinExprTerm t, TavIntLinExprTerm u) {
   TavRequireSameEnv(
-      t.getImpl()->var, u.getImpl()->var,
+      TavVarOf(t.getImpl()), TavVarOf(u.getImpl()),
       "TavNumExprArg operator + const TavNumLinExprTerm const TavIntLinExprTerm: mixing mismatch Environments");
 }
 void check(TavIntExprArg a, TavIntExprArg b) {
@@ -255,17 +255,17 @@ void check(TavIntExprArg a, TavIntExprArg b) {
 }
 void check(TavIntExprArg a, TavIntLinExprTerm t) {
   TavRequireSameEnv(
-      a.getImpl(), t.getImpl()->var,
+      a.getImpl(), TavVarOf(t.getImpl()),
       "TavIntExprArg operator + const TavIntExprArg const TavIntLinExprTerm: mixing mismatch Environments");
 }
 void check(TavIntLinExprTerm t, TavIntExprArg b) {
   TavRequireSameEnv(
-      t.getImpl()->var, b.getImpl(),
+      TavVarOf(t.getImpl()), b.getImpl(),
       "TavIntExprArg operator + const TavIntLinExprTerm const TavIntExprArg: mixing mismatch Environments");
 }
 void check(TavIntLinExprTerm t, TavIntLinExprTerm u) {
   TavRequireSameEnv(
-      t.getImpl()->var, u.getImpl()->var,
+      TavVarOf(t.getImpl()), TavVarOf(u.getImpl()),
       "TavIntExprArg operator + const TavIntLinExprTerm const TavIntLinExprTerm: mixing mismatch Environments");
 }
 
@@ -379,10 +379,14 @@ TavNumExprArg operator-(TavNumExprArg e) { return tavdetail::times(e, -1.0); }
 TavIntExprArg operator-(TavIntExprArg e) { return tavdetail::times(e, TavInt{-1}); }
 TavNumLinExprTerm operator-(TavNumVar x) { return tavdetail::times(x, -1.0); }
 TavIntLinExprTerm operator-(TavIntVar x) { return tavdetail::times(x, TavInt{-1}); }
-TavNumLinExprTerm operator-(TavNumLinExprTerm t) noexcept {
+TavNumLinExprTerm operator-(TavNumLinExprTerm t) {
+  TavRequireEnv(TavVarOf(t.getImpl()));
   return TavNumLinExprTerm(negate(t.getImpl()));  // by contract: in place, so that t itself is negated too
 }
-TavIntLinExprTerm operator-(TavIntLinExprTerm t) noexcept { return TavIntLinExprTerm(negate(t.getImpl())); }
+TavIntLinExprTerm operator-(TavIntLinExprTerm t) {
+  TavRequireEnv(TavVarOf(t.getImpl()));
+  return TavIntLinExprTerm(negate(t.getImpl()));
+}
 
 // ---- numbers
 

@@ -41,7 +41,8 @@ TEST_F(Operators, MakeTheseNodes) {
 TEST_F(Operators, OperandsOfTwoEnvironmentsAreRefusedBeforeAnythingChanges) {
   const TavNumVar foreign(other, 0.0, 1.0, "foreign");
   const TavIntVar foreignInt(other, 0, 1, "foreignInt");
-  const TavNumExprArg num = x + 1.0, four = TavNumExpr(env, 4.0), a = foreign;
+  TavExpr num(x + 1.0);
+  const TavNumExprArg four = TavNumExpr(env, 4.0), a = foreign;
   const TavIntExprArg whole = i + 1, b = foreignInt;
   const auto t = 2 * foreign, home = 2 * x;
   const auto u = 2 * foreignInt, homeInt = 2 * i;
@@ -72,6 +73,11 @@ TEST_F(Operators, OperandsOfTwoEnvironmentsAreRefusedBeforeAnythingChanges) {
   EXPECT_EQ(shape(num) + shape(whole), "1x 1#1i 1");
   EXPECT_EQ(t.getCoef() + u.getCoef() + home.getCoef() + homeInt.getCoef(), 8.0);
   refusesEmpty({[&] { num + TavNumExprArg(); }, [] { TavIntExprArg() + 1; }, [] { 2 * TavNumVar(); }});
+  const TavNumLinExprTerm noTerm;
+  const TavIntLinExprTerm noIntTerm;
+  refusesEmpty({[=] { -noTerm; }, [=] { -noIntTerm; }, [=] { noTerm + 1; }, [=] { 1 - noIntTerm; }, [=] { 2 * noTerm; },
+                [&] { x - noTerm; }, [&] { i + noIntTerm; }, [&] { num += noIntTerm; }, [=] { TavIntExpr{noIntTerm}; },
+                [=] { noTerm + noIntTerm; }});
 }
 
 }  // namespace

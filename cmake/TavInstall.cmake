@@ -5,11 +5,12 @@ include(CMakePackageConfigHelpers)
 set(tav_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/tavexpression)
 set(tav_pc_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 # `dev` is what a compiler needs, `runtime` what programs need that were linked to the shared library.
-install(TARGETS tavexpression EXPORT tavexpressionTargets COMPONENT dev
+install(TARGETS tavexpression tavevaluator EXPORT tavexpressionTargets COMPONENT dev
         LIBRARY COMPONENT runtime NAMELINK_COMPONENT dev)
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME dev)
 install(DIRECTORY host expression DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tavexpression
         FILES_MATCHING PATTERN "*.h" PATTERN "*.inc")
+install(FILES evaluator/tavevaluator.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tavexpression/evaluator)
 install(FILES tools/gdb/tavexpression.py DESTINATION ${CMAKE_INSTALL_DATADIR}/tavexpression/gdb)
 install(EXPORT tavexpressionTargets NAMESPACE tavexpression:: DESTINATION ${tav_package_dir})
 
@@ -26,8 +27,10 @@ string(REGEX REPLACE "/$" "" tav_prefix_from_pc ${tav_prefix_from_pc})
 if(TAV_PLAIN_ALLOC)
   set(tav_pc_definitions " -DTAV_PLAIN_ALLOC")
 endif()
-configure_file(cmake/tavexpression.pc.in ${PROJECT_BINARY_DIR}/tavexpression.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/tavexpression.pc DESTINATION ${tav_pc_dir})
+foreach(library tavexpression tavevaluator)
+  configure_file(cmake/${library}.pc.in ${PROJECT_BINARY_DIR}/${library}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${library}.pc DESTINATION ${tav_pc_dir})
+endforeach()
 
 if(PROJECT_IS_TOP_LEVEL)
   include(cmake/TavPackage.cmake)

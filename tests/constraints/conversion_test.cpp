@@ -17,6 +17,7 @@ TEST_F(Conversion, KeepsItsOwnCopyInTheVariablesEnvironmentAndLeavesThemAsTheyAr
   EXPECT_EQ(plain(conversion), "TavConversionI (c)\n  vars [x[0 .. 10] , i[0 .. 10] ]\n  type 3\n");
   EXPECT_EQ(library(conversion), plain(conversion));
   const TavConversion one(other, x, TavNumVar::Int), list(other, TavIntVarArray(env, 1, i), TavNumVar::Float, "d");
+  EXPECT_EQ(one.getEnv().getImpl(), env.getImpl());
   EXPECT_EQ(plain(one), "TavConversionI (" + std::to_string(one.getId()) + ")\n  vars [x[0 .. 10] ]\n  type 1\n");
   EXPECT_EQ(plain(list), "TavConversionI (d)\n  vars [i[0 .. 10] ]\n  type 2\n");
   refusesEmpty({[&] { TavConversion(env, TavNumVar(), TavNumVar::Int); },

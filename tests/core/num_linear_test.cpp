@@ -120,6 +120,11 @@ TEST_F(NumLinear, SettingManyCoefficientsNeverUnlinksAndReportsZeroCrossingsAlon
     EXPECT_TRUE(node->isNormalized());
   }
   EXPECT_EQ(lock.taken, static_cast<int>(std::size(kCases)));
+  TavNumLinTermI *node = linear({{1, x}, {2, y}}), *listeners = linear({{3, y}});
+  const TavNumVarArray both(env, 2, x, y), one(env, 1, y);
+  env.getImpl()->setChangeListener([&](const TavChange&) { listeners->setCoef(one, nums({4}), TavNumArray()); });
+  node->setCoef(both, nums({0, 5}), TavNumArray());
+  EXPECT_EQ(shape(node) + ", " + shape(listeners), "0x 5y 0, 4y 0");  // each edit uses the marks of its own node
 }
 
 TEST_F(NumLinear, RemovingObjectsCountsDownFromTheArraysSize) {

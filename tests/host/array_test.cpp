@@ -63,6 +63,10 @@ TEST_F(Arrays, FollowAPlainVectorThroughRandomEdits) {
     }
     ASSERT_EQ(contents(array), model) << step;
   }
+  TavIntArray grows = arrayOf<TavIntArray>({TavInt{7}});
+  while (grows.getSize() < 2000) grows.getImpl()->add(grows.getImpl()->at(0));  // also when the block moves
+  EXPECT_EQ(contents(grows), std::vector<TavInt>(2000, 7));
+  grows.end();
   TavIntArray copy(new (impl->getMemory()) TavArrayI(impl->getMemory(), impl));
   array.end();
   EXPECT_EQ(array.getImpl(), nullptr);
@@ -163,6 +167,8 @@ TEST_F(Arrays, CopiesOfDomainsArePrivateAndKeepKindBoundsAndValues) {
     EXPECT_EQ(second->getLB(), -99.0);
     EXPECT_EQ(second->getUB(), c.domain->getUB());
     second->end(other.getImpl());
+    copy->setUB(HUGE_VAL);
+    EXPECT_EQ(copy->getSize(), c.enumerated ? c.size : -1);
     copy->end(other.getImpl());
   }
   EXPECT_EQ(kCases[3].domain->getUB(), 3.5);

@@ -19,7 +19,7 @@ class Environment : public ::testing::Test {
 };
 
 TEST_F(Environment, EndRunsEveryDestructorOnceWhateverStateTheObjectIsIn) {
-  int destroyed = 0;
+  std::vector<TavInt> destroyed;
   TestObject* objects[3];
   for (TestObject*& object : objects) {
     std::string name = "first";
@@ -33,9 +33,10 @@ TEST_F(Environment, EndRunsEveryDestructorOnceWhateverStateTheObjectIsIn) {
   impl()->markRemoved(objects[2]);  // a mark that nobody took back
   objects[0]->setName(nullptr);
   EXPECT_EQ(objects[0]->getName(), nullptr);
-  EXPECT_EQ(destroyed, 1);
+  makeObject(env)->destroyed = makeObject(env)->destroyed = &destroyed;  // identifiers 1 and 3
+  EXPECT_EQ(destroyed, (std::vector<TavInt>{1}));
   env.end();
-  EXPECT_EQ(destroyed, 3);
+  EXPECT_EQ(destroyed, (std::vector<TavInt>{1, 3, 1, 0, 2}));  // the newest identifier first, then marked objects
   EXPECT_EQ(env.getImpl(), nullptr);
 }
 
@@ -136,11 +137,12 @@ TEST_F(Environment, ARecordReachesTheListenerAndEveryAlgorithmThatWantsIt) {
 TEST_F(Environment, SharedObjectsAreClonedOnce) {
   TavEnv target;
   TestObject *shared = makeObject(env, "shared"), *left = makeObject(env, nullptr, {shared});
-  TestObject* root = makeObject(env, "root", {left, shared, shared});
+  TestObject* root = makeObject(env, "root", {left, shared, shared, makeObject(env, "last")});
   {
     TavClonePass pass(impl(), target.getImpl());
     auto* copy = static_cast<TestObject*>(pass.clone(root));
-    ASSERT_EQ(copy->children.size(), 3u);
+    ASSERT_EQ(copy->children.size(), 4u);
+    EXPECT_LT(copy->children[0]->getId(), copy->children[3]->getId());  // the first operand is cloned first
     EXPECT_EQ(copy->children[1], copy->children[2]);
     EXPECT_EQ(static_cast<TestObject*>(copy->children[0])->children[0], copy->children[1]);
     EXPECT_EQ(shared->clones, 1);

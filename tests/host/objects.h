@@ -12,7 +12,7 @@ class TestObject : public TavExtractableI {
   TestObject(TavEnvI* env, const char* name, std::vector<TavExtractableI*> operands = {})
       : TavExtractableI(env, name), text(100, 'x'), children(std::move(operands)) {}
   ~TestObject() override {
-    if (destroyed) ++*destroyed;
+    if (destroyed) destroyed->push_back(getId());
   }
   void visitSubExtractables(TavExtractableVisitor* visitor) override {
     visitor->beginVisit(this);
@@ -30,8 +30,8 @@ class TestObject : public TavExtractableI {
   std::string text;
   std::vector<TavExtractableI*> children, removals;
   mutable int clones = 0;
-  /// Counts destructors, when set.
-  int* destroyed = nullptr;
+  /// Takes the identifiers of destroyed objects, when set.
+  std::vector<TavInt>* destroyed = nullptr;
 };
 
 inline TestObject* makeObject(TavEnv env, const char* name = nullptr, std::vector<TavExtractableI*> children = {}) {

@@ -53,6 +53,14 @@ TEST_F(Clone, HandlesFindAndRecordClones) {
   EXPECT_EQ(copy.getImpl()->getRefCount(), 1);
 }
 
+TEST_F(Clone, OfASumThatFailsTakesNoReference) {
+  const TavIntExprArg part = intLeaf(1), copy = intLeaf(2);
+  TavNumLinTermI* node = linear({}, {part, intLeaf(3)});
+  other.getImpl()->setClone(part.getImpl(), copy.getImpl());
+  refusesEmpty({[&] { node->makeClone(other.getImpl()); }});
+  EXPECT_EQ(copy.getImpl()->getRefCount(), 0);
+}
+
 TEST_F(Clone, AZeroTermIsKeptInAPassAndLeftOutWhereItsVariableHasNoClone) {
   TavNumLinTermI* node = linear({{2, o.v}, {0, o.w}});
   const auto cloned = [&](TavExtractableI* clone) { return shape(static_cast<TavNumLinTermI*>(clone)); };

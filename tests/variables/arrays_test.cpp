@@ -137,6 +137,8 @@ TEST_F(VarArrays, FollowTheClonesOfOneEnvironmentOrOfEachElements) {
   };
   check(array.getClone(other.getImpl()), inOther, other);
   check(array.getClone(nullptr), atHome, env);
+  other.getImpl()->setClone(inOther.getImpl(), j.getImpl());  // an element of another environment is asked there
+  EXPECT_EQ(TavIntVarArray(env, 1, inOther).getClone(nullptr)[0].getImpl(), j.getImpl());
   check(array.toNumVarArray().getClone(other.getImpl()), inOther, other);
   check(TavBoolVarArray(array.getImpl()).getClone(nullptr), atHome, env);
   TavIntExprArray exprs = array.toIntExprArray();

@@ -54,11 +54,12 @@ TEST_F(Clone, HandlesFindAndRecordClones) {
 }
 
 TEST_F(Clone, OfASumThatFailsTakesNoReference) {
-  const TavIntExprArg part = intLeaf(1), copy = intLeaf(2);
-  TavNumLinTermI* node = linear({}, {part, intLeaf(3)});
-  other.getImpl()->setClone(part.getImpl(), copy.getImpl());
+  const TavIntExprArg part = intLeaf(1);
+  auto* copy = new (other.getImpl()) IntLeafI(other.getImpl(), 1, "copy");
+  other.getImpl()->setClone(part.getImpl(), copy);
+  TavNumLinTermI* node = linear({}, {part, intLeaf(2)});
   refusesEmpty({[&] { node->makeClone(other.getImpl()); }});
-  EXPECT_EQ(copy.getImpl()->getRefCount(), 0);
+  EXPECT_EQ(copy->getRefCount(), 0);
 }
 
 TEST_F(Clone, AZeroTermIsKeptInAPassAndLeftOutWhereItsVariableHasNoClone) {

@@ -1,5 +1,5 @@
 #pragma once
-/// The work by hand as a contender of the roads (roads.h).
+/// The work by hand as a contender of the benchmarks (benchmarks.h).
 
 #include <memory>
 #include <string>

@@ -14,9 +14,9 @@ from pathlib import Path
 
 import report
 
-# A road: its name in the programs, what it is called, what is counted, and the goals: for the time of the library divided
-# by that of a contender; for its nanoseconds ("ns") and bytes ("bytes") an item.
-ROADS = [
+# A benchmark: its name in the programs, its title, what is counted, and the goals: for the time of the library divided by
+# that of a contender, for its nanoseconds ("ns") and for its bytes ("bytes") an item.
+BENCHMARKS = [
     ("buildCold", "`e += c * x`, new memory", "term", {"hand": 1.25, "bytes": 24.5}),
     ("buildWarm", "`e += c * x`, recycled memory", "term", {"hand": 1.25}),
     ("clear", "clearing a sum", "term", {"ns": 0.5}),
@@ -58,12 +58,12 @@ LARGE = 10_000_000
 
 
 class Race:
-    """The figures of one road, contender and size, gathered over the passes."""
+    """The figures of one benchmark, contender and size, gathered over the passes."""
 
     def __init__(self, program, name):
         self.program = program
         self.name = name
-        self.road, self.contender, size = name.split("/")[:3]
+        self.benchmark, self.contender, size = name.split("/")[:3]
         self.size = int(size)
         self.failure = None
         self.counters = {}
@@ -89,7 +89,7 @@ class Race:
         return statistics.median(values) if values else None
 
     def goal(self):
-        return GOALS.get(self.road, {}).get(self.contender)
+        return GOALS.get(self.benchmark, {}).get(self.contender)
 
     def misses(self):
         """What is worse than its goal, in words; empty when nothing is."""
@@ -97,7 +97,7 @@ class Race:
         if self.goal() is not None and round(self.ratio, 2) > self.goal():
             missed.append("time")
         if self.contender == "hand":
-            goals = GOALS.get(self.road, {})
+            goals = GOALS.get(self.benchmark, {})
             if self.library_ns > goals.get("ns", self.library_ns):
                 missed.append("nanoseconds")
             # Below that, what the environment itself takes counts.
@@ -106,8 +106,8 @@ class Race:
         return " ".join(missed)
 
 
-GOALS = {name: goals for name, _, _, goals in ROADS}
-ORDER = {name: position for position, (name, _, _, _) in enumerate(ROADS)}
+GOALS = {name: goals for name, _, _, goals in BENCHMARKS}
+ORDER = {name: position for position, (name, _, _, _) in enumerate(BENCHMARKS)}
 
 
 def find_races(folder, pattern, large):
@@ -121,16 +121,16 @@ def find_races(folder, pattern, large):
     peer_sizes = {}
     for race in races:
         if race.contender not in TWINS and race.size <= PEER_SIZE:
-            key = race.road, race.contender
+            key = race.benchmark, race.contender
             peer_sizes[key] = max(race.size, peer_sizes.get(key, 0))
 
     def wanted(race):
         if race.contender not in TWINS:
-            return race.size == peer_sizes.get((race.road, race.contender))
-        return large or race.size < LARGE or race.road in ("buildCold", "buildWarm")
+            return race.size == peer_sizes.get((race.benchmark, race.contender))
+        return large or race.size < LARGE or race.benchmark in ("buildCold", "buildWarm")
 
     races = [race for race in races if wanted(race)]
-    return sorted(races, key=lambda race: (ORDER.get(race.road, len(ORDER)), race.contender, race.size))
+    return sorted(races, key=lambda race: (ORDER.get(race.benchmark, len(ORDER)), race.contender, race.size))
 
 
 def run(races, passes, seconds, pin):
@@ -146,34 +146,33 @@ def run(races, passes, seconds, pin):
 
 
 def print_table(races):
-    print(f"{'road':18s} {'against':9s} {'size':>9s} {'library ns':>11s} {'other ns':>9s} {'ratio':>6s} {'goal':>5s} "
+    print(f"{'benchmark':18s} {'against':9s} {'size':>9s} {'library ns':>11s} {'other ns':>9s} {'ratio':>6s} {'goal':>5s} "
           f"{'bytes':>6s} {'other':>6s} {'MB/s':>5s} {'other':>5s}")
     for race in races:
         if race.ratio is None:
-            print(f"{race.road:18s} {race.contender:9s} {race.size:9d} failed: {race.failure}")
+            print(f"{race.benchmark:18s} {race.contender:9s} {race.size:9d} failed: {race.failure}")
             continue
 
         def number(value, digits):
             return "" if value is None else f"{value:.{digits}f}"
 
-        print(f"{race.road:18s} {race.contender:9s} {race.size:9d} {race.library_ns:11.2f} {race.other_ns:9.2f} "
+        print(f"{race.benchmark:18s} {race.contender:9s} {race.size:9d} {race.library_ns:11.2f} {race.other_ns:9.2f} "
               f"{race.ratio:6.2f} {number(race.goal(), 2):>5s} {number(race.library_bytes, 1):>6s} "
               f"{number(race.other_bytes, 1):>6s} {number(race.library_MBs, 0):>5s} {number(race.other_MBs, 0):>5s}"
               f"{'  misses ' + race.misses() if race.misses() else ''}".rstrip())
 
 
 def main():
-    parser = argparse.ArgumentParser(prog="scripts/bench", description=__doc__.splitlines()[0])
-    parser.add_argument("filter", nargs="?", default=".",
-                        help="a regular expression over road/contender/size, for instance '^(merge|eval)' or '/hand/1000$'")
-    parser.add_argument("--seconds", type=float, default=0.2, help="time for each race, default %(default)s")
-    parser.add_argument("--passes", type=int, default=2, help="processes for each race, default %(default)s")
-    parser.add_argument("--large", action="store_true", help="every road with ten million items too")
-    parser.add_argument("--docs", action="store_true", help="writes docs/speed.md, docs/speed.svg and the README's table")
-    parser.add_argument("--json", type=Path, help="keeps the raw figures in this file")
-    parser.add_argument("--bin", type=Path, required=True, help=argparse.SUPPRESS)
-    parser.add_argument("--pin", default="", help=argparse.SUPPRESS)
-    parser.add_argument("--machine", default="", help=argparse.SUPPRESS)
+    parser = argparse.ArgumentParser(prog="scripts/bench", add_help=False)  # scripts/bench --help explains the options
+    parser.add_argument("filter", nargs="?", default=".")
+    parser.add_argument("--seconds", type=float, default=0.2)
+    parser.add_argument("--passes", type=int, default=2)
+    parser.add_argument("--large", action="store_true")
+    parser.add_argument("--docs", action="store_true")
+    parser.add_argument("--json", type=Path)
+    parser.add_argument("--bin", type=Path, required=True)
+    parser.add_argument("--pin", default="")
+    parser.add_argument("--machine", default="")
     options = parser.parse_args()
 
     races = find_races(options.bin, options.filter.replace("$", "(/|$)"), options.large)
@@ -183,9 +182,9 @@ def main():
         options.json.write_text(json.dumps({race.name: race.counters for race in races}, indent=1), encoding="utf-8")
     if options.docs:
         docs = Path(__file__).parent.parent / "docs"
-        report.write_chart(docs / "speed.svg", ROADS, TWINS, races)
-        report.write_text(docs / "speed.md", ROADS, TWINS, races, options.machine)
-        report.write_readme(docs.parent / "README.md", ROADS, races, options.machine)
+        report.write_chart(docs / "speed.svg", BENCHMARKS, TWINS, races)
+        report.write_text(docs / "speed.md", BENCHMARKS, TWINS, races, options.machine)
+        report.write_readme(docs.parent / "README.md", BENCHMARKS, races, options.machine)
     return 1 if any(race.ratio is None for race in races) else 0
 
 

@@ -1,31 +1,31 @@
-// Runs each hot road of the library once under callgrind, which writes a file of counts for each: bench/counts.py reads
+// Runs each hot path of the library once under callgrind, which writes a file of counts for each: bench/counts.py reads
 // them.
 
 #include <valgrind/callgrind.h>
 
 #include <string>
 
-#include "bench/roads.h"
+#include "bench/benchmarks.h"
 
 namespace {
 
 constexpr std::size_t kSize = 1000;
 
-template <template <class> class Road>
+template <template <class> class Benchmark>
 void count(const std::string& name) {
-  Road<Library> road(kSize);
-  const std::string title = name + "/" + std::to_string(road.items());
+  Benchmark<Library> bench(kSize);
+  const std::string title = name + "/" + std::to_string(bench.items());
   // The first run makes the pools grow and types known.
-  road.prepare();
-  road.run();
-  road.finish();
-  road.prepare();
+  bench.prepare();
+  bench.run();
+  bench.finish();
+  bench.prepare();
   CALLGRIND_ZERO_STATS;
   CALLGRIND_TOGGLE_COLLECT;
-  road.run();
+  bench.run();
   CALLGRIND_TOGGLE_COLLECT;
   CALLGRIND_DUMP_STATS_AT(title.c_str());  // read after this statement
-  road.finish();
+  bench.finish();
 }
 
 }  // namespace

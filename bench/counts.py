@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Counts the instructions of the library's hot roads under callgrind and compares them with bench/budgets.txt.
+"""Counts the instructions of the library's hot paths under callgrind and compares them with bench/budgets.txt.
 
 Started by scripts/counts, which builds the program first.
 """
@@ -15,13 +15,13 @@ BUDGETS = Path(__file__).parent / "budgets.txt"
 # What a change of the standard library or a shifted branch may cost without being a regression.
 MARGIN = 1.05
 HEADER = """\
-# Instructions per item (term, operation, variable) of the library's hot roads: {compiler}, Release.
+# Instructions per item (term, operation, variable) of the library's hot paths: {compiler}, Release.
 # Written by `scripts/counts --rewrite`; a count more than 5 % above its budget fails.
 """
 
 
 def count(program):
-    """The instructions per item of each road, in the program's order."""
+    """The instructions per item of each benchmark, in the program's order."""
     with tempfile.TemporaryDirectory() as folder:
         command = ["valgrind", "--tool=callgrind", "--collect-atstart=no", "--callgrind-out-file=" + folder + "/counts",
                    str(program)]
@@ -47,10 +47,10 @@ def check(counts, compiler):
     budgets = read_budgets()
     held = f": {compiler}, " in BUDGETS.read_text(encoding="utf-8").splitlines()[0]
     status = 0
-    for road in sorted(counts.keys() | budgets.keys(), key=list(counts | budgets).index):
-        used, budget = counts.get(road), budgets.get(road)
+    for benchmark in sorted(counts.keys() | budgets.keys(), key=list(counts | budgets).index):
+        used, budget = counts.get(benchmark), budgets.get(benchmark)
         if used is None or budget is None:
-            print(f"{road:18s} {'has no budget' if used else 'is no longer counted'}: scripts/counts --rewrite")
+            print(f"{benchmark:18s} {'has no budget' if used else 'is no longer counted'}: scripts/counts --rewrite")
             status = 1
             continue
         note = ""
@@ -59,7 +59,7 @@ def check(counts, compiler):
             status = 1
         elif used * MARGIN < budget:
             note = f"{100 * (1 - used / budget):.0f} % below: scripts/counts --rewrite lowers the budget"
-        print(f"{road:18s} {used:9.2f} {budget:9.2f}  {note}".rstrip())
+        print(f"{benchmark:18s} {used:9.2f} {budget:9.2f}  {note}".rstrip())
     if status and not held:
         print(f"The budgets are another compiler's; this is {compiler}: nothing is concluded.")
         return 0
@@ -77,7 +77,7 @@ def main():
     if not counts:
         sys.exit("error: callgrind counted nothing")
     if options.rewrite:
-        lines = [f"{road} {used:.2f}\n" for road, used in counts.items()]
+        lines = [f"{benchmark} {used:.2f}\n" for benchmark, used in counts.items()]
         BUDGETS.write_text(HEADER.format(compiler=options.compiler) + "".join(lines), encoding="utf-8")
         return 0
     return check(counts, options.compiler)

@@ -3,7 +3,7 @@
 #include <CoinPackedMatrix.hpp>
 #include <OsiClpSolverInterface.hpp>
 
-#include "bench/roads.h"
+#include "bench/benchmarks.h"
 #include "solver.h"
 
 namespace {
@@ -86,6 +86,6 @@ struct Extract : Plain {
 }  // namespace
 
 int main(int argc, char** argv) {
-  enterRoad<Extract, Tavsolve, Arrays>("extract", {1'000, 100'000, 1'000'000, 10'000'000});
+  registerBenchmark<Extract, Tavsolve, Arrays>("extract", {1'000, 100'000, 1'000'000, 10'000'000});
   return runRaces(argc, argv);
 }

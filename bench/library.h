@@ -1,5 +1,5 @@
 #pragma once
-/// The library as a contender: what each road (roads.h) does, written as a user would write it.
+/// The library as a contender: what each benchmark (benchmarks.h) does, written as a user would write it.
 
 #include <algorithm>
 #include <cstddef>
@@ -33,8 +33,8 @@ inline std::vector<std::size_t> shuffled(std::size_t count) {
   return order;
 }
 
-/// A world is an environment with variables 0, 1, 2, … and the operations of the roads; contenders have worlds of the
-/// same shape, as far as they go.
+/// A world is an environment with variables 0, 1, 2, … and the operations of the benchmarks; contenders have worlds of
+/// the same shape, as far as they go.
 class Library {
  public:
   static constexpr const char* kName = "library";
@@ -91,7 +91,7 @@ class Library {
     return TavExpr(e);
   }
 
-  // roads over arrays of all variables
+  // benchmarks over arrays of all variables
   void makeArrays() {
     array = TavNumVarArray(env, 0);
     half = TavNumVarArray(env, 0);
@@ -166,7 +166,7 @@ class Library {
   std::vector<TavExtractableI*> _clones{};
 };
 
-/// The library's own roads by `+=`, which its shorter ways of writing a sum must not be slower than.
+/// The library's own benchmarks by `+=`, which its shorter ways of writing a sum must not be slower than.
 class OwnLoop : public Library {
  public:
   static constexpr const char* kName = "own";

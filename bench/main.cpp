@@ -1,7 +1,7 @@
 // The library against the same work by hand, and against its own `+=`.
 
+#include "bench/benchmarks.h"
 #include "bench/by_hand_world.h"
-#include "bench/roads.h"
 
 namespace {
 
@@ -24,12 +24,12 @@ class ToChars : public ByHand {
 }  // namespace
 
 int main(int argc, char** argv) {
-  enterRoads<ByHand>();
+  registerBenchmarks<ByHand>();
   const std::initializer_list<long> sizes{1'000, 100'000, 1'000'000, 10'000'000};
-  enterRoad<OneStatement, Library, OwnLoop>("oneStatement", sizes);
-  enterRoad<Chained, Library, OwnLoop>("chained", sizes);
-  enterRoad<ScalProd, Library, OwnLoop>("scalProd", sizes);
-  enterRoad<SumOfArray, Library, OwnLoop>("sumOfArray", sizes);
-  enterRoad<Print, Library, ToChars>("print", sizes);
+  registerBenchmark<OneStatement, Library, OwnLoop>("oneStatement", sizes);
+  registerBenchmark<Chained, Library, OwnLoop>("chained", sizes);
+  registerBenchmark<ScalProd, Library, OwnLoop>("scalProd", sizes);
+  registerBenchmark<SumOfArray, Library, OwnLoop>("sumOfArray", sizes);
+  registerBenchmark<Print, Library, ToChars>("print", sizes);
   return runRaces(argc, argv);
 }

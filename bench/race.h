@@ -143,14 +143,14 @@ void race(benchmark::State& state, Library& library, Other& other) {
   }
 }
 
-/// Enters the race of a road between two contenders, under the name road/contender/size. `Road<World>` is a side that
-/// is made for a size.
-template <template <class> class Road, class Library, class Other>
-void enterRoad(const char* name, std::initializer_list<long> sizes) {
+/// Registers the race of a benchmark between two contenders, under the name benchmark/contender/size.
+/// `Benchmark<World>` is a side that is made for a size.
+template <template <class> class Benchmark, class Library, class Other>
+void registerBenchmark(const char* name, std::initializer_list<long> sizes) {
   auto* entry = benchmark::RegisterBenchmark((std::string(name) + "/" + Other::kName).c_str(), [](benchmark::State& s) {
     const auto size = static_cast<std::size_t>(s.range(0));
-    Road<Library> library(size);
-    Road<Other> other(size);
+    Benchmark<Library> library(size);
+    Benchmark<Other> other(size);
     race(s, library, other);
   });
   entry->Iterations(1);
@@ -159,7 +159,7 @@ void enterRoad(const char* name, std::initializer_list<long> sizes) {
   }
 }
 
-/// Runs the races that were entered. Takes --seconds=S beside Google Benchmark's arguments.
+/// Runs the registered races. Takes --seconds=S beside Google Benchmark's arguments.
 inline int runRaces(int argc, char** argv) {
   const std::string flag = "--seconds=";
   char** end = std::remove_if(argv + 1, argv + argc, [&flag](const std::string& argument) {

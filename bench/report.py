@@ -2,40 +2,40 @@
 
 # Below this line a page keeps what was written by hand.
 KEPT = "<!-- What follows is written by hand and kept. -->"
-# What stands between these two in the README is written here, for a choice of roads.
+# What stands between these two in the README is written here, for a choice of benchmarks.
 README_MARKS = ("<!-- scripts/bench --docs writes from here -->\n", "<!-- to here -->\n")
-README_ROADS = ["buildCold", "buildWarm", "rowsCold", "oneStatement", "scalProd", "mergeRecycled", "evalSum", "chainCold",
-                "chainEval", "cloneRows", "variablesArray", "print"]
+README_BENCHMARKS = ["buildCold", "buildWarm", "rowsCold", "oneStatement", "scalProd", "mergeRecycled", "evalSum",
+                     "chainCold", "chainEval", "cloneRows", "variablesArray", "print"]
 # In the order of the chart's legend: marker, colour.
 MARKS = {"LEMON": ("o", "#e69f00"), "Gecode": ("s", "#0072b2"), "GiNaC": ("^", "#009e73"),
          "ADOL-C": ("D", "#d55e00"), "muParser": ("v", "#cc79a7"), "CoinUtils": ("P", "#7a5cc4")}
 
 
-def largest(races, road, contender, limit=1_000_000):
+def largest(races, benchmark, contender, limit=1_000_000):
     """The race at the largest size that has figures; None without one."""
-    found = [race for race in races
-             if race.road == road and race.contender == contender and race.size <= limit and race.ratio is not None]
+    found = [race for race in races if race.benchmark == benchmark and race.contender == contender
+             and race.size <= limit and race.ratio is not None]
     return max(found, key=lambda race: race.size, default=None)
 
 
-def write_chart(path, roads, twins, races):
+def write_chart(path, benchmarks, twins, races):
     """How long each contender takes, the library being 1."""
     import matplotlib
     matplotlib.use("svg")
     matplotlib.rcParams.update({"svg.hashsalt": "speed", "font.size": 9.5, "axes.edgecolor": "#888888"})
     from matplotlib import pyplot
 
-    # A road whose time does not grow with its size has no place on the scale.
-    rows = [(name, title) for name, title, _, goals in roads
-            if "ns" not in goals and any(race.road == name for race in races)]
+    # A benchmark whose time does not grow with its size has no place on the scale.
+    rows = [(name, title) for name, title, _, goals in benchmarks
+            if "ns" not in goals and any(race.benchmark == name for race in races)]
     figure, axes = pyplot.subplots(figsize=(9, 1.5 + 0.27 * len(rows)))
     axes.axvspan(1e-4, 1.0, color="#f3e3e0", zorder=0)
     axes.axvline(1.0, color="#444444", linewidth=1.0, zorder=1)
     drawn = set()
     extremes = [0.5, 10.0]
-    for position, (road, _) in enumerate(rows):
+    for position, (benchmark, _) in enumerate(rows):
         for contender in [*twins, *MARKS]:
-            race = largest(races, road, contender)
+            race = largest(races, benchmark, contender)
             if race is None:
                 continue
             twin = contender in twins
@@ -70,6 +70,10 @@ def nanoseconds(value):
     return f"{value:.2f}" if value < 0.995 else f"{value:.1f}" if value < 99.5 else f"{value:,.0f}"
 
 
+def bold(cell, when):
+    return f"**{cell}**" if when else cell
+
+
 def per(unit):
     return f"an {unit}" if unit[0] in "aeiou" else f"a {unit}"
 
@@ -79,72 +83,72 @@ def table(head, rows):
     return "\n".join(lines + ["| " + " | ".join(row) + " |" for row in rows]) + "\n"
 
 
-def twin_table(roads, twins, races):
+def twin_table(benchmarks, twins, races):
     sizes = sorted({race.size for race in races if race.contender in twins})
     rows = []
-    for road, title, unit, goals in roads:
+    for benchmark, title, unit, goals in benchmarks:
         for contender, called in twins.items():
             raced = {race.size: race for race in races
-                     if race.road == road and race.contender == contender and race.ratio is not None}
+                     if race.benchmark == benchmark and race.contender == contender and race.ratio is not None}
             if not raced:
                 continue
-            last = largest(races, road, contender)
+            last = largest(races, benchmark, contender)
             goal = goals.get(contender)
             wanted = f"{goal:g}" if goal else f"{goals['ns']:g} ns" if "ns" in goals else ""
             cells = []
             for size in sizes:
                 race = raced.get(size)
-                cells.append("" if race is None else f"**{race.ratio:.2f}**" if "time" in race.misses() else f"{race.ratio:.2f}")
+                cells.append("" if race is None else bold(f"{race.ratio:.2f}", "time" in race.misses()))
             speed = f", {last.library_MBs:.0f} MB/s" if last.library_MBs else ""
-            rows.append([title, called, wanted, *cells,
-                         ("**{}**" if "nanoseconds" in last.misses() else "{}").format(nanoseconds(last.library_ns)) + f" {per(unit)}" + speed, nanoseconds(last.other_ns)])
-    return table(["road", "against", "goal", *[f"{size:,}" for size in sizes], "library, ns", "other, ns"], rows)
+            time = bold(nanoseconds(last.library_ns), "nanoseconds" in last.misses())
+            rows.append([title, called, wanted, *cells, f"{time} {per(unit)}{speed}", nanoseconds(last.other_ns)])
+    return table(["benchmark", "against", "goal", *[f"{size:,}" for size in sizes], "library, ns", "other, ns"], rows)
 
 
-def growth_table(roads, races):
+def growth_table(benchmarks, races):
     sizes = sorted({race.size for race in races if race.contender == "hand"})
     rows = []
-    for road, title, unit, _ in roads:
+    for benchmark, title, unit, _ in benchmarks:
         by_size = {race.size: race for race in races
-                   if race.road == road and race.contender in ("hand", "arrays") and race.ratio is not None}
+                   if race.benchmark == benchmark and race.contender in ("hand", "arrays") and race.ratio is not None}
         if by_size:
             rows.append([f"{title}, ns {per(unit)}"] + [nanoseconds(by_size[size].library_ns) if size in by_size else ""
                                                      for size in sizes])
-    return table(["road", *[f"{size:,}" for size in sizes]], rows)
+    return table(["benchmark", *[f"{size:,}" for size in sizes]], rows)
 
 
-def bytes_table(roads, peers, races):
+def bytes_table(benchmarks, peers, races):
     rows = []
-    for road, title, unit, goals in roads:
-        hand = largest(races, road, "hand")
+    for benchmark, title, unit, goals in benchmarks:
+        hand = largest(races, benchmark, "hand")
         if hand is None or hand.library_bytes is None:
             continue
         library = f"{hand.library_bytes:.1f}"
         row = [f"{title}, bytes {per(unit)}", f"{goals['bytes']:g}" if "bytes" in goals else "",
-               f"**{library}**" if "bytes" in hand.misses() else library, f"{hand.other_bytes:.1f}"]
+               bold(library, "bytes" in hand.misses()), f"{hand.other_bytes:.1f}"]
         for peer in peers:
-            race = largest(races, road, peer)
+            race = largest(races, benchmark, peer)
             cell = "" if race is None else f"{race.other_bytes:.1f}"
-            row.append(f"**{cell}**" if race and race.other_bytes < race.library_bytes else cell)
+            row.append(bold(cell, race and race.other_bytes < race.library_bytes))
         rows.append(row)
-    return table(["road", "goal", "library", "by hand", *peers], rows)
+    return table(["benchmark", "goal", "library", "by hand", *peers], rows)
 
 
-def peer_table(roads, peers, races):
+def peer_table(benchmarks, peers, races):
     rows = []
-    for road, title, unit, _ in roads:
-        raced = {peer: largest(races, road, peer) for peer in peers}
+    for benchmark, title, unit, _ in benchmarks:
+        raced = {peer: largest(races, benchmark, peer) for peer in peers}
         if not any(raced.values()):
             continue
         row = [f"{title}, {per(unit)}", nanoseconds(next(race for race in raced.values() if race).library_ns)]
         for race in raced.values():
             cell = "" if race is None else f"{nanoseconds(race.other_ns)} ({times(1.0 / race.ratio)}×)"
-            row.append(f"**{cell}**" if race and race.ratio > 1.0 else cell)
+            row.append(bold(cell, race and race.ratio > 1.0))
         rows.append(row)
-    return table(["road", "library", *peers], rows)
+    return table(["benchmark", "library", *peers], rows)
 
 
-def write_text(path, roads, twins, races, machine):
+def write_text(path, benchmarks, twins, races, machine):
     peers = [peer for peer in MARKS if any(race.contender == peer for race in races)]
     kept = ""
     if path.exists() and KEPT in path.read_text(encoding="utf-8"):
@@ -152,8 +156,8 @@ def write_text(path, roads, twins, races, machine):
     path.write_text(f"""# Speed
 
 Written by `scripts/bench --docs`: {machine}. Times are computing time, medians over rounds in turns and over several
-processes; a ratio is the median of the ratios of the rounds. What was measured is in [bench/](../bench): a road is written
-once (`*_roads.h`), a contender is one class (`library.h`, `by_hand_world.h`, `peers/`).
+processes; a ratio is the median of the ratios of the rounds. The programs are in [bench/](../bench): each benchmark is
+written once (`*_benchmarks.h`), each contender is one class (`library.h`, `by_hand_world.h`, `peers/`).
 
 ![Time of others, the library's being 1](speed.svg)
 
@@ -164,33 +168,33 @@ The chart takes the work by hand at a million items, other libraries at the size
 The library's time divided by the other's, for each number of items; a figure in **bold** misses its goal. The last two
 columns are nanoseconds at a million items, or at the largest size raced.
 
-{twin_table(roads, twins, races)}
+{twin_table(benchmarks, twins, races)}
 ## Growth
 
-{growth_table(roads, races)}
+{growth_table(benchmarks, races)}
 ## Beside other libraries
 
 Nanoseconds, and how many times the library's time that is; in **bold** where the other one is faster. The sizes are 100,000
 items; muParser takes texts of at most 20,000 characters and is raced at 1,000 terms.
 
-{peer_table(roads, peers, races)}
+{peer_table(benchmarks, peers, races)}
 ## Bytes
 
 What a million items take of new memory (peers: 100,000 items), as the system counts it; in **bold** where a goal is
 missed or another library takes less.
 
-{bytes_table(roads, peers, races)}
+{bytes_table(benchmarks, peers, races)}
 {KEPT}{kept or chr(10)}""", encoding="utf-8")
 
 
-def write_readme(path, roads, races, machine):
+def write_readme(path, benchmarks, races, machine):
     """The short table: the size at which the peers are raced."""
     rows = []
-    for road, title, unit, _ in roads:
-        hand = largest(races, road, "hand", 100_000)
-        if road not in README_ROADS or hand is None:
+    for benchmark, title, unit, _ in benchmarks:
+        hand = largest(races, benchmark, "hand", 100_000)
+        if benchmark not in README_BENCHMARKS or hand is None:
             continue
-        peers = [race for race in (largest(races, road, peer, 100_000) for peer in MARKS) if race]
+        peers = [race for race in (largest(races, benchmark, peer, 100_000) for peer in MARKS) if race]
         nearest = min(peers, key=lambda race: race.other_ns / race.library_ns, default=None)
         rows.append([title, f"{nanoseconds(hand.library_ns)} {per(unit)}", nanoseconds(hand.other_ns),
                      f"{hand.ratio:.2f}",
@@ -198,5 +202,6 @@ def write_readme(path, roads, races, machine):
     text = path.read_text(encoding="utf-8")
     before, rest = text.split(README_MARKS[0], 1)
     after = rest.split(README_MARKS[1], 1)[1]
-    body = table(["road, 100,000 items", "library, ns", "by hand, ns", "ratio", "time of the fastest other library"], rows)
+    head = ["benchmark, 100,000 items", "library, ns", "by hand, ns", "ratio", "time of the fastest other library"]
+    body = table(head, rows)
     path.write_text(f"{before}{README_MARKS[0]}{body}\nMeasured on {machine}.\n{README_MARKS[1]}{after}", encoding="utf-8")

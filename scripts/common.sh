@@ -19,13 +19,10 @@ packages_for() {
 
 installed() { [[ $(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null) == installed ]]; }
 
-# apt_get ARGS...: as root, by sudo if need be; its output is shown only when it fails.
+# apt_get ARGS...: as root or by sudo; its output is shown only when it fails.
 apt_get() {
   local as_root=() log
-  if [[ $(id -u) -ne 0 ]]; then
-    command -v sudo >/dev/null || return 1
-    as_root=(sudo)
-  fi
+  if [[ $(id -u) -ne 0 ]]; then as_root=(sudo); fi
   log=$(mktemp)
   if ! "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq -o Dpkg::Use-Pty=0 "$@" >"$log" 2>&1; then
     cat "$log" >&2
@@ -35,23 +32,25 @@ apt_get() {
   rm -f "$log"
 }
 
-# need PURPOSE...: installs the packages that are missing. Where that cannot be done it names them and goes on as long as
-# the build tools are there; what lacks optional packages is then left out by CMake, which says so.
+# need PURPOSE...: installs the packages that are missing. Where it cannot, it names them and continues if the build tools
+# are there; CMake leaves out the parts whose packages are missing, and says so.
 need() {
   local package missing=()
   if command -v apt-get >/dev/null && command -v dpkg-query >/dev/null; then
     for package in $(packages_for "$@"); do installed "$package" || missing+=("$package"); done
-    if ((${#missing[@]})); then
+    if ((${#missing[@]})) && [[ $(id -u) -ne 0 ]] && ! command -v sudo >/dev/null; then
+      say "not root, and there is no sudo; run this as root: apt-get install --no-install-recommends ${missing[*]}"
+    elif ((${#missing[@]})); then
       say "installing ${missing[*]}"
-      apt_get update || say "apt-get update failed; trying with the package lists that are here"
+      apt_get update || say "apt-get update failed; continuing with the present package lists"
       if ! apt_get install -y --no-install-recommends "${missing[@]}"; then
         for package in "${missing[@]}"; do
-          apt_get install -y --no-install-recommends "$package" || say "could not install $package; going on without"
+          apt_get install -y --no-install-recommends "$package" || say "could not install $package; continuing without it"
         done
       fi
     fi
   else
-    say "no apt-get here; wanted are the counterparts of these Debian packages: $(packages_for "$@" | xargs)"
+    say "there is no apt-get; install the counterparts of these Debian packages: $(packages_for "$@" | xargs)"
   fi
   command -v cmake >/dev/null || die "cmake (3.25 or later) is needed"
   command -v ninja >/dev/null || die "ninja is needed"

@@ -5,7 +5,7 @@
 #include <adolc/interfaces.h>
 #include <adolc/taping.h>
 
-#include "bench/roads.h"
+#include "bench/benchmarks.h"
 
 namespace {
 
@@ -53,6 +53,6 @@ class Adolc {
 }  // namespace
 
 int main(int argc, char** argv) {
-  enterRoads<Adolc>();
+  registerBenchmarks<Adolc>();
   return runRaces(argc, argv);
 }

@@ -2,7 +2,7 @@
 
 #include <CoinPackedMatrix.hpp>
 
-#include "bench/roads.h"
+#include "bench/benchmarks.h"
 
 namespace {
 
@@ -62,6 +62,6 @@ class PackedMatrix {
 }  // namespace
 
 int main(int argc, char** argv) {
-  enterRoads<PackedMatrix>();
+  registerBenchmarks<PackedMatrix>();
   return runRaces(argc, argv);
 }

@@ -4,7 +4,7 @@
 #include <gecode/int.hh>
 #include <gecode/minimodel.hh>
 
-#include "bench/roads.h"
+#include "bench/benchmarks.h"
 
 namespace {
 
@@ -59,6 +59,6 @@ class MiniModel {
 }  // namespace
 
 int main(int argc, char** argv) {
-  enterRoads<MiniModel>();
+  registerBenchmarks<MiniModel>();
   return runRaces(argc, argv);
 }

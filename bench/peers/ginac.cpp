@@ -3,7 +3,7 @@
 
 #include <ginac/ginac.h>
 
-#include "bench/roads.h"
+#include "bench/benchmarks.h"
 
 namespace {
 
@@ -70,6 +70,6 @@ class Ginac {
 }  // namespace
 
 int main(int argc, char** argv) {
-  enterRoads<Ginac>();
+  registerBenchmarks<Ginac>();
   return runRaces(argc, argv);
 }

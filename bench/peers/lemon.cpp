@@ -2,7 +2,7 @@
 
 #include <lemon/lp_skeleton.h>
 
-#include "bench/roads.h"
+#include "bench/benchmarks.h"
 
 namespace {
 
@@ -65,6 +65,6 @@ class Lemon {
 }  // namespace
 
 int main(int argc, char** argv) {
-  enterRoads<Lemon>();
+  registerBenchmarks<Lemon>();
   return runRaces(argc, argv);
 }

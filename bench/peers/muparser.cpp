@@ -2,7 +2,7 @@
 
 #include <muParser.h>
 
-#include "bench/roads.h"
+#include "bench/benchmarks.h"
 
 namespace {
 
@@ -47,6 +47,6 @@ class MuParser {
 }  // namespace
 
 int main(int argc, char** argv) {
-  enterRoads<MuParser>();
+  registerBenchmarks<MuParser>();
   return runRaces(argc, argv);
 }

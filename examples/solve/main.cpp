@@ -22,7 +22,7 @@ Outcome solveAndReport(const Model& model, SolverAlgorithmI& solver, const Optio
   return outcome;
 }
 
-/// The two solves may take different roads to the same optimum.
+/// The two solves may reach the same optimum in different ways.
 bool agree(const Outcome& a, const Outcome& b) {
   if (a.status != b.status || a.hasSolution != b.hasSolution) return false;
   return !a.hasSolution || std::abs(a.objective - b.objective) <= 1e-6 * std::max(1.0, std::abs(a.objective));

@@ -1,11 +1,11 @@
 #pragma once
-/// Roads that change a sum: normalising, setting coefficients, removing variables.
+/// Benchmarks that change a sum: normalising, setting coefficients, removing variables.
 
 #include <optional>
 #include <random>
 #include <vector>
 
-#include "bench/sum_roads.h"
+#include "bench/sum_benchmarks.h"
 
 /// Sums of n terms over n / 4 variables, drawn at random.
 template <class World>

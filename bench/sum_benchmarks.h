@@ -1,5 +1,5 @@
 #pragma once
-/// Roads over one sum: building, clearing, evaluating, copying, writing it in one go, printing it.
+/// Benchmarks over one sum: building, clearing, evaluating, copying, writing it in one go, printing it.
 
 #include <iomanip>
 #include <optional>
@@ -13,7 +13,7 @@ inline constexpr std::size_t kManyVariables = 1'000'000;
 inline constexpr std::size_t kColumns = 1000;
 inline constexpr std::size_t kRowLength = 10;
 
-/// What most roads need: nothing to prepare, nothing to tidy up.
+/// What most benchmarks need: nothing to prepare, nothing to tidy up.
 struct Plain {
   static constexpr bool kCold = false;
   static constexpr bool kPrints = false;

@@ -1,10 +1,10 @@
 #pragma once
-/// Roads over many rows of ten terms, and cloning a model of them into another environment.
+/// Benchmarks over many rows of ten terms, and cloning a model of them into another environment.
 
 #include <optional>
 #include <vector>
 
-#include "bench/sum_roads.h"
+#include "bench/sum_benchmarks.h"
 
 /// The variable of position i in a row.
 inline std::size_t column(std::size_t row, std::size_t i) { return (row * 7 + i * 13) % kColumns; }

@@ -1,9 +1,9 @@
 #pragma once
-/// Roads over trees, the Rosenbrock chain over n variables, and over variables alone.
+/// Benchmarks over trees, the Rosenbrock chain over n variables, and over variables alone.
 
 #include <optional>
 
-#include "bench/sum_roads.h"
+#include "bench/sum_benchmarks.h"
 
 /// Operations of one link: square, difference, square, multiple; difference, square; two additions.
 inline constexpr std::size_t kOperations = 8;

@@ -79,8 +79,11 @@ TEST(Docs, PagesQuoteWhatIsCompiled) {
   EXPECT_NE(readme.find("```cpp\n" + contentOf(root() / "examples/first/main.cpp") + "```"), readme.npos);
   EXPECT_NE(readme.find("```\n" + contentOf(root() / "examples/first/output.txt") + "```"), readme.npos);
   for (const auto& [page, source] : {std::pair{"docs/add_a_node.md", "tests/docs/cube.h"},
-                                     std::pair{"docs/algorithm_author.md", "examples/algorithm/main.cpp"}}) {
-    const std::vector<std::string> quotes = allOf(contentOf(root() / page), "```cpp\n([^`]*)```");
+                                     std::pair{"docs/algorithm_author.md", "examples/algorithm/main.cpp"},
+                                     std::pair{"docs/models.md", "examples/models/main.cpp"},
+                                     std::pair{"docs/models.md", "examples/models/output.txt"}}) {
+    const char* language = std::string(source).ends_with(".txt") ? "```text\n([^`]*)```" : "```cpp\n([^`]*)```";
+    const std::vector<std::string> quotes = allOf(contentOf(root() / page), language);
     const std::string code = contentOf(root() / source);
     EXPECT_FALSE(quotes.empty()) << page;
     for (const std::string& quote : quotes) EXPECT_NE(code.find(quote), code.npos) << page << " quotes\n" << quote;

@@ -55,4 +55,21 @@ TEST_F(Count, AnInterceptorComesBeforeTheRemovalAndTheRemovalBeforePlainDestruct
   EXPECT_EQ(extractor.forgotten, 1);
 }
 
+TEST_F(Count, AConditionalGivesItsBranchesBackButNotItsCondition) {
+  const TavNumExpr condition(leaf(1)), a(leaf(2));
+  TavEnvI* e = env.getImpl();
+  TavNumExprArg node(new (e) TavConditionalNumExprI(e, condition.getImpl(), a.getImpl(), a.getImpl(), 0, 0));
+  EXPECT_EQ(a.getImpl()->getRefCount(), 3);
+  node.end();
+  EXPECT_EQ(a.getImpl()->getRefCount(), 1);
+  EXPECT_EQ(condition.getImpl()->getRefCount(), 2);
+}
+
+TEST_F(Count, TheEnvironmentMayEndTheElementsBeforeTheArrayNode) {
+  TavNumExprArg first = leaf(1);
+  const TavNumExprArg element = leaf(2);
+  first.end();  // its identifier goes to the next node: the newest identifier, the element's, is destroyed first
+  EXPECT_LT(TavMin(exprs({element})).getImpl()->getId(), element.getImpl()->getId());
+}
+
 }  // namespace

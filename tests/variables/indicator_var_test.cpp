@@ -12,7 +12,6 @@ TEST_F(IndicatorVar, IsAnIntegerVariableWithItsConstraintsTextAndTheAlgorithmsVa
   EXPECT_EQ(eval(2 * b), 0.0);
   EXPECT_EQ(library(b + 2 * b), "( TrueConstraint  + 2 * TrueConstraint ) ");
   EXPECT_EQ(children(b.getImpl()), std::vector<TavExtractableI*>{c.getImpl()});
-  refusesEmpty({[] { TavNumVar{TavConstraint()}; }});
   b.setBounds(1, 1);
   auto* clone = static_cast<TavNumVarI*>(TavClonePass(env.getImpl(), other.getImpl()).clone(b.getImpl()));
   EXPECT_EQ(clone->getLB(), 0.0);  // fresh bounds

@@ -1,0 +1,81 @@
+#pragma once
+/// What the tests that are made of the pages call; see tests/docs/page.awk.
+
+#include <charconv>
+
+#include "tests/support/fixture.h"
+
+class Page : public TavTest {
+ protected:
+  /// Expressions of this value, an integer expression's too: `r` numeric, `w` integer.
+  TavNumExprArg r(double value) { return leaf(value, "r"); }
+  TavIntExprArg w(double value) { return intLeaf(value, "w"); }
+  TavNumExprArray rs(std::initializer_list<double> values) {
+    TavNumExprArray array(env);
+    for (double each : values) array.add(r(each));
+    return array;
+  }
+  TavIntExprArray ws(std::initializer_list<double> values) {
+    TavIntExprArray array(env);
+    for (double each : values) array.add(w(each));
+    return array;
+  }
+
+  /// As few digits as tell the number from all others.
+  std::string value(double number) const {
+    char text[32];
+    return number != number ? "nan" : std::string(text, std::to_chars(text, text + sizeof text, number).ptr);
+  }
+  template <std::integral Integer>
+  std::string value(Integer number) const {
+    return std::to_string(number);
+  }
+  std::string value(TavNumExprArg expression) { return value(eval(expression)); }
+  template <class T>
+  std::string plainText(const T& object) const {
+    return lines(plain(object), object);
+  }
+  template <class T>
+  std::string libraryText(const T& object) const {
+    return lines(library(object), object);
+  }
+  std::string structure(TavNumExprArg expression) const { return shape(expression); }
+
+  /// "[lb .. ub] " of every element, behind "i" for an integer one, with its threshold if it has one; "null " for an
+  /// empty one.
+  template <class Array>
+  std::string bounds(const Array& array) const {
+    std::ostringstream os;
+    for (TavInt k = 0; k < array.getSize(); ++k) {
+      const TavNumVarI* v = array[k].getImpl();
+      if (!v) {
+        os << "null ";
+        continue;
+      }
+      os << (v->getType() == TavNumVar::Float ? "" : "i") << "[" << v->getLB() << " .. " << v->getUB() << "] ";
+      if constexpr (std::is_same_v<Array, TavSemiContVarArray>) os << "from " << array[k].getSemiContinuousLb() << " ";
+    }
+    return os.str();
+  }
+
+  void gives(const char* expression, const std::string& wanted, const std::function<std::string()>& found) {
+    EXPECT_EQ(found(), wanted) << expression;
+  }
+  /// The call throws an E with this message and makes nothing.
+  template <class E>
+  void throws(const char* call, const std::string& message, const std::function<void()>& run) {
+    SCOPED_TRACE(call);
+    refuses<E>(message, {run});
+  }
+
+ private:
+  /// The text with the identifier of an object written "#".
+  template <class T>
+  static std::string lines(std::string text, const T& object) {
+    if constexpr (requires { object.getImpl()->getId(); }) {
+      const std::string id = "(" + std::to_string(object.getImpl()->getId()) + ")";
+      for (std::size_t at; (at = text.find(id)) != text.npos;) text.replace(at, id.size(), "(#)");
+    }
+    return text;
+  }
+};

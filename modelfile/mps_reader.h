@@ -1,0 +1,169 @@
+#pragma once
+/// Class header of the MPS reader.
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "modelfile/formats.h"
+#include "modelfile/mps_lines.h"
+#include "modelfile/product_sum.h"
+
+/// Reads one MPS file: lines come in, section by section; what can be known only at the end (bounds of rows, defaults
+/// of bounds, entries row by row) is brought together by finish().
+class TavMpsReader {
+ public:
+  explicit TavMpsReader(TavFileInput& input) : _input(input), _lines(input) {}
+  TavFileModel read();
+
+ private:
+  static constexpr std::int32_t kObjective = -2;
+
+  /// Of a row, while the file is read.
+  struct RowState {
+    double rhs = 0.0;
+    double range = 0.0;
+    char type = 'N';
+    bool hasRhs = false;
+    bool hasRange = false;
+  };
+  /// Number of entries of a row, and the last column that had one.
+  struct RowUse {
+    std::int32_t entries = 0;
+    std::int32_t lastColumn = -1;
+  };
+  /// Of a column: which bounds the file gives.
+  struct ColumnState {
+    bool lower = false;
+    bool upper = false;
+    bool integer = false;
+    bool binary = false;
+    bool semi = false;
+    bool semiLimit = false;
+    bool mentioned = false;
+  };
+
+  struct Section {
+    const char* name;
+    void (TavMpsReader::*begin)(const TavMpsFields& header);
+    void (TavMpsReader::*line)();
+    TavMpsLines::Plausible plausible;
+    /// May occur more than once.
+    bool repeats;
+  };
+  static const Section kSections[];
+
+  // mps_reader.cpp: the file as a whole, names, numbers
+  void readHeader();
+  void enter(const Section& section, const TavMpsFields& header);
+  void refuseWords(const TavMpsFields& header, int allowed) const;
+  double number(std::string_view field, const char* what, bool infinite = false) const;
+  std::int32_t rowOf(std::string_view name) const;
+  std::int32_t trueRowOf(std::string_view name) const;
+  std::int32_t columnOf(std::string_view name) const;
+  void requireSet(std::string_view name, std::string& known, const char* what) const;
+  bool isComment(std::string_view field, std::string_view behind, bool last) const;
+  void beginNothing(const TavMpsFields& header);
+  void beginName(const TavMpsFields& header);
+  void beginSense(const TavMpsFields& header);
+  void beginObjectiveName(const TavMpsFields& header);
+  void beginRows(const TavMpsFields& header);
+  void beginColumns(const TavMpsFields& header);
+  void beginEnd(const TavMpsFields& header);
+  void senseLine();
+  void objectiveNameLine();
+  void noLine();
+  void setSense(std::string_view word);
+
+  // mps_columns.cpp: ROWS, COLUMNS, RHS, RANGES
+  void rowLine();
+  void columnLine();
+  void beginColumn(std::string_view name);
+  void addEntry(std::string_view row, std::string_view value);
+  void marker(const TavMpsFields& fields);
+  int pairs(const TavMpsFields& fields, int& first) const;
+  void rhsLine();
+  void setRhs(std::string_view row, std::string_view value);
+  void rangeLine();
+  void setRange(std::string_view row, std::string_view value);
+  void finish();
+  void finishRow(std::int32_t row);
+  void transpose();
+
+  // mps_bounds.cpp: BOUNDS
+  void boundLine();
+  void setBound(std::string_view type, std::int32_t column, std::string_view value);
+  void setLower(std::int32_t column, double value, std::string_view where);
+  void setUpper(std::int32_t column, double value, std::string_view where);
+  void setSemi(std::int32_t column, std::string_view value, std::string_view type);
+  void finishColumn(std::int32_t column);
+
+  // mps_sections.cpp: quadratic parts, sets, indicators
+  void beginQuadratic(const TavMpsFields& header);
+  void beginRowQuadratic(const TavMpsFields& header);
+  void beginSets(const TavMpsFields& header);
+  void beginTypedSets(const TavMpsFields& header);
+  void beginUnsupported(const TavMpsFields& header);
+  void quadraticLine();
+  void matrixLine();
+  void leaveMatrix();
+  void setLine();
+  void memberLine(const TavMpsFields& fields);
+  void indicatorLine();
+  TavProductSum& productsOf(std::int32_t row);
+  void finishProducts();
+  void finishIndicators();
+
+  TavFileInput& _input;
+  TavMpsLines _lines;
+  TavFileModel _model;
+  const Section* _section = nullptr;
+  /// One bit a section that has been seen.
+  std::uint32_t _seen = 0;
+  bool _ended = false;
+
+  bool _hasSense = false;
+  std::string _wantedObjective;
+  bool _hasObjective = false;
+  std::string _objectiveName;
+  bool _hasObjectiveRhs = false;
+  TavFileObjective _objective;
+
+  std::vector<RowState> _rowStates;
+  std::vector<RowUse> _rowUses;
+  std::vector<ColumnState> _columnStates;
+  bool _integerColumns = false;
+  std::int32_t _lastColumnOfObjective = -1;
+  /// The entries column by column.
+  std::vector<std::size_t> _columnBegin;
+  std::vector<std::int32_t> _entryRow;
+  std::vector<double> _entryValue;
+  std::string _rhsName, _rangeName, _boundName;
+
+  /// The row whose quadratic part is being read.
+  std::int32_t _quadraticRow = kObjective;
+  std::unordered_map<std::int32_t, TavProductSum> _products;
+  /// An entry of a symmetric matrix, above or below the diagonal, and where it stands.
+  struct MatrixEntry {
+    double value = 0.0;
+    bool seen = false;
+    TavFilePlace place;
+  };
+  struct MatrixPair {
+    MatrixEntry upper, lower;
+  };
+  std::unordered_map<std::uint64_t, MatrixPair> _matrix;
+  double _matrixFactor = 1.0;
+  std::unordered_set<std::int32_t> _indicatorRows;
+  std::unordered_set<std::string> _setNames;
+  /// Of the last set.
+  std::unordered_set<std::int32_t> _members;
+  /// How many columns and rows the notes about them concern.
+  std::size_t _negativeUppers = 0;
+  std::size_t _freeRowRhs = 0;
+  /// The type of the sets in the section SOS1 or SOS2, 0 in the section SOS.
+  std::uint8_t _setType = 0;
+};

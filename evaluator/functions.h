@@ -23,11 +23,14 @@ struct TavFunctions {
   Unary sine, cosine, tangent, exponent, logarithm, logarithm2, logarithm10;
 };
 
-/// The functions for `set`; null where the processor does not have it.
+/// The functions for `set`; null where it is wider than the widest.
 const TavFunctions* functionsFor(TavInstructionSet set);
 
-/// The widest set that the processor has.
+/// The widest set that the processor has, up to the limit below.
 TavInstructionSet widestInstructionSet();
+
+/// From now on no set wider than `widest` is chosen; for tests and benchmarks. Not to be called beside other threads.
+void limitInstructionSet(TavInstructionSet widest);
 
 }  // namespace tavdetail
 

@@ -1,0 +1,6 @@
+#pragma once
+/// An interval.
+
+struct Range {
+  double least, most;
+};

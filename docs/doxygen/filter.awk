@@ -1,4 +1,5 @@
-# What Doxygen reads instead of a header, line by line. Three things that the headers say once are said at each member:
+# What Doxygen reads instead of a header, line by line. The private part of a class is left out. Three things that the headers
+# say once are said at each member:
 # - the comment behind `#pragma once` is the file's;
 # - a comment speaks for the overloads of its function that follow without a blank line or another comment (what it says
 #   of other functions too is put between ///@{ and ///@}, as Doxygen has it);
@@ -87,6 +88,9 @@ function flush(    text, i, code) {
 /^#pragma once/ { print "/// \\file"; head = 1; next }
 head && /^\/\/\// { print; next }
 { head = 0 }
+
+/^ private:/ { print "/** \\cond */"; hidden = 1 }
+/^};/ && hidden { print "/** \\endcond */"; hidden = 0 }
 
 # Within a body, nothing is declared.
 depth > 0 {

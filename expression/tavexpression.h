@@ -997,7 +997,7 @@ class TavBoolVarArray : public TavIntVarArray {
   explicit TavBoolVarArray(TavArrayI* impl) noexcept : TavIntVarArray(impl) {}
   /// A new array of `size` empty elements.
   explicit TavBoolVarArray(TavEnv env, TavInt size = 0) : TavIntVarArray(env, size) {}
-  /// One new variable of type Bool with bounds [0, 1] per non-empty column, an empty element per empty column. An empty
+  /// One new 0-1 variable of type Int per non-empty column, an empty element per empty column. An empty
   /// array handle: TavEmptyHandleException.
   TavBoolVarArray(TavEnv env, TavNumColumnArray columns);
   /// The same array, shared, after a check of every element: TavWrongUsage "Using empty variable" or "Try to add a

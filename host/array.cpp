@@ -129,9 +129,7 @@ void TavExtractableArray::endElements() {
       batch.push_back(element);
     }
   }
-  if (!batch.empty()) {
-    failure.attempt([&batch] { batch.front()->getEnv()->removeBatch(batch.data(), batch.data() + batch.size()); });
-  }
+  failure.attempt([&batch] { TavEnvI::removeBatch(batch.data(), batch.data() + batch.size()); });
   failure.rethrow();
 }
 

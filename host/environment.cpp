@@ -125,6 +125,12 @@ void* TavEnvI::carveTerm() {
 }
 
 void TavEnvI::recycleTerms(TavNumLinExprTermI* first, TavNumLinExprTermI* last) noexcept {
+#ifndef NDEBUG
+  if (!_takenTerms.empty()) {
+    for (TavNumLinExprTermI* cell = first; cell != last; cell = cell->next) _takenTerms.erase(cell);
+    _takenTerms.erase(last);
+  }
+#endif
 #ifdef TAV_PLAIN_ALLOC
   for (TavNumLinExprTermI* end = last->next; first != end;) {
     TavNumLinExprTermI* next = first->next;
@@ -219,12 +225,20 @@ void TavEnvI::destroy(TavExtractableI* object, TavInt) noexcept {
 
 void TavEnvI::removeFromAllAndDestroy(TavExtractableI* const* first, TavExtractableI* const* last) {
   std::vector<TavExtractableI*> batch(first, last);
-  removeBatch(batch.data(), batch.data() + batch.size());
+  removeOwn(batch.data(), batch.data() + batch.size(), batch.data() + batch.size());
 }
 
 void TavEnvI::removeBatch(TavExtractableI** first, TavExtractableI** last) {
+  if (first == last) return;
+  TavEnvI* env = (*first)->getEnv();
+  env->removeOwn(first, std::stable_partition(first, last, [env](auto* object) { return object->getEnv() == env; }),
+                 last);
+}
+
+void TavEnvI::removeOwn(TavExtractableI** first, TavExtractableI** end, TavExtractableI** last) {
   TavFirstFailure failure;
-  const Removal removal(this, first, last);
+  const Removal removal(this, first, end);
+  failure.attempt([end, last] { removeBatch(end, last); });  // while a hook may destroy objects of this removal
   const auto forEach = [&removal](auto apply) {
     for (TavExtractableI** object = removal.first; object != removal.last; ++object) {
       if (*object) apply(*object);  // null for one that a hook has destroyed by itself

@@ -123,8 +123,12 @@ class TavEnvI {
   /// Gives the scratch array back to the next borrower.
   void releaseMarkArray(void** marks) noexcept;
 
-  /// Whether the object is marked removed.
+  /// Whether the object is marked removed, in its own environment.
   bool isRemoved(const TavExtractableI* object) const noexcept {
+    return object->getEnv() == this ? isOwnRemoved(object) : object->getEnv()->isOwnRemoved(object);
+  }
+  /// The same for an object that is known to live in this environment.
+  bool isOwnRemoved(const TavExtractableI* object) const noexcept {
     return object->getId() == kRemoved || _table[static_cast<std::size_t>(object->getId())] == removedEntry();
   }
   /// Marks an object removed in the identifier table; throws std::bad_alloc only. Does nothing for one marked already.
@@ -164,12 +168,13 @@ class TavEnvI {
   /// Removes an object from all others and from all algorithms, then deletes it.
   /// A hook that throws stops neither: the first exception goes on afterwards, from the outermost removal when a
   /// destructor removes another object. Takes no memory.
-  void removeFromAllAndDestroy(TavExtractableI* object, TavInt) { removeBatch(&object, &object + 1); }
+  void removeFromAllAndDestroy(TavExtractableI* object, TavInt) { removeOwn(&object, &object + 1, &object + 1); }
   /// The same for a batch, repeats allowed, with one sweep over the live objects. Throws std::bad_alloc and has then
   /// done nothing.
   void removeFromAllAndDestroy(TavExtractableI* const* first, TavExtractableI* const* last);
-  /// The same over the caller's own list of objects, which is used up instead of memory.
-  void removeBatch(TavExtractableI** first, TavExtractableI** last);
+  /// As above for objects of any environments, each removed from its own. Works in the caller's list, which it
+  /// overwrites; allocates nothing.
+  static void removeBatch(TavExtractableI** first, TavExtractableI** last);
   /// Drops one reference held on behalf of a handle or a parent. Does not touch the node while the environment ends.
   void release(TavNumExprI* node);
 
@@ -197,12 +202,9 @@ class TavEnvI {
 
   /// Whether the object is one of this environment's live ones: for assertions.
   bool isLive(const TavExtractableI* object) const noexcept;
-  ///@{
-  /// Cells that came through a term handle, remembered by debug builds of the library alone: noteTaken is false for one
-  /// that an expression has taken already. Without memory a cell is forgotten.
+  /// For assertions: false when an expression has taken this cell of a term handle already and not given it back.
+  /// Remembered by debug builds of the library alone; a cell for which there is no memory is not.
   bool noteTaken(const TavNumLinExprTermI* cell) noexcept;
-  bool noteLoose(const TavNumLinExprTermI* cell) { return _takenTerms.erase(cell) <= 1; }
-  ///@}
 
   /// Model objects alive in this environment.
   TavInt liveObjectCount() const noexcept { return _liveObjects; }
@@ -249,6 +251,8 @@ class TavEnvI {
   /// Makes the map in use this environment's own.
   void separateClones();
   struct Removal;
+  /// removeBatch for [first, end), all of this environment, and [end, last), all of others.
+  void removeOwn(TavExtractableI** first, TavExtractableI** end, TavExtractableI** last);
   /// Tells every live object that `removed`, or a batch that starts with it, is going.
   void sweepRemoved(TavExtractableI* removed, TavFirstFailure& failure);
   bool wantsChange(const TavAlgorithmI* algorithm, const TavChange& change) const;

@@ -107,10 +107,10 @@ class TavExtremeArrayI : public TavArrayOperandsI<Self, Base, Array> {
       const Array exprs = this->getExprs();
       const TavInt size = exprs.getSize();
       if (size == 0) throw TavArrayError(Self::kEmptyText);
-      double extreme = exprs[0].getImpl()->eval(algorithm);
+      double extreme = exprs[0].eval(algorithm);
       if (size == 1) return extreme;
       for (TavInt i = 0; i < size; ++i) {  // by contract: element 0 is evaluated a second time
-        const double value = exprs[i].getImpl()->eval(algorithm);
+        const double value = exprs[i].eval(algorithm);
         if (Self::replaces(value, extreme)) extreme = value;
       }
       return extreme;

@@ -6,66 +6,69 @@
 // ---- terms
 
 TavNumLinExprTerm tavdetail::times(TavNumVar x, double factor) {
-  return TavNumLinExprTerm(TavLooseCell(TavRequireEnv(x.getImpl()), x.getImpl(), factor));
+  return TavNumLinExprTerm(TavRequireEnv(x.getImpl())->newTerm(x.getImpl(), factor));
 }
 
 TavIntLinExprTerm tavdetail::times(TavIntVar x, TavInt factor) {
-  return TavIntLinExprTerm(TavLooseCell(TavRequireEnv(x.getImpl()), x.getImpl(), static_cast<double>(factor)));
+  return TavIntLinExprTerm(TavRequireEnv(x.getImpl())->newTerm(x.getImpl(), static_cast<double>(factor)));
 }
 
 // ---- products
 
-TavNumExprArg tavdetail::times(TavNumExprArg e, double factor) {
-  TavNumExprI* node = e.getImpl();
-  TavEnvI* env = TavRequireEnv(node);
+TavNumExprI* TavTimes(TavEnvI* env, TavNumExprI* node, double factor) {
   const TavTypeInfo type = node->getTypeInfo();
   const TavKind kind = TavKindOf(node, type);
   if (kind == TavKind::Variable) {
     auto draft = TavNewDraft<TavNumLinTermI>(env, 0.0);
     draft->append(env->newTerm(static_cast<TavNumVarI*>(node), factor));
-    return TavNumExprArg(draft.release());
+    return draft.release();
   }
   if (kind != TavKind::Other) {
     auto draft = TavDraftOf<TavNumLinTermI>(node, kind);
     draft->multiply(factor);
-    return TavNumExprArg(draft.release());
+    return draft.release();
   }
   if (type == TavNumTimesCstI::GetTypeInfo()) {
     const auto* product = static_cast<TavNumTimesCstI*>(node);
-    return TavDeep([=] { return times(TavNumExprArg(product->getOperand()), product->getConstant() * factor); });
+    return TavDeep([=] { return TavTimes(env, product->getOperand(), product->getConstant() * factor); });
   }
   if (type == TavIntTimesCstI::GetTypeInfo()) {
     const auto* product = static_cast<TavIntTimesCstI*>(node);
-    return TavDeep([=] {
-      return times(TavNumExprArg(product->getOperand()), static_cast<double>(product->getConstant()) * factor);
-    });
+    return TavDeep(
+        [=] { return TavTimes(env, product->getOperand(), static_cast<double>(product->getConstant()) * factor); });
   }
-  return TavNumExprArg(new (env) TavNumTimesCstI(env, node, factor));
+  return new (env) TavNumTimesCstI(env, node, factor);
 }
 
-TavIntExprArg tavdetail::times(TavIntExprArg e, TavInt factor) {
-  TavIntExprI* node = e.getImpl();
-  TavEnvI* env = TavRequireEnv(node);
+TavIntExprI* TavTimes(TavEnvI* env, TavIntExprI* node, TavInt factor) {
   const TavTypeInfo type = node->getTypeInfo();
   const TavKind kind = TavKindOf(node, type);
   if (kind == TavKind::Variable) {
     auto draft = TavNewDraft<TavIntLinTermI>(env, TavInt{0});
-    draft->append(env->newTerm(static_cast<TavNumVarI*>(node), static_cast<double>(factor)));
-    return TavIntExprArg(draft.release());
+    draft->append(env->newTerm(static_cast<TavNumVarI*>(static_cast<TavNumExprI*>(node)), static_cast<double>(factor)));
+    return draft.release();
   }
   if (kind == TavKind::IntLinear) {
     auto draft = TavDraftOf<TavIntLinTermI>(node, kind);
     draft->multiply(factor);
-    return TavIntExprArg(draft.release());
+    return draft.release();
   }
   if (type == TavIntTimesCstI::GetTypeInfo()) {
     const auto* product = static_cast<TavIntTimesCstI*>(static_cast<TavNumExprI*>(node));
     return TavDeep([=] {
-      return times(TavIntExprArg(static_cast<TavIntExprI*>(product->getOperand())),
-                   TavWrapMul(product->getConstant(), factor));
+      return TavTimes(env, static_cast<TavIntExprI*>(product->getOperand()),
+                      TavWrapMul(product->getConstant(), factor));
     });
   }
-  return TavIntExprArg(new (env) TavIntTimesCstI(env, node, factor));
+  return new (env) TavIntTimesCstI(env, node, factor);
+}
+
+TavNumExprArg tavdetail::times(TavNumExprArg e, double factor) {
+  return TavNumExprArg(TavTimes(TavRequireEnv(e.getImpl()), e.getImpl(), factor));
+}
+
+TavIntExprArg tavdetail::times(TavIntExprArg e, TavInt factor) {
+  return TavIntExprArg(TavTimes(TavRequireEnv(e.getImpl()), e.getImpl(), factor));
 }
 
 TavNumExprArg operator*(TavNumExprArg a, TavNumExprArg b) {
@@ -87,17 +90,19 @@ TavIntExprArg operator*(TavIntExprArg a, TavIntExprArg b) {
 
 // ---- quotients
 
-TavNumExprArg tavdetail::over(TavNumExprArg e, double divisor) {
-  TavNumExprI* node = e.getImpl();
-  TavEnvI* env = TavRequireEnv(node);
+TavNumExprI* TavOver(TavEnvI* env, TavNumExprI* node, double divisor) {
   const TavKind kind = TavKindOf(node);
-  if (kind == TavKind::Variable) return times(e, 1.0 / divisor);
+  if (kind == TavKind::Variable) return TavTimes(env, node, 1.0 / divisor);
   if (kind != TavKind::Other) {
     auto draft = TavDraftOf<TavNumLinTermI>(node, kind);
     draft->divide(divisor);
-    return TavNumExprArg(draft.release());
+    return draft.release();
   }
-  return TavNumExprArg(new (env) TavNumDivCstI(env, node, divisor));
+  return new (env) TavNumDivCstI(env, node, divisor);
+}
+
+TavNumExprArg tavdetail::over(TavNumExprArg e, double divisor) {
+  return TavNumExprArg(TavOver(TavRequireEnv(e.getImpl()), e.getImpl(), divisor));
 }
 
 TavNumExprArg tavdetail::over(double dividend, TavNumExprArg e) {

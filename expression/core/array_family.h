@@ -82,25 +82,19 @@ Node* TavMakeArrayNode(TavEnvI* env, Array exprs, Args... args) {
   return node;
 }
 
-/// A copy of the array in the array's own memory.
+/// A copy of the array in the array's own memory. Throws TavEmptyHandleException when there is no array.
 template <class Array>
 Array TavCopyOfArray(Array array) {
+  if (!array.getImpl()) throw TavEmptyHandleException();
   TavGenAlloc* memory = array.getImpl()->getMemory();
   return Array(new (memory) TavArrayI(memory, array.getImpl()));
 }
 
-/// A new array in `target` of the elements' clones as `target` has them registered. Throws TavEmptyHandleException when
-/// an element has none.
+/// A new array in `target` of the elements' clones as `target` has them registered; empty where there is none.
 template <class Array>
 Array TavCloneOfArray(Array exprs, TavEnvI* target) {
-  Array copies = exprs;
-  copies.replaceByClone(target);  // redirects this handle; the array that `exprs` names stays as it is
-  TavArrayGuard<Array> guard(copies);
-  for (TavInt i = 0; i < exprs.getSize(); ++i) {
-    if (exprs[i] && !copies[i]) throw TavEmptyHandleException();
-  }
-  guard.release();
-  return copies;
+  exprs.replaceByClone(target);  // redirects this handle alone
+  return exprs;
 }
 
 #pragma GCC visibility pop

@@ -27,13 +27,6 @@ inline TavEnvI* TavRequireEnv(const TavExtractableI* operand) {
 /// The variable of a term handle's cell; null for an empty handle.
 inline const TavNumVarI* TavVarOf(const TavNumLinExprTermI* cell) noexcept { return cell ? cell->var : nullptr; }
 
-/// A new term for a handle.
-inline TavNumLinExprTermI* TavLooseCell(TavEnvI* env, TavNumVarI* var, double coef) {
-  TavNumLinExprTermI* cell = env->newTerm(var, coef);
-  assert(env->noteLoose(cell));
-  return cell;
-}
-
 /// The cell of a term handle, which an expression takes over now.
 inline TavNumLinExprTermI* TavTakeCell(TavEnvI* env, TavNumLinExprTermI* cell) noexcept {
   assert(env->noteTaken(cell) && "a term handle was used twice: it belongs to the first expression that took it");

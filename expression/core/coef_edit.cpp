@@ -130,17 +130,16 @@ void TavCoefsEdit::apply() {
   for (TavInt i = first; i < _count; ++i) cellOf(i) = _variables[i].getImpl()->getMark();
   for (TavInt i = first; i < _count; ++i) {
     TavNumVarI* var = _variables[i].getImpl();
+    const double coef = _coefs[i];
+    double old = 0.0;
     if (TavNumLinExprTermI* cell = cellOf(i)) {
-      const double old = std::exchange(cell->coef, _coefs[i]);
-      report(i, old);
-      if (old != 0.0 && cell->coef == 0.0) _node->notify(TavNumLinTermRemoveVar(_node, var));
-      if (old == 0.0 && cell->coef != 0.0) _node->notify(TavNumLinTermAddVar(_node, var));
-    } else {
-      report(i, 0.0);
-      if (_coefs[i] == 0.0) continue;
+      old = std::exchange(cell->coef, coef);
+    } else if (coef != 0.0) {
       _node->_terms.append(_fresh.take(i));
-      _node->notify(TavNumLinTermAddVar(_node, var));
     }
+    if (old != 0.0 && coef == 0.0) _node->notify(TavNumLinTermRemoveVar(_node, var));
+    if (old == 0.0 && coef != 0.0) _node->notify(TavNumLinTermAddVar(_node, var));
+    report(i, old);  // last: `previous` and `coefs` may be one array
   }
 }
 

@@ -18,6 +18,11 @@ struct TavText {
   const char* close;
 };
 
+/// Writes the text unless it is empty: an empty insertion would use up the stream's width.
+inline void TavWrite(std::ostream& os, const char* text) {
+  if (*text) os << text;
+}
+
 /// A node's texts in the two syntaxes.
 struct TavTexts {
   /// In the library's call syntax.
@@ -57,9 +62,9 @@ class TavUnaryI : public TavNode<Self, Base> {
   void display(std::ostream& os) const override {
     TavDeep([this, &os] {
       const TavText& text = Self::kTexts.in(this->getEnv());
-      os << text.open;
+      TavWrite(os, text.open);
       _operand->display(os);
-      os << text.close;
+      TavWrite(os, text.close);
     });
   }
 
@@ -98,9 +103,11 @@ class TavCstI : public TavNode<Self, Base> {
   void display(std::ostream& os) const override {
     TavDeep([this, &os] {
       const TavText& text = Self::kTexts.in(this->getEnv());
-      os << text.open;
+      TavWrite(os, text.open);
       _operand->display(os);
-      os << text.middle << _constant << text.close;
+      TavWrite(os, text.middle);
+      os << _constant;
+      TavWrite(os, text.close);
     });
   }
 
@@ -118,9 +125,11 @@ class TavRecCstI : public TavCstI<Self, Base, Constant, Operand> {
   void display(std::ostream& os) const override {
     TavDeep([this, &os] {
       const TavText& text = Self::kTexts.in(this->getEnv());
-      os << text.open << this->getConstant() << text.middle;
+      TavWrite(os, text.open);
+      os << this->getConstant();
+      TavWrite(os, text.middle);
       this->getOperand()->display(os);
-      os << text.close;
+      TavWrite(os, text.close);
     });
   }
 };
@@ -165,11 +174,11 @@ class TavBinaryI : public TavNode<Self, Base> {
   void display(std::ostream& os) const override {
     TavDeep([this, &os] {
       const TavText& text = Self::kTexts.in(this->getEnv());
-      os << text.open;
+      TavWrite(os, text.open);
       _left->display(os);
-      os << text.middle;
+      TavWrite(os, text.middle);
       _right->display(os);
-      os << text.close;
+      TavWrite(os, text.close);
     });
   }
 

@@ -68,10 +68,12 @@ void appendPart(TavNumExprI*& impl, TavNumExprI* expr) {
 }
 
 void appendLinear(TavNumExprI*& impl, TavNumExprI* operand, TavKind kind, bool negated) {
+  TavNumExprI* const before = impl;
   Edit edit(impl);
   auto draft = TavDraftOf<TavNumLinTermI>(operand, kind, operand == impl);
   if (negated) draft->multiply(-1.0);
   edit.commit()->append(draft.release());
+  if (impl != before && before->getRefCount() == 0) before->end();  // the operand was its other holder, as a part
 }
 
 }  // namespace

@@ -17,7 +17,8 @@ TavIntLinTermI::TavIntLinTermI(TavIntLinExprTerm term) : TavIntLinTermI(TavRequi
 }
 
 void TavIntLinTermI::multiply(TavInt k) {
-  const TavFirstFailure failure = replaceParts([k](TavIntExprI* part) { return (TavIntExprArg(part) * k).getImpl(); });
+  const TavFirstFailure failure =
+      replaceParts([env = getEnv(), k](TavIntExprI* part) { return TavTimes(env, part, k); });
   for (TavNumLinExprTermI* cell = _terms.first; cell; cell = cell->next) cell->coef *= static_cast<double>(k);
   _constant = TavWrapMul(_constant, k);
   failure.rethrow();

@@ -138,6 +138,17 @@ class TavRemovalMarks {
   std::size_t _count;
 };
 
+/// Whether the array names the object: for the few parts that live in another environment than their sum.
+bool TavContains(TavExtractableArray objects, const TavExtractableI* object) noexcept;
+
+///@{
+/// The product or quotient of a part of a sum in `env` with a number, as operator* and operator/ make it. A new node
+/// lives in `env` even where the part, a constraint, does not. Defined with the products.
+TavNumExprI* TavTimes(TavEnvI* env, TavNumExprI* part, double factor);
+TavIntExprI* TavTimes(TavEnvI* env, TavIntExprI* part, TavInt factor);
+TavNumExprI* TavOver(TavEnvI* env, TavNumExprI* part, double divisor);
+///@}
+
 #include "expression/core/linear.inc"
 
 #pragma GCC visibility pop

@@ -46,8 +46,9 @@ class TavNumExprI : public TavNode<TavNumExprI, TavExtractableI> {
   TavInt _refCount = 0;
 };
 
-/// x.isInteger() for an operand, however deep it goes.
+/// x.isInteger() for an operand, however deep it goes. Throws TavEmptyHandleException for null.
 inline bool TavIsInteger(const TavNumExprI* x) {
+  if (!x) throw TavEmptyHandleException();
   return TavDeep([x] { return x->isInteger(); });
 }
 

@@ -29,6 +29,14 @@ TavRemovalMarks::TavRemovalMarks(TavEnvI* env, TavExtractableArray objects) : _e
   env->markRemoved(objects);
 }
 
+bool TavContains(TavExtractableArray objects, const TavExtractableI* object) noexcept {
+  TavArrayReader<const TavExtractableI*> element(objects.getImpl());
+  for (TavInt left = objects.getSize(); left > 0; --left) {
+    if (element.next() == object) return true;
+  }
+  return false;
+}
+
 namespace {
 
 /// Borrows the environment's mark array.
@@ -64,7 +72,8 @@ TavNumLinTermI* TavNumLinTermI::copyLinear() const {
 // ---- arithmetic in place
 
 void TavNumLinTermI::multiply(double d) {
-  const TavFirstFailure failure = replaceParts([d](TavNumExprI* part) { return (TavNumExprArg(part) * d).getImpl(); });
+  const TavFirstFailure failure =
+      replaceParts([env = getEnv(), d](TavNumExprI* part) { return TavTimes(env, part, d); });
   for (TavNumLinExprTermI* cell = _terms.first; cell; cell = cell->next) {
     cell->coef *= d;
     if (cell->coef == 0.0) _normalized = false;
@@ -74,7 +83,8 @@ void TavNumLinTermI::multiply(double d) {
 }
 
 void TavNumLinTermI::divide(double d) {
-  const TavFirstFailure failure = replaceParts([d](TavNumExprI* part) { return (TavNumExprArg(part) / d).getImpl(); });
+  const TavFirstFailure failure =
+      replaceParts([env = getEnv(), d](TavNumExprI* part) { return TavOver(env, part, d); });
   for (TavNumLinExprTermI* cell = _terms.first; cell; cell = cell->next) {
     cell->coef /= d;
     if (cell->coef == 0.0) _normalized = false;

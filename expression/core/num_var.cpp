@@ -48,6 +48,7 @@ TavVarDomainI* domainOver(TavEnvI* env, Array values, Flag... flag) {
 }
 
 TavVarDomainI* privateNumDomain(TavEnvI* env, TavNumArray values, TavNumVar::Type type) {
+  if (type == TavNumVar::Float && !values.getImpl()) throw TavEmptyHandleException();
   if (type == TavNumVar::Float) return domainOver<TavNumVarDomainI>(env, copyOf(values));
   throw TavNotSupportedOperation(type == TavNumVar::Int
                                      ? "You cannot create a integer variable by giving it an array of double"
@@ -154,7 +155,9 @@ void TavNumVarI::setPossibleValues(TavNumArray values) {
     throw TavNotSupportedOperation(
         "You cannot change the domain of an integer variable by giving it a floating point variable");
   }
-  if (_domain) {
+  if (_domain && values.getImpl() == _domain->getNumValues().getImpl()) {
+    _domain->setNumValues(values);  // its own list, which the caller may have edited: the bounds follow it
+  } else if (_domain) {
     ArrayGuard<TavNumArray> copy(copyOf(values));
     copyOnWrite();
     _domain->setNumValues(copy.get());
@@ -180,10 +183,14 @@ void TavNumVarI::setPossibleValues(TavIntArray values) {
     notify(TavSetNumVarPossibleValues(this, numbers.getImpl(), nullptr));
     return;
   }
-  ArrayGuard<TavIntArray> copy(copyOf(values));
-  copyOnWrite();
-  _domain->setIntValues(copy.get());
-  copy.release();
+  if (values.getImpl() == _domain->getIntValues().getImpl()) {
+    _domain->setIntValues(values);  // its own list, as above
+  } else {
+    ArrayGuard<TavIntArray> copy(copyOf(values));
+    copyOnWrite();
+    _domain->setIntValues(copy.get());
+    copy.release();
+  }
   notify(TavSetNumVarPossibleValues(this, nullptr, values.getImpl()));
 }
 

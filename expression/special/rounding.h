@@ -51,11 +51,12 @@ class TavDistToIntI final : public TavRoundingI<TavDistToIntI> {
   using TavRoundingI::TavRoundingI;
   static constexpr const char* kTypeName = "TavDistToIntI";
   static constexpr TavTexts kTexts{{"TavDistToInt(", "", ") "}, {"distToInt(", "", ")"}};
-  /// The nearest whole number; `eval` takes the distance from it.
-  static double apply(double x) { return TavRound(x); }
+  static double apply(double x) { return std::fabs(TavRound(x) - x); }
   double eval(TavAlgorithm algorithm) const override {
-    const double nearest = TavRoundingI::eval(algorithm);
-    return std::fabs(nearest - getOperand()->eval(algorithm));  // by contract: the operand is evaluated twice
+    return TavDeep([this, algorithm] {
+      const double nearest = TavRound(getOperand()->eval(algorithm));
+      return std::fabs(nearest - getOperand()->eval(algorithm));  // by contract: the operand is evaluated twice
+    });
   }
 };
 

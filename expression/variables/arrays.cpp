@@ -6,8 +6,8 @@
 
 namespace {
 
-TavNumVarI* makeVar(TavEnv env, TavDomainCache& domains, double lb, double ub) {
-  return new (env.getImpl()) TavNumVarI(env.getImpl(), domains.find(lb, ub), nullptr);
+TavNumVarI* makeVar(TavEnv env, double lb, double ub, TavNumVar::Type type) {
+  return new (env.getImpl()) TavNumVarI(env.getImpl(), type, lb, ub, nullptr);
 }
 
 /// A new array of `To`'s kind with the same elements.
@@ -165,29 +165,25 @@ void TavIntExprArray::replaceByClone(TavEnvI* env) { *this = getClone(env); }
 // ---- numeric variables
 
 TavNumVarArray::TavNumVarArray(TavEnv env, TavInt n, double lb, double ub, Type type)
-    : TavNumVarArray(TavMakeVars<TavNumVarArray>(env, n, [&, domains = TavDomainCache(env, type)](TavInt) mutable {
-        return TavNumVar(makeVar(env, domains, lb, ub));
-      })) {}
+    : TavNumVarArray(
+          TavMakeVars<TavNumVarArray>(env, n, [&](TavInt) { return TavNumVar(makeVar(env, lb, ub, type)); })) {}
 
 TavNumVarArray::TavNumVarArray(TavEnv env, TavNumArray lbs, TavNumArray ubs, Type type) {
   TavRequireArrays(lbs, ubs);
-  *this = TavMakeVars<TavNumVarArray>(env, lbs.getSize(), [&, domains = TavDomainCache(env, type)](TavInt i) mutable {
-    return TavNumVar(makeVar(env, domains, lbs[i], ubs[i]));
-  });
+  *this = TavMakeVars<TavNumVarArray>(env, lbs.getSize(),
+                                      [&](TavInt i) { return TavNumVar(makeVar(env, lbs[i], ubs[i], type)); });
 }
 
 TavNumVarArray::TavNumVarArray(TavEnv env, double lb, TavNumArray ubs, Type type) {
   TavRequireArrays(ubs);
-  *this = TavMakeVars<TavNumVarArray>(env, ubs.getSize(), [&, domains = TavDomainCache(env, type)](TavInt i) mutable {
-    return TavNumVar(makeVar(env, domains, lb, ubs[i]));
-  });
+  *this = TavMakeVars<TavNumVarArray>(env, ubs.getSize(),
+                                      [&](TavInt i) { return TavNumVar(makeVar(env, lb, ubs[i], type)); });
 }
 
 TavNumVarArray::TavNumVarArray(TavEnv env, TavNumArray lbs, double ub, Type type) {
   TavRequireArrays(lbs);
-  *this = TavMakeVars<TavNumVarArray>(env, lbs.getSize(), [&, domains = TavDomainCache(env, type)](TavInt i) mutable {
-    return TavNumVar(makeVar(env, domains, lbs[i], ub));
-  });
+  *this = TavMakeVars<TavNumVarArray>(env, lbs.getSize(),
+                                      [&](TavInt i) { return TavNumVar(makeVar(env, lbs[i], ub, type)); });
 }
 
 TavNumVarArray::TavNumVarArray(TavEnv env, TavNumColumnArray columns, Type type) {
@@ -227,33 +223,29 @@ void TavNumVarArray::setBounds(TavNumArray lbs, TavNumArray ubs) const {
 // ---- integer variables
 
 TavIntVarArray::TavIntVarArray(TavEnv env, TavInt n, TavInt lb, TavInt ub)
-    : TavIntVarArray(
-          TavMakeVars<TavIntVarArray>(env, n, [&, domains = TavDomainCache(env, TavNumVar::Int)](TavInt) mutable {
-            return TavIntVar(makeVar(env, domains, static_cast<double>(lb), static_cast<double>(ub)));
-          })) {}
+    : TavIntVarArray(TavMakeVars<TavIntVarArray>(env, n, [&](TavInt) {
+        return TavIntVar(makeVar(env, static_cast<double>(lb), static_cast<double>(ub), TavNumVar::Int));
+      })) {}
 
 TavIntVarArray::TavIntVarArray(TavEnv env, TavIntArray lbs, TavIntArray ubs) {
   TavRequireArrays(lbs, ubs);
-  *this = TavMakeVars<TavIntVarArray>(
-      env, lbs.getSize(), [&, domains = TavDomainCache(env, TavNumVar::Int)](TavInt i) mutable {
-        return TavIntVar(makeVar(env, domains, static_cast<double>(lbs[i]), static_cast<double>(ubs[i])));
-      });
+  *this = TavMakeVars<TavIntVarArray>(env, lbs.getSize(), [&](TavInt i) {
+    return TavIntVar(makeVar(env, static_cast<double>(lbs[i]), static_cast<double>(ubs[i]), TavNumVar::Int));
+  });
 }
 
 TavIntVarArray::TavIntVarArray(TavEnv env, TavInt lb, TavIntArray ubs) {
   TavRequireArrays(ubs);
-  *this = TavMakeVars<TavIntVarArray>(
-      env, ubs.getSize(), [&, domains = TavDomainCache(env, TavNumVar::Int)](TavInt i) mutable {
-        return TavIntVar(makeVar(env, domains, static_cast<double>(lb), static_cast<double>(ubs[i])));
-      });
+  *this = TavMakeVars<TavIntVarArray>(env, ubs.getSize(), [&](TavInt i) {
+    return TavIntVar(makeVar(env, static_cast<double>(lb), static_cast<double>(ubs[i]), TavNumVar::Int));
+  });
 }
 
 TavIntVarArray::TavIntVarArray(TavEnv env, TavIntArray lbs, TavInt ub) {
   TavRequireArrays(lbs);
-  *this = TavMakeVars<TavIntVarArray>(
-      env, lbs.getSize(), [&, domains = TavDomainCache(env, TavNumVar::Int)](TavInt i) mutable {
-        return TavIntVar(makeVar(env, domains, static_cast<double>(lbs[i]), static_cast<double>(ub)));
-      });
+  *this = TavMakeVars<TavIntVarArray>(env, lbs.getSize(), [&](TavInt i) {
+    return TavIntVar(makeVar(env, static_cast<double>(lbs[i]), static_cast<double>(ub), TavNumVar::Int));
+  });
 }
 
 TavIntVarArray::TavIntVarArray(TavEnv env, TavNumColumnArray columns) {

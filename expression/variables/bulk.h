@@ -52,9 +52,7 @@ Array TavMakeVarsByColumns(TavEnv env, TavNumColumnArray columns, Make make) {
   };
   return TavMakeVars<Array>(env, columns.getSize(), makeOne, [&](Array) {
     TavFirstFailure ignored;
-    ignored.attempt([&] {
-      if (!made.empty()) made.front()->getEnv()->removeBatch(made.data(), made.data() + made.size());
-    });
+    ignored.attempt([&] { TavEnvI::removeBatch(made.data(), made.data() + made.size()); });
   });
 }
 
@@ -68,29 +66,5 @@ inline void TavInstall(const TavAddNumVar& column, TavNumVarI* variable) {
     throw;
   }
 }
-
-/// Shared domains by bounds, looked up again only when the bounds change.
-class TavDomainCache {
- public:
-  /// Boolean bounds are truncated first: see TavNumVarI::domainByType.
-  TavDomainCache(TavEnv env, TavNumVar::Type type) : _env(env.getImpl()), _type(type) {}
-
-  /// The shared domain of these bounds.
-  TavVarDomainI* find(double lb, double ub) {
-    if (!_domain || lb != _lb || ub != _ub) {  // a not-a-number is looked up each time
-      _domain = TavNumVarI::domainByType(_env, _type, lb, ub);
-      _lb = lb;
-      _ub = ub;
-    }
-    return _domain;
-  }
-
- private:
-  TavEnvI* _env;
-  TavNumVar::Type _type;
-  TavVarDomainI* _domain = nullptr;
-  double _lb = 0.0;
-  double _ub = 0.0;
-};
 
 #pragma GCC visibility pop

@@ -22,10 +22,8 @@ TavNumVar::TavNumVar(const TavAddNumVar& column, TavNumArray values, Type type, 
 TavNumVar::TavNumVar(TavNumRange range, const char* name)
     : TavNumVar(new (range.getImpl()->getEnv()) TavNumVarI(range.getImpl(), name)) {}
 
-TavNumVar::TavNumVar(TavEnv env, TavNumArray values, Type type, const char* name) {
-  if (!values.getImpl()) throw TavEmptyHandleException();
-  *this = TavNumVar(new (env.getImpl()) TavNumVarI(env.getImpl(), values, type, name));
-}
+TavNumVar::TavNumVar(TavEnv env, TavNumArray values, Type type, const char* name)
+    : TavNumVar(new (env.getImpl()) TavNumVarI(env.getImpl(), values, type, name)) {}
 
 // ---- queries and modification
 

@@ -59,18 +59,18 @@ void TavSemiContVar::setClone(TavSemiContVar clone, TavEnv env) const {
 // ---- array
 
 TavSemiContVarArray::TavSemiContVarArray(TavEnv env, TavInt n, double sclb, double ub, Type type) {
-  *this = TavMakeVars<TavSemiContVarArray>(env, n, [&, domains = TavDomainCache(env, type)](TavInt) mutable {
-    return TavSemiContVar(new (env.getImpl()) TavSemiContVarI(env.getImpl(), domains.find(0.0, ub), sclb, nullptr));
+  *this = TavMakeVars<TavSemiContVarArray>(env, n, [&](TavInt) {
+    return TavSemiContVar(new (env.getImpl()) TavSemiContVarI(
+        env.getImpl(), TavNumVarI::domainByType(env.getImpl(), type, 0.0, ub), sclb, nullptr));
   });
 }
 
 TavSemiContVarArray::TavSemiContVarArray(TavEnv env, TavNumArray sclbs, TavNumArray ubs, Type type) {
   TavRequireArrays(sclbs, ubs);
-  *this = TavMakeVars<TavSemiContVarArray>(
-      env, sclbs.getSize(), [&, domains = TavDomainCache(env, type)](TavInt i) mutable {
-        TavVarDomainI* domain = domains.find(0.0, ubs[i]);
-        return TavSemiContVar(new (env.getImpl()) TavSemiContVarI(env.getImpl(), domain, sclbs[i], nullptr));
-      });
+  *this = TavMakeVars<TavSemiContVarArray>(env, sclbs.getSize(), [&](TavInt i) {
+    TavVarDomainI* domain = TavNumVarI::domainByType(env.getImpl(), type, 0.0, ubs[i]);
+    return TavSemiContVar(new (env.getImpl()) TavSemiContVarI(env.getImpl(), domain, sclbs[i], nullptr));
+  });
 }
 
 TavSemiContVarArray::TavSemiContVarArray(TavEnv env, TavNumColumnArray columns, TavNumArray sclbs, TavNumArray ubs,

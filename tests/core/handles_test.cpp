@@ -36,6 +36,25 @@ TEST_F(Handles, AnUnsharedSumIsChangedInPlaceAndASharedOneIsCopiedFirst) {
   }
 }
 
+TEST_F(Handles, ASumThatIsSubtractedMayHoldTheOtherOneAsItsPart) {
+  const TavInt before = env.getImpl()->liveObjectCount();
+  TavExpr e(2 * x + 1);
+  auto* node = linear({}, {}, 5);
+  node->append(static_cast<TavNumExprI*>(e.getImpl()));
+  e -= TavNumExprArg(node);
+  EXPECT_EQ(shape(e), "2x <-2x -1> -4");
+  e.end();
+  EXPECT_EQ(env.getImpl()->liveObjectCount(), before);
+}
+
+TEST_F(Handles, ACellThatWasGivenBackMayBecomeATermAgain) {
+  for (const double coef : {2.0, 3.0}) {
+    TavExpr e{TavNumLinExprTerm(env.getImpl()->newTerm(x.getImpl(), coef))};
+    EXPECT_EQ(e.getLinearIterator().getCoef(), coef);
+    e.clear();
+  }
+}
+
 TEST_F(Handles, TheConstantIsSetOnLinearSumsAloneAndTheTestComesBeforeTheCopy) {
   TavExpr e = x + p;
   const TavNumExpr holder{TavNumExprArg(e)};

@@ -118,8 +118,11 @@ TEST_F(NumLinear, SettingManyCoefficientsNeverUnlinksAndReportsZeroCrossingsAlon
     EXPECT_EQ(shape(node), c.shape);
     EXPECT_EQ(plain(previous), c.previous);
     EXPECT_TRUE(node->isNormalized());
+    TavNumLinTermI* again = linear(c.terms);
+    again->setCoef(vars, coefs, coefs);  // one array gives the new coefficients and takes the old ones
+    EXPECT_EQ(shape(again) + plain(coefs), c.shape + plain(previous));
   }
-  EXPECT_EQ(lock.taken, static_cast<int>(std::size(kCases)));
+  EXPECT_EQ(lock.taken, 2 * static_cast<int>(std::size(kCases)));
   TavNumLinTermI *node = linear({{1, x}, {2, y}}), *listeners = linear({{3, y}});
   const TavNumVarArray both(env, 2, x, y), one(env, 1, y);
   env.getImpl()->setChangeListener([&](const TavChange&) { listeners->setCoef(one, nums({4}), TavNumArray()); });

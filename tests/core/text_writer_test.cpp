@@ -75,6 +75,9 @@ TEST_F(TextWriterInSums, FollowsAStateThatAnOperandChanges) {
   TavExpr sum = 1.5 * p + 2.5 * fixing + 3.5 * p;
   EXPECT_EQ(plain(sum), "1.5 * p  + 2.5 * f  + 3.50 * p ");
   sum.end();
+  std::ostringstream os;  // a width is for the first text that is not empty
+  os << std::setw(4) << 3 / TavAbs(p) << std::setw(6) << TavAbs(p) * 2;
+  EXPECT_EQ(os.str(), "   3 / abs(p[0 .. 1] )  abs(p[0 .. 1] ) * 2");
 }
 
 }  // namespace

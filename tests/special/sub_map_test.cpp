@@ -67,6 +67,8 @@ TEST_F(SubMap, AnswersThroughItsIndexerAndIsCounted) {
   EXPECT_EQ(ints.getSize(), 2);
   EXPECT_EQ(slice->getIndexerNumArray().getSize(), 1);
   EXPECT_EQ(slice->getIndexerAnyArray().getSize(), 0);
+  indexer.ints = TavIntArray();
+  refusesEmpty({[&] { slice->getIndexerIntArray(); }});
   int tag = 0;
   e->setTupleEncoder(reinterpret_cast<TavTupleEncoderI*>(&tag));
   EXPECT_EQ(static_cast<TavAnyExprI*>(slice)->getEncoder(), e->getTupleEncoder());

@@ -67,7 +67,7 @@ using LeafI = FixedI<TavNumExprI>;
 using IntLeafI = FixedI<TavIntExprI>;
 
 /// A column that remembers what was installed last.
-struct TestColumn final : TavAddExtractable {
+struct TestColumn : TavAddExtractable {
   explicit TestColumn(TavEnv home) : env(home.getImpl()) {}
   void install(TavExtractableI* variable) const override { installed = variable; }
   TavEnvI* getEnv() const override { return env; }

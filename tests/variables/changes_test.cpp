@@ -39,6 +39,12 @@ TEST_F(Changes, ValuesAreReportedAsTheCallerGaveThemOrAsTheyWereConverted) {
   EXPECT_EQ(records([&] { x.getImpl()->setPossibleValues(wholes); }), "values x num [7]; ");
   wholes[0] = 8;
   EXPECT_EQ(plain(i) + plain(x) + plain(bare), "i{7} x{7} bare{1.5} ");
+  TavIntArray ownInts = i.getImpl()->getIntValues();  // the list that a variable has may be edited and set again
+  TavNumArray own = x.getImpl()->getNumValues();
+  ownInts.add(9), own.add(9.5);
+  EXPECT_EQ(records([&] { i.setPossibleValues(ownInts), x.setPossibleValues(own); }),
+            "values i int [7, 9]; values x num [7, 9.5]; ");
+  EXPECT_EQ(i.getImpl()->getUB() + x.getUB(), 18.5);
 }
 
 TEST_F(Changes, AnArraysBoundsChangeInPlaceForEverybodyAndAreOneRecord) {

@@ -1,0 +1,139 @@
+#include "modelfile/writer_check.h"
+
+#include <cmath>
+#include <unordered_set>
+
+namespace {
+
+/// Readers take bounds of this size for infinite ones.
+constexpr double kInfinity = 1e20;
+
+class Checker {
+ public:
+  Checker(const TavFileModel& model, const TavWriterNames& variables, const TavWriterNames& rows,
+          const std::string& file)
+      : _model(model), _variables(variables), _rows(rows), _file(file) {}
+
+  void check() const {
+    checkKinds();
+    for (std::size_t i = 0; i < _model.variables.size(); ++i) {
+      const TavFileVariable& variable = _model.variables[i];
+      checkBounds(variable.lower, variable.upper, [&] { return TavNamed("variable", _variables[index(i)]); });
+      checkKind(variable, i);
+    }
+    for (std::size_t i = 0; i < _model.rows.size(); ++i) {
+      const auto name = [&] { return TavNamed("row", _rows[index(i)]); };
+      checkBounds(_model.rows[i].lower, _model.rows[i].upper, name);
+      for (std::size_t k = _model.linearBegin[i]; k != _model.linearBegin[i + 1]; ++k) {
+        if (!std::isfinite(_model.linearValue[k])) fail(name() + " has a coefficient that is not finite");
+      }
+    }
+    for (const TavFileRowPart& part : _model.rowParts) {
+      checkProducts(part.products, part.expr, TavNamed("row", _rows[part.row]));
+    }
+    for (const TavFileObjective& objective : _model.objectives) checkObjective(objective);
+    for (const TavFileSet& set : _model.sets) checkSet(set);
+  }
+
+ private:
+  static std::int32_t index(std::size_t i) noexcept { return static_cast<std::int32_t>(i); }
+  [[noreturn]] void fail(const std::string& what) const { throw TavFileError(_file, {}, what); }
+
+  void checkKinds() const {
+    if (_model.objectives.size() > 1) {
+      fail("the model has " + std::to_string(_model.objectives.size()) + " objectives, the format can say one");
+    }
+    if (!_model.logical.empty()) fail("the model has logical constraints, which the format cannot say");
+    std::unordered_set<std::string_view> names;
+    for (const TavFileSet& set : _model.sets) {
+      if (!set.name.empty() && !names.insert(set.name).second) fail("two sets have the name \"" + set.name + '"');
+    }
+  }
+
+  template <class Name>
+  void checkBounds(double lower, double upper, Name name) const {
+    const bool low = lower == -HUGE_VAL || std::fabs(lower) < kInfinity;
+    const bool high = upper == HUGE_VAL || std::fabs(upper) < kInfinity;
+    if (!low || !high) fail(name() + " has a bound that readers would take for infinite, or that is no number");
+  }
+
+  void checkKind(const TavFileVariable& variable, std::size_t i) const {
+    const bool semi = variable.kind == TavFileKind::SemiContinuous || variable.kind == TavFileKind::SemiInteger;
+    if (semi && (variable.lower < 0.0 || !(variable.upper > 0.0))) {
+      fail(TavNamed("variable", _variables[index(i)]) +
+           " is semi-continuous with a lower bound below 0 or an upper one not above it, which the format cannot say");
+    }
+    const bool between =
+        variable.lower >= 0.0 && variable.lower <= 1.0 && variable.upper >= 0.0 && variable.upper <= 1.0;
+    if (variable.kind == TavFileKind::Binary && !between) {
+      fail(TavNamed("variable", _variables[index(i)]) +
+           " is binary with bounds outside 0 and 1, which the format cannot say");
+    }
+  }
+
+  void checkProducts(const std::vector<TavFileProduct>& products, const TavFileExpr& expr,
+                     const std::string& name) const {
+    if (!expr.empty()) fail(name + " has a non-linear expression, which the format cannot say");
+    for (const TavFileProduct& product : products) {
+      // Both formats double or halve coefficients.
+      if (!std::isfinite(product.value * 2) || product.value / 2 * 2 != product.value) {
+        fail(name + " has a quadratic coefficient that is too large or too small for the format");
+      }
+    }
+  }
+
+  void checkObjective(const TavFileObjective& objective) const {
+    if (!std::isfinite(objective.constant)) fail("the objective has a constant that is not finite");
+    for (const TavFileTerm& term : objective.linear) {
+      if (!std::isfinite(term.value)) fail("the objective has a coefficient that is not finite");
+    }
+    checkProducts(objective.products, objective.expr, "the objective");
+  }
+
+  void checkSet(const TavFileSet& set) const {
+    for (const TavFileTerm& member : set.members) {
+      if (!std::isfinite(member.value)) fail(TavNamed("set", set.name) + " has a weight that is not finite");
+    }
+  }
+
+  const TavFileModel& _model;
+  const TavWriterNames& _variables;
+  const TavWriterNames& _rows;
+  const std::string& _file;
+};
+
+}  // namespace
+
+std::string TavNamed(const char* kind, std::string_view name) {
+  return std::string("the ") + kind + " \"" + std::string(name) + '"';
+}
+
+TavWriterNames::TavWriterNames(const TavNameTable& names, std::size_t count, const char* prefix, const char* what,
+                               const std::string& file)
+    : _all(names) {
+  const auto size = static_cast<std::int32_t>(count);
+  bool complete = names.size() == size;
+  for (std::int32_t i = 0; complete && i < size; ++i) complete = !names[i].empty();
+  const std::int32_t twice = _all.rehash();
+  if (twice != TavNameTable::kNone) {
+    throw TavFileError(file, {}, std::string("two ") + what + " have the name \"" + std::string(names[twice]) + '"');
+  }
+  if (complete) return;
+  TavNameTable all;
+  all.reserve(count);
+  for (std::int32_t i = 0; i < size; ++i) {
+    all.append(names[i].empty() ? freeName(prefix + std::to_string(i + 1)) : std::string(names[i]));
+  }
+  all.rehash();
+  _all = std::move(all);
+}
+
+std::string TavWriterNames::freeName(std::string name) const {
+  while (!isFree(name)) name += '_';
+  return name;
+}
+
+void TavCheckForText(const TavFileModel& model, const TavWriterNames& variables, const TavWriterNames& rows,
+                     const std::string& file) {
+  Checker(model, variables, rows, file).check();
+}

@@ -1,0 +1,55 @@
+#include "tests/failures/gate.h"
+
+#include <cstdlib>
+#include <new>
+#include <utility>
+
+namespace {
+
+struct {
+  bool armed = false, forGood = false, failed = false, open = false;
+  long left = 0;
+  Gate::Kind kind = Gate::Allocations;
+} gate;
+
+bool refuses(Gate::Kind kind) {
+  if (!gate.armed || gate.kind != kind || (gate.open && kind == Gate::Allocations) || gate.left-- > 0) return false;
+  gate.failed = true;
+  gate.armed = gate.forGood;
+  gate.left = 0;
+  return true;
+}
+
+}  // namespace
+
+Gate::Gate(long let, Kind kind, bool forGood) { gate = {true, forGood, false, gate.open, let, kind}; }
+Gate::~Gate() { gate.armed = false; }
+bool Gate::hasFailed() const { return gate.failed; }
+
+void clientCall() {
+  if (refuses(Gate::Calls)) throw ClientFailure();
+}
+GateOpen::GateOpen() : _wasOpen(std::exchange(gate.open, true)) {}
+GateOpen::~GateOpen() { gate.open = _wasOpen; }
+
+extern "C" {
+void* __real_malloc(std::size_t bytes);
+void* __real_realloc(void* block, std::size_t bytes);
+void* __real_aligned_alloc(std::size_t alignment, std::size_t bytes);
+
+void* __wrap_malloc(std::size_t bytes) { return refuses(Gate::Allocations) ? nullptr : __real_malloc(bytes); }
+void* __wrap_realloc(void* block, std::size_t bytes) {
+  return refuses(Gate::Allocations) ? nullptr : __real_realloc(block, bytes);
+}
+void* __wrap_aligned_alloc(std::size_t alignment, std::size_t bytes) {
+  return refuses(Gate::Allocations) ? nullptr : __real_aligned_alloc(alignment, bytes);
+}
+}
+
+void* operator new(std::size_t bytes) {
+  void* block = __wrap_malloc(bytes);
+  if (!block) throw std::bad_alloc();
+  return block;
+}
+void operator delete(void* block) noexcept { std::free(block); }
+void operator delete(void* block, std::size_t) noexcept { std::free(block); }

@@ -59,7 +59,6 @@ enum class TavFileOp : std::uint8_t {
   Less = 6,
   Atan2 = 48,
   TruncatedQuotient = 55,
-  Precision = 56,
   Round = 57,
   Truncate = 58,
   PowerConstantExponent = 76,
@@ -226,6 +225,9 @@ struct TavFileModel {
   std::vector<TavFileCommon> commons;
   /// Expressions that must be true.
   std::vector<TavFileExpr> logical;
+
+  /// The options in the first line of an .nl file, which a solver's answer repeats.
+  std::vector<double> answerOptions;
 
   /// What the user should know of how the file was read, each one line without the file's name.
   std::vector<std::string> notes;

@@ -2,6 +2,7 @@
 #include <stdexcept>
 
 #include "modelfile/formats.h"
+#include "modelfile/nl_names.h"
 #include "modelfile/words.h"
 
 namespace {
@@ -40,7 +41,7 @@ TavFileModel read(TavFileInput& input) {
   }
   try {
     if (format == TavFileFormat::Mps) return TavReadMps(input);
-    if (format == TavFileFormat::Nl) input.fail(input.begin(), "a file of the format .nl, expected MPS or LP");
+    if (format == TavFileFormat::Nl) return TavReadNl(input);
     return TavReadLp(input);
   } catch (const std::length_error&) {
     input.fail(input.begin(), "more than 2^31 - 1 names, expected fewer");
@@ -60,7 +61,9 @@ TavFileFormat TavFormatOfName(std::string_view name) {
 
 TavFileModel TavReadModel(const std::string& path, const TavReadOptions& options) {
   TavFileInput input = TavFileInput::openFile(path, options);
-  return read(input);
+  TavFileModel model = read(input);
+  if (TavFormatOfName(path) == TavFileFormat::Nl) TavReadNlNames(model, path, options);
+  return model;
 }
 
 TavFileModel TavReadModelText(std::string_view text, const std::string& name, const TavReadOptions& options) {

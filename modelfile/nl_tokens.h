@@ -1,0 +1,146 @@
+#pragma once
+/// Internal header of tavmodelfile: the tokens of .nl files, text and binary, behind one set of calls.
+
+#include <bit>
+#include <cstring>
+#include <string>
+
+#include "modelfile/input.h"
+#include "modelfile/number_text.h"
+
+/// What both variants share. Calls fail with the place of the token that is wrong.
+class TavNlTokens {
+ public:
+  explicit TavNlTokens(TavFileInput& input) noexcept : _input(input) {}
+  TavNlTokens& operator=(const TavNlTokens&) = delete;
+
+ protected:
+  TavNlTokens(const TavNlTokens&) = default;
+  ~TavNlTokens() = default;
+
+  TavFileInput& _input;
+  /// The next byte.
+  const char* _at = nullptr;
+  const char* _end = nullptr;
+  /// The token read last.
+  const char* _token = nullptr;
+};
+
+/// Text: numbers and names separated by blanks; `#` begins a comment.
+class TavNlText final : public TavNlTokens {
+ public:
+  /// Begins at the first line of the input.
+  explicit TavNlText(TavFileInput& input) noexcept : TavNlTokens(input) {}
+
+  /// The first byte of the next line that has one, 0 at the end of the file.
+  char letter() {
+    for (;;) {
+      if (_at == _end && !refill()) return 0;
+      skipBlanks();
+      if (*_at != '\n' && *_at != '#') break;
+      endLine();
+    }
+    _token = _at;
+    return *_at++;
+  }
+  /// An integer.
+  std::int64_t integer() {
+    needLine();
+    skipBlanks();
+    _token = _at;
+    const bool negative = *_at == '-';
+    const char* first = _at + (negative || *_at == '+');
+    std::int64_t value = 0;
+    const char* at = first;
+    for (; static_cast<unsigned char>(*at - '0') < 10; ++at) {
+      value = value * 10 + (*at - '0');
+      if (value > kMost) fail("a whole number of this size, expected at most 2^53");
+    }
+    if (at == first || isWordByte(*at)) fail("expected a whole number");
+    _at = at;
+    return negative ? -value : value;
+  }
+  std::int64_t shortInteger() { return integer(); }
+  /// An integer, or `missing` where the line ends.
+  std::int64_t integerOr(std::int64_t missing) {
+    needLine();
+    skipBlanks();
+    return *_at == '\n' || *_at == '#' ? missing : integer();
+  }
+  /// A number; infinite ones where the file says so.
+  double number();
+  /// The type of a bound.
+  std::int64_t boundType() { return integer(); }
+  /// The rest of the line without blanks at its ends.
+  std::string word();
+  /// Goes on to the next line.
+  void endLine() {
+    skipBlanks();
+    if (*_at != '\n') skipComment();
+    ++_at;
+  }
+  /// Throws TavFileError for the token read last.
+  [[noreturn]] void fail(const std::string& what) const { _input.fail(_token, what); }
+
+ private:
+  static constexpr std::int64_t kMost = std::int64_t{1} << 53;
+
+  static bool isWordByte(char c) noexcept { return c != ' ' && c != '\n' && c != '\t' && c != '\r' && c != '#'; }
+  bool refill();
+  void needLine() {
+    if (_at == _end && !refill()) endOfFile();
+  }
+  [[noreturn]] void endOfFile() const;
+  void skipBlanks() noexcept {
+    while (*_at == ' ' || *_at == '\t' || *_at == '\r') ++_at;
+  }
+  void skipComment();
+};
+
+/// Binary: fixed widths, in either byte order.
+class TavNlBinary final : public TavNlTokens {
+ public:
+  /// Begins behind the header. `swapped`: the byte order is not this machine's.
+  TavNlBinary(const TavNlText& header, bool swapped) : TavNlTokens(header), _swapped(swapped) {
+    _input.more(_at);
+    _token = _at = _input.begin();
+    _end = _input.end();
+  }
+
+  char letter() {
+    if (_at == _end && !refill(1)) return 0;
+    _token = _at;
+    return *_at++;
+  }
+  std::int64_t integer() { return take<std::int32_t>(); }
+  std::int64_t shortInteger() { return take<std::int16_t>(); }
+  /// Binary files leave nothing out, so `missing` is for text alone.
+  std::int64_t integerOr(std::int64_t) { return integer(); }
+  double number() { return std::bit_cast<double>(take<std::uint64_t>()); }
+  std::int64_t boundType() { return take<std::uint8_t>() - '0'; }
+  std::string word();
+  void endLine() noexcept {}
+  [[noreturn]] void fail(const std::string& what) const {
+    throw TavFileError(_input.name(), _input.bytePlaceOf(_token), what);
+  }
+
+ private:
+  template <class T>
+  T take() {
+    if (static_cast<std::size_t>(_end - _at) < sizeof(T) && !refill(sizeof(T))) endOfFile();
+    _token = _at;
+    unsigned char bytes[sizeof(T)];
+    for (std::size_t i = 0; i < sizeof(T); ++i) {
+      bytes[i] = static_cast<unsigned char>(_at[_swapped ? sizeof(T) - 1 - i : i]);
+    }
+    _at += sizeof(T);
+    T value;
+    std::memcpy(&value, bytes, sizeof value);
+    return value;
+  }
+  /// Makes `bytes` bytes available; false at the end of the file.
+  bool refill(std::size_t bytes);
+  [[noreturn]] void endOfFile() const;
+
+  bool _swapped;
+};

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <random>
-#include <sstream>
 
 #include "tests/host/objects.h"
 
@@ -11,16 +10,6 @@ namespace {
 class Arrays : public ::testing::Test {
  protected:
   ~Arrays() override { env.end(); }
-  template <class T>
-  static std::string print(const T& object) {
-    std::ostringstream os;
-    if constexpr (std::is_pointer_v<T>) {
-      object->display(os);
-    } else {
-      os << object;
-    }
-    return os.str();
-  }
   static std::vector<TavInt> contents(TavIntArray array) {
     std::vector<TavInt> words;
     for (TavInt i = 0; i < array.getSize(); ++i) words.push_back(array[i]);
@@ -82,18 +71,6 @@ TEST_F(Arrays, FollowAPlainVectorThroughRandomEdits) {
     zeros.end();
     EXPECT_EQ(env.getImpl()->getMemory()->usedBytes(), used) << size;
   }
-}
-
-TEST_F(Arrays, PrintWithALineBreakAfterEveryTenth) {
-  TavIntArray array(env);
-  EXPECT_EQ(print(array), "[]");
-  for (TavInt i = 1; i <= 21; ++i) array.add(i);
-  EXPECT_EQ(print(array), "[1, 2, 3, 4, 5, 6, 7, 8, 9, 10,\n11, 12, 13, 14, 15, 16, 17, 18, 19, 20,\n21]");
-  array.remove(2, 19);
-  array[1] = -7;
-  EXPECT_EQ(print(array.toNumArray()), "[1, -7]");
-  EXPECT_EQ(print(arrayOf<TavExtractableArray>({TavExtractable(), TavExtractable(makeObject(env))})),
-            "[, TavExtractableI(0)]");
 }
 
 TEST_F(Arrays, DropMarkedObjectsAndFollowClones) {

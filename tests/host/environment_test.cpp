@@ -73,26 +73,6 @@ TEST_F(Environment, RemovalMarksNestAndAreTakenBack) {
   EXPECT_EQ(objects(), 3);
 }
 
-TEST_F(Environment, ABatchIsRemovedInOneSweepOrOneByOneAndRepeatsCountOnce) {
-  for (const bool oneByOne : {false, true}) {
-    impl()->oneByOneRemoval = oneByOne;
-    TestObject *holder = makeObject(env), *a = makeObject(env), *b = makeObject(env);
-    TestAlgorithm algorithm(env);
-    algorithm.extracted = b;
-    TavExtractableArray array(env);
-    for (TestObject* element : {a, b, a}) array.add(TavExtractable(element));
-    array.add(TavExtractable());
-    const TavInt before = objects();
-    array.endElements();
-    std::vector<TavExtractableI*>& told = holder->removals;
-    if (oneByOne && told.size() > 2) told.resize(2);  // a repeat may be told again
-    EXPECT_EQ(told, (oneByOne ? std::vector<TavExtractableI*>{a, b} : std::vector<TavExtractableI*>{a}));
-    EXPECT_EQ(algorithm.forgotten, std::vector<TavExtractableI*>{b});
-    EXPECT_EQ(objects(), before - 2);
-    EXPECT_EQ(impl()->oneByOneRemoval, oneByOne);
-  }
-}
-
 TEST_F(Environment, ARecordReachesTheListenerAndEveryAlgorithmThatWantsIt) {
   TestObject* object = makeObject(env);
   std::make_unique<TestAlgorithm>(env).reset();  // one that is gone hears nothing
@@ -171,39 +151,6 @@ TEST_F(Environment, ATypeIndexIsTestedAgainUnderTheMutex) {
   EXPECT_EQ(mutex.given, 1);
   TavEnvI::Mutex = nullptr;
   TestChange::_rttiIndex = 0;
-}
-
-TEST(Numbers, TruncationSaturatesAndIntegersWrap) {
-  constexpr TavInt kMax = std::numeric_limits<TavInt>::max();
-  constexpr TavInt kMin = std::numeric_limits<TavInt>::min();
-  const std::pair<double, TavInt> kCases[] = {{-2.5, -2},       {9223372036854774784.0, 9223372036854774784},
-                                              {0x1p63, kMax},   {-0x1p63, kMin},
-                                              {HUGE_VAL, kMax}, {-HUGE_VAL, kMin},
-                                              {1e300, kMax},    {std::nan(""), 0}};
-  for (const auto& [x, expected] : kCases) EXPECT_EQ(TavTrunc(x), expected) << x;
-  EXPECT_EQ(TavWrapAdd(kMax, 1), kMin);
-  EXPECT_EQ(TavWrapMul(kMin, -1), kMin);
-  EXPECT_EQ(TavWrapNegate(kMin), kMin);
-}
-
-TEST(Numbers, OneRoundingGoesAwayFromZeroTheOtherToEven) {
-  const struct {
-    double x, away, even;
-  } kCases[] = {{0.5, 1, 0},
-                {1.5, 2, 2},
-                {-0.5, -1, -0.0},
-                {-2.5, -3, -2},
-                {2.49, 2, 2},
-                {-2.7, -3, -3},
-                {0x1p52 + 1, 0x1p52 + 1, 0x1p52 + 1},
-                {HUGE_VAL, HUGE_VAL, HUGE_VAL},
-                {0.49999999999999994, 0, 0}};
-  for (const auto& [x, away, even] : kCases) {
-    EXPECT_EQ(TavRound(x), away) << x;
-    EXPECT_EQ(TavVurRound(x), even) << x;
-    EXPECT_EQ(std::signbit(TavVurRound(x)), std::signbit(even)) << x;
-  }
-  EXPECT_TRUE(std::isnan(TavVurRound(std::nan(""))));
 }
 
 TEST(Failures, CarryTheirMessageOrASentence) {

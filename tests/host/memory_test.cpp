@@ -31,16 +31,6 @@ TEST(Memory, BlocksOfEverySizeAreAlignedApartOwnedAndGivenBack) {
   EXPECT_EQ(memory.usedBytes(), 0);
 }
 
-#ifndef TAV_PLAIN_ALLOC
-TEST(Memory, AFreedBlockServesTheNextRequestOfItsClassAlone) {
-  TavMemory memory(nullptr);
-  void* block = memory.alloc(40);
-  memory.dealloc(block, 40);
-  EXPECT_NE(memory.alloc(48), block);
-  EXPECT_EQ(memory.alloc(33), block);
-}
-#endif
-
 #ifdef TAV_ADDRESS_SANITIZER
 TEST(Memory, AUseAfterTheEndIsReportedOfPooledBlocksToo) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");

@@ -9,7 +9,6 @@
 #include <new>
 #include <set>
 
-#include "examples/draw/draw.h"
 #include "tests/support/fixture.h"
 #include "tests/support/samples.h"
 
@@ -21,8 +20,8 @@ constexpr std::size_t kTaken = std::size_t{1} << 21;  // the sanitizer's own dat
 constexpr std::size_t kTaken = 0;
 #endif
 
-/// Runs the body on `threads` threads at once, each with a stack of this size.
-void onSmallStack(std::size_t bytes, const std::function<void()>& body, std::size_t threads = 1) {
+/// Runs the body on `count` threads at once, each with a stack of this size.
+void onSmallStack(std::size_t bytes, const std::function<void()>& body, std::size_t count = 1) {
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);
   ASSERT_EQ(pthread_attr_setstacksize(&attributes, bytes + kTaken), 0);
@@ -30,11 +29,11 @@ void onSmallStack(std::size_t bytes, const std::function<void()>& body, std::siz
     (*static_cast<const std::function<void()>*>(argument))();
     return nullptr;
   };
-  std::vector<pthread_t> all(threads);
-  for (pthread_t& thread : all) {
+  std::vector<pthread_t> threads(count);
+  for (pthread_t& thread : threads) {
     ASSERT_EQ(pthread_create(&thread, &attributes, run, const_cast<std::function<void()>*>(&body)), 0);
   }
-  for (const pthread_t thread : all) pthread_join(thread, nullptr);
+  for (const pthread_t thread : threads) pthread_join(thread, nullptr);
   pthread_attr_destroy(&attributes);
 }
 
@@ -42,18 +41,11 @@ void onSmallStack(std::size_t bytes, const std::function<void()>& body, std::siz
 struct World final : TavAlgorithmI {
   World() : World(TavEnv()) {}
   ~World() override { env.end(); }
-
   using TavAlgorithmI::getValue;
   double getValue(const TavNumVarI* variable) const override {
-    switch (*variable->getName()) {
-      case 'x':
-        return x;
-      case 'y':
-        return 0.999999;  // a million factors make 1 / e
-      case 'i':
-        return 1.0;
-    }
-    throw TavAlgorithm::Exception("no value", 0);
+    const std::string name = variable->getName();
+    if (name == "nowhere") throw TavAlgorithm::Exception("no value", 0);
+    return name == "x" ? x : name == "y" ? 0.999999 : 1.0;  // a million factors make 1 / e
   }
 
   TavEnv env;
@@ -99,14 +91,11 @@ struct Shape {
                                                   "TavConditionalNumExprI over y", "TavConditionalIntExprI over j"};
     const char* cls = sample->facts.name;
     if (!sample->library && !std::strstr(cls, "Lin") && !std::strstr(cls, "Conditional")) return false;
-    if (kOthers.count(name())) return false;
-    if (std::strchr("ijI", place) && !sample->isInt) return false;
+    if (kOthers.count(name()) || (std::strchr("ijI", place) && !sample->isInt)) return false;
     World w;
     const std::vector<TavExtractableI*> children = childrenOf(over(w, w.leaf.getImpl()));
     return std::count(children.begin(), children.end(), w.leaf.getImpl()) == 1;
   }
-  /// A condition is never given back.
-  bool releases() const { return name() != "TavConditionalIntExprI over i"; }
 };
 
 std::string textOf(const TavExtractableI* object) {
@@ -115,104 +104,51 @@ std::string textOf(const TavExtractableI* object) {
   return os.str();
 }
 
-/// What one level of a shape does, learned from a single node, told for many.
-struct Expected {
-  Expected(const Shape& shape, TavInt levels) {
-    World w;
-    const std::string leaf = textOf(w.leaf.getImpl());
-    const E one = shape.over(w, w.leaf.getImpl());
-    const std::string around = textOf(one);
-    const std::size_t at = around.find(leaf);
-    for (TavInt i = 0; i < levels; ++i) {
-      text += around.substr(0, at);
-      w.x = one->eval(&w);
-    }
-    text += leaf;
-    for (TavInt i = 0; i < levels; ++i) text += around.substr(at + leaf.size());
-    value = w.x;
-    isInteger = one->isInteger();
-  }
-  std::string text;
-  double value;
-  bool isInteger;
-};
-
-/// Whether the expression prints, evaluates and answers as expected.
-void expectWhole(const Expected& expected, const World& w, const TavNumExprI* e) {
-  EXPECT_TRUE(textOf(e) == expected.text);
-  EXPECT_EQ(e->isInteger(), expected.isInteger);
-  const double value = e->eval(const_cast<World*>(&w));
-  EXPECT_TRUE(value == expected.value || (value != value && expected.value != expected.value)) << value;
-}
-
+/// Builds, prints, evaluates, clones and ends so many levels of the shape; what one level does is learned from one
+/// node.
 void liveThrough(const Shape& shape, TavInt levels) {
   SCOPED_TRACE(shape.name());
-  const Expected expected(shape, levels);
-  World w, copies;
+  World w, copies, single;
+  const E one = shape.over(single, single.leaf.getImpl());
+  const std::string leaf = textOf(w.leaf.getImpl()), around = textOf(one);
+  const std::size_t at = around.find(leaf);
+  std::string text;
+  for (TavInt i = 0; i < levels; ++i) {
+    text += around.substr(0, at);
+    single.x = one->eval(&single);
+  }
+  text += leaf;
+  for (TavInt i = 0; i < levels; ++i) text += around.substr(at + leaf.size());
+
   TavEnvI* env = w.env.getImpl();
   const TavInt atFirst = env->liveObjectCount();
-  std::vector<TavNumExprI*> nodes{w.leaf.getImpl()};
-  for (TavInt i = 0; i < levels; ++i) nodes.push_back(shape.over(w, nodes.back()));
-  const TavInt built = env->liveObjectCount();
-  TavNumExpr all{num(nodes.back())}, lowerHalf{num(nodes[nodes.size() / 2])};
-  expectWhole(expected, w, nodes.back());
-
-  const auto* clone = TavClonePass(env, copies.env.getImpl()).clone(nodes.back());
-  expectWhole(expected, copies, static_cast<const TavNumExprI*>(clone));
+  E e = w.leaf.getImpl();
+  for (TavInt i = 0; i < levels; ++i) e = shape.over(w, e);
+  TavNumExpr all{num(e)};
+  auto* clone = static_cast<E>(TavClonePass(env, copies.env.getImpl()).clone(e));
+  for (const auto& [node, world] : {std::pair{e, &w}, std::pair{clone, &copies}}) {
+    EXPECT_TRUE(textOf(node) == text);
+    EXPECT_EQ(node->isInteger(), one->isInteger());
+    const double value = node->eval(world);
+    EXPECT_TRUE(value == single.x || (value != value && single.x != single.x)) << value;
+  }
   all.end();
-  if (shape.releases()) {
-    EXPECT_EQ(env->liveObjectCount(), built - levels + levels / 2);
-  }
-  expectWhole(Expected(shape, levels / 2), w, lowerHalf.getImpl());
-  lowerHalf.end();
-  if (shape.releases()) {
-    EXPECT_EQ(env->liveObjectCount(), atFirst);
-  }
+  if (shape.name() == "TavConditionalIntExprI over i") return;  // a condition is never given back
+  EXPECT_EQ(env->liveObjectCount(), atFirst);
 }
-
-class DeepShape : public ::testing::TestWithParam<const char*> {};
-
-std::vector<Shape> shapes() {
-  std::vector<Shape> all;
-  for (const NodeSample& sample : nodeSamples()) {
-    for (const char place : {'x', 'y', 'i', 'j', 'X', 'I'}) {
-      if (const Shape shape{&sample, place}; shape.nests()) all.push_back(shape);
-    }
-  }
-  return all;
-}
-
-TEST_P(DeepShape, LivesAMillionLevelsDeepOnOneMebibyteOfStack) {
-  for (const Shape& shape : shapes()) {
-    if (shape.name() == GetParam()) onSmallStack(std::size_t{1} << 20, [&] { liveThrough(shape, 1'000'000); });
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(Deep, DeepShape,
-                         ::testing::Values("TavSinI over x", "TavNumTimesI over x", "TavNumTimesI over y",
-                                           "TavNumMinI over x"));
 
 TEST(Deep, EveryClassNestsBeyondTheStackInThePlaceOfEveryOperand) {
-  const std::vector<Shape> all = shapes();
-  EXPECT_GT(all.size(), 60u);
-  for (const Shape& shape : all) onSmallStack(std::size_t{1} << 17, [&] { liveThrough(shape, 10'000); });
-}
-
-TEST(Deep, ChainsAreClonedByHandAndDrawn) {
-  onSmallStack(std::size_t{1} << 17, [] {
-    World w, copies;
-    TavEnvI* env = w.env.getImpl();
-    E e = w.leaf.getImpl();
-    env->setClone(e, e->makeClone(copies.env.getImpl()));
-    for (int i = 0; i < 100'000; ++i) {
-      e = TavSin(num(e)).getImpl();
-      env->setClone(e, e->makeClone(copies.env.getImpl()));
+  std::size_t shapes = 0;
+  for (const NodeSample& sample : nodeSamples()) {
+    for (const char place : {'x', 'y', 'i', 'j', 'X', 'I'}) {
+      const Shape shape{&sample, place};
+      if (!shape.nests()) continue;
+      const bool deepest = shape.name() == "TavNumTimesI over y";
+      onSmallStack(std::size_t{1} << (deepest ? 20 : 17), [&] { liveThrough(shape, deepest ? 1'000'000 : 10'000); });
+      ++shapes;
     }
-    std::ostringstream drawing;
-    drawGraph(drawing, TavExtractable(env->getClone(e)));
-    const std::string text = drawing.str();
-    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 200'006);  // four, one for each node and edge, one
-  });
+  }
+  EXPECT_GT(shapes, 60U);
 }
 
 template <class Linear, class Part>
@@ -237,35 +173,38 @@ TEST(Deep, FactorsReachThePartsOfNestedSums) {
   });
 }
 
+/// `check` with a tower of absolute values over the leaf, which is 1 before and after.
+void underAbsoluteValues(const std::function<void(World&, TavNumExprArg)>& check, std::size_t threads) {
+  const auto run = [&check] {
+    World w;
+    E e = w.leaf.getImpl();
+    for (int i = 0; i < 100'000; ++i) e = TavAbs(num(e)).getImpl();
+    check(w, num(e));
+    EXPECT_EQ(e->eval(&w), 1.0);
+  };
+  onSmallStack(std::size_t{1} << 17, run, threads);
+}
+
 TEST(Deep, FailuresComeBackFromTheBottomOnEveryThread) {
-  onSmallStack(
-      std::size_t{1} << 17,
-      [] {
-        World w;
-        TavNumExprI* e = w.leaf.getImpl();
-        for (int i = 0; i < 100'000; ++i) e = TavAbs(num(e)).getImpl();
-        w.leaf.setName("nowhere");
-        EXPECT_THROW(e->eval(&w), TavAlgorithm::Exception);
-        w.leaf.setName("x");
-        EXPECT_EQ(e->eval(&w), 1.0);
-      },
-      2);
+  const auto fail = [](World& w, TavNumExprArg e) {
+    w.leaf.setName("nowhere");
+    EXPECT_THROW(e.eval(&w), TavAlgorithm::Exception);
+    w.leaf.setName("x");
+  };
+  underAbsoluteValues(fail, 2);
 }
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // they need room of their own
 TEST(Deep, WithoutMemoryForMoreStackBadAllocComesOut) {
-  onSmallStack(std::size_t{1} << 17, [] {
-    World w;
-    TavNumExprI* e = w.leaf.getImpl();
-    for (int i = 0; i < 100'000; ++i) e = TavAbs(num(e)).getImpl();
+  const auto fail = [](World& w, TavNumExprArg e) {
     rlimit limit;
     getrlimit(RLIMIT_AS, &limit);
     const rlimit none{0, limit.rlim_max};
     setrlimit(RLIMIT_AS, &none);
-    EXPECT_THROW(num(e).eval(&w), std::bad_alloc);
+    EXPECT_THROW(e.eval(&w), std::bad_alloc);
     setrlimit(RLIMIT_AS, &limit);
-    EXPECT_EQ(num(e).eval(&w), 1.0);
-  });
+  };
+  underAbsoluteValues(fail, 1);
 }
 #endif
 

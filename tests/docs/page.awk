@@ -1,6 +1,6 @@
 # Makes a test of a page: a section with tables is a case, its code blocks stand in the case as they are, and every row is
 # a check of each expression in its first cell. The titles of the other columns say what is checked: "throws" and
-# "message", or functions of tests/support/page.h, "plain text" being plainText().
+# "message", "stops with", or functions of tests/support/page.h, "plain text" being plainText().
 function snippets(cell, list,   count) {
   for (count = 0; match(cell, /`[^`]*`/); cell = substr(cell, RSTART + RLENGTH))
     list[++count] = substr(cell, RSTART + 1, RLENGTH - 2)
@@ -31,7 +31,7 @@ code { print "  " $0; next }
 ++row == 1 {
   for (c = 3; c <= columns + 1; ++c) {
     name[c] = cells[c]
-    while (match(name[c], / [a-z]/))
+    while (name[c] != "stops with" && match(name[c], / [a-z]/))
       name[c] = substr(name[c], 1, RSTART - 1) toupper(substr(name[c], RSTART + 1, 1)) substr(name[c], RSTART + 2)
   }
 }
@@ -42,6 +42,10 @@ row > 2 {
     if (name[3] == "throws") {
       snippets(cells[3], class)
       printf "  throws<%s>(R\"(%s)\", %s, [&] { %s; });\n", class[1], calls[k], literal(cells[4]), calls[k]
+      continue
+    }
+    if (name[3] == "stops with") {
+      printf "  stops(R\"(%s)\", %s, [&] { %s; });\n", calls[k], literal(cells[3]), calls[k]
       continue
     }
     for (c = 3; c <= columns + 1; ++c) {

@@ -39,6 +39,18 @@ class Page : public TavTest {
   std::string libraryText(const T& object) const {
     return lines(library(object), object);
   }
+  static std::string text(const std::string& found) { return found; }
+  /// Whether the debug build stops at the use with this sentence.
+  template <class Use>
+  void stops(const char* use, const char* sentence, Use run) {
+#ifdef NDEBUG
+    static_cast<void>(sentence), static_cast<void>(run);
+#else
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(run(), std::string(sentence) + "|AddressSanitizer")
+        << use;  // it sees a freed node before the assertion
+#endif
+  }
   std::string structure(TavNumExprArg expression) const { return shape(expression); }
 
   /// "[lb .. ub] " of every element, behind "i" for an integer one, with its threshold if it has one; "null " for an

@@ -7,46 +7,93 @@
 
 #pragma GCC visibility push(default)
 
+class TavEnvI;
 class TavExtractableI;
 
-/// From source to clone. Open addressing at half load at most: one access to memory for most look-ups, no allocation
-/// for an entry of its own. Sources are compared by address and never read.
+/// From source to clone, both alive: an object that is destroyed leaves every map that names it, as source and as
+/// clone. Open addressing at half load at most: one access to memory for most look-ups, no allocation for an entry of
+/// its own. The environments whose objects it names must be used by one thread until it is cleared.
 class TavCloneMap {
  public:
+  TavCloneMap() = default;
+  TavCloneMap(const TavCloneMap&) = delete;
+  TavCloneMap& operator=(const TavCloneMap&) = delete;
+  ~TavCloneMap() { clear(); }
+
   /// The clone, or null; null for null.
   TavExtractableI* find(const TavExtractableI* source) const noexcept {
-    if (_entries.empty()) return nullptr;
-    const Entry& entry = _entries[place(source)];
-    return entry.clone;  // null in an empty place
+    return const_cast<TavExtractableI*>(_clones.find(source));
   }
-  /// Room for `count` more sources. Throws std::bad_alloc and is then unchanged.
-  void makeRoom(std::size_t count) {
-    if (2 * (_size + count) > _entries.size()) grow(count);
-  }
-  /// Records a pair; a source that is known gets the new clone. Throws std::bad_alloc and is then unchanged.
+  /// The next set() of this source takes no memory if its clone lives in an environment that the map knows. Throws
+  /// std::bad_alloc.
+  void prepare(const TavExtractableI* source);
+  /// Records a pair; a source that is known gets the new clone, or none for null. Throws std::bad_alloc and is then
+  /// unchanged.
   void set(const TavExtractableI* source, TavExtractableI* clone);
   /// Forgets all pairs and gives their memory back.
   void clear() noexcept;
 
+  /// Objects of this environment may be named from now on. Throws std::bad_alloc.
+  void watch(TavEnvI* env);
+  /// Drops every pair with this object, which is being destroyed.
+  void forget(const TavExtractableI* object) noexcept;
+  /// Drops every pair with an object of this environment, which is ending.
+  void forgetAll(const TavEnvI* env) noexcept;
+
  private:
-  struct Entry {
-    const TavExtractableI* source;
-    TavExtractableI* clone;
+  /// Pairs of addresses by the first one. A key may have several values.
+  class Table {
+   public:
+    /// A value of the key, or null.
+    const TavExtractableI* find(const TavExtractableI* key) const noexcept {
+      if (_entries.empty()) return nullptr;
+      std::size_t i = home(key);
+      while (_entries[i].key && _entries[i].key != key) i = next(i);
+      return _entries[i].value;  // null in an empty place
+    }
+    /// Room for `count` more pairs. Throws std::bad_alloc and is then unchanged.
+    void makeRoom(std::size_t count) {
+      if (2 * (_size + count) > _entries.size()) grow(count);
+    }
+    /// Adds a pair, for which there is room.
+    void put(const TavExtractableI* key, const TavExtractableI* value) noexcept;
+    /// Drops a pair, if there is one.
+    void erase(const TavExtractableI* key, const TavExtractableI* value) noexcept;
+    void clear() noexcept;
+    std::size_t size() const noexcept { return _size; }
+    /// The first pair from place i on that `isWanted` names, i being its place then; null at the end.
+    template <class IsWanted>
+    const auto* findFrom(std::size_t& i, IsWanted isWanted) const noexcept {
+      while (i < _entries.size() && !(_entries[i].key && isWanted(_entries[i]))) ++i;
+      return i < _entries.size() ? &_entries[i] : nullptr;
+    }
+
+   private:
+    struct Entry {
+      const TavExtractableI* key;
+      const TavExtractableI* value;
+    };
+    /// The place where the search for a key begins. The high bits of a product depend on all bits of the address.
+    std::size_t home(const TavExtractableI* key) const noexcept {
+      const std::uintptr_t product = reinterpret_cast<std::uintptr_t>(key) * 0x9E3779B97F4A7C15u;
+      return static_cast<std::size_t>(product >> 32) & (_entries.size() - 1);
+    }
+    std::size_t next(std::size_t i) const noexcept { return (i + 1) & (_entries.size() - 1); }
+    void grow(std::size_t count);
+
+    std::vector<Entry> _entries;
+    std::size_t _size = 0;
   };
-  static constexpr std::size_t kLeast = 64;
 
-  /// Where the source is, or the empty place where it would be.
-  std::size_t place(const TavExtractableI* source) const noexcept {
-    const std::size_t mask = _entries.size() - 1;
-    // The high bits of a product depend on all bits of the address.
-    std::size_t i = static_cast<std::size_t>((reinterpret_cast<std::uintptr_t>(source) * 0x9E3779B97F4A7C15u) >> 32);
-    for (i &= mask; _entries[i].source && _entries[i].source != source;) i = (i + 1) & mask;
-    return i;
-  }
-  void grow(std::size_t count);
+  void drop(const TavExtractableI* source, const TavExtractableI* clone) noexcept;
+  bool indexClones() noexcept;
 
-  std::vector<Entry> _entries;
-  std::size_t _size = 0;
+  Table _clones;
+  /// The sources by their clones, once an object that the map may name has been destroyed: see indexClones().
+  Table _sources;
+  bool _clonesIndexed = false;
+  /// The environments whose objects the map names; each of them knows the map.
+  std::vector<TavEnvI*> _watched;
 };
 
 #pragma GCC visibility pop

@@ -53,6 +53,7 @@ TavEnvI::TavEnvI() : _memory(this), _termPool(sizeof(TavNumLinExprTermI)) {}
 
 TavEnvI::~TavEnvI() {
   ending = true;
+  for (TavCloneMap* map : std::exchange(_cloneMaps, {})) map->forgetAll(this);
   for (std::size_t id = _table.size(); id-- > 0;) {
     if (TavExtractableI* object = objectAt(id)) object->~TavExtractableI();
   }
@@ -292,78 +293,14 @@ void TavEnvI::sweepRemoved(TavExtractableI* removed, TavFirstFailure& failure) {
 TavExtractableI* TavEnvI::getCloneOnDemand(TavExtractableI* source) {
   if (!_clonePass) return getClone(source);
   TavExtractableI* clone = _clonePass->clone(source);
-  _clonePass->makeRoom();  // for the object whose clone is being made
+  _clonePass->_clones.prepare(source);  // and room for the object whose clone is being made
   return clone;
 }
 
-void TavEnvI::setClone(const TavExtractableI* source, TavExtractableI* clone) {
-  if (_clonePass) _clonePass->_source->separateClones();
-  separateClones();
-  _clones.set(source, clone);
-}
-
-void TavEnvI::separateClones() {
-  if (_cloneMap == &_clones) return;
-  _clones = *_cloneMap;
-  _cloneMap = &_clones;
-}
-
-void TavClonePass::makeRoom() {
-  _target->_clones.makeRoom(1);
-  _source->_cloneMap->makeRoom(1);
-}
-
-TavClonePass::TavClonePass(TavEnvI* source, TavEnvI* target) : _source(source), _target(target) {
-  _source->beginCloning();
-  _target->beginCloning();
-  _source->_cloneMap = &_target->_clones;  // one map for both, as long as the pass alone writes into it
-  _target->_clonePass = this;
-}
-
-TavClonePass::~TavClonePass() {
-  _source->endCloning();
-  _target->endCloning();
-  _target->_clonePass = nullptr;
-}
-
-/// Adds the operands without clone of the objects that it visits to the steps.
-class TavClonePass::Operands final : public TavExtractableVisitor {
- public:
-  explicit Operands(TavClonePass& pass) noexcept : _pass(pass) {}
-  void beginVisit(TavExtractableI*) override {}
-  void visitChild(TavExtractableI*, TavExtractableI* child) override {
-    if (child && !_pass._target->getClone(child)) _pass._steps.push_back({child, false});
-  }
-  void endVisit(TavExtractableI*) override {}
-
- private:
-  TavClonePass& _pass;
-};
-
-TavExtractableI* TavClonePass::clone(TavExtractableI* root) {
-  struct Floor {
-    std::vector<Step>& steps;
-    const std::size_t size = steps.size();
-    ~Floor() { steps.resize(size); }
-  } floor{_steps};
-  Operands operands(*this);
-  operands.visitChild(nullptr, root);
-  while (_steps.size() > floor.size) {
-    const std::size_t top = _steps.size();
-    TavExtractableI* object = _steps.back().object;
-    if (!std::exchange(_steps.back().operandsDone, true)) {
-      object->visitSubExtractables(&operands);
-      std::reverse(_steps.begin() + static_cast<std::ptrdiff_t>(top), _steps.end());  // the first operand comes first
-      if (_steps.size() > top) continue;
-    }
-    _steps.pop_back();
-    if (_target->getClone(object)) continue;
-    makeRoom();
-    TavExtractableI* copy = object->makeClone(_target);
-    _target->_clones.set(object, copy);
-    if (_source->_cloneMap != &_target->_clones) _source->_cloneMap->set(object, copy);
-  }
-  return _target->getClone(root);
+void TavEnvI::beginCloning() noexcept {
+  _clones.clear();
+  if (!_passClones) return;
+  _passClones->clear();
 }
 
 // ---- shared domains

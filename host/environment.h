@@ -9,7 +9,7 @@
 
 #include "host/algorithm.h"
 #include "host/change.h"
-#include "host/clone_map.h"
+#include "host/clone_pass.h"
 #include "host/column.h"
 #include "host/domain.h"
 #include "host/memory.h"
@@ -57,8 +57,6 @@ class TavDeletionInterceptor {
  protected:
   ~TavDeletionInterceptor() = default;
 };
-
-class TavClonePass;
 
 /// Supplied by the modelling-language layer; only its pointer is passed on here.
 class TavTupleEncoderI;
@@ -148,18 +146,18 @@ class TavEnvI {
   void setChangeListener(std::function<void(const TavChange&)> listener) { _listener = std::move(listener); }
 
   /// The object's clone in the current cloning pass; null for null and for an object without one.
-  TavExtractableI* getClone(const TavExtractableI* source) const noexcept { return _cloneMap->find(source); }
+  TavExtractableI* getClone(const TavExtractableI* source) const noexcept {
+    TavExtractableI* clone = _clones.find(source);
+    return clone || !_passClones ? clone : _passClones->find(source);
+  }
   /// The same; while a TavClonePass into this environment is under way, an object without a clone is cloned now. For
   /// what visitors do not show: the variables of terms with coefficient 0.
   TavExtractableI* getCloneOnDemand(TavExtractableI* source);
-  /// Records `clone` as the clone of `source` until endCloning().
-  void setClone(const TavExtractableI* source, TavExtractableI* clone);
-  /// Starts a pass with an empty map.
-  void beginCloning() noexcept {
-    _cloneMap = &_clones;
-    _clones.clear();
-  }
-  /// Ends a pass: forgets all clones.
+  /// Records `clone` as the clone of `source` until endCloning(), null for none; before what a TavClonePass knows.
+  void setClone(const TavExtractableI* source, TavExtractableI* clone) { _clones.set(source, clone); }
+  /// Forgets all clones, those of a TavClonePass under way too.
+  void beginCloning() noexcept;
+  /// The same: ends a pass.
   void endCloning() noexcept { beginCloning(); }
 
   /// Deletes an object, and what its destructor gives up with it. Calls nest to a bounded depth, which keeps the memory
@@ -214,6 +212,7 @@ class TavEnvI {
  private:
   friend class TavExtractableI;
   friend class TavAlgorithmI;
+  friend class TavCloneMap;
   friend class TavClonePass;
 
   static constexpr TavInt kRemoved = -1;
@@ -237,8 +236,10 @@ class TavEnvI {
     ++_liveObjects;
     return id;
   }
-  /// Takes identifier and place back.
-  void leave(TavInt id) noexcept {
+  /// Takes identifier and place back; no clone map names the object any more.
+  void leave(const TavExtractableI* object) noexcept {
+    for (TavCloneMap* map : _cloneMaps) map->forget(object);
+    const TavInt id = object->getId();
     const std::uintptr_t entry = (static_cast<std::uintptr_t>(_freeId + 1) << 1) | 1;
     _table[static_cast<std::size_t>(id)] = reinterpret_cast<TavExtractableI*>(entry);
     _freeId = id;
@@ -248,8 +249,6 @@ class TavEnvI {
   /// The object with this identifier, or null for a free identifier or a mark.
   TavExtractableI* objectAt(std::size_t id) const noexcept;
   void forgetMark(TavExtractableI* object) noexcept;
-  /// Makes the map in use this environment's own.
-  void separateClones();
   struct Removal;
   /// removeBatch for [first, end), all of this environment, and [end, last), all of others.
   void removeOwn(TavExtractableI** first, TavExtractableI** end, TavExtractableI** last);
@@ -309,46 +308,17 @@ class TavEnvI {
   std::vector<TavAlgorithmI*> _algorithms;
   std::function<void(const TavChange&)> _listener;
   TavCloneMap _clones;
-  /// The map in use; for the source of a TavClonePass it is the target's, until one of the two is told of another
-  /// clone.
-  TavCloneMap* _cloneMap = &_clones;
+  /// The clones of the TavClonePass from or into this environment, or null; and the pass itself, when it goes into it.
+  TavCloneMap* _passClones = nullptr;
   TavClonePass* _clonePass = nullptr;
+  /// The maps, of any environments, that name objects of this one.
+  std::vector<TavCloneMap*> _cloneMaps;
   std::unordered_map<DomainKey, TavBoundedDomainI*, DomainHash> _domains;
   /// The pair that was asked for last: variables that are made one by one mostly ask for the same.
   DomainKey _lastKey;
   TavBoundedDomainI* _lastDomain = nullptr;
   TavModelEvaluator::Source _evaluator;
   TavTupleEncoderI* _tupleEncoder = nullptr;
-};
-
-/// Clones what a root reaches into another environment, operands first, without recursion; both environments know each
-/// pair for as long as the pass lives.
-class TavClonePass {
- public:
-  /// Starts a pass from `source` into `target`.
-  TavClonePass(TavEnvI* source, TavEnvI* target);
-  TavClonePass(const TavClonePass&) = delete;
-  TavClonePass& operator=(const TavClonePass&) = delete;
-  ~TavClonePass();
-
-  /// The clone of `root`, made now unless the pass made it before; null for null. Clones start uncounted. A failure
-  /// leaves the pass the clones that it has made: a second call goes on from there.
-  TavExtractableI* clone(TavExtractableI* root);
-
- private:
-  friend class TavEnvI;
-  class Operands;
-  /// A clone that is made now can be recorded without memory.
-  void makeRoom();
-  struct Step {
-    TavExtractableI* object;
-    bool operandsDone;
-  };
-
-  TavEnvI* _source;
-  TavEnvI* _target;
-  /// What is to be cloned, the next one last. A call from within a call works above the entries of the outer one.
-  std::vector<Step> _steps;
 };
 
 inline TavExtractableI::TavExtractableI(TavEnvI* env, const char* name) : _env(env), _name(makeName(env, name)) {
@@ -362,7 +332,7 @@ inline TavExtractableI::TavExtractableI(TavEnvI* env, const char* name) : _env(e
 
 inline TavExtractableI::~TavExtractableI() {
   if (_name) freeName(_env, _name);
-  _env->leave(_id);
+  _env->leave(this);
 }
 
 inline void* TavExtractableI::operator new(std::size_t bytes, TavEnvI* env) { return env->allocate(bytes); }

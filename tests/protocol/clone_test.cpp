@@ -112,6 +112,34 @@ TEST_F(Clone, OfASumThatFailsTakesNoReference) {
   EXPECT_EQ(copy->getRefCount(), 0);
 }
 
+TEST_F(Clone, ObjectsThatAreDestroyedLeaveThePassAndTheMapsAsSourceAndAsClone) {
+  TavClonePass pass(env.getImpl(), other.getImpl());
+  for (const char* name : {"a", "b", "c"}) {  // each variable and row has the address of the one before
+    TavNumVar v(env, 0, 1, name);
+    TavExpr row = 2 * v + 1;
+    EXPECT_EQ(shape(static_cast<TavNumExprI*>(pass.clone(row.getImpl()))), std::string("2") + name + " 1");
+    row.end();
+    v.end();
+  }
+  TavNumVar v(env, 0, 1), w(env, 0, 1);
+  for (TavEnv home : {env, other}) {
+    TavExtractableI* first = pass.clone(v.getImpl());
+    TavNumVar second(home, 0, 1), third(home, 0, 1);
+    home.getImpl()->setClone(v.getImpl(), second.getImpl());
+    home.getImpl()->setClone(w.getImpl(), second.getImpl());
+    home.getImpl()->setClone(second.getImpl(), third.getImpl());
+    EXPECT_EQ(home.getImpl()->getClone(v.getImpl()), second.getImpl());
+    second.end();
+    EXPECT_EQ(home.getImpl()->getClone(v.getImpl()), first);
+    EXPECT_EQ(home.getImpl()->getClone(w.getImpl()), nullptr);
+    EXPECT_EQ(home.getImpl()->getClone(TavNumVar(home, 0, 1).getImpl()), nullptr);
+  }
+  TavEnv third;
+  env.getImpl()->setClone(w.getImpl(), TavNumVar(third, 0, 1).getImpl());
+  third.end();
+  EXPECT_EQ(env.getImpl()->getClone(w.getImpl()), nullptr);
+}
+
 TEST_F(Clone, AZeroTermIsKeptInAPassAndLeftOutWhereItsVariableHasNoClone) {
   TavNumLinTermI* node = linear({{2, o.v}, {0, o.w}});
   const auto cloned = [&](TavExtractableI* clone) { return shape(static_cast<TavNumLinTermI*>(clone)); };

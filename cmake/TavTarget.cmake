@@ -9,6 +9,14 @@ if(tav_all_flags MATCHES "-(ffast-math|Ofast|funsafe-math-optimizations|ffinite-
                       "the library promises IEEE values and a fixed order of evaluation, so it cannot be built with it")
 endif()
 
+# tav_precompile(<target> <header>...): precompiles headers with TAV_PRECOMPILE, which makes a build from nothing faster.
+function(tav_precompile target)
+  if(TAV_PRECOMPILE)
+    list(TRANSFORM ARGN PREPEND "${PROJECT_SOURCE_DIR}/" REGEX "^[a-z]")
+    target_precompile_headers(${target} PRIVATE ${ARGN})
+  endif()
+endfunction()
+
 function(tav_target target)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
   target_compile_features(${target} PRIVATE cxx_std_20)

@@ -57,13 +57,14 @@ need() {
   command -v "${CXX:-c++}" >/dev/null || die "a C++20 compiler is needed (${CXX:-c++} not found)"
 }
 
-# build PRESET [BUILD-ARGUMENT...]: configures and builds.
+# build PRESET [BUILD-ARGUMENT...]: configures, with the arguments in `configure` too, and builds.
+configure=()
 build() {
   local preset=$1
   shift
   (
     cd "$root" || exit
-    cmake --preset "$preset" &&
+    cmake --preset "$preset" "${configure[@]}" &&
       cmake --build --preset "$preset" --parallel "$jobs" "$@"
   )
 }

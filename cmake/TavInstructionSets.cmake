@@ -5,7 +5,8 @@ function(tav_instruction_sets)
   if(NOT CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$" OR NOT CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
     return()
   endif()
-  set(avx2 -mavx2 -mfma)
+  # Optimised in every build: what is not inlined could be linked into code for other processors.
+  set(avx2 -O2 -mavx2 -mfma)
   # By default g++ prefers vectors of half the width.
   set(avx512 ${avx2} -mavx512f -mavx512dq -mprefer-vector-width=512)
   foreach(source IN LISTS ARGN)

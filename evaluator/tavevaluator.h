@@ -239,7 +239,7 @@ class TavEvaluation {
                     std::span<double> result);
 
  private:
-  TavEvaluator* _evaluator;
+  taveval::Compiled* _compiled;
   std::unique_ptr<taveval::Scratch> _scratch;
 };
 

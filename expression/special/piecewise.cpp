@@ -101,6 +101,25 @@ double TavExprPiecewiseLinearI::valueForm(double x) const {
   return values[k] + (x - p[k]) * (values[k + 1] - values[k]) / (p[k + 1] - p[k]);
 }
 
+double TavExprPiecewiseLinearI::getPiecewiseLinearSlope(double x) const {
+  const TavNumArray p = _breakpoints;
+  const TavNumArray numbers = _slopesOrValues;
+  const TavInt n = p.getSize();
+  TavInt k = startIndex();
+  if (_form == kBySlopes) {
+    if (x >= _first) {
+      while (k < n && x >= p[k]) ++k;
+    } else {
+      while (k > 0 && p[k - 1] > x) --k;
+    }
+    return numbers[k];
+  }
+  if (n == 0) return std::numeric_limits<double>::quiet_NaN();
+  if (k == 0) return _first;
+  if (k == n) k = n > 1 ? n - 2 : 0;  // as the value's segment
+  return k == n - 1 ? _second : (numbers[k + 1] - numbers[k]) / (p[k + 1] - p[k]);
+}
+
 void TavExprPiecewiseLinearI::visitSubExtractables(TavExtractableVisitor* visitor) {
   visitor->beginVisit(this);
   if (_operand) visitor->visitChild(this, _operand);

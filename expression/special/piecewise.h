@@ -43,6 +43,8 @@ class TavExprPiecewiseLinearI final : public TavNode<TavExprPiecewiseLinearI, Ta
   double getSecondNumber() const noexcept { return _second; }
   /// The function's value at x; O(n).
   double getPiecewiseLinearValue(double x) const;
+  /// The slope of the segment that gives the value at x; O(n).
+  double getPiecewiseLinearSlope(double x) const;
 
   double eval(TavAlgorithm algorithm) const override {
     return TavDeep([this, algorithm] { return getPiecewiseLinearValue(_operand ? _operand->eval(algorithm) : 0.0); });

@@ -1,0 +1,155 @@
+// From expressions to a compiled program: rows, elements, shapes, structures.
+
+#include <algorithm>
+
+#include "evaluator/compile_shape.h"
+#include "evaluator/compiled.h"
+
+namespace taveval {
+
+namespace {
+
+class Compilation {
+ public:
+  Compilation(Columns& columns, const TavEvaluator::Options& options) : _columns(columns), _options(options) {}
+
+  Code run(const std::vector<TavNumExprI*>& constraints, TavNumExprI* objective, std::vector<bool>& watched) {
+    readRows(constraints, objective, watched);
+    _drafts = Elements(_rows, _columns.size(), static_cast<std::uint32_t>(constraints.size())).collect();
+    keepRowFacts();
+    compileShapes();
+    layOutJacobian();
+    layOutHessian();
+    _code.tables = std::move(_rows.tables);
+    return std::move(_code);
+  }
+
+ private:
+  void readRows(const std::vector<TavNumExprI*>& constraints, TavNumExprI* objective, std::vector<bool>& watched) {
+    Reader reader(_rows, _columns, watched);
+    reader.readRow(objective);  // first, for the order of the columns
+    for (TavNumExprI* constraint : constraints) reader.readRow(constraint);
+    std::rotate(_rows.rows.begin(), _rows.rows.begin() + 1, _rows.rows.end());
+  }
+
+  void keepRowFacts() {
+    for (std::uint32_t r = 0; r < _rows.rows.size(); ++r) {
+      const Row& row = _rows.rows[r];
+      const bool isLinear = row.firstSummand == row.summandEnd;
+      _code.rows.push_back({row.constant, row.firstTerm, row.termEnd, row.withoutDerivative,
+                            row.withoutDerivative ? TavEvaluator::Kind::NonLinear
+                            : isLinear            ? TavEvaluator::Kind::Linear
+                                                  : TavEvaluator::Kind::Quadratic});
+      if (row.byObjects || _options.mode == TavEvaluator::Mode::Exact) _code.byObjects.push_back(r);
+      const bool isObjective = r + 1 == _rows.rows.size();
+      if (row.withoutDerivative) (isObjective ? _code.withoutGradient : _code.withoutJacobian) = row.withoutDerivative;
+    }
+    _code.terms = std::move(_rows.terms);
+    _code.terms.shrink_to_fit();
+    _code.gradientStart.assign(_columns.size(), 0.0);
+    const Code::RowFacts& objective = _code.rows.back();
+    for (std::size_t t = objective.firstTerm; t < objective.termEnd; ++t) {
+      _code.gradientStart[static_cast<std::size_t>(_code.terms[t].column)] = _code.terms[t].coefficient;
+    }
+  }
+
+  void compileShapes() {
+    ShapeCompiler compiler;
+    _code.shapes.resize(_drafts.size());
+    _plans.resize(_drafts.size());
+    for (std::size_t s = 0; s < _drafts.size(); ++s) {
+      ShapeDraft& draft = _drafts[s];
+      Shape& shape = _code.shapes[s];
+      compiler.compile(draft, _options.derivatives, shape, _plans[s]);
+      draft.parameters = {};
+      for (const Program& program : shape.programs) {
+        _code.registers = std::max(_code.registers, std::size_t{program.registers} * shape.lanes);
+      }
+      for (std::uint32_t k = 0; k < draft.outputCount; ++k) {
+        if (_plans[s].degree[k] <= 2) continue;
+        for (std::uint32_t e = 0; e < draft.count; ++e) {
+          _code.rows[draft.rows[std::size_t{e} * draft.outputCount + k]].kind = TavEvaluator::Kind::NonLinear;
+        }
+      }
+    }
+  }
+
+  void layOutJacobian() {
+    if (_options.derivatives < 1) return;
+    std::vector<FixedEntry> shared, alone;
+    for (std::size_t r = 0; r + 1 < _code.rows.size(); ++r) {
+      const Code::RowFacts& row = _code.rows[r];
+      auto& entries = row.kind == TavEvaluator::Kind::Linear ? alone : shared;
+      for (std::size_t t = row.firstTerm; t < row.termEnd; ++t) {
+        entries.push_back({{static_cast<std::int32_t>(r), _code.terms[t].column}, _code.terms[t].coefficient});
+      }
+    }
+    const std::size_t sharedCount = shared.size();
+    shared.insert(shared.end(), alone.begin(), alone.end());
+    std::vector<ShapeEntries> entries;
+    for (std::size_t s = 0; s < _drafts.size(); ++s) {
+      const ShapeDraft& draft = _drafts[s];
+      const auto& derivatives = _plans[s].jacobian;
+      entries.push_back(
+          {&_code.shapes[s], static_cast<std::uint32_t>(derivatives.size()),
+           [&draft, &derivatives](std::uint32_t e, std::uint32_t k) {
+             const Derivative& d = derivatives[k];
+             const auto row = draft.rows[std::size_t{e} * draft.outputCount + d.row];
+             const auto column = draft.variables[std::size_t{e} * draft.variableCount + d.column];
+             return TavEvaluator::Position{static_cast<std::int32_t>(row), static_cast<std::int32_t>(column)};
+           },
+           &_code.shapes[s].jacobian});
+    }
+    _code.jacobian = layOut(entries, shared, sharedCount);
+  }
+
+  void layOutHessian() {
+    if (_options.derivatives < 2) return;
+    std::vector<ShapeEntries> entries;
+    for (std::size_t s = 0; s < _drafts.size(); ++s) {
+      const ShapeDraft& draft = _drafts[s];
+      const auto& derivatives = _plans[s].hessian;
+      entries.push_back({&_code.shapes[s], static_cast<std::uint32_t>(derivatives.size()),
+                         [&draft, &derivatives](std::uint32_t e, std::uint32_t k) {
+                           const auto* variables = draft.variables.data() + std::size_t{e} * draft.variableCount;
+                           const auto i = static_cast<std::int32_t>(variables[derivatives[k].row]);
+                           const auto j = static_cast<std::int32_t>(variables[derivatives[k].column]);
+                           return TavEvaluator::Position{std::max(i, j), std::min(i, j)};
+                         },
+                         &_code.shapes[s].hessian});
+    }
+    _code.hessian = layOut(entries, {}, 0);
+  }
+
+  Columns& _columns;
+  const TavEvaluator::Options& _options;
+  Rows _rows;
+  std::vector<ShapeDraft> _drafts;
+  std::vector<ShapePlan> _plans;
+  Code _code;
+};
+
+}  // namespace
+
+Code compile(const std::vector<TavNumExprI*>& constraints, TavNumExprI* objective, Columns& columns,
+             const TavEvaluator::Options& options, std::vector<bool>& watched) {
+  return Compilation(columns, options).run(constraints, objective, watched);
+}
+
+std::size_t Code::bytes() const noexcept {
+  std::size_t sum = rows.capacity() * sizeof(RowFacts) + terms.capacity() * sizeof(TavEvaluator::LinearTerm) +
+                    byObjects.capacity() * sizeof(std::uint32_t) + shapes.capacity() * sizeof(Shape) +
+                    gradientStart.capacity() * sizeof(double) + jacobian.bytes() + hessian.bytes();
+  for (const Shape& shape : shapes) {
+    sum += (shape.parameters.capacity() + shape.uniforms.capacity()) * sizeof(double) + shape.variables.bytes() +
+           shape.rows.bytes() + shape.jacobian.bytes() + shape.hessian.bytes();
+    for (const Program& program : shape.programs) {
+      sum += program.code.capacity() * sizeof(Instruction) +
+             (program.variables.capacity() + program.weights.capacity()) * sizeof(Load);
+      for (const auto& section : program.sections) sum += section.capacity() * sizeof(Operand);
+    }
+  }
+  return sum;
+}
+
+}  // namespace taveval

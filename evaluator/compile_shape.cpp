@@ -1,0 +1,203 @@
+#include "evaluator/compile_shape.h"
+
+#include <algorithm>
+#include <bit>
+
+namespace taveval {
+
+void Indices::append(const std::uint32_t* lane, std::uint32_t count, std::uint32_t width) {
+  bool isRun = true, isSame = true;
+  for (std::uint32_t i = 1; i < count; ++i) {
+    isRun = isRun && lane[i] == lane[0] + i;
+    isSame = isSame && lane[i] == lane[0];
+  }
+  if (isSame && (count > 1 || width == 1)) {
+    _entries.push_back({lane[0], width == 1 ? Kind::Run : Kind::Same});
+  } else if (isRun && count == width) {
+    _entries.push_back({lane[0], Kind::Run});
+  } else {
+    _entries.push_back({static_cast<std::uint32_t>(_lanes.size()), Kind::Scattered});
+    _lanes.insert(_lanes.end(), lane, lane + count);
+    _lanes.insert(_lanes.end(), width - count, lane[count - 1]);
+  }
+}
+
+void ShapeCompiler::addSummand(std::uint32_t node) { _sum = _sum == kNone ? node : _graph.add(_sum, node); }
+
+void ShapeCompiler::readKey(const ShapeDraft& draft) {
+  _graph.clear();
+  _nodeOf.clear();
+  _outputs.clear();
+  _isObjective.clear();
+  // Variables have the lowest numbers: second derivatives end at them.
+  for (std::uint32_t v = 0; v < draft.variableCount; ++v) _graph.leaf(Op::Variable, v);
+  std::uint32_t variables = 0, parameters = 0;
+  const std::vector<std::uint32_t>& key = draft.key;
+  for (std::size_t i = 0; i < key.size();) {
+    const std::uint32_t word = key[i++];
+    if (word >= static_cast<std::uint32_t>(KeyMark::Plus)) {
+      const auto mark = static_cast<KeyMark>(word);
+      if (mark == KeyMark::Output || mark == KeyMark::Objective) {
+        _outputs.push_back(_sum);
+        _isObjective.push_back(mark == KeyMark::Objective);
+        _sum = kNone;
+        continue;
+      }
+      const std::uint32_t node = _nodeOf[key[i++]];
+      if (mark == KeyMark::Plus) addSummand(node);
+      if (mark == KeyMark::Minus) addSummand(_graph.neg(node));
+      if (mark == KeyMark::Scaled) addSummand(_graph.mul(_graph.leaf(Op::Parameter, parameters++), node));
+      continue;
+    }
+    const auto op = static_cast<Op>(word);
+    if (op == Op::Variable) {
+      _nodeOf.push_back(_graph.leaf(op, variables++));
+    } else if (op == Op::Parameter) {
+      _nodeOf.push_back(_graph.leaf(op, parameters++));
+    } else if (op == Op::Constant) {
+      _nodeOf.push_back(_graph.constant(std::bit_cast<double>(std::uint64_t{key[i]} << 32 | key[i + 1])));
+      i += 2;
+    } else {
+      const int operands = operandCount(op);
+      std::uint32_t of[3] = {kNone, kNone, kNone};
+      for (int k = 0; k < operands; ++k) of[k] = _nodeOf[key[i++]];
+      _nodeOf.push_back(_graph.apply(op, of[0], of[1], of[2]));
+    }
+  }
+}
+
+void ShapeCompiler::findDegrees(ShapePlan& plan) const {
+  std::vector<int> degree(_graph.size());
+  for (std::uint32_t k = 0; k < _graph.size(); ++k) {
+    const Graph::Node& node = _graph[k];
+    const std::uint32_t of[] = {node.a, node.b, node.c};
+    int most = node.op == Op::Variable ? 1 : 0, sum = most;
+    for (int i = 0; i < operandCount(node.op); ++i) {
+      most = std::max(most, degree[of[i]]);
+      sum += degree[of[i]];
+    }
+    int result = most == 0 ? 0 : 3;
+    if (node.op == Op::Variable || node.op == Op::Add || node.op == Op::Sub || node.op == Op::Neg) result = most;
+    if (node.op == Op::Mul) result = sum;
+    if (node.op == Op::Square) result = 2 * sum;
+    if (node.op == Op::Div && degree[node.b] == 0) result = most;
+    degree[k] = std::min(result, 3);
+  }
+  for (const std::uint32_t output : _outputs) plan.degree.push_back(static_cast<char>(degree[output]));
+}
+
+void ShapeCompiler::differentiate(int derivatives, ShapePlan& plan) {
+  const auto section = [this](Section s) -> std::vector<std::uint32_t>& { return _roots[static_cast<std::size_t>(s)]; };
+  for (auto& roots : _roots) roots.clear();
+  const std::uint32_t count = _graph.size();
+  for (std::uint32_t k = 0; k < _outputs.size(); ++k) {
+    section(_isObjective[k] ? Section::Objective : Section::Rows).push_back(_outputs[k]);
+    if (derivatives < 1) continue;
+    _differentiator.first(_graph, count, _outputs[k], k, _isObjective[k] ? plan.gradient : plan.jacobian);
+  }
+  for (const Derivative& d : plan.jacobian) section(Section::Jacobian).push_back(d.node);
+  for (const Derivative& d : plan.gradient) section(Section::Gradient).push_back(d.node);
+  if (derivatives < 2) return;
+  std::vector<std::uint32_t> weights;
+  for (std::uint32_t k = 0; k < _outputs.size(); ++k) weights.push_back(_graph.leaf(Op::Weight, k));
+  _differentiator.second(_graph, count, _outputs, weights, plan.hessian);
+  for (const Derivative& d : plan.hessian) section(Section::Hessian).push_back(d.node);
+}
+
+void ShapeCompiler::makePrograms(Shape& shape) {
+  int filled = 0;
+  for (std::size_t s = 0; s < kSections; ++s) {
+    if (_roots[s].empty()) continue;
+    ++filled;
+    Roots alone;
+    alone[s] = _roots[s];
+    shape.programs[s] = _lowering.lower(_graph, alone, _derived);
+  }
+  if (filled > 1) shape.programs[kAll] = _lowering.lower(_graph, _roots, _derived);
+}
+
+void ShapeCompiler::chooseLanes(Shape& shape) const {
+  std::uint32_t registers = 0;
+  for (const Program& program : shape.programs) registers = std::max(registers, program.registers);
+  shape.lanes = shape.count < 12 || registers > 4096 ? 1 : kBlockLanes;
+}
+
+void ShapeCompiler::fillParameters(const ShapeDraft& draft, Shape& shape) {
+  const DerivedParameters::Recipe recipe = _derived.recipe(_graph);
+  const std::uint32_t own = draft.parameterCount, all = own + static_cast<std::uint32_t>(recipe.results.size());
+  std::vector<double> values(std::size_t{all} * draft.count), scratch;
+  for (std::uint32_t e = 0; e < draft.count; ++e) {
+    double* to = values.data() + std::size_t{e} * all;
+    std::copy_n(draft.parameters.data() + std::size_t{e} * own, own, to);
+    recipe.compute(to, to + own, scratch);
+  }
+  // Parameters that no program reads are left out; those that are equal in all elements are kept once.
+  std::vector<char> used(all, 0);
+  forEachOperand(shape.programs, [&](Operand& operand) {
+    if (placeOf(operand) == Place::Parameter) used[numberOf(operand)] = 1;
+  });
+  std::vector<Operand> placeOfParameter(all, 0);
+  std::vector<std::uint32_t> varying;
+  for (std::uint32_t p = 0; p < all; ++p) {
+    if (!used[p]) continue;
+    bool isUniform = true;
+    for (std::uint32_t e = 1; e < draft.count && isUniform; ++e) {
+      isUniform =
+          std::bit_cast<std::uint64_t>(values[std::size_t{e} * all + p]) == std::bit_cast<std::uint64_t>(values[p]);
+    }
+    if (isUniform) {
+      placeOfParameter[p] = operandAt(Place::Uniform, static_cast<std::uint32_t>(shape.uniforms.size() / shape.lanes));
+      shape.uniforms.insert(shape.uniforms.end(), shape.lanes, values[p]);
+    } else {
+      placeOfParameter[p] = operandAt(Place::Parameter, static_cast<std::uint32_t>(varying.size()));
+      varying.push_back(p);
+    }
+  }
+  forEachOperand(shape.programs, [&](Operand& operand) {
+    if (placeOf(operand) == Place::Parameter) operand = placeOfParameter[numberOf(operand)];
+  });
+  shape.parameterCount = static_cast<std::uint32_t>(varying.size());
+  shape.parameters.resize(std::size_t{shape.blockCount()} * varying.size() * shape.lanes);
+  double* to = shape.parameters.data();
+  for (std::uint32_t block = 0; block < shape.blockCount(); ++block) {
+    for (const std::uint32_t p : varying) {
+      for (std::uint32_t lane = 0; lane < shape.lanes; ++lane) {
+        const std::uint32_t e = std::min(block * shape.lanes + lane, shape.count - 1);
+        *to++ = values[std::size_t{e} * all + p];
+      }
+    }
+  }
+}
+
+void ShapeCompiler::fillIndices(const ShapeDraft& draft, Shape& shape) const {
+  std::vector<std::uint32_t> lanes(shape.lanes);
+  const auto fill = [&](Indices& indices, const std::vector<std::uint32_t>& numbers, std::uint32_t width) {
+    for (std::uint32_t first = 0; first < shape.count; first += shape.lanes) {
+      const std::uint32_t live = std::min(shape.lanes, shape.count - first);
+      for (std::uint32_t k = 0; k < width; ++k) {
+        for (std::uint32_t i = 0; i < live; ++i) lanes[i] = numbers[std::size_t{first + i} * width + k];
+        indices.append(lanes.data(), live, shape.lanes);
+      }
+    }
+    indices.shrink();
+  };
+  fill(shape.variables, draft.variables, draft.variableCount);
+  fill(shape.rows, draft.rows, draft.outputCount);
+}
+
+void ShapeCompiler::compile(const ShapeDraft& draft, int derivatives, Shape& shape, ShapePlan& plan) {
+  readKey(draft);
+  _derived.begin(draft.parameterCount);
+  findDegrees(plan);
+  shape.count = draft.count;
+  shape.variableCount = draft.variableCount;
+  differentiate(derivatives, plan);
+  makePrograms(shape);
+  chooseLanes(shape);
+  shape.isObjective = _isObjective;
+  for (const Derivative& d : plan.gradient) shape.gradientVariables.push_back(d.column);
+  fillParameters(draft, shape);
+  fillIndices(draft, shape);
+}
+
+}  // namespace taveval

@@ -1,0 +1,241 @@
+#include "evaluator/rows.h"
+
+#include <algorithm>
+#include <bit>
+
+namespace taveval {
+
+double Record::number() const noexcept { return std::bit_cast<double>(std::uint64_t{a} << 32 | b); }
+
+// Columns
+
+namespace {
+
+std::string labelOf(const TavNumVarI* variable) {
+  if (const char* name = variable->getName()) return name;
+  return "number " + std::to_string(variable->getId());
+}
+
+}  // namespace
+
+bool Columns::add(TavNumVarI* variable) {
+  const auto id = static_cast<std::size_t>(variable->getId());
+  if (id >= _columnOf.size()) _columnOf.resize(id + id / 2 + 1, kNone);
+  if (_columnOf[id] != kNone) return false;
+  _variables.push_back(variable);
+  _columnOf[id] = static_cast<std::uint32_t>(_variables.size() - 1);
+  return true;
+}
+
+void Columns::remove(const TavNumVarI* variable) noexcept {
+  const std::uint32_t column = find(variable);
+  if (column == kNone) return;
+  _columnOf[static_cast<std::size_t>(variable->getId())] = kNone;
+  _variables.erase(_variables.begin() + column);
+  for (std::size_t k = column; k < _variables.size(); ++k)
+    --_columnOf[static_cast<std::size_t>(_variables[k]->getId())];
+}
+
+std::uint32_t Columns::find(const TavNumVarI* variable) const noexcept {
+  const auto id = static_cast<std::size_t>(variable->getId());
+  return id < _columnOf.size() ? _columnOf[id] : kNone;
+}
+
+std::uint32_t Columns::demand(const TavNumVarI* variable) const {
+  const std::uint32_t column = find(variable);
+  if (column == kNone) {
+    throw TavEvaluator::UnknownVariable("TavEvaluator: the variable " + labelOf(variable) + " is none of the columns");
+  }
+  return column;
+}
+
+std::uint32_t Columns::require(TavNumVarI* variable) {
+  if (_isOpen) add(variable);
+  return demand(variable);
+}
+
+// Records
+
+void Reader::setRecord(const TavNumExprI* node, std::uint32_t record) {
+  const std::size_t id = idOf(node);
+  if (id >= _recordOf.size()) _recordOf.resize(id + id / 2 + 1, kNone);
+  _recordOf[id] = record;
+}
+
+std::uint32_t Reader::put(Op op, std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint8_t flags) {
+  const std::uint32_t of[] = {a, b, c};
+  for (int i = 0; i < operandCount(op); ++i) flags |= _rows.records[of[i]].flags;
+  _rows.records.push_back({op, flags, a, b, c});
+  return static_cast<std::uint32_t>(_rows.records.size() - 1);
+}
+
+std::uint32_t Reader::putNumber(Op op, double value) {
+  const auto bits = std::bit_cast<std::uint64_t>(value);
+  return put(op, static_cast<std::uint32_t>(bits >> 32), static_cast<std::uint32_t>(bits));
+}
+
+std::uint32_t Reader::column(const TavNumVarI* variable) {
+  if (!isRead(variable)) {
+    setRecord(variable, put(Op::Variable, _columns.require(const_cast<TavNumVarI*>(variable))));
+    watch(variable);
+  }
+  return of(variable);
+}
+
+void Reader::watch(const TavExtractableI* object) {
+  const auto id = static_cast<std::size_t>(object->getId());
+  if (id >= _watched.size()) _watched.resize(id + id / 2 + 1);
+  _watched[id] = true;
+}
+
+std::uint32_t Reader::plus(std::uint32_t sum, double coefficient, std::uint32_t record) {
+  if (coefficient == -1.0 && sum != kNone) return put(Op::Sub, sum, record);
+  if (coefficient == -1.0) {
+    record = put(Op::Neg, record);
+  } else if (coefficient != 1.0) {
+    record = put(Op::Mul, data(coefficient), record);
+  }
+  return sum == kNone ? record : put(Op::Add, sum, record);
+}
+
+const ClassRow& Reader::rowFor(const TavNumExprI* node) {
+  const TavTypeInfo token = node->getTypeInfo();
+  if (const ClassRow* row = classRowOf(token)) return *row;
+  return *classRowOf(node->isType(TavNumVarI::GetTypeInfo()) ? TavNumVarI::GetTypeInfo() : TavNumExprI::GetTypeInfo());
+}
+
+std::uint32_t Reader::read(const TavNumExprI* root) {
+  if (isRead(root)) return of(root);
+  _frames.push_back({root, nullptr});
+  while (!_frames.empty()) {
+    const Frame frame = _frames.back();
+    if (isRead(frame.node)) {
+      _frames.pop_back();
+    } else if (frame.row) {
+      _frames.pop_back();
+      setRecord(frame.node, frame.row->close(*this, *frame.row, frame.node));
+    } else {
+      const ClassRow& row = rowFor(frame.node);
+      if (row.kind == ClassRow::Kind::ByObject) {
+        const std::uint32_t record = putNumber(Op::Parameter, 0.0);
+        _rows.records[record].flags = Record::kByObjects | Record::kNoDerivative;
+        _withoutDerivative.emplace_back(record, frame.node->getRttiTypeName());
+        setRecord(frame.node, record);
+        continue;
+      }
+      _frames.back().row = &row;
+      _asked.clear();
+      row.open(*this, frame.node);
+      for (std::size_t i = _asked.size(); i-- > 0;) _frames.push_back({_asked[i], nullptr});
+    }
+  }
+  return of(root);
+}
+
+// Rows
+
+bool Reader::metBefore(const TavNumExprI* node) {
+  const std::size_t id = idOf(node);
+  if (id >= _metInRow.size()) _metInRow.resize(id + id / 2 + 1, kNone);
+  const auto row = static_cast<std::uint32_t>(_rows.rows.size());
+  if (_metInRow[id] == row) return true;
+  _metInRow[id] = row;
+  return false;
+}
+
+void Reader::addTerm(TavNumVarI* variable, double coefficient) {
+  const std::uint32_t column = _columns.require(variable);
+  if (column >= _termOf.size()) _termOf.resize(column + column / 2 + 1, static_cast<std::size_t>(-1));
+  const std::size_t at = _termOf[column];
+  auto& terms = _rows.terms;
+  if (at != static_cast<std::size_t>(-1) && at >= _rows.rows.back().firstTerm) {
+    terms[at].coefficient += coefficient;
+    return;
+  }
+  watch(variable);
+  _termOf[column] = terms.size();
+  terms.push_back({static_cast<std::int32_t>(column), coefficient});
+}
+
+void Reader::addSummand(const Pending& pending) {
+  const std::uint32_t record = read(pending.node);
+  Row& row = _rows.rows.back();
+  const std::uint8_t flags = _rows.records[record].flags;
+  if (flags & Record::kByObjects) row.byObjects = true;
+  if (flags & Record::kNoDerivative && !row.withoutDerivative) row.withoutDerivative = nameWithoutDerivative(record);
+  _rows.summands.push_back({record, pending.coefficient, pending.isScaled});
+}
+
+template <class Linear>
+void Reader::splitSum(const Linear* sum, const Pending& pending) {
+  watch(sum);
+  const double k = pending.coefficient;
+  _rows.rows.back().constant += k * static_cast<double>(sum->getConstant());
+  const std::size_t first = _pending.size();
+  for (const TavPart* part = sum->getFirstPart(); part; part = part->next) {
+    _pending.push_back({part->expr, k, pending.isScaled});
+  }
+  std::reverse(_pending.begin() + static_cast<std::ptrdiff_t>(first), _pending.end());
+  for (const TavNumLinExprTermI* cell = sum->getFirstTerm(); cell; cell = cell->next)
+    addTerm(cell->var, k * cell->coef);
+}
+
+void Reader::splitScaled(const Pending& pending, const ClassRow& row) {
+  const double k = pending.coefficient;
+  if (row.token == TavNumTimesCstI::GetTypeInfo()) {
+    const auto* node = static_cast<const TavNumTimesCstI*>(pending.node);
+    const bool isSign = node->getConstant() == -1.0;  // what a difference of expressions becomes
+    _pending.push_back({node->getOperand(), k * node->getConstant(), pending.isScaled || !isSign});
+  } else if (row.token == TavIntTimesCstI::GetTypeInfo()) {
+    const auto* node = static_cast<const TavIntTimesCstI*>(static_cast<TavNumExprI*>(pending.node));
+    _pending.push_back({node->getOperand(), k * static_cast<double>(node->getConstant()), true});
+  } else {
+    const auto* node = static_cast<const TavNumDivCstI*>(pending.node);
+    _pending.push_back({node->getOperand(), k / node->getConstant(), true});
+  }
+}
+
+void Reader::readRow(TavNumExprI* root) {
+  Row& fresh = _rows.rows.emplace_back();
+  fresh.firstTerm = _rows.terms.size();
+  fresh.firstSummand = _rows.summands.size();
+  if (root) _pending.push_back({root, 1.0, false});
+  while (!_pending.empty()) {
+    const Pending pending = _pending.back();
+    _pending.pop_back();
+    const ClassRow& row = rowFor(pending.node);
+    if (row.kind == ClassRow::Kind::Column) {
+      addTerm(static_cast<TavNumVarI*>(pending.node), pending.coefficient);
+    } else if ((row.kind != ClassRow::Kind::Sum && row.kind != ClassRow::Kind::Scaled) || metBefore(pending.node)) {
+      // A shared sum is multiplied out once: nested sharing would take exponential time.
+      addSummand(pending);
+    } else if (row.kind == ClassRow::Kind::Scaled) {
+      splitScaled(pending, row);
+    } else if (row.token == TavNumLinTermI::GetTypeInfo()) {
+      splitSum(static_cast<const TavNumLinTermI*>(pending.node), pending);
+    } else {
+      splitSum(static_cast<const TavIntLinTermI*>(pending.node), pending);
+    }
+  }
+  Row& row = _rows.rows.back();
+  row.termEnd = _rows.terms.size();
+  row.summandEnd = _rows.summands.size();
+}
+
+const char* Reader::nameWithoutDerivative(std::uint32_t root) const {
+  // Only records with the flag lead to it.
+  std::uint32_t record = root;
+  while (operandCount(_rows.records[record].op) > 0) {
+    const Record& r = _rows.records[record];
+    const std::uint32_t of[] = {r.a, r.b, r.c};
+    int i = 0;
+    while (!(_rows.records[of[i]].flags & Record::kNoDerivative)) ++i;
+    record = of[i];
+  }
+  for (const auto& [at, name] : _withoutDerivative) {
+    if (at == record) return name;
+  }
+  return "TavNumExprI";
+}
+
+}  // namespace taveval

@@ -1,0 +1,178 @@
+#pragma once
+/// From objects to rows: each expression becomes a constant, a linear part and summands that are not linear, over flat
+/// records of what was read. Nothing behind reads the objects' structure again.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "evaluator/operations.h"
+#include "evaluator/program.h"
+#include "evaluator/tavevaluator.h"
+#include "expression/nodes.h"
+
+namespace taveval {
+
+/// One operation as it was read. Operands are numbers of records; a variable's a is its column; the bits of a number
+/// stand in a and b.
+struct Record {
+  Op op;
+  std::uint8_t flags;  ///< Of this record or of one below it.
+  std::uint32_t a, b, c;
+
+  /// Evaluating it may throw, or calls a client: its row's values come from the objects.
+  static constexpr std::uint8_t kByObjects = 1;
+  /// It has no derivative.
+  static constexpr std::uint8_t kNoDerivative = 2;
+
+  double number() const noexcept;
+};
+
+/// One summand of a row: coefficient * record.
+struct Summand {
+  std::uint32_t record;
+  double coefficient;
+  bool isScaled;  ///< The coefficient is data; else it is a sign.
+};
+
+/// A row: constant + linear terms + summands, both given by their ranges.
+struct Row {
+  double constant = 0.0;
+  std::size_t firstTerm = 0, termEnd = 0;
+  std::size_t firstSummand = 0, summandEnd = 0;
+  bool byObjects = false;
+  const char* withoutDerivative = nullptr;  ///< The name of a class, or null.
+};
+
+/// All that was read.
+struct Rows {
+  std::vector<Record> records;
+  std::vector<TavEvaluator::LinearTerm> terms;
+  std::vector<Summand> summands;
+  std::vector<Row> rows;
+  Tables tables;
+};
+
+class Reader;
+
+/// How an expression of one class is read: the table in classes.cpp has a row for each class.
+struct ClassRow {
+  enum class Kind {
+    Column,      ///< A variable.
+    Sum,         ///< A linear node.
+    Scaled,      ///< An operand times a constant, or divided by it.
+    Operation,   ///< Any other expression.
+    ByObject,    ///< Evaluated by its object; it has no derivative.
+    NotNumeric,  ///< No numeric expression: it never occurs in one.
+  };
+  TavTypeInfo token;
+  const char* name;
+  Kind kind;
+  Op op;
+  /// Asks the reader to read the operands.
+  void (*open)(Reader&, const TavNumExprI*);
+  /// Makes the record, all operands having theirs.
+  std::uint32_t (*close)(Reader&, const ClassRow&, const TavNumExprI*);
+};
+
+/// The row of a class, null for one made outside the library.
+const ClassRow* classRowOf(TavTypeInfo token);
+
+/// The variables that are columns.
+class Columns {
+ public:
+  /// No columns; `isOpen`: variables become columns when they are met.
+  void begin(bool isOpen) {
+    _isOpen = isOpen;
+    _variables.clear();
+    _columnOf.clear();
+  }
+  void setOpen(bool isOpen) noexcept { _isOpen = isOpen; }
+  std::size_t size() const noexcept { return _variables.size(); }
+  TavNumVarI* variable(std::size_t column) const { return _variables[column]; }
+  const std::vector<TavNumVarI*>& variables() const noexcept { return _variables; }
+  /// Appends a column. False when the variable has one already.
+  bool add(TavNumVarI* variable);
+  /// Takes a column out; those behind it move up.
+  void remove(const TavNumVarI* variable) noexcept;
+  /// The column, kNone for none.
+  std::uint32_t find(const TavNumVarI* variable) const noexcept;
+  /// The column. Throws UnknownVariable.
+  std::uint32_t demand(const TavNumVarI* variable) const;
+  /// The column; a new one if that is allowed. Throws UnknownVariable.
+  std::uint32_t require(TavNumVarI* variable);
+
+ private:
+  std::vector<TavNumVarI*> _variables;
+  std::vector<std::uint32_t> _columnOf;  // by identifier
+  bool _isOpen = false;
+};
+
+/// Reads expressions into rows, without recursion.
+class Reader {
+ public:
+  /// `watched` receives true at the identifiers of linear nodes and variables.
+  Reader(Rows& rows, Columns& columns, std::vector<bool>& watched)
+      : _rows(rows), _columns(columns), _watched(watched) {}
+  /// Appends a row for the expression; null is 0.
+  void readRow(TavNumExprI* root);
+
+  // For the rows of the table.
+
+  /// Asks for an operand to be read; the last call's operand is read last.
+  void ask(const TavNumExprI* operand) {
+    if (operand) _asked.push_back(operand);
+  }
+  /// The record of an operand that has been read; null throws when it is evaluated.
+  std::uint32_t of(const TavNumExprI* operand) { return operand ? _recordOf[idOf(operand)] : throwing(); }
+  /// The record of what throws when it is evaluated.
+  std::uint32_t throwing() { return put(Op::Constant, 0, 0, kNone, Record::kByObjects); }
+  std::uint32_t put(Op op, std::uint32_t a, std::uint32_t b = kNone, std::uint32_t c = kNone, std::uint8_t flags = 0);
+  /// A number that is data, or part of the structure.
+  std::uint32_t data(double value) { return putNumber(Op::Parameter, value); }
+  std::uint32_t structural(double value) { return putNumber(Op::Constant, value); }
+  std::uint32_t column(const TavNumVarI* variable);
+  /// coefficient * record, where 1 and -1 are structural; added to `sum` unless that is kNone.
+  std::uint32_t plus(std::uint32_t sum, double coefficient, std::uint32_t record);
+  Tables& tables() { return _rows.tables; }
+  /// Modifications of this object matter.
+  void watch(const TavExtractableI* object);
+
+ private:
+  struct Frame {
+    const TavNumExprI* node;
+    const ClassRow* row;  // null before it was opened
+  };
+  struct Pending {
+    TavNumExprI* node;
+    double coefficient;
+    bool isScaled;
+  };
+
+  static std::size_t idOf(const TavNumExprI* node) { return static_cast<std::size_t>(node->getId()); }
+  std::uint32_t putNumber(Op op, double value);
+  std::uint32_t read(const TavNumExprI* node);
+  const ClassRow& rowFor(const TavNumExprI* node);
+  bool isRead(const TavNumExprI* node) const { return idOf(node) < _recordOf.size() && _recordOf[idOf(node)] != kNone; }
+  void setRecord(const TavNumExprI* node, std::uint32_t record);
+  template <class Linear>
+  void splitSum(const Linear* sum, const Pending& pending);
+  void splitScaled(const Pending& pending, const ClassRow& row);
+  void addTerm(TavNumVarI* variable, double coefficient);
+  void addSummand(const Pending& pending);
+  bool metBefore(const TavNumExprI* node);
+  const char* nameWithoutDerivative(std::uint32_t record) const;
+
+  Rows& _rows;
+  Columns& _columns;
+  std::vector<bool>& _watched;
+  std::vector<std::uint32_t> _recordOf;  // by identifier
+  std::vector<std::uint32_t> _metInRow;  // by identifier: the row that met a sum last
+  std::vector<std::size_t> _termOf;      // by column: the row's term, if it is one of this row
+  std::vector<Frame> _frames;
+  std::vector<const TavNumExprI*> _asked;
+  std::vector<Pending> _pending;
+  std::vector<std::pair<std::uint32_t, const char*>> _withoutDerivative;  // records and their classes
+};
+
+}  // namespace taveval

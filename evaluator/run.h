@@ -1,0 +1,28 @@
+#pragma once
+/// Runs programs over the elements of their shapes.
+
+#include "evaluator/program.h"
+
+namespace taveval {
+
+/// What a run reads and writes. Results are added to what stands there, except to runs of their own.
+struct Task {
+  const double* x;
+  double sigma;
+  const double* lambda;
+  std::array<double*, kSections> results;  ///< The objective's value, then arrays.
+  double* registers;                       ///< At the start of a cache line, enough for program and lanes.
+  const Tables* tables;
+};
+
+/// Runs a program of a shape over blocks `first` .. `end - 1`.
+using Runner = void (*)(const Shape& shape, const Program& program, const Task& task, std::uint32_t first,
+                        std::uint32_t end);
+
+/// For shapes of one lane.
+void runSingles(const Shape& shape, const Program& program, const Task& task, std::uint32_t first, std::uint32_t end);
+
+/// For shapes of kBlockLanes lanes, by the widest vectors that the processor has.
+Runner blockRunner();
+
+}  // namespace taveval

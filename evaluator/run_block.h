@@ -1,0 +1,264 @@
+#pragma once
+/// The loop over blocks and instructions; included once by a translation unit for each instruction set. Nothing here is
+/// visible to other units, and no function of the standard library is compiled for a wider instruction set.
+
+#include "evaluator/run.h"
+#include "evaluator/scalar.h"
+#include "evaluator/vector_functions.h"
+
+namespace taveval::TAV_INSTRUCTION_SET {
+
+using namespace tavdetail::TAV_INSTRUCTION_SET;
+
+/// A block of kBlockLanes elements in vectors.
+struct Block {
+  using Value = Doubles;
+  static constexpr std::uint32_t kWidth = kBlockLanes;
+  static constexpr std::uint32_t kValues = kBlockLanes / kLanes;
+};
+
+/// One element.
+struct Single {
+  using Value = double;
+  static constexpr std::uint32_t kWidth = 1;
+  static constexpr std::uint32_t kValues = 1;
+};
+
+// Beside those of vectors.
+using tavdetail::TAV_INSTRUCTION_SET::absolute;
+using tavdetail::TAV_INSTRUCTION_SET::fma;
+using tavdetail::TAV_INSTRUCTION_SET::select;
+inline double select(bool condition, double a, double b) { return condition ? a : b; }
+inline double absolute(double a) { return __builtin_fabs(a); }
+inline double fma(double a, double b, double c) { return a * b + c; }
+
+template <class Elements>
+class Machine {
+ public:
+  Machine(const Shape& shape, const Program& program, const Task& task) noexcept
+      : _shape(shape), _program(program), _task(task) {}
+
+  void run(std::uint32_t first, std::uint32_t end) {
+    _bases[static_cast<int>(Place::Register)] = _task.registers;
+    _bases[static_cast<int>(Place::Uniform)] = _shape.uniforms.data();
+    for (std::uint32_t block = first; block < end; ++block) {
+      const std::size_t parameters = std::size_t{_shape.parameterCount} * kWidth;
+      _bases[static_cast<int>(Place::Parameter)] = _shape.parameters.data() + block * parameters;
+      _live = block + 1 == _shape.blockCount() ? _shape.count - block * kWidth : kWidth;
+      load(block);
+      for (const Instruction& instruction : _program.code) execute(instruction);
+      storeRows(block);
+      addGradient(block);
+      storeEntries(Section::Jacobian, _shape.jacobian, block);
+      storeEntries(Section::Hessian, _shape.hessian, block);
+    }
+    if (_program.has(Section::Objective)) *_task.results[0] += _objective;
+  }
+
+ private:
+  using Value = typename Elements::Value;
+  static constexpr std::uint32_t kWidth = Elements::kWidth;
+  static constexpr std::uint32_t kValues = Elements::kValues;
+
+  const double* at(Operand operand) const noexcept { return _bases[operand & 3] + std::size_t{operand >> 2} * kWidth; }
+  double* registerAt(std::uint32_t number) const noexcept { return _task.registers + std::size_t{number} * kWidth; }
+
+  // Loads
+
+  void gather(double* to, const double* from, const Indices& indices, const Indices::Entry& entry) const noexcept {
+    if (entry.kind == Indices::Kind::Run) {
+      for (std::uint32_t i = 0; i < kWidth; ++i) to[i] = from[entry.at + i];
+    } else if (entry.kind == Indices::Kind::Same) {
+      for (std::uint32_t i = 0; i < kWidth; ++i) to[i] = from[entry.at];
+    } else {
+      const std::uint32_t* lane = indices.lanes(entry);
+      for (std::uint32_t i = 0; i < kWidth; ++i) to[i] = from[lane[i]];
+    }
+  }
+
+  void load(std::uint32_t block) const noexcept {
+    const Indices::Entry* variables = _shape.variables.entries() + std::size_t{block} * _shape.variableCount;
+    for (const Load& l : _program.variables) {
+      gather(registerAt(l.reg), _task.x, _shape.variables, variables[l.number]);
+    }
+    const Indices::Entry* rows = _shape.rows.entries() + std::size_t{block} * _shape.isObjective.size();
+    for (const Load& l : _program.weights) {
+      if (_shape.isObjective[l.number]) {
+        for (std::uint32_t i = 0; i < kWidth; ++i) registerAt(l.reg)[i] = _task.sigma;
+      } else {
+        gather(registerAt(l.reg), _task.lambda, _shape.rows, rows[l.number]);
+      }
+    }
+  }
+
+  // Instructions
+
+  template <class Function>
+  void forEach(const Instruction& instruction, Function function) const noexcept {
+    const auto* a = reinterpret_cast<const Value*>(at(instruction.a));
+    const auto* b = reinterpret_cast<const Value*>(at(instruction.b));
+    const auto* c = reinterpret_cast<const Value*>(at(instruction.c));
+    auto* result = reinterpret_cast<Value*>(registerAt(instruction.result));
+    for (std::uint32_t i = 0; i < kValues; ++i) result[i] = function(a[i], b[i], c[i]);
+  }
+
+  void byLanes(const Instruction& instruction) const {
+    const double *a = at(instruction.a), *b = at(instruction.b), *c = at(instruction.c);
+    double* result = registerAt(instruction.result);
+    for (std::uint32_t i = 0; i < kWidth; ++i) {
+      result[i] = applyScalar(instruction.op, a[i], b[i], c[i], _task.tables);
+    }
+  }
+
+  void sineAndCosine(const Instruction& instruction) const {
+    const double* a = at(instruction.a);
+    double* sine = registerAt(instruction.result);
+    double* cosine = registerAt(instruction.c >> 2);
+    if constexpr (kWidth == 1) {
+      const double angle = *a;
+      *sine = applyScalar(Op::Sin, angle, 0, 0, nullptr);
+      *cosine = applyScalar(Op::Cos, angle, 0, 0, nullptr);
+    } else {
+      for (std::uint32_t i = 0; i < kWidth; i += kLanes) {
+        const SineCosine value = sineCosine(tavdetail::TAV_INSTRUCTION_SET::load(a + i));
+        store(sine + i, value.sine);
+        store(cosine + i, value.cosine);
+      }
+    }
+  }
+
+  /// Elementary functions: those of vectors for blocks, those of the C library for single elements.
+  void function(const Instruction& instruction) const {
+    if constexpr (kWidth == 1) {
+      byLanes(instruction);
+    } else {
+      switch (instruction.op) {
+        case Op::Sin:
+          return forEach(instruction, [](Value a, Value, Value) { return sine(a); });
+        case Op::Cos:
+          return forEach(instruction, [](Value a, Value, Value) { return cosine(a); });
+        case Op::Tan:
+          return forEach(instruction, [](Value a, Value, Value) { return tangent(a); });
+        case Op::Exp:
+          return forEach(instruction, [](Value a, Value, Value) { return exponent(a); });
+        case Op::Log:
+          return forEach(instruction, [](Value a, Value, Value) { return logarithm(a); });
+        case Op::Power:
+          return forEach(instruction, [](Value a, Value b, Value) { return power(a, b); });
+        default:
+          return byLanes(instruction);
+      }
+    }
+  }
+
+  void execute(const Instruction& instruction) const {
+    const Value zero{}, one = zero + 1.0;
+    switch (instruction.op) {
+      case Op::Add:
+        return forEach(instruction, [](Value a, Value b, Value) { return a + b; });
+      case Op::Sub:
+        return forEach(instruction, [](Value a, Value b, Value) { return a - b; });
+      case Op::Mul:
+        return forEach(instruction, [](Value a, Value b, Value) { return a * b; });
+      case Op::Div:
+        return forEach(instruction, [](Value a, Value b, Value) { return a / b; });
+      case Op::Neg:
+        return forEach(instruction, [](Value a, Value, Value) { return -a; });
+      case Op::Square:
+        return forEach(instruction, [](Value a, Value, Value) { return a * a; });
+      case Op::MulAdd:
+        return forEach(instruction, [](Value a, Value b, Value c) { return fma(a, b, c); });
+      case Op::MulSub:
+        return forEach(instruction, [](Value a, Value b, Value c) { return fma(a, b, -c); });
+      case Op::SubMul:
+        return forEach(instruction, [](Value a, Value b, Value c) { return fma(-a, b, c); });
+      case Op::SinCos:
+        return sineAndCosine(instruction);
+      case Op::Abs:
+        return forEach(instruction, [](Value a, Value, Value) { return absolute(a); });
+      case Op::Sign:
+        return forEach(instruction,
+                       [=](Value a, Value, Value) { return select(a > zero, one, select(a < zero, -one, zero)); });
+      case Op::Min:
+        return forEach(instruction, [](Value a, Value b, Value) { return select(b > a, a, b); });
+      case Op::Max:
+        return forEach(instruction, [](Value a, Value b, Value) { return select(a > b, a, b); });
+      case Op::Less:
+        return forEach(instruction, [=](Value a, Value b, Value) { return select(a < b, one, zero); });
+      case Op::Equal:
+        return forEach(instruction, [=](Value a, Value b, Value) { return select(a == b, one, zero); });
+      case Op::Select:
+        return forEach(instruction, [=](Value a, Value b, Value c) { return select(a == zero, c, b); });
+      default:
+        return function(instruction);
+    }
+  }
+
+  // Results
+
+  void addTo(double* to, const double* from, const Indices& indices, const Indices::Entry& entry) const noexcept {
+    if (entry.kind == Indices::Kind::Run) {
+      for (std::uint32_t i = 0; i < kWidth; ++i) to[entry.at + i] += from[i];
+    } else if (entry.kind == Indices::Kind::Same) {
+      double sum = from[0];
+      for (std::uint32_t i = 1; i < _live; ++i) sum += from[i];
+      to[entry.at] += sum;
+    } else {
+      const std::uint32_t* lane = indices.lanes(entry);
+      for (std::uint32_t i = 0; i < _live; ++i) to[lane[i]] += from[i];
+    }
+  }
+
+  void storeRows(std::uint32_t block) noexcept {
+    for (const Operand operand : _program.sections[static_cast<int>(Section::Objective)]) {
+      const double* from = at(operand);
+      for (std::uint32_t i = 0; i < _live; ++i) _objective += from[i];
+    }
+    const auto& operands = _program.sections[static_cast<int>(Section::Rows)];
+    if (operands.empty()) return;
+    const std::size_t outputs = _shape.isObjective.size();
+    const Indices::Entry* entries = _shape.rows.entries() + block * outputs;
+    std::size_t next = 0;
+    for (std::size_t k = 0; k < outputs; ++k) {
+      if (_shape.isObjective[k]) continue;
+      addTo(_task.results[static_cast<int>(Section::Rows)], at(operands[next++]), _shape.rows, entries[k]);
+    }
+  }
+
+  void addGradient(std::uint32_t block) const noexcept {
+    const auto& operands = _program.sections[static_cast<int>(Section::Gradient)];
+    const Indices::Entry* variables = _shape.variables.entries() + std::size_t{block} * _shape.variableCount;
+    for (std::size_t k = 0; k < operands.size(); ++k) {
+      addTo(_task.results[static_cast<int>(Section::Gradient)], at(operands[k]), _shape.variables,
+            variables[_shape.gradientVariables[k]]);
+    }
+  }
+
+  void storeEntries(Section section, const Indices& indices, std::uint32_t block) const noexcept {
+    const auto& operands = _program.sections[static_cast<std::size_t>(section)];
+    double* to = _task.results[static_cast<std::size_t>(section)];
+    const Indices::Entry* entries = indices.entries() + block * operands.size();
+    for (std::size_t k = 0; k < operands.size(); ++k) {
+      const double* from = at(operands[k]);
+      if (entries[k].kind == Indices::Kind::Own) {
+        for (std::uint32_t i = 0; i < _live; ++i) to[entries[k].at + i] = from[i];
+      } else {
+        addTo(to, from, indices, entries[k]);
+      }
+    }
+  }
+
+  const Shape& _shape;
+  const Program& _program;
+  const Task& _task;
+  const double* _bases[3] = {};
+  std::uint32_t _live = 0;
+  double _objective = 0.0;
+};
+
+[[gnu::flatten]] static void runBlocks(const Shape& shape, const Program& program, const Task& task, std::uint32_t first,
+                      std::uint32_t end) {
+  Machine<Block>(shape, program, task).run(first, end);
+}
+
+}  // namespace taveval::TAV_INSTRUCTION_SET

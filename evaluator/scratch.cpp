@@ -1,0 +1,122 @@
+#include "evaluator/scratch.h"
+
+#include <algorithm>
+
+namespace taveval {
+
+/// The values of variables for expressions that are evaluated by their objects.
+class Scratch::Point final : public TavAlgorithmI {
+ public:
+  Point(TavEnvI* env, const Columns& columns) : TavAlgorithmI(env), _columns(columns) {}
+
+  using TavAlgorithmI::getValue;
+  double getValue(const TavNumVarI* variable) const override {
+    const std::uint32_t column = _columns.find(variable);
+    if (column == kNone) throw TavAlgorithm::Exception("TavEvaluator: a variable is none of the columns");
+    return x[column];
+  }
+
+  const double* x = nullptr;
+
+ private:
+  const Columns& _columns;
+};
+
+Scratch::Scratch(Compiled& compiled)
+    : _compiled(compiled),
+      _point(std::make_unique<Point>(compiled.env(), compiled.columns())),
+      _runBlocks(blockRunner()) {
+  code();
+}
+
+Scratch::~Scratch() = default;
+
+const Code& Scratch::code() {
+  const Code& code = _compiled.code();
+  if (_registers.size() < code.registers) _registers.resize(code.registers);
+  return code;
+}
+
+double* Scratch::matrix(std::size_t size) {
+  if (_matrix.size() < size) _matrix.resize(size);
+  return _matrix.data();
+}
+
+namespace {
+
+double linearValue(const Code& code, const Code::RowFacts& row, const double* x) noexcept {
+  double sum = 0.0;
+  for (std::size_t t = row.firstTerm; t < row.termEnd; ++t) {
+    sum += code.terms[t].coefficient * x[code.terms[t].column];
+  }
+  return row.constant + sum;
+}
+
+void startMatrix(const Structure& structure, double* values) noexcept {
+  std::copy(structure.start.begin(), structure.start.end(), values + structure.firstAdded);
+}
+
+}  // namespace
+
+void Scratch::start(const Code& code, const Results& results, const double* x) const {
+  if (results.objective) *results.objective = linearValue(code, code.rows.back(), x);
+  if (results.rows) {
+    for (std::size_t r = 0; r < code.constraintCount(); ++r) results.rows[r] = linearValue(code, code.rows[r], x);
+  }
+  if (results.gradient) std::copy(code.gradientStart.begin(), code.gradientStart.end(), results.gradient);
+  if (results.jacobian) startMatrix(code.jacobian, results.jacobian);
+  if (results.hessian) startMatrix(code.hessian, results.hessian);
+}
+
+void Scratch::evaluateByObjects(const Code& code, const double* x, const Results& results) {
+  _point->x = x;
+  for (const std::uint32_t row : code.byObjects) {
+    const bool isObjective = row == code.constraintCount();
+    double* to = isObjective ? results.objective : results.rows ? results.rows + row : nullptr;
+    if (!to) continue;
+    const TavNumExprI* expression = _compiled.expression(row);
+    *to = expression ? expression->eval(_point.get()) : 0.0;
+  }
+}
+
+void Scratch::evaluate(const double* x, double sigma, const double* lambda, const Results& results) {
+  const Code& code = this->code();
+  start(code, results, x);
+  const Task task{x,
+                  sigma,
+                  lambda,
+                  {results.objective, results.rows, results.gradient, results.jacobian, results.hessian},
+                  _registers.data(),
+                  &code.tables};
+  const bool isAll = results.objective && results.rows && results.gradient && results.jacobian && results.hessian;
+  for (const Shape& shape : code.shapes) {
+    const Runner run = shape.lanes == 1 ? runSingles : _runBlocks;
+    if (isAll && !shape.programs[kAll].isEmpty()) {
+      run(shape, shape.programs[kAll], task, 0, shape.blockCount());
+      continue;
+    }
+    for (std::size_t section = 0; section < kSections; ++section) {
+      if (!task.results[section] || shape.programs[section].isEmpty()) continue;
+      run(shape, shape.programs[section], task, 0, shape.blockCount());
+    }
+  }
+  if (!code.byObjects.empty()) evaluateByObjects(code, x, results);
+}
+
+std::vector<TavEvaluator::HessianEntry> Scratch::constantHessian(std::size_t row) {
+  const Code& code = this->code();
+  const std::vector<double> x(_compiled.columns().size(), 1.0);
+  std::vector<double> lambda(code.constraintCount());
+  if (row < lambda.size()) lambda[row] = 1.0;
+  std::vector<double> values(code.hessian.positions.size());
+  Results results;
+  results.hessian = values.data();
+  evaluate(x.data(), row < lambda.size() ? 0.0 : 1.0, lambda.data(), results);
+  std::vector<TavEvaluator::HessianEntry> entries;
+  for (std::size_t k = 0; k < values.size(); ++k) {
+    if (values[k] != 0.0) entries.push_back({code.hessian.positions[k], values[k]});
+  }
+  return entries;
+}
+
+}  // namespace taveval

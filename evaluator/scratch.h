@@ -1,0 +1,44 @@
+#pragma once
+/// A workspace: evaluates compiled programs at points.
+
+#include "evaluator/compiled.h"
+
+namespace taveval {
+
+/// What TavEvaluation holds.
+class Scratch {
+ public:
+  explicit Scratch(Compiled& compiled);
+  Scratch(const Scratch&) = delete;
+  Scratch& operator=(const Scratch&) = delete;
+  ~Scratch();
+
+  /// The current program; makes room for it.
+  const Code& code();
+  /// Where results go: null for what is not asked for.
+  struct Results {
+    double* objective = nullptr;
+    double* rows = nullptr;
+    double* gradient = nullptr;
+    double* jacobian = nullptr;
+    double* hessian = nullptr;
+  };
+  void evaluate(const double* x, double sigma, const double* lambda, const Results& results);
+  /// The entries of the Hessian of one row, whose second derivatives are constant.
+  std::vector<TavEvaluator::HessianEntry> constantHessian(std::size_t row);
+  /// Working space for a matrix.
+  double* matrix(std::size_t size);
+
+ private:
+  class Point;
+  void start(const Code& code, const Results& results, const double* x) const;
+  void evaluateByObjects(const Code& code, const double* x, const Results& results);
+
+  Compiled& _compiled;
+  AlignedDoubles _registers;
+  std::vector<double> _matrix;
+  std::unique_ptr<Point> _point;
+  const Runner _runBlocks;
+};
+
+}  // namespace taveval

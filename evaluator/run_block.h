@@ -256,8 +256,8 @@ class Machine {
   double _objective = 0.0;
 };
 
-[[gnu::flatten]] static void runBlocks(const Shape& shape, const Program& program, const Task& task, std::uint32_t first,
-                      std::uint32_t end) {
+[[gnu::flatten]] static void runBlocks(const Shape& shape, const Program& program, const Task& task,
+                                       std::uint32_t first, std::uint32_t end) {
   Machine<Block>(shape, program, task).run(first, end);
 }
 

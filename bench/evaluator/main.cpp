@@ -1,7 +1,7 @@
 // The evaluator against the same values and derivatives written by hand, and against the expressions as objects.
 
+#include "bench/evaluator/benchmarks.h"
 #include "bench/evaluator/library.h"
-#include "bench/evaluator/roads.h"
 
 namespace {
 
@@ -25,28 +25,28 @@ template <class Problem>
 using Avx2 = Evaluator<Problem, tavdetail::TavInstructionSet::Avx2>;
 
 template <class Problem>
-void enterProblem(const std::string& name, std::initializer_list<long> sizes) {
+void registerProblem(const std::string& name, std::initializer_list<long> sizes) {
   using Library = Evaluator<Problem>;
   using Hand = ByHand<Problem>;
-  enterRoad<AllFive, Library, Hand>(name.c_str(), sizes);
-  enterRoad<AllFive, Avx2<Problem>, BesideAvx2<Problem>>(name.c_str(), sizes);
-  enterRoad<AllFive, Baseline<Problem>, BesideBaseline<Problem>>(name.c_str(), sizes);
-  enterRoad<Fused, Library, Hand>((name + "Fused").c_str(), sizes);
-  enterRoad<Values, Library, Hand>((name + "Values").c_str(), sizes);
-  enterRoad<Values, Library, Objects<Problem>>((name + "Values").c_str(), sizes);
-  if (Problem(2).rows() > 0) enterRoad<Jacobian, Library, Hand>((name + "Jacobian").c_str(), sizes);
-  enterRoad<Hessian, Library, Hand>((name + "Hessian").c_str(), sizes);
-  enterRoad<Compile, Library, Hand>((name + "Compile").c_str(), sizes);
+  registerBenchmark<AllFive, Library, Hand>(name.c_str(), sizes);
+  registerBenchmark<AllFive, Avx2<Problem>, BesideAvx2<Problem>>(name.c_str(), sizes);
+  registerBenchmark<AllFive, Baseline<Problem>, BesideBaseline<Problem>>(name.c_str(), sizes);
+  registerBenchmark<Fused, Library, Hand>((name + "Fused").c_str(), sizes);
+  registerBenchmark<Values, Library, Hand>((name + "Values").c_str(), sizes);
+  registerBenchmark<Values, Library, Objects<Problem>>((name + "Values").c_str(), sizes);
+  if (Problem(2).rows() > 0) registerBenchmark<Jacobian, Library, Hand>((name + "Jacobian").c_str(), sizes);
+  registerBenchmark<Hessian, Library, Hand>((name + "Hessian").c_str(), sizes);
+  registerBenchmark<Compile, Library, Hand>((name + "Compile").c_str(), sizes);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  enterProblem<PowerFlow>("powerFlow", {118, 1354, 10'000});
-  enterProblem<Beam>("beam", {5'000, 50'000});
-  enterProblem<Rosenbrock>("rosenbrock", {10'000, 100'000});
-  enterRoad<AllFive, Evaluator<RandomRows>, ByHand<RandomRows>>("random", {RandomRows::kRows});
-  enterRoad<Values, Evaluator<RandomRows>, ByHand<RandomRows>>("randomValues", {RandomRows::kRows});
-  enterRoad<Values, Evaluator<RandomRows>, Objects<RandomRows>>("randomValues", {RandomRows::kRows});
+  registerProblem<PowerFlow>("powerFlow", {118, 1354, 10'000});
+  registerProblem<Beam>("beam", {5'000, 50'000});
+  registerProblem<Rosenbrock>("rosenbrock", {10'000, 100'000});
+  registerBenchmark<AllFive, Evaluator<RandomRows>, ByHand<RandomRows>>("random", {RandomRows::kRows});
+  registerBenchmark<Values, Evaluator<RandomRows>, ByHand<RandomRows>>("randomValues", {RandomRows::kRows});
+  registerBenchmark<Values, Evaluator<RandomRows>, Objects<RandomRows>>("randomValues", {RandomRows::kRows});
   return runRaces(argc, argv);
 }

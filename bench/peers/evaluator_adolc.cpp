@@ -7,8 +7,8 @@
 
 #include <algorithm>
 
+#include "bench/evaluator/benchmarks.h"
 #include "bench/evaluator/library.h"
-#include "bench/evaluator/roads.h"
 
 /// Found by its argument.
 inline adouble sqr(const adouble& a) { return a * a; }
@@ -171,9 +171,9 @@ class AdolcWorld {
 }  // namespace
 
 int main(int argc, char** argv) {
-  enterRoad<AllFive, Evaluator<PowerFlow>, AdolcWorld<PowerFlow>>("powerFlow", {1354});
-  enterRoad<AllFive, Evaluator<Beam>, AdolcWorld<Beam>>("beam", {5'000});
-  enterRoad<AllFive, Evaluator<Rosenbrock>, AdolcWorld<Rosenbrock>>("rosenbrock", {10'000});
-  enterRoad<Values, Evaluator<Rosenbrock>, AdolcWorld<Rosenbrock>>("rosenbrockValues", {10'000});
+  registerBenchmark<AllFive, Evaluator<PowerFlow>, AdolcWorld<PowerFlow>>("powerFlow", {1354});
+  registerBenchmark<AllFive, Evaluator<Beam>, AdolcWorld<Beam>>("beam", {5'000});
+  registerBenchmark<AllFive, Evaluator<Rosenbrock>, AdolcWorld<Rosenbrock>>("rosenbrock", {10'000});
+  registerBenchmark<Values, Evaluator<Rosenbrock>, AdolcWorld<Rosenbrock>>("rosenbrockValues", {10'000});
   return runRaces(argc, argv);
 }

@@ -7,9 +7,9 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "bench/evaluator/benchmarks.h"
 #include "bench/evaluator/library.h"
 #include "bench/evaluator/nl_file.h"
-#include "bench/evaluator/roads.h"
 
 extern "C" {
 #include "asl_pfgh.h"
@@ -109,8 +109,8 @@ class AslWorld {
 }  // namespace
 
 int main(int argc, char** argv) {
-  enterRoad<AllFive, Evaluator<PowerFlow>, AslWorld<PowerFlow>>("powerFlow", {1354});
-  enterRoad<AllFive, Evaluator<Beam>, AslWorld<Beam>>("beam", {5'000});
-  enterRoad<AllFive, Evaluator<Rosenbrock>, AslWorld<Rosenbrock>>("rosenbrock", {10'000});
+  registerBenchmark<AllFive, Evaluator<PowerFlow>, AslWorld<PowerFlow>>("powerFlow", {1354});
+  registerBenchmark<AllFive, Evaluator<Beam>, AslWorld<Beam>>("beam", {5'000});
+  registerBenchmark<AllFive, Evaluator<Rosenbrock>, AslWorld<Rosenbrock>>("rosenbrock", {10'000});
   return runRaces(argc, argv);
 }

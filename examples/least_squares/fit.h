@@ -20,6 +20,5 @@ struct Fit {
   double sumOfSquares = 0;
 };
 
-/// Minimises from `start`. Derivatives are central differences of the residuals' values; the second derivatives leave
-/// those of the residuals out (Gauss-Newton).
+/// Minimises from `start`, with the evaluator's derivatives.
 Fit fit(TavEnv env, const LeastSquares& problem, const std::vector<double>& start);

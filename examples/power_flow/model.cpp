@@ -21,7 +21,8 @@ class Builder {
 
  private:
   TavNumVar variable(Range range) { return TavNumVar(_env, range.least, range.most); }
-  void add(TavNumExprArg body, Range limits) {
+  /// A counted handle of each body keeps it until the environment ends.
+  void add(const TavNumExpr& body, Range limits) {
     _model.constraints.add(body);
     _model.limits.push_back(limits);
   }

@@ -1,7 +1,9 @@
 #pragma once
 /// What is asked of an evaluator, each at a point that it has not seen before.
 
+#include <memory>
 #include <random>
+#include <vector>
 
 #include "bench/evaluator/problems.h"
 #include "bench/race.h"

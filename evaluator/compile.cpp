@@ -18,6 +18,7 @@ class Compilation {
     _drafts = Elements(_rows, _columns.size(), static_cast<std::uint32_t>(constraints.size())).collect();
     keepRowFacts();
     compileShapes();
+    keepLooseRows();
     layOutJacobian();
     layOutHessian();
     _code.tables = std::move(_rows.tables);
@@ -60,7 +61,7 @@ class Compilation {
     for (std::size_t s = 0; s < _drafts.size(); ++s) {
       ShapeDraft& draft = _drafts[s];
       Shape& shape = _code.shapes[s];
-      compiler.compile(draft, _options.derivatives, shape, _plans[s]);
+      compiler.compile(draft, _options.derivatives, _code.runner.lanes, shape, _plans[s]);
       draft.parameters = {};
       for (const Program& program : shape.programs) {
         _code.registers = std::max(_code.registers, std::size_t{program.registers} * shape.lanes);
@@ -72,6 +73,23 @@ class Compilation {
         }
       }
     }
+  }
+
+  void keepLooseRows() {
+    std::vector<bool> isWhole(_code.rows.size());
+    for (std::size_t s = 0; s < _drafts.size(); ++s) {
+      const ShapeDraft& draft = _drafts[s];
+      for (std::size_t i = 0; i < draft.rows.size(); ++i) {
+        if (_code.shapes[s].isWhole[i % draft.outputCount]) isWhole[draft.rows[i]] = true;
+      }
+    }
+    for (std::uint32_t r = 0; r + 1 < _code.rows.size(); ++r) {
+      const Code::RowFacts& row = _code.rows[r];
+      if (isWhole[r]) continue;
+      _code.looseRows.push_back(
+          {row.constant, row.firstTerm, static_cast<std::uint32_t>(row.termEnd - row.firstTerm), r});
+    }
+    _code.looseRows.shrink_to_fit();
   }
 
   void layOutJacobian() {
@@ -137,9 +155,10 @@ Code compile(const std::vector<TavNumExprI*>& constraints, TavNumExprI* objectiv
 }
 
 std::size_t Code::bytes() const noexcept {
-  std::size_t sum = rows.capacity() * sizeof(RowFacts) + terms.capacity() * sizeof(TavEvaluator::LinearTerm) +
-                    byObjects.capacity() * sizeof(std::uint32_t) + shapes.capacity() * sizeof(Shape) +
-                    gradientStart.capacity() * sizeof(double) + jacobian.bytes() + hessian.bytes();
+  std::size_t sum = rows.capacity() * sizeof(RowFacts) + looseRows.capacity() * sizeof(LooseRow) +
+                    terms.capacity() * sizeof(TavEvaluator::LinearTerm) + byObjects.capacity() * sizeof(std::uint32_t) +
+                    shapes.capacity() * sizeof(Shape) + gradientStart.capacity() * sizeof(double) + jacobian.bytes() +
+                    hessian.bytes();
   for (const Shape& shape : shapes) {
     sum += (shape.parameters.capacity() + shape.uniforms.capacity()) * sizeof(double) + shape.variables.bytes() +
            shape.rows.bytes() + shape.jacobian.bytes() + shape.hessian.bytes();

@@ -22,13 +22,32 @@ void Indices::append(const std::uint32_t* lane, std::uint32_t count, std::uint32
   }
 }
 
-void ShapeCompiler::addSummand(std::uint32_t node) { _sum = _sum == kNone ? node : _graph.add(_sum, node); }
+void ShapeCompiler::readMark(KeyMark mark, std::uint32_t node, std::uint32_t& parameters) {
+  const bool isLinear = mark >= KeyMark::LinearPlus;
+  if (mark == KeyMark::Minus || mark == KeyMark::LinearMinus) node = _graph.neg(node);
+  if (mark == KeyMark::Scaled || mark == KeyMark::LinearScaled) {
+    node = _graph.mul(_graph.leaf(Op::Parameter, parameters++), node);
+  }
+  if (mark == KeyMark::LinearNumber) node = _graph.leaf(Op::Parameter, parameters++);
+  // Linear terms follow the last summand, as in the expression.
+  if (isLinear && _value == kNone) _value = _sum;
+  std::uint32_t& sum = isLinear ? _value : _sum;
+  sum = sum == kNone ? node : _graph.add(sum, node);
+}
+
+void ShapeCompiler::endOutput(KeyMark mark) {
+  _outputs.push_back(_sum);
+  _values.push_back(_value == kNone ? _sum : _value);
+  _isObjective.push_back(mark == KeyMark::Objective);
+  _isWhole.push_back(mark == KeyMark::WholeOutput);
+  _sum = _value = kNone;
+}
 
 void ShapeCompiler::readKey(const ShapeDraft& draft) {
   _graph.clear();
   _nodeOf.clear();
-  _outputs.clear();
-  _isObjective.clear();
+  for (auto* numbers : {&_outputs, &_values}) numbers->clear();
+  for (auto* flags : {&_isObjective, &_isWhole}) flags->clear();
   // Variables have the lowest numbers: second derivatives end at them.
   for (std::uint32_t v = 0; v < draft.variableCount; ++v) _graph.leaf(Op::Variable, v);
   std::uint32_t variables = 0, parameters = 0;
@@ -37,16 +56,11 @@ void ShapeCompiler::readKey(const ShapeDraft& draft) {
     const std::uint32_t word = key[i++];
     if (word >= static_cast<std::uint32_t>(KeyMark::Plus)) {
       const auto mark = static_cast<KeyMark>(word);
-      if (mark == KeyMark::Output || mark == KeyMark::Objective) {
-        _outputs.push_back(_sum);
-        _isObjective.push_back(mark == KeyMark::Objective);
-        _sum = kNone;
-        continue;
+      if (mark >= KeyMark::Output) {
+        endOutput(mark);
+      } else {
+        readMark(mark, mark == KeyMark::LinearNumber ? kNone : _nodeOf[key[i++]], parameters);
       }
-      const std::uint32_t node = _nodeOf[key[i++]];
-      if (mark == KeyMark::Plus) addSummand(node);
-      if (mark == KeyMark::Minus) addSummand(_graph.neg(node));
-      if (mark == KeyMark::Scaled) addSummand(_graph.mul(_graph.leaf(Op::Parameter, parameters++), node));
       continue;
     }
     const auto op = static_cast<Op>(word);
@@ -91,7 +105,7 @@ void ShapeCompiler::differentiate(int derivatives, ShapePlan& plan) {
   for (auto& roots : _roots) roots.clear();
   const std::uint32_t count = _graph.size();
   for (std::uint32_t k = 0; k < _outputs.size(); ++k) {
-    section(_isObjective[k] ? Section::Objective : Section::Rows).push_back(_outputs[k]);
+    section(_isObjective[k] ? Section::Objective : Section::Rows).push_back(_values[k]);
     if (derivatives < 1) continue;
     _differentiator.first(_graph, count, _outputs[k], k, _isObjective[k] ? plan.gradient : plan.jacobian);
   }
@@ -116,10 +130,11 @@ void ShapeCompiler::makePrograms(Shape& shape) {
   if (filled > 1) shape.programs[kAll] = _lowering.lower(_graph, _roots, _derived);
 }
 
-void ShapeCompiler::chooseLanes(Shape& shape) const {
+void ShapeCompiler::chooseLanes(std::uint32_t lanes, Shape& shape) {
+  constexpr std::uint32_t kFewest = 12, kMostRegisters = 4096;
   std::uint32_t registers = 0;
   for (const Program& program : shape.programs) registers = std::max(registers, program.registers);
-  shape.lanes = shape.count < 12 || registers > 4096 ? 1 : kBlockLanes;
+  shape.lanes = shape.count < kFewest || registers > kMostRegisters ? 1 : lanes;
 }
 
 void ShapeCompiler::fillParameters(const ShapeDraft& draft, Shape& shape) {
@@ -185,7 +200,8 @@ void ShapeCompiler::fillIndices(const ShapeDraft& draft, Shape& shape) const {
   fill(shape.rows, draft.rows, draft.outputCount);
 }
 
-void ShapeCompiler::compile(const ShapeDraft& draft, int derivatives, Shape& shape, ShapePlan& plan) {
+void ShapeCompiler::compile(const ShapeDraft& draft, int derivatives, std::uint32_t lanes, Shape& shape,
+                            ShapePlan& plan) {
   readKey(draft);
   _derived.begin(draft.parameterCount);
   findDegrees(plan);
@@ -193,8 +209,9 @@ void ShapeCompiler::compile(const ShapeDraft& draft, int derivatives, Shape& sha
   shape.variableCount = draft.variableCount;
   differentiate(derivatives, plan);
   makePrograms(shape);
-  chooseLanes(shape);
+  chooseLanes(lanes, shape);
   shape.isObjective = _isObjective;
+  shape.isWhole = _isWhole;
   for (const Derivative& d : plan.gradient) shape.gradientVariables.push_back(d.column);
   fillParameters(draft, shape);
   fillIndices(draft, shape);

@@ -21,15 +21,17 @@ struct ShapePlan {
 class ShapeCompiler {
  public:
   /// Fills programs, parameters and the tables of variables and rows of `shape`. `derivatives` is the highest order.
-  void compile(const ShapeDraft& draft, int derivatives, Shape& shape, ShapePlan& plan);
+  /// Fewer elements than a block of `lanes` are worth are run one by one.
+  void compile(const ShapeDraft& draft, int derivatives, std::uint32_t lanes, Shape& shape, ShapePlan& plan);
 
  private:
   void readKey(const ShapeDraft& draft);
-  void addSummand(std::uint32_t node);
+  void readMark(KeyMark mark, std::uint32_t node, std::uint32_t& parameters);
+  void endOutput(KeyMark mark);
   void findDegrees(ShapePlan& plan) const;
   void differentiate(int derivatives, ShapePlan& plan);
   void makePrograms(Shape& shape);
-  void chooseLanes(Shape& shape) const;
+  static void chooseLanes(std::uint32_t lanes, Shape& shape);
   void fillParameters(const ShapeDraft& draft, Shape& shape);
   void fillIndices(const ShapeDraft& draft, Shape& shape) const;
 
@@ -38,10 +40,10 @@ class ShapeCompiler {
   Lowering _lowering;
   DerivedParameters _derived;
   Roots _roots;
-  std::vector<std::uint32_t> _nodeOf;  // by number in the key
-  std::vector<std::uint32_t> _outputs;
-  std::vector<char> _isObjective;
-  std::uint32_t _sum = kNone;
+  std::vector<std::uint32_t> _nodeOf;            // by number in the key
+  std::vector<std::uint32_t> _outputs, _values;  // without and with the linear part
+  std::vector<char> _isObjective, _isWhole;
+  std::uint32_t _sum = kNone, _value = kNone;
 };
 
 }  // namespace taveval

@@ -21,10 +21,19 @@ struct Code {
     TavEvaluator::Kind kind;
   };
 
+  /// A constraint whose value starts from its constant and linear part; others are whole outputs of a shape.
+  struct LooseRow {
+    double constant;
+    std::size_t firstTerm;
+    std::uint32_t termCount, row;
+  };
+
   std::vector<RowFacts> rows;  ///< The constraints, then the objective.
+  std::vector<LooseRow> looseRows;
   std::vector<TavEvaluator::LinearTerm> terms;
   std::vector<std::uint32_t> byObjects;  ///< Rows whose values come from their objects.
   std::vector<Shape> shapes;
+  BlockRunner runner = blockRunner();  ///< That the shapes' blocks are made for.
   Tables tables;
   Structure jacobian, hessian;
   std::vector<double> gradientStart;      ///< The gradient of the objective's linear part.

@@ -87,7 +87,7 @@ void Elements::splitRow(std::uint32_t number) {
     collectVariables(_rows.summands[s].record, local);
     _locals.push_back(local);
   }
-  if (_locals.size() == 1) return addOutput(_locals[0], number);
+  if (_locals.size() == 1) return addOutput(_locals[0], number, true);
   // Large sets first, so that smaller ones find them.
   std::stable_sort(_locals.begin(), _locals.end(),
                    [](const Local& x, const Local& y) { return x.variableCount > y.variableCount; });
@@ -106,7 +106,7 @@ void Elements::splitRow(std::uint32_t number) {
   }
   for (const Local& local : _merged) {
     for (std::uint32_t i = 0; i < local.variableCount; ++i) _localsOfColumn[_sets[local.firstVariable + i]].clear();
-    addOutput(local, number);
+    addOutput(local, number, _merged.size() == 1);
   }
 }
 
@@ -140,10 +140,12 @@ std::uint32_t Elements::elementOf(const Local& local, std::uint32_t row) {
   return head;
 }
 
-void Elements::addOutput(const Local& local, std::uint32_t row) {
-  Element& element = _elements[elementOf(local, row)];
+void Elements::addOutput(const Local& local, std::uint32_t number, bool isOnly) {
+  const Row& row = _rows.rows[number];
+  Element& element = _elements[elementOf(local, number)];
   const auto output = static_cast<std::uint32_t>(_outputs.size());
-  _outputs.push_back({row, local.firstSummand, kNone});
+  const bool isWhole = isOnly && number != _objectiveRow && row.termEnd - row.firstTerm <= kMostTerms;
+  _outputs.push_back({number, local.firstSummand, kNone, isWhole});
   (element.outputCount == 0 ? element.firstOutput : _outputs[element.lastOutput].next) = output;
   element.lastOutput = output;
   ++element.outputCount;
@@ -173,6 +175,8 @@ void Elements::writeRecord(std::uint32_t root) {
     _key.push_back(static_cast<std::uint32_t>(record.op));
     if (record.op == Op::Variable) {
       _variables.push_back(record.a);
+      _columnStamp[record.a] = _stamp;
+      _numberOfColumn[record.a] = _numberOf[at];
     } else if (record.op == Op::Parameter) {
       _parameters.push_back(record.number());
     } else if (record.op == Op::Constant) {
@@ -180,6 +184,31 @@ void Elements::writeRecord(std::uint32_t root) {
     } else {
       for (int i = 0; i < operands; ++i) _key.push_back(_numberOf[of[i]]);
     }
+  }
+}
+
+void Elements::writeColumn(std::uint32_t column) {
+  if (_columnStamp[column] == _stamp) return;
+  _columnStamp[column] = _stamp;
+  _numberOfColumn[column] = _written++;
+  _key.push_back(static_cast<std::uint32_t>(Op::Variable));
+  _variables.push_back(column);
+}
+
+void Elements::writeLinearPart(const Row& row) {
+  for (std::size_t t = row.firstTerm; t < row.termEnd; ++t) {
+    const auto column = static_cast<std::uint32_t>(_rows.terms[t].column);
+    const double coefficient = _rows.terms[t].coefficient;
+    writeColumn(column);
+    const KeyMark mark = coefficient == 1.0    ? KeyMark::LinearPlus
+                         : coefficient == -1.0 ? KeyMark::LinearMinus
+                                               : KeyMark::LinearScaled;
+    _key.insert(_key.end(), {static_cast<std::uint32_t>(mark), _numberOfColumn[column]});
+    if (mark == KeyMark::LinearScaled) _parameters.push_back(coefficient);
+  }
+  if (row.constant != 0.0) {
+    _key.push_back(static_cast<std::uint32_t>(KeyMark::LinearNumber));
+    _parameters.push_back(row.constant);
   }
 }
 
@@ -213,8 +242,14 @@ void Elements::addToShape(const Element& element, std::vector<ShapeDraft>& shape
   ++_stamp;
   for (std::uint32_t o = element.firstOutput; o != kNone; o = _outputs[o].next) {
     const Output& output = _outputs[o];
+    // In the order of the expression.
+    _summands.clear();
     for (std::uint32_t link = output.firstSummand; link != kNone; link = _links[link].next) {
-      const Summand& summand = _rows.summands[_links[link].summand];
+      _summands.push_back(_links[link].summand);
+    }
+    std::sort(_summands.begin(), _summands.end());
+    for (const std::uint32_t number : _summands) {
+      const Summand& summand = _rows.summands[number];
       writeRecord(summand.record);
       const KeyMark mark = summand.isScaled            ? KeyMark::Scaled
                            : summand.coefficient > 0.0 ? KeyMark::Plus
@@ -223,7 +258,10 @@ void Elements::addToShape(const Element& element, std::vector<ShapeDraft>& shape
       _key.push_back(_numberOf[summand.record]);
       if (summand.isScaled) _parameters.push_back(summand.coefficient);
     }
-    _key.push_back(static_cast<std::uint32_t>(output.row == _objectiveRow ? KeyMark::Objective : KeyMark::Output));
+    if (output.isWhole) writeLinearPart(_rows.rows[output.row]);
+    _key.push_back(static_cast<std::uint32_t>(output.row == _objectiveRow ? KeyMark::Objective
+                                              : output.isWhole            ? KeyMark::WholeOutput
+                                                                          : KeyMark::Output));
     _rowsOfOutputs.push_back(output.row);
   }
   ShapeDraft& shape = shapes[draftOf(shapes)];
@@ -236,6 +274,7 @@ void Elements::addToShape(const Element& element, std::vector<ShapeDraft>& shape
 std::vector<ShapeDraft> Elements::collect() {
   for (std::uint32_t row = 0; row < _rows.rows.size(); ++row) splitRow(row);
   _numberOf.resize(_rows.records.size());
+  _numberOfColumn.resize(_columnStamp.size());
   std::vector<ShapeDraft> shapes;
   for (const Element& element : _elements) addToShape(element, shapes);
   return shapes;

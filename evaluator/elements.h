@@ -20,11 +20,16 @@ struct ShapeDraft {
 
 /// Marks in a key, beside the numbers of operations.
 enum class KeyMark : std::uint32_t {
-  Plus = 200,  ///< A record follows: summand of the output.
-  Minus,       ///< The same, negative.
-  Scaled,      ///< The same, times the next parameter.
-  Output,      ///< The output is complete.
-  Objective,   ///< The same, of the objective.
+  Plus = 200,    ///< A record follows: summand of the output.
+  Minus,         ///< The same, negative.
+  Scaled,        ///< The same, times the next parameter.
+  LinearPlus,    ///< A record follows: a term of the linear part, which counts for the value alone.
+  LinearMinus,   ///< The same, negative.
+  LinearScaled,  ///< The same, times the next parameter.
+  LinearNumber,  ///< The next parameter is a term.
+  Output,        ///< The output is complete.
+  WholeOutput,   ///< The same; nothing else is added to its row.
+  Objective,     ///< The same, of the objective.
 };
 
 /// Makes the drafts. `objectiveRow` is the number of the objective among the rows.
@@ -49,6 +54,7 @@ class Elements {
     std::uint32_t row;
     std::uint32_t firstSummand;  // in _links
     std::uint32_t next;
+    bool isWhole;  // the row has no other, and a short linear part
   };
   struct Element {
     std::uint32_t firstVariable, variableCount;
@@ -58,18 +64,22 @@ class Elements {
   };
   /// Larger elements are not made: they would give large shapes of few elements.
   static constexpr std::uint32_t kMostSummands = 8, kMostOutputs = 8, kMostCandidates = 8;
+  /// Longer linear parts are left to their rows: with them few elements would have the same structure.
+  static constexpr std::size_t kMostTerms = 2;
 
   void splitRow(std::uint32_t row);
   void collectVariables(std::uint32_t record, Local& local);
   void addToLocal(Local& into, const Local& from);
   bool isSubset(const Local& small, const Local& large) const;
   std::uint32_t homeOf(const Local& local);
-  void addOutput(const Local& local, std::uint32_t row);
+  void addOutput(const Local& local, std::uint32_t number, bool isOnly);
   std::uint32_t elementOf(const Local& local, std::uint32_t row);
   void growTable();
 
   void addToShape(const Element& element, std::vector<ShapeDraft>& shapes);
   void writeRecord(std::uint32_t record);
+  void writeColumn(std::uint32_t column);
+  void writeLinearPart(const Row& row);
   std::uint32_t draftOf(std::vector<ShapeDraft>& shapes);
 
   const Rows& _rows;
@@ -86,8 +96,9 @@ class Elements {
   std::vector<std::vector<std::uint32_t>> _localsOfColumn;
 
   // Of the element that is being written to a key.
-  std::vector<std::uint32_t> _numberOf;  // by record
-  std::vector<std::uint32_t> _key, _variables, _rowsOfOutputs;
+  std::vector<std::uint32_t> _numberOf;        // by record
+  std::vector<std::uint32_t> _numberOfColumn;  // valid where _columnStamp has the stamp
+  std::vector<std::uint32_t> _key, _variables, _rowsOfOutputs, _summands;
   std::vector<double> _parameters;
   std::uint32_t _written = 0;
   std::vector<std::vector<std::uint32_t>> _shapesOfHash;

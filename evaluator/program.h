@@ -78,10 +78,6 @@ void forEachOperand(Programs& programs, Visit visit) {
   }
 }
 
-/// Elements that a program runs for at once, where a shape has enough of them. Blocks of 16 to 64 are equally fast: the
-/// registers of a program stay in the first-level cache.
-inline constexpr std::uint32_t kBlockLanes = 32;
-
 /// Allocates at the start of cache lines, for aligned vector loads.
 template <class T>
 struct CacheAligned {
@@ -138,7 +134,7 @@ struct Shape {
   Indices rows;                                  ///< Rows, by block and output.
   Indices jacobian, hessian;                     ///< Value positions, by block and entry.
   std::vector<std::uint32_t> gradientVariables;  ///< The variable of each gradient entry.
-  std::vector<char> isObjective;                 ///< By output.
+  std::vector<char> isObjective, isWhole;        ///< By output; whole: nothing else is added to its row.
   std::uint32_t variableCount = 0;
   Programs programs;
 

@@ -5,21 +5,21 @@
 
 namespace taveval {
 
-Runner avx2Runner();
-Runner avx512Runner();
+BlockRunner avx2Runner();
+BlockRunner avx512Runner();
 
 void runSingles(const Shape& shape, const Program& program, const Task& task, std::uint32_t first, std::uint32_t end) {
   TAV_INSTRUCTION_SET::Machine<TAV_INSTRUCTION_SET::Single>(shape, program, task).run(first, end);
 }
 
-Runner blockRunner() {
+BlockRunner blockRunner() {
   switch (tavdetail::widestInstructionSet()) {
     case tavdetail::TavInstructionSet::Avx512:
       return avx512Runner();
     case tavdetail::TavInstructionSet::Avx2:
       return avx2Runner();
     default:
-      return TAV_INSTRUCTION_SET::runBlocks;
+      return TAV_INSTRUCTION_SET::kBlockRunner;
   }
 }
 

@@ -22,7 +22,13 @@ using Runner = void (*)(const Shape& shape, const Program& program, const Task& 
 /// For shapes of one lane.
 void runSingles(const Shape& shape, const Program& program, const Task& task, std::uint32_t first, std::uint32_t end);
 
-/// For shapes of kBlockLanes lanes, by the widest vectors that the processor has.
-Runner blockRunner();
+/// Runs blocks of some number of lanes.
+struct BlockRunner {
+  Runner run;
+  std::uint32_t lanes;
+};
+
+/// The runner by the widest vectors that the processor has.
+BlockRunner blockRunner();
 
 }  // namespace taveval

@@ -2,6 +2,6 @@
 
 namespace taveval {
 
-Runner avx2Runner() { return TAV_INSTRUCTION_SET::runBlocks; }
+BlockRunner avx2Runner() { return TAV_INSTRUCTION_SET::kBlockRunner; }
 
 }  // namespace taveval

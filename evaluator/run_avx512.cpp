@@ -2,6 +2,6 @@
 
 namespace taveval {
 
-Runner avx512Runner() { return TAV_INSTRUCTION_SET::runBlocks; }
+BlockRunner avx512Runner() { return TAV_INSTRUCTION_SET::kBlockRunner; }
 
 }  // namespace taveval

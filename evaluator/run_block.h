@@ -10,11 +10,12 @@ namespace taveval::TAV_INSTRUCTION_SET {
 
 using namespace tavdetail::TAV_INSTRUCTION_SET;
 
-/// A block of kBlockLanes elements in vectors.
+/// A block of elements in vectors: enough of them that their operations overlap, and few enough that the registers of a
+/// program stay in the first-level cache.
 struct Block {
   using Value = Doubles;
-  static constexpr std::uint32_t kWidth = kBlockLanes;
-  static constexpr std::uint32_t kValues = kBlockLanes / kLanes;
+  static constexpr std::uint32_t kValues = 8;
+  static constexpr std::uint32_t kWidth = kValues * kLanes;
 };
 
 /// One element.
@@ -65,13 +66,18 @@ class Machine {
 
   // Loads
 
+  /// Copies a block.
+  static void copy(double* to, const double* from) noexcept { __builtin_memcpy(to, from, kWidth * sizeof(double)); }
+
   void gather(double* to, const double* from, const Indices& indices, const Indices::Entry& entry) const noexcept {
     if (entry.kind == Indices::Kind::Run) {
-      for (std::uint32_t i = 0; i < kWidth; ++i) to[i] = from[entry.at + i];
+      copy(to, from + entry.at);
     } else if (entry.kind == Indices::Kind::Same) {
-      for (std::uint32_t i = 0; i < kWidth; ++i) to[i] = from[entry.at];
+      const double value = from[entry.at];
+      for (std::uint32_t i = 0; i < kWidth; ++i) to[i] = value;
     } else {
       const std::uint32_t* lane = indices.lanes(entry);
+#pragma GCC unroll 8
       for (std::uint32_t i = 0; i < kWidth; ++i) to[i] = from[lane[i]];
     }
   }
@@ -198,21 +204,61 @@ class Machine {
 
   void addTo(double* to, const double* from, const Indices& indices, const Indices::Entry& entry) const noexcept {
     if (entry.kind == Indices::Kind::Run) {
-      for (std::uint32_t i = 0; i < kWidth; ++i) to[entry.at + i] += from[i];
+      addRun(to + entry.at, from);
     } else if (entry.kind == Indices::Kind::Same) {
       double sum = from[0];
       for (std::uint32_t i = 1; i < _live; ++i) sum += from[i];
       to[entry.at] += sum;
     } else {
-      const std::uint32_t* lane = indices.lanes(entry);
-      for (std::uint32_t i = 0; i < _live; ++i) to[lane[i]] += from[i];
+      scatter<true>(to, from, indices.lanes(entry));
     }
+  }
+
+  void storeTo(double* to, const double* from, const Indices& indices, const Indices::Entry& entry) const noexcept {
+    if (entry.kind == Indices::Kind::Run) {
+      storeRun(to + entry.at, from);
+    } else if (entry.kind == Indices::Kind::Same) {
+      to[entry.at] = from[0];
+    } else {
+      scatter<false>(to, from, indices.lanes(entry));
+    }
+  }
+
+  template <bool Adds>
+  void scatter(double* to, const double* from, const std::uint32_t* lane) const noexcept {
+    const auto put = [to](std::uint32_t at, double value) { to[at] = Adds ? to[at] + value : value; };
+    if (_live == kWidth) {
+#pragma GCC unroll 8
+      for (std::uint32_t i = 0; i < kWidth; ++i) put(lane[i], from[i]);
+    } else {
+      for (std::uint32_t i = 0; i < _live; ++i) put(lane[i], from[i]);
+    }
+  }
+
+  void storeRun(double* to, const double* from) const noexcept {
+    if (_live == kWidth) {
+      copy(to, from);
+    } else {
+      for (std::uint32_t i = 0; i < _live; ++i) to[i] = from[i];
+    }
+  }
+
+  void addRun(double* to, const double* from) const noexcept {
+    std::uint32_t i = 0;
+    if constexpr (kWidth > 1) {
+      for (; i + kLanes <= _live; i += kLanes) {
+        store(to + i, tavdetail::TAV_INSTRUCTION_SET::load(to + i) + tavdetail::TAV_INSTRUCTION_SET::load(from + i));
+      }
+    }
+    for (; i < _live; ++i) to[i] += from[i];
   }
 
   void storeRows(std::uint32_t block) noexcept {
     for (const Operand operand : _program.sections[static_cast<int>(Section::Objective)]) {
       const double* from = at(operand);
-      for (std::uint32_t i = 0; i < _live; ++i) _objective += from[i];
+      double sum = _objective;
+      for (std::uint32_t i = 0; i < _live; ++i) sum += from[i];
+      _objective = sum;
     }
     const auto& operands = _program.sections[static_cast<int>(Section::Rows)];
     if (operands.empty()) return;
@@ -221,7 +267,13 @@ class Machine {
     std::size_t next = 0;
     for (std::size_t k = 0; k < outputs; ++k) {
       if (_shape.isObjective[k]) continue;
-      addTo(_task.results[static_cast<int>(Section::Rows)], at(operands[next++]), _shape.rows, entries[k]);
+      double* to = _task.results[static_cast<int>(Section::Rows)];
+      const double* from = at(operands[next++]);
+      if (_shape.isWhole[k]) {
+        storeTo(to, from, _shape.rows, entries[k]);
+      } else {
+        addTo(to, from, _shape.rows, entries[k]);
+      }
     }
   }
 
@@ -241,7 +293,7 @@ class Machine {
     for (std::size_t k = 0; k < operands.size(); ++k) {
       const double* from = at(operands[k]);
       if (entries[k].kind == Indices::Kind::Own) {
-        for (std::uint32_t i = 0; i < _live; ++i) to[entries[k].at + i] = from[i];
+        storeRun(to + entries[k].at, from);
       } else {
         addTo(to, from, indices, entries[k]);
       }
@@ -260,5 +312,7 @@ class Machine {
                                        std::uint32_t first, std::uint32_t end) {
   Machine<Block>(shape, program, task).run(first, end);
 }
+
+static constexpr BlockRunner kBlockRunner{runBlocks, Block::kWidth};
 
 }  // namespace taveval::TAV_INSTRUCTION_SET

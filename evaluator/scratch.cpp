@@ -23,9 +23,7 @@ class Scratch::Point final : public TavAlgorithmI {
 };
 
 Scratch::Scratch(Compiled& compiled)
-    : _compiled(compiled),
-      _point(std::make_unique<Point>(compiled.env(), compiled.columns())),
-      _runBlocks(blockRunner()) {
+    : _compiled(compiled), _point(std::make_unique<Point>(compiled.env(), compiled.columns())) {
   code();
 }
 
@@ -44,12 +42,10 @@ double* Scratch::matrix(std::size_t size) {
 
 namespace {
 
-double linearValue(const Code& code, const Code::RowFacts& row, const double* x) noexcept {
+double linearValue(const TavEvaluator::LinearTerm* term, std::size_t count, double constant, const double* x) noexcept {
   double sum = 0.0;
-  for (std::size_t t = row.firstTerm; t < row.termEnd; ++t) {
-    sum += code.terms[t].coefficient * x[code.terms[t].column];
-  }
-  return row.constant + sum;
+  for (std::size_t t = 0; t < count; ++t) sum += term[t].coefficient * x[term[t].column];
+  return constant + sum;
 }
 
 void startMatrix(const Structure& structure, double* values) noexcept {
@@ -59,9 +55,14 @@ void startMatrix(const Structure& structure, double* values) noexcept {
 }  // namespace
 
 void Scratch::start(const Code& code, const Results& results, const double* x) const {
-  if (results.objective) *results.objective = linearValue(code, code.rows.back(), x);
+  if (results.objective) {
+    const Code::RowFacts& row = code.rows.back();
+    *results.objective = linearValue(code.terms.data() + row.firstTerm, row.termEnd - row.firstTerm, row.constant, x);
+  }
   if (results.rows) {
-    for (std::size_t r = 0; r < code.constraintCount(); ++r) results.rows[r] = linearValue(code, code.rows[r], x);
+    for (const Code::LooseRow& row : code.looseRows) {
+      results.rows[row.row] = linearValue(code.terms.data() + row.firstTerm, row.termCount, row.constant, x);
+    }
   }
   if (results.gradient) std::copy(code.gradientStart.begin(), code.gradientStart.end(), results.gradient);
   if (results.jacobian) startMatrix(code.jacobian, results.jacobian);
@@ -90,7 +91,7 @@ void Scratch::evaluate(const double* x, double sigma, const double* lambda, cons
                   &code.tables};
   const bool isAll = results.objective && results.rows && results.gradient && results.jacobian && results.hessian;
   for (const Shape& shape : code.shapes) {
-    const Runner run = shape.lanes == 1 ? runSingles : _runBlocks;
+    const Runner run = shape.lanes == 1 ? runSingles : code.runner.run;
     if (isAll && !shape.programs[kAll].isEmpty()) {
       run(shape, shape.programs[kAll], task, 0, shape.blockCount());
       continue;

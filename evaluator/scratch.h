@@ -38,7 +38,6 @@ class Scratch {
   AlignedDoubles _registers;
   std::vector<double> _matrix;
   std::unique_ptr<Point> _point;
-  const Runner _runBlocks;
 };
 
 }  // namespace taveval

@@ -1,6 +1,7 @@
 // The cheapest operation of a power network: reads a case, builds the model as expressions, solves it with Ipopt and
 // exact derivatives, and prints the cost.
 
+#include <cmath>
 #include <exception>
 #include <iomanip>
 #include <iostream>
@@ -56,9 +57,9 @@ std::vector<double> valuesOf(const TavEvaluator& evaluator, const std::vector<Ta
 }
 
 void printTable(const Network& network, const std::vector<double>& voltages, const std::vector<double>& angles) {
-  std::cout << "   bus  voltage    angle\n" << std::fixed;
+  std::cout << "   bus  voltage    angle\n";
   for (std::size_t i = 0; i < network.buses.size(); ++i) {
-    const double degrees = angles[i] * 180 / std::numbers::pi;
+    const double degrees = std::round(angles[i] * 180e3 / std::numbers::pi) / 1e3 + 0.0;  // never -0.000
     std::cout << std::setw(6) << network.buses[i].number << std::setw(9) << std::setprecision(4) << voltages[i]
               << std::setw(9) << std::setprecision(3) << degrees << '\n';
   }
@@ -78,12 +79,13 @@ int run(const Arguments& arguments) {
     return 1;
   }
   std::cout << network.buses.size() << " buses, " << network.generators.size() << " generators, "
-            << network.branches.size() << " branches\ncost " << std::setprecision(5) << solution.objective << " $/h\n";
+            << network.branches.size() << " branches\n"
+            << std::fixed << std::setprecision(1) << "cost " << solution.objective << " $/h\n";
   const std::vector<double> angles = valuesOf(evaluator, model.angle, solution.values);
   if (arguments.table) printTable(network, valuesOf(evaluator, model.voltage, solution.values), angles);
   if (arguments.time) {
-    std::cout << std::fixed << std::setprecision(2) << solution.iterations << " iterations, " << solution.seconds
-              << " s, " << 100 * solution.evaluatorSeconds / solution.seconds << " % of it in the evaluator\n";
+    std::cout << std::setprecision(2) << solution.iterations << " iterations, " << solution.seconds << " s, "
+              << 100 * solution.evaluatorSeconds / solution.seconds << " % of it in the evaluator\n";
   }
   if (arguments.picture) {
     drawPicture(graphOf(network, angles, valuesOf(evaluator, model.activeIn, solution.values)), *arguments.picture);

@@ -97,9 +97,9 @@ void TavFlattener::note(const TavNumExprI* root, const std::string& item) {
     }
     const TavKind kind = TavKindOf(frame.node);
     if (kind == TavKind::Variable) continue;
-    if (frame.node != root) {
+    if (frame.node != root || !isLinear(kind)) {
       Use& use = useOf(frame.node);
-      ++use.uses;
+      if (frame.node != root) ++use.uses;
       if (std::exchange(use.seen, true)) continue;
       stack.push_back({frame.node, true});
     }

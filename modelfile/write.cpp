@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "modelfile/formats.h"
+#include "modelfile/nl_names.h"
 
 namespace {
 
@@ -82,7 +83,7 @@ class FileSink final : public TavTextSink {
 void write(const TavFileModel& model, TavFileFormat format, const std::string& file, TavTextSink& out) {
   if (format == TavFileFormat::Mps) return TavWriteMps(model, file, out);
   if (format == TavFileFormat::Lp) return TavWriteLp(model, file, out);
-  throw TavFileError(file, {}, "a format that is not written, expected .mps or .lp");
+  TavWriteNl(model, file, out);
 }
 
 }  // namespace
@@ -98,6 +99,7 @@ void TavWriteModel(const TavFileModel& model, const std::string& path, TavFileFo
   FileSink out(path);
   write(model, format, path == "-" ? "standard output" : path, out);
   out.complete();
+  if (format == TavFileFormat::Nl && path != "-") TavWriteNlNames(model, path);
 }
 
 std::string TavWriteModelText(const TavFileModel& model, TavFileFormat format) {

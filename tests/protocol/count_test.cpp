@@ -55,6 +55,18 @@ TEST_F(Count, AnInterceptorComesBeforeTheRemovalAndTheRemovalBeforePlainDestruct
   EXPECT_EQ(extractor.forgotten, 1);
 }
 
+TEST_F(Count, AnEndedNodeGivesBackWhatItTookButTheArrayOfAnElementOfNumbers) {
+  const TavEnvI* e = env.getImpl();
+  for (const NodeSample& sample : nodeSamples()) {
+    if (!sample.library) continue;
+    const TavInt nodes = e->liveObjectCount(), bytes = env.getImpl()->getMemory()->usedBytes();
+    sample.make(o)->end();
+    EXPECT_EQ(e->liveObjectCount(), nodes) << sample.facts.name;
+    const bool keeps = std::strstr(sample.library, "ArrayIndex") && !std::strstr(sample.library, "Expr");
+    EXPECT_EQ(env.getImpl()->getMemory()->usedBytes() > bytes, keeps) << sample.facts.name;
+  }
+}
+
 TEST_F(Count, AConditionalGivesItsBranchesBackButNotItsCondition) {
   const TavNumExpr condition(leaf(1)), a(leaf(2));
   TavEnvI* e = env.getImpl();

@@ -1,6 +1,7 @@
 #pragma once
 /// What the tests that are made of the pages call; see tests/docs/page.awk.
 
+#include <array>
 #include <charconv>
 
 #include "tests/support/fixture.h"

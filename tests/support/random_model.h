@@ -1,7 +1,7 @@
 #pragma once
-/// An independent model of expressions: plain vectors and strings that follow the written rules of the operators and
-/// nodes. Random programs are run on the library and on this model side by side. What a class prints and evaluates to
-/// stands in its sample; linear sums and operators are modelled here.
+/// An independent model of expressions: immutable values that follow the written rules of the operators and nodes,
+/// without a word on which node is used again. Random programs are run on the library and on this model side by side.
+/// What a class prints and evaluates to stands in its sample; linear sums and operators are modelled here.
 
 #include <cstring>
 #include <map>
@@ -23,78 +23,52 @@ struct Constant {
   TavInt whole = 0;
   bool isInt = false;
 };
-Constant operator+(Constant a, Constant b);
-Constant operator*(Constant a, Constant b);
+
+struct Node;
+using Ref = std::shared_ptr<const Node>;
+using Numbers = std::map<char, std::vector<Constant>>;
 
 /// A node of any class. Variables are nodes without operands.
 struct Node {
-  explicit Node(const NodeSample* its) : sample(its), linear(is("TavNumLinTermI") || is("TavIntLinTermI")) {}
   const NodeSample* sample;
-  bool linear;
-  TavNumExprI* real = nullptr;
-  long refs = 0;
-  bool dead = false;
-  std::vector<Node*> ops;                         // operands, or the parts of a linear node
-  std::vector<std::pair<Node*, double>> terms;    // of a linear node
-  std::map<char, std::vector<Constant>> numbers;  // constants by their letters in the sample's texts
-  double value = 0.0;                             // of a variable
+  std::vector<Ref> ops = {};                       // operands, or the parts of a linear node
+  Numbers numbers = {};                            // constants by their letters in the sample's texts
+  std::vector<std::pair<Ref, double>> terms = {};  // of a linear node
+  TavNumVarI* variable = nullptr;
+  double value = 0.0;  // of a variable
 
   bool is(const char* name) const { return std::strcmp(sample->facts.name, name) == 0; }
-  bool isVar() const { return !sample->library && !linear; }
-  bool isInt() const { return isVar() ? real->isInteger() : sample->isInt; }
+  bool isLinear() const { return is("TavNumLinTermI") || is("TavIntLinTermI"); }
+  bool isInt() const { return variable ? variable->isInteger() : sample->isInt; }
   /// The one number of a linear node or of a node of operand and constant.
   Constant& constant() { return numbers.begin()->second.front(); }
   const Constant& constant() const { return numbers.begin()->second.front(); }
 };
 
-const NodeSample* sampleOf(const char* name);
-
 /// The library's object for a variable: the program's own or its clone.
-using VariableOf = std::function<TavNumVarI*(const Node*)>;
+using VariableOf = std::function<TavNumVarI*(const Node&)>;
 
-double eval(const Node* n);
-bool isInteger(const Node* n, const VariableOf& variable);
-std::string text(const Node* n, bool library, const VariableOf& variable);
-std::vector<const Node*> children(const Node* n);
-/// The bytes that the library takes for the node and what it owns.
-TavInt bytesOf(const Node* n);
+double eval(const Ref& n);
+bool isInteger(const Ref& n, const VariableOf& variable);
+std::string text(const Ref& n, bool library, const VariableOf& variable);
+/// What a visit shows.
+std::vector<Ref> children(const Ref& n);
 /// The number of nodes in the tree, shared ones counted each time, up to `limit`.
-long weight(const Node* n, long limit);
+long weight(const Ref& n, long limit);
 
-/// The nodes of one environment and the rules by which operators make, change and destroy them.
-class World {
- public:
-  Node* make(const NodeSample* sample, std::vector<Node*> ops, std::map<char, std::vector<Constant>> numbers = {});
-  void release(Node* n);
-
-  Node* copy(const Node* n);
-  Node* toNumeric(Node* n);  // what a TavExpr makes of its operand
-  Node* sum(Node* a, Node* b, bool isInt);
-  Node* difference(Node* a, Node* b, bool isInt);
-  Node* sumTerm(Node* a, Node* var, double coef, bool isInt, bool termFirst);
-  Node* plus(Node* e, Constant k);
-  Node* times(Node* e, Constant k);
-  Node* over(Node* e, double d);
-  Node* product(Node* a, Node* b);
-  /// Multiplies or divides a private linear node.
-  void scale(Node* linear, Constant k, bool divided);
-  long normalize(Node* linear);
-  /// Adds to a private numeric linear node as TavExpr's += and -= do.
-  void addInPlace(Node* into, Node* operand, bool negated);
-  double setCoef(Node* linear, Node* var, double coef);
-  void clear(Node* linear);
-
-  const std::vector<std::unique_ptr<Node>>& all() const { return _nodes; }
-
- private:
-  Node* linear(Constant constant) { return make(constant.isInt ? _intLinear : _numLinear, {}, {{'c', {constant}}}); }
-  Node* draft(Node* n, bool isInt, bool shared = false);
-  void append(Node* linear, Node* summand);
-  void merge(Node* into, Node* from);
-
-  const NodeSample* _numLinear = sampleOf("TavNumLinTermI");
-  const NodeSample* _intLinear = sampleOf("TavIntLinTermI");
-  std::vector<std::unique_ptr<Node>> _nodes;
-};
+Ref make(const char* name, std::vector<Ref> ops, Numbers numbers);
+/// The operand as a linear node, which may be changed.
+Node linear(const Ref& n, bool isInt);
+Ref sum(const Ref& a, const Ref& b, bool isInt);
+Ref difference(const Ref& a, const Ref& b, bool isInt);
+Ref withTerm(const Ref& e, const Ref& var, double coef, bool isInt, bool termFirst);
+Ref plus(const Ref& e, Constant k);
+Ref times(const Ref& e, Constant k);
+Ref over(const Ref& e, double d);
+Ref product(const Ref& a, const Ref& b);
+/// The number of merged terms.
+long normalize(Node& linear);
+/// The coefficient before.
+double setCoef(Node& linear, const Ref& var, double coef);
 
 }  // namespace model

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <optional>
 #include <sstream>
+#include <variant>
 
 #include "tests/support/random_model.h"
 
@@ -12,6 +13,7 @@ namespace {
 
 using model::Constant;
 using model::Node;
+using model::Ref;
 
 /// What a program found to differ.
 struct Difference {
@@ -36,10 +38,19 @@ bool sameValue(double a, double b) {
   return (a != a && b != b) || std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
 }
 
-TavNumExprArg num(const Node* n) { return TavNumExprArg(n->real); }
-TavIntExprArg whole(const Node* n) { return TavIntExprArg(static_cast<TavIntExprI*>(n->real)); }
-TavNumVar numVar(const Node* n) { return TavNumVar(static_cast<TavNumVarI*>(n->real)); }
-TavIntVar intVar(const Node* n) { return TavIntVar(static_cast<TavNumVarI*>(n->real)); }
+TavNumVarI* ownVariable(const Node& var) { return var.variable; }
+
+void require(bool holds, const std::string& what, const Ref& node = nullptr) {
+  if (!holds) throw Difference{what + (node ? " of " + model::text(node, true, ownVariable) : "")};
+}
+
+/// A node of the library and its model.
+struct Expr {
+  Ref model;
+  TavNumExprI* real;
+};
+TavNumExprArg num(const Expr& e) { return TavNumExprArg(e.real); }
+TavIntExprArg whole(const Expr& e) { return TavIntExprArg(static_cast<TavIntExprI*>(e.real)); }
 
 class Program {
  public:
@@ -56,25 +67,22 @@ class Program {
     makeVariables();
     const int statements = 4 + pick(10);
     for (int i = 0; i < statements; ++i) {
-      if (_shortage && i == statements / 2) becomeShort();
+      if (_shortage && i == statements / 2) _shortage->exhaust(_env.getImpl());
       statement();
-      checkBalance();
     }
-    for (const Handle& handle : _handles) check(handle.node);
+    for (const Handle& handle : _handles) check(handle.expr());
     checkClone();
-    checkBalance();
     while (!_handles.empty()) dropHandle(_handles.size() - 1);
-    checkBalance();
   }
 
  private:
-  /// A counted handle: a TavExpr ('l'), a TavIntExpr ('i') or a TavNumExpr ('n').
+  /// A counted handle and the model of its expression.
   struct Handle {
-    char kind;
-    TavNumExpr num;
-    TavExpr linear;
-    TavIntExpr integer;
-    Node* node;
+    std::variant<TavNumExpr, TavExpr, TavIntExpr> handle;
+    Ref model;
+    Expr expr() const {
+      return {model, std::visit([](const auto& h) { return TavImplCast<TavNumExprI>(h.getImpl()); }, handle)};
+    }
   };
 
   int pick(int n) { return _choices.pick(n); }
@@ -82,30 +90,37 @@ class Program {
   T& oneOf(std::vector<T>& from) {
     return from[static_cast<std::size_t>(pick(static_cast<int>(from.size())))];
   }
+
   /// What the library makes, and the same by the model.
   struct Operation {
     std::function<TavNumExprArg()> real;
-    std::function<Node*()> model;
+    std::function<Ref()> model;
   };
-  /// Runs one of the operations; `begun` is told between what the library and what the model does.
-  Node* run(
-      std::initializer_list<Operation> operations, const std::function<void()>& begun = [] {}) {
-    const Operation& operation = operations.begin()[pick(static_cast<int>(operations.size()))];
+  /// Runs one of the operations, to which the operands belong.
+  Expr run(const std::vector<Expr>& operands, std::vector<Operation> operations) {
+    const Operation& operation = oneOf(operations);
     TavNumExprArg made;
-    attempt([&] { made = operation.real(); });
-    begun();
-    return bind(operation.model(), made);
+    attempt(operands, [&] { made = operation.real(); });
+    return bind(operation.model(), made.getImpl());
   }
   /// A call of the library. One that fails for want of memory has changed nothing and is made again.
-  void attempt(const std::function<void()>& call) {
-    for (_before = balance(); _shortage ? _shortage->refuses(call) : (call(), false);) {
+  void attempt(const std::vector<Expr>& operands, const std::function<void()>& call) {
+    if (!_shortage) return call();
+    std::vector<std::pair<Expr, TavInt>> watched;
+    for (const Expr& e : operands) watched.emplace_back(e, e.real->getRefCount());
+    for (const Handle& handle : _handles) watched.emplace_back(handle.expr(), handle.expr().real->getRefCount());
+    for (_before = balance(); _shortage->refuses(call);) {
       require(balance() == _before, "a failed call has left something");
-      for (const auto& node : _world.all()) {
-        if (node->dead) continue;
-        checkCount(node.get());
-        if (node->real && !node->isVar() && model::weight(node.get(), 60) <= 60) check(node.get());
+      for (const auto& [e, count] : watched) {
+        require(e.real->getRefCount() == count, "count", e.model);
+        if (model::weight(e.model, 60) <= 60) check(e);
       }
     }
+  }
+  /// Objects, cells and bytes.
+  std::array<TavInt, 3> balance() const {
+    TavEnvI* env = _env.getImpl();
+    return {env->liveObjectCount(), env->liveTermCount(), env->getMemory()->usedBytes()};
   }
   /// A term that an operation takes; when the operation fails it stays as it is for the next attempt.
   template <class Term>
@@ -123,6 +138,7 @@ class Program {
     require(sameValue(loose.term->getCoef(), loose.coef), "a failed call has changed a term");
     return *loose.term;
   }
+
   double constant() {
     constexpr double kInf = std::numeric_limits<double>::infinity();
     static const double kSome[] = {0.0, -0.0, 1.0, -1.0, 2.0, 0.5, -2.5, 3.0, 1e9, 0.1, 1e-3, kInf, std::nan("")};
@@ -132,26 +148,18 @@ class Program {
   TavInt smallInteger() { return pick(11) - 5; }
   TavInt integerConstant() { return pick(8) == 0 ? std::numeric_limits<TavInt>::max() - pick(3) : smallInteger(); }
 
-  static void require(bool holds, const std::string& what, const Node* node = nullptr) {
-    if (!holds) throw Difference{what + (node ? " of " + model::text(node, true, ownVariable) : "")};
-  }
-
-  static void same(double answer, double wanted) { require(sameValue(answer, wanted), "what an edit answers"); }
-
-  /// Ties a model node to the library's; an in-place result must be the very node.
-  Node* bind(Node* node, TavNumExprArg real) {
-    require(!node->real || node->real == real.getImpl(), "another node than the one that was to be changed in place");
-    node->real = real.getImpl();
-    require(node->is(node->real->getRttiTypeName()), "class", node);
-    return node;
+  Expr bind(Ref node, TavNumExprI* real) {
+    require(node->is(real->getRttiTypeName()), "class", node);
+    return {std::move(node), real};
   }
 
   void makeVariables() {
     const auto add = [this](TavNumVar var, const char* cls) {
-      _vars.push_back(_world.make(model::sampleOf(cls), {}));
-      _vars.back()->real = var.getImpl();
-      _vars.back()->value = var.isInteger() && pick(3) > 0 ? static_cast<double>(pick(9) - 4) : constant();
-      _valuation.values[var.getImpl()] = _vars.back()->value;
+      Node node = *model::make(cls, {}, {});
+      node.variable = var.getImpl();
+      node.value = var.isInteger() && pick(3) > 0 ? static_cast<double>(pick(9) - 4) : constant();
+      _valuation.values[var.getImpl()] = node.value;
+      _vars.push_back({std::make_shared<Node>(node), var.getImpl()});
     };
     add(TavNumVar(_env, -1.0, 8.5, "x"), "TavNumVarI");
     add(TavNumVar(_env), "TavNumVarI");
@@ -159,84 +167,90 @@ class Program {
     add(TavIntVar(_env, -4, 4, "i"), "TavNumVarI");
     add(TavIntVar(_env, 0, 7), "TavNumVarI");
     add(TavBoolVar(_env, "b"), "TavNumVarI");
-    _base[2] = balance()[2];
   }
-  Node* anyVar() { return oneOf(_vars); }
-  Node* anyIntVar() { return _vars[static_cast<std::size_t>(3 + pick(3))]; }
+  const Expr& anyVar(bool wantInt) { return wantInt ? _vars[static_cast<std::size_t>(3 + pick(3))] : oneOf(_vars); }
 
-  Node* leaf(bool wantInt) {
+  Expr leaf(bool wantInt) {
     for (int tries = 0; tries < 3 && !_handles.empty(); ++tries) {
-      Node* node = oneOf(_handles).node;
-      if ((node->isInt() || !wantInt) && model::weight(node, 60) <= 60) return node;
+      const Expr e = oneOf(_handles).expr();
+      if ((e.model->isInt() || !wantInt) && model::weight(e.model, 60) <= 60) return e;
     }
-    return wantInt ? anyIntVar() : anyVar();
+    return anyVar(wantInt);
   }
 
-  Node* expression(int depth, bool wantInt) {
+  Expr expression(int depth, bool wantInt) {
     if (depth <= 0 || pick(5) == 0) return leaf(wantInt);
     wantInt = wantInt || pick(3) == 0;
     if (pick(2) == 0) return sample(depth, wantInt);
-    return wantInt ? integerOperation(depth) : numericOperation(depth);
+    return wantInt ? operation<TavIntExprArg, TavIntVar, TavInt>(depth)
+                   : operation<TavNumExprArg, TavNumVar, double>(depth);
   }
 
-  /// Two operands, now and then the same one twice. What a maker does not use stays as a temporary.
-  std::pair<Node*, Node*> operands(int depth, bool wantInt) {
-    Node* a = expression(depth - 1, wantInt);
-    return {a, pick(6) == 0 ? a : expression(depth - 1, wantInt)};
-  }
-
-  Node* numericOperation(int depth) {
-    const auto pair = operands(depth, false);
-    Node *a = pair.first, *b = pair.second, *v = anyVar(), *w = anyIntVar();
+  /// An operator on two operands, now and then the same one twice; numeric and integer alike. What it does not use
+  /// stays as a temporary.
+  template <class Arg, class Var, class Number>
+  Expr operation(int depth) {
+    constexpr bool kInt = std::is_same_v<Number, TavInt>;
+    const Expr a = expression(depth - 1, kInt), b = pick(6) == 0 ? a : expression(depth - 1, kInt);
+    const Expr v = anyVar(kInt), w = anyVar(true);
     const double d = constant();
-    const TavInt k = integerConstant();
-    const auto kd = static_cast<double>(k);
-    const TavNumVar x = numVar(v);
-    const TavIntVar i = intVar(w);
-    model::World& m = _world;
-    Loose<TavNumLinExprTerm> xTerm;
+    const TavInt small = smallInteger(), any = integerConstant();
+    const Number k = kInt ? static_cast<Number>(any) : static_cast<Number>(d),
+                 c = kInt ? static_cast<Number>(small) : k;
+    const Number minusK = static_cast<Number>(kInt ? static_cast<Number>(TavWrapNegate(any)) : -k);
+    const auto coef = static_cast<double>(c), intCoef = static_cast<double>(any);
+    const Var x(static_cast<TavNumVarI*>(v.real));
+    const TavIntVar i(static_cast<TavNumVarI*>(w.real));
+    const Arg p = operand<Arg>(a), q = operand<Arg>(b);
+    const Ref &m = a.model, &n = b.model;
+    const Number minusOne = -1;
+    Loose<decltype(x * c)> xTerm;
     Loose<TavIntLinExprTerm> iTerm;
-    const auto dx = [&] { return take(xTerm, [&] { return x * d; }); };
-    const auto ki = [&] { return take(iTerm, [&] { return i * k; }); };
-    return run({{[&] { return num(a) + num(b); }, [&] { return m.sum(a, b, false); }},
-                {[&] { return num(a) + num(b); }, [&] { return m.sum(a, b, false); }},
-                {[&] { return num(a) - num(b); }, [&] { return m.difference(a, b, false); }},
-                {[&] { return num(a) + d; }, [&] { return m.plus(a, d); }},
-                {[&] { return d - num(a); }, [&] { return m.plus(m.times(a, -1.0), d); }},
-                {[&] { return -num(a); }, [&] { return m.times(a, -1.0); }},
-                {[&] { return ki() + dx(); }, [&] { return m.sumTerm(m.times(w, kd), v, d, false, false); }},
-                {[&] { return dx() - ki(); }, [&] { return m.sumTerm(m.times(v, d), w, -kd, false, false); }},
-                {[&] { return dx() + k; }, [&] { return m.plus(m.times(v, d), kd); }},
-                {[&] { return num(a) + dx(); }, [&] { return m.sumTerm(a, v, d, false, false); }},
-                {[&] { return num(a) - ki(); }, [&] { return m.sumTerm(a, w, -kd, false, false); }},
-                {[&] { return dx() + num(a); }, [&] { return m.sumTerm(a, v, d, false, true); }},
-                {[&] { return ki() - num(a); }, [&] { return m.sumTerm(m.times(a, -1.0), w, kd, false, true); }},
-                {[&] { return num(a) * num(b); }, [&] { return m.product(a, b); }},
-                {[&] { return d * num(a); }, [&] { return m.times(a, d); }},
-                {[&] { return num(a) / d; }, [&] { return m.over(a, d); }}});
+    const auto cx = [&] { return take(xTerm, [&] { return x * c; }); };
+    std::vector<Operation> operations = {
+        {[&] { return p + q; }, [&] { return model::sum(m, n, kInt); }},
+        {[&] { return p + q; }, [&] { return model::sum(m, n, kInt); }},
+        {[&] { return p - q; }, [&] { return model::difference(m, n, kInt); }},
+        {[&] { return p + k; }, [&] { return model::plus(m, k); }},
+        {[&] { return p - k; }, [&] { return model::plus(m, minusK); }},
+        {[&] { return k - p; }, [&] { return model::plus(model::times(m, minusOne), k); }},
+        {[&] { return -p; }, [&] { return model::times(m, minusOne); }},
+        {[&] { return k * p; }, [&] { return model::times(m, k); }},
+        {[&] { return cx() + k; }, [&] { return termPlus(v.model, c, k); }},
+        {[&] { return p + cx(); }, [&] { return model::withTerm(m, v.model, coef, kInt, false); }},
+        {[&] { return p - cx(); }, [&] { return model::withTerm(m, v.model, -coef, kInt, false); }},
+        {[&] { return cx() + p; }, [&] { return model::withTerm(m, v.model, coef, kInt, true); }},
+        {[&] { return cx() - p; },
+         [&] { return model::withTerm(model::times(m, minusOne), v.model, coef, kInt, true); }}};
+    if constexpr (!kInt) {
+      const auto ki = [&] { return take(iTerm, [&] { return i * any; }); };
+      const std::vector<Operation> numeric = {
+          {[&, ki] { return ki() + cx(); },
+           [&] { return model::withTerm(model::times(w.model, intCoef), v.model, d, false, false); }},
+          {[&, ki] { return cx() - ki(); },
+           [&] { return model::withTerm(model::times(v.model, d), w.model, -intCoef, false, false); }},
+          {[&, ki] { return p - ki(); }, [&] { return model::withTerm(m, w.model, -intCoef, false, false); }},
+          {[&, ki] { return ki() - p; },
+           [&] { return model::withTerm(model::times(m, -1.0), w.model, intCoef, false, true); }},
+          {[&] { return p * q; }, [&] { return model::product(m, n); }},
+          {[&] { return p / d; }, [&] { return model::over(m, d); }}};
+      operations.insert(operations.end(), numeric.begin(), numeric.end());
+      return run({a, b}, operations);
+    }
+    return run({a, b}, operations);
   }
-
-  Node* integerOperation(int depth) {
-    const auto pair = operands(depth, true);
-    Node *a = pair.first, *b = pair.second, *w = anyIntVar();
-    const TavInt k = integerConstant(), c = smallInteger();
-    const auto cd = static_cast<double>(c);
-    const TavIntVar i = intVar(w);
-    model::World& m = _world;
-    Loose<TavIntLinExprTerm> term;
-    const auto ci = [&] { return take(term, [&] { return c * i; }); };
-    return run({{[&] { return whole(a) + whole(b); }, [&] { return m.sum(a, b, true); }},
-                {[&] { return whole(a) + whole(b); }, [&] { return m.sum(a, b, true); }},
-                {[&] { return whole(a) - whole(b); }, [&] { return m.difference(a, b, true); }},
-                {[&] { return whole(a) + k; }, [&] { return m.plus(a, k); }},
-                {[&] { return whole(a) - k; }, [&] { return m.plus(a, TavWrapNegate(k)); }},
-                {[&] { return k - whole(a); }, [&] { return m.plus(m.times(a, TavInt{-1}), k); }},
-                {[&] { return -whole(a); }, [&] { return m.times(a, TavInt{-1}); }},
-                {[&] { return ci() + 2; }, [&] { return m.plus(m.times(w, c), TavInt{2}); }},
-                {[&] { return whole(a) - ci(); }, [&] { return m.sumTerm(a, w, -cd, true, false); }},
-                {[&] { return ci() + whole(a); }, [&] { return m.sumTerm(a, w, cd, true, true); }},
-                {[&] { return ci() - whole(a); }, [&] { return m.sumTerm(m.times(a, TavInt{-1}), w, cd, true, true); }},
-                {[&] { return k * whole(a); }, [&] { return m.times(a, k); }}});
+  static Ref termPlus(const Ref& var, Constant coef, Constant k) {
+    Node sum = *model::times(var, coef);
+    sum.constant() = k;
+    return std::make_shared<Node>(sum);
+  }
+  template <class Arg>
+  static Arg operand(const Expr& e) {
+    if constexpr (std::is_same_v<Arg, TavIntExprArg>) {
+      return whole(e);
+    } else {
+      return num(e);
+    }
   }
 
   /// The samples that a program composes directly.
@@ -249,12 +263,12 @@ class Program {
   }
 
   /// A node of some class, with the operands that its text names.
-  Node* sample(int depth, bool wantInt) {
+  Expr sample(int depth, bool wantInt) {
     static std::vector<const NodeSample*> kSamples[] = {composable(false), composable(true)};
     const NodeSample* chosen = oneOf(kSamples[wantInt]);
     Operands o(_env);
-    std::vector<Node*> ops;
-    std::map<char, std::vector<Constant>> numbers;
+    std::vector<Expr> ops;
+    model::Numbers numbers;
     const auto operand = [&](bool isInt) {
       ops.push_back(!ops.empty() && pick(6) == 0 ? ops.back() : expression(depth - 1, isInt));
       return ops.back();
@@ -284,9 +298,11 @@ class Program {
       }
     }
     TavExtractableI* made = nullptr;
-    attempt([&] { made = chosen->make(o); });
+    attempt(ops, [&] { made = chosen->make(o); });
     o.X.end(), o.I.end(), o.C.end(), o.D.end(), o.K.end();
-    return bind(_world.make(chosen, ops, numbers), TavNumExprArg(static_cast<TavNumExprI*>(made)));
+    std::vector<Ref> refs;
+    for (const Expr& op : ops) refs.push_back(op.model);
+    return bind(std::make_shared<Node>(Node{chosen, refs, numbers}), static_cast<TavNumExprI*>(made));
   }
 
   void statement() {
@@ -296,115 +312,102 @@ class Program {
     dropHandle(static_cast<std::size_t>(pick(static_cast<int>(_handles.size()))));
   }
 
-  void keep(Node* node) {
-    check(node);
-    if (model::weight(node, 300) > 300) return;
+  void keep(const Expr& e) {
+    check(e);
+    if (model::weight(e.model, 300) > 300) return;
     const int kind = pick(3);
-    Handle handle{'n', {}, {}, {}, node};
     if (kind == 0) {
-      handle.kind = 'l';
-      attempt([&] { handle.linear = TavExpr(num(node)); });
-      handle.node = bind(_world.toNumeric(node), handle.linear);
-    } else if (kind == 1 && node->isInt()) {
-      handle.kind = 'i';
-      handle.integer = TavIntExpr(whole(node));
+      TavExpr handle;
+      attempt({e}, [&] { handle = TavExpr(num(e)); });
+      const Ref linear = std::make_shared<Node>(model::linear(e.model, false));
+      _handles.push_back({handle, bind(linear, TavImplCast<TavNumExprI>(handle.getImpl())).model});
+    } else if (kind == 1 && e.model->isInt()) {
+      _handles.push_back({TavIntExpr(whole(e)), e.model});
     } else {
-      handle.num = TavNumExpr(num(node));
+      _handles.push_back({TavNumExpr(num(e)), e.model});
     }
-    ++handle.node->refs;
-    _handles.push_back(handle);
   }
 
   void dropHandle(std::size_t i) {
-    Handle handle = _handles[i];
+    std::visit([](auto& handle) { handle.end(); }, _handles[i].handle);
     _handles.erase(_handles.begin() + static_cast<std::ptrdiff_t>(i));
-    _world.release(handle.node);
-    if (handle.kind == 'l') handle.linear.end();
-    if (handle.kind == 'i') handle.integer.end();
-    if (handle.kind == 'n') handle.num.end();
   }
 
   void edit(Handle& handle) {
-    if (model::weight(handle.node, 200) > 200) return;
-    if (handle.kind == 'l') {
-      editLinear(handle);
-    } else {
-      Node* operand = expression(2, handle.kind == 'i');
-      handle.node = handle.kind == 'i' ? editInteger(handle.integer, handle.node, operand)
-                                       : editNumeric(handle.num, handle.node, operand);
-      ++handle.node->refs;
-    }
-    check(handle.node);
+    if (model::weight(handle.model, 200) > 200) return;
+    const Expr operand = expression(2, std::holds_alternative<TavIntExpr>(handle.handle));
+    handle.model = std::visit([&](auto& h) { return editing(h, handle.model, operand); }, handle.handle);
+    check(handle.expr());
   }
 
-  Node* editInteger(TavIntExpr& h, Node* old, Node* e) {
-    const TavInt k = integerConstant();
-    model::World& m = _world;
-    return run({{[&] { return h += whole(e); }, [&] { return m.sum(old, e, true); }},
-                {[&] { return h -= whole(e); }, [&] { return m.difference(old, e, true); }},
-                {[&] { return h += k; }, [&] { return m.plus(old, k); }},
-                {[&] { return h -= k; }, [&] { return m.plus(old, TavWrapNegate(k)); }},
-                {[&] { return h *= k; }, [&] { return m.times(old, k); }}},
-               [old] { --old->refs; });
-  }
-
-  Node* editNumeric(TavNumExpr& h, Node* old, Node* e) {
+  /// An integer or a numeric handle: each compound assignment is its operator.
+  template <class H>
+  Ref editing(H& h, const Ref& old, const Expr& e) {
+    constexpr bool kInt = std::is_same_v<H, TavIntExpr>;
+    using Number = std::conditional_t<kInt, TavInt, double>;
+    using Arg = std::conditional_t<kInt, TavIntExprArg, TavNumExprArg>;
     const double d = constant();
-    model::World& m = _world;
-    return run({{[&] { return h += num(e); }, [&] { return m.sum(old, e, false); }},
-                {[&] { return h -= num(e); }, [&] { return m.difference(old, e, false); }},
-                {[&] { return h += d; }, [&] { return m.plus(old, d); }},
-                {[&] { return h -= d; }, [&] { return m.plus(old, -d); }},
-                {[&] { return h *= d; }, [&] { return m.times(old, d); }},
-                {[&] { return h /= d; }, [&] { return m.over(old, d); }}},
-               [old] { --old->refs; });
+    const TavInt any = integerConstant();
+    const Number k = kInt ? static_cast<Number>(any) : static_cast<Number>(d);
+    const Number minusK = kInt ? static_cast<Number>(TavWrapNegate(any)) : static_cast<Number>(-d);
+    const Arg arg = operand<Arg>(e);
+    std::vector<Operation> operations = {
+        {[&] { return h += arg; }, [&] { return model::sum(old, e.model, kInt); }},
+        {[&] { return h -= arg; }, [&] { return model::difference(old, e.model, kInt); }},
+        {[&] { return h += k; }, [&] { return model::plus(old, k); }},
+        {[&] { return h -= k; }, [&] { return model::plus(old, minusK); }},
+        {[&] { return h *= k; }, [&] { return model::times(old, k); }}};
+    if constexpr (!kInt) operations.push_back({[&] { return h /= k; }, [&] { return model::over(old, k); }});
+    return run({e}, operations).model;
   }
 
-  void editLinear(Handle& handle) {
+  Ref editing(TavExpr& e, const Ref& old, const Expr& operand) {
     const double d = constant();
     const TavInt k = smallInteger();
-    Node *v = anyVar(), *w = anyIntVar();
-    const TavNumVar x = numVar(v);
-    const TavIntVar i = intVar(w);
-    TavExpr& e = handle.linear;
-    Node *operand = expression(2, false), *n = handle.node;
-    const auto constant = [&](double value) { return n->constant() = value, n; };
-    const auto term = [&](Node* var, double coef) { return n->terms.emplace_back(var, coef), n; };
-    const auto plus = [&] { return _world.addInPlace(n, operand, false), n; };
-    const auto minus = [&] { return _world.addInPlace(n, operand, true), n; };
+    const Expr v = anyVar(false), w = anyVar(true);
+    const TavNumVar x(static_cast<TavNumVarI*>(v.real));
+    const TavIntVar i(static_cast<TavNumVarI*>(w.real));
+    const auto plus = [&] { return model::sum(old, operand.model, false); };
+    const auto minus = [&] {
+      return operand.model->variable ? model::withTerm(old, operand.model, -1.0, false, false)
+                                     : model::difference(old, operand.model, false);
+    };
+    const auto term = [&](const Expr& var, double coef) { return model::withTerm(old, var.model, coef, false, false); };
+    const auto changed = [&](const std::function<void(Node&)>& change) {
+      Node n = *old;
+      change(n);
+      return std::make_shared<Node>(n);
+    };
+    const auto same = [](double answer, double wanted) { require(sameValue(answer, wanted), "what an edit answers"); };
     Loose<TavNumLinExprTerm> xTerm;
     Loose<TavIntLinExprTerm> iTerm;
     const auto dx = [&] { return take(xTerm, [&] { return x * d; }); };
     const auto ki = [&] { return take(iTerm, [&] { return i * k; }); };
     bool none = false;
-    double old = 0.0;
-    const auto copyOnWrite = [&] {
-      if (n->refs <= 1) return;
-      --n->refs;
-      handle.node = n = _world.copy(n);
-      ++n->refs;
-    };
-    run({{[&] { return e += num(operand); }, plus},
-         {[&] { return e -= num(operand); }, minus},
-         {[&] { return e += num(operand); }, plus},
-         {[&] { return e -= num(operand); }, minus},
-         {[&] { return e += d; }, [&] { return constant(n->constant().value + d); }},
-         {[&] { return e -= d; }, [&] { return constant(n->constant().value - d); }},
-         {[&] { return e += x; }, [&] { return term(v, 1.0); }},
-         {[&] { return e -= i; }, [&] { return term(w, -1.0); }},
-         {[&] { return e += dx(); }, [&] { return term(v, d); }},
-         {[&] { return e -= ki(); }, [&] { return term(w, -static_cast<double>(k)); }},
-         {[&] { return e *= d; }, [&] { return _world.scale(n, d, false), n; }},
-         {[&] { return e /= d; }, [&] { return _world.scale(n, d, true), n; }},
-         {[&] { return none = e.normalize(), e; }, [&] { return same(none, _world.normalize(n) == 0), n; }},
-         {[&] { return old = e.setLinearCoef(x, d), e; }, [&] { return same(old, _world.setCoef(n, v, d)), n; }},
-         {[&] { return e.clear(), e.setNumConstant(d), e; }, [&] { return _world.clear(n), constant(d); }}},
-        copyOnWrite);
+    double before = 0.0;
+    return run({operand},
+               {{[&] { return e += num(operand); }, plus},
+                {[&] { return e -= num(operand); }, minus},
+                {[&] { return e += num(operand); }, plus},
+                {[&] { return e -= num(operand); }, minus},
+                {[&] { return e += d; }, [&] { return model::plus(old, d); }},
+                {[&] { return e -= d; }, [&] { return model::plus(old, -d); }},
+                {[&] { return e += x; }, [&] { return term(v, 1.0); }},
+                {[&] { return e -= i; }, [&] { return term(w, -1.0); }},
+                {[&] { return e += dx(); }, [&] { return term(v, d); }},
+                {[&] { return e -= ki(); }, [&] { return term(w, -static_cast<double>(k)); }},
+                {[&] { return e *= d; }, [&] { return model::times(old, d); }},
+                {[&] { return e /= d; }, [&] { return model::over(old, d); }},
+                {[&] { return none = e.normalize(), e; },
+                 [&] { return changed([&](Node& n) { same(none, model::normalize(n) == 0); }); }},
+                {[&] { return before = e.setLinearCoef(x, d), e; },
+                 [&] { return changed([&](Node& n) { same(before, model::setCoef(n, v.model, d)); }); }},
+                {[&] { return e.clear(), e.setNumConstant(d), e; },
+                 [&] { return changed([&](Node& n) { n.ops.clear(), n.terms.clear(), n.constant() = d; }); }}})
+        .model;
   }
 
-  static TavNumVarI* ownVariable(const Node* var) { return static_cast<TavNumVarI*>(var->real); }
-
-  void checkAgainst(const Node* node, TavNumExprI* real, Valuation& valuation, const model::VariableOf& variable) {
+  void checkAgainst(const Ref& node, TavNumExprI* real, Valuation& valuation, const model::VariableOf& variable) {
     for (const bool library : {true, false}) {
       real->getEnv()->librarySyntaxDisplay = library;
       std::ostringstream os;
@@ -421,86 +424,37 @@ class Program {
     }
   }
 
-  void check(const Node* node) {
-    checkAgainst(node, node->real, _valuation, ownVariable);
-    const std::vector<TavExtractableI*> seen = childrenOf(node->real);
-    std::vector<TavExtractableI*> wanted;
-    for (const Node* child : model::children(node)) wanted.push_back(child->real);
-    for (std::size_t at = 0; at < wanted.size() && at < seen.size(); ++at) {
-      if (!wanted[at]) wanted[at] = seen[at];  // a product that the library made inside
-    }
-    require(wanted == seen, "order of the sub-objects", node);
-  }
-
-  /// From now on nearly every call needs memory of the system, which is short.
-  void becomeShort() {
-    TavEnvI* env = _env.getImpl();
-    const Balance before = balance();
-    _shortage->exhaust(env);
-    const Balance after = balance();
-    for (std::size_t i = 0; i < after.size(); ++i) _base[i] += after[i] - before[i];
-  }
-
-  /// Objects, cells and bytes.
-  using Balance = std::array<TavInt, 3>;
-  Balance balance() const {
-    TavEnvI* env = _env.getImpl();
-    return {env->liveObjectCount(), env->liveTermCount(), env->getMemory()->usedBytes()};
-  }
-
-  static void checkCount(const Node* node) {
-    require(!node->real || node->refs == node->real->getRefCount(), "count", node);
-  }
-
-  void checkBalance() {
-    auto [nodes, terms, bytes] = _base;
-    for (const auto& node : _world.all()) {
-      if (node->dead) {
-        // The copy of a constant array stays with the environment.
-        const bool keeps = node->is("TavNumArrayElementI") || node->is("TavIntArrayElementI");
-        if (keeps) bytes += model::bytesOf(node.get()) - node->sample->facts.size;
-        continue;
-      }
-      ++nodes;
-      terms += static_cast<TavInt>(node->terms.size());
-      checkCount(node.get());
-      bytes += model::bytesOf(node.get());
-    }
-#ifdef TAV_PLAIN_ALLOC
-    bytes += static_cast<TavInt>(sizeof(TavNumLinExprTermI)) * (terms - _base[1]);  // no cell pool of their own there
-#endif
-    const Balance wanted{nodes, terms, bytes}, got = balance();
-    for (std::size_t i = 0; i < got.size(); ++i) {
-      require(wanted[i] == got[i], "balance: " + std::to_string(wanted[i]) + " wanted, " + std::to_string(got[i]) +
-                                       (i == 0   ? " objects there"
-                                        : i == 1 ? " cells there"
-                                                 : " bytes there"));
+  void check(const Expr& e) {
+    checkAgainst(e.model, e.real, _valuation, ownVariable);
+    const std::vector<TavExtractableI*> seen = childrenOf(e.real);
+    const std::vector<Ref> wanted = model::children(e.model);
+    require(wanted.size() == seen.size(), "number of the sub-objects", e.model);
+    for (std::size_t at = 0; at < seen.size(); ++at) {
+      require(wanted[at]->variable ? wanted[at]->variable == seen[at] : wanted[at]->is(seen[at]->getRttiTypeName()),
+              "order of the sub-objects", e.model);
     }
   }
 
   void checkClone() {
     if (_handles.empty()) return;
-    const Node* node = oneOf(_handles).node;
+    const Expr e = oneOf(_handles).expr();
     TavClonePass pass(_env.getImpl(), _target.getImpl());
-    auto* clone = static_cast<TavNumExprI*>(pass.clone(node->real));
-    const auto variable = [this](const Node* var) {
-      return static_cast<TavNumVarI*>(_target.getImpl()->getClone(var->real));
+    auto* clone = static_cast<TavNumExprI*>(pass.clone(e.real));
+    const auto variable = [this](const Node& var) {
+      return static_cast<TavNumVarI*>(_target.getImpl()->getClone(var.variable));
     };
-    for (const Node* var : _vars) _cloneValuation.values[variable(var)] = var->value;
-    require(node->isVar() || clone->getRefCount() == 0, "a clone starts uncounted");
-    checkAgainst(node, clone, _cloneValuation, variable);
+    for (const Expr& var : _vars) _cloneValuation.values[variable(*var.model)] = var.model->value;
+    require(e.model->variable || clone->getRefCount() == 0, "a clone starts uncounted");
+    checkAgainst(e.model, clone, _cloneValuation, variable);
   }
 
   Choices _choices;
   Shortage* _shortage;
   TavEnv _env, _target;
   Valuation _valuation, _cloneValuation;
-  model::World _world;
-  std::vector<Node*> _vars;
+  std::vector<Expr> _vars;
   std::vector<Handle> _handles;
-  /// What is there beside nodes and their terms.
-  Balance _base{};
-  Balance _before{};
+  std::array<TavInt, 3> _before{};
 };
 
 }  // namespace

@@ -6,13 +6,6 @@
 
 #include "host/environment.h"
 
-void TavCloneMap::Table::put(const TavExtractableI* key, const TavExtractableI* value) noexcept {
-  std::size_t i = home(key);
-  while (_entries[i].key) i = next(i);
-  _entries[i] = {key, value};
-  ++_size;
-}
-
 void TavCloneMap::Table::erase(const TavExtractableI* key, const TavExtractableI* value) noexcept {
   if (_entries.empty()) return;
   std::size_t hole = home(key);
@@ -43,19 +36,11 @@ void TavCloneMap::Table::grow(std::size_t count) {
   }
 }
 
-void TavCloneMap::prepare(const TavExtractableI* source) {
-  watch(source->getEnv());
-  _clones.makeRoom(1);
-  if (_clonesIndexed) _sources.makeRoom(1);
-}
-
 void TavCloneMap::set(const TavExtractableI* source, TavExtractableI* clone) {
   prepare(source);
   if (clone) watch(clone->getEnv());
   if (const TavExtractableI* old = find(source)) drop(source, old);
-  if (!clone) return;
-  _clones.put(source, clone);
-  if (_clonesIndexed) _sources.put(clone, source);
+  if (clone) add(source, clone);
 }
 
 void TavCloneMap::clear() noexcept {
@@ -64,13 +49,16 @@ void TavCloneMap::clear() noexcept {
   _clonesIndexed = false;
   for (TavEnvI* env : _watched) std::erase(env->_cloneMaps, this);
   _watched = {};
+  _lastWatched = nullptr;
 }
 
-void TavCloneMap::watch(TavEnvI* env) {
-  if (std::find(_watched.begin(), _watched.end(), env) != _watched.end()) return;
-  _watched.reserve(_watched.size() + 1);
-  env->_cloneMaps.push_back(this);
-  _watched.push_back(env);
+void TavCloneMap::watchAnother(TavEnvI* env) {
+  if (std::find(_watched.begin(), _watched.end(), env) == _watched.end()) {
+    _watched.reserve(_watched.size() + 1);
+    env->_cloneMaps.push_back(this);
+    _watched.push_back(env);
+  }
+  _lastWatched = env;
 }
 
 void TavCloneMap::drop(const TavExtractableI* source, const TavExtractableI* clone) noexcept {
@@ -109,4 +97,5 @@ void TavCloneMap::forgetAll(const TavEnvI* env) noexcept {
   std::size_t i = 0;
   while (const auto* pair = _clones.findFrom(i, isOfEnv)) drop(pair->key, pair->value);
   std::erase(_watched, env);
+  _lastWatched = nullptr;
 }

@@ -5,10 +5,11 @@
 #include <cstdint>
 #include <vector>
 
+#include "host/extractable.h"
+
 #pragma GCC visibility push(default)
 
 class TavEnvI;
-class TavExtractableI;
 
 /// From source to clone, both alive: an object that is destroyed leaves every map that names it, as source and as
 /// clone. Open addressing at half load at most: one access to memory for most look-ups, no allocation for an entry of
@@ -24,9 +25,17 @@ class TavCloneMap {
   TavExtractableI* find(const TavExtractableI* source) const noexcept {
     return const_cast<TavExtractableI*>(_clones.find(source));
   }
-  /// The next set() of this source takes no memory if its clone lives in an environment that the map knows. Throws
-  /// std::bad_alloc.
-  void prepare(const TavExtractableI* source);
+  /// Lets add() record a clone of this source without memory. Throws std::bad_alloc.
+  void prepare(const TavExtractableI* source) {
+    watch(source->getEnv());
+    _clones.makeRoom(1);
+    if (_clonesIndexed) _sources.makeRoom(1);
+  }
+  /// Records the clone of a source that has none, after prepare(); its environment is watched already.
+  void add(const TavExtractableI* source, const TavExtractableI* clone) noexcept {
+    _clones.put(source, clone);
+    if (_clonesIndexed) _sources.put(clone, source);
+  }
   /// Records a pair; a source that is known gets the new clone, or none for null. Throws std::bad_alloc and is then
   /// unchanged.
   void set(const TavExtractableI* source, TavExtractableI* clone);
@@ -34,7 +43,9 @@ class TavCloneMap {
   void clear() noexcept;
 
   /// Objects of this environment may be named from now on. Throws std::bad_alloc.
-  void watch(TavEnvI* env);
+  void watch(TavEnvI* env) {
+    if (env != _lastWatched) watchAnother(env);
+  }
   /// Drops every pair with this object, which is being destroyed.
   void forget(const TavExtractableI* object) noexcept;
   /// Drops every pair with an object of this environment, which is ending.
@@ -56,7 +67,12 @@ class TavCloneMap {
       if (2 * (_size + count) > _entries.size()) grow(count);
     }
     /// Adds a pair, for which there is room.
-    void put(const TavExtractableI* key, const TavExtractableI* value) noexcept;
+    void put(const TavExtractableI* key, const TavExtractableI* value) noexcept {
+      std::size_t i = home(key);
+      while (_entries[i].key) i = next(i);
+      _entries[i] = {key, value};
+      ++_size;
+    }
     /// Drops a pair, if there is one.
     void erase(const TavExtractableI* key, const TavExtractableI* value) noexcept;
     void clear() noexcept;
@@ -87,13 +103,15 @@ class TavCloneMap {
 
   void drop(const TavExtractableI* source, const TavExtractableI* clone) noexcept;
   bool indexClones() noexcept;
+  void watchAnother(TavEnvI* env);
 
   Table _clones;
   /// The sources by their clones, once an object that the map may name has been destroyed: see indexClones().
   Table _sources;
   bool _clonesIndexed = false;
-  /// The environments whose objects the map names; each of them knows the map.
+  /// The environments whose objects the map names, each of which knows the map; and the one that was named last.
   std::vector<TavEnvI*> _watched;
+  TavEnvI* _lastWatched = nullptr;
 };
 
 #pragma GCC visibility pop

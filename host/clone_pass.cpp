@@ -8,15 +8,16 @@
 TavClonePass::TavClonePass(TavEnvI* source, TavEnvI* target) : _source(source), _target(target) {
   _source->beginCloning();
   _target->beginCloning();
-  _source->_passClones = _target->_passClones = &_clones;
+  _source->_cloneMap = _target->_cloneMap = &_clones;
   _target->_clonePass = this;
 }
 
 TavClonePass::~TavClonePass() {
-  _source->_passClones = _target->_passClones = nullptr;
+  for (TavEnvI* env : {_source, _target}) {
+    env->endCloning();
+    env->_cloneMap = &env->_clones;
+  }
   _target->_clonePass = nullptr;
-  _source->endCloning();
-  _target->endCloning();
 }
 
 /// Adds the operands without clone of the objects that it visits to the steps.
@@ -39,6 +40,7 @@ TavExtractableI* TavClonePass::clone(TavExtractableI* root) {
     const std::size_t size = steps.size();
     ~Base() { steps.resize(size); }
   } base{_steps};
+  _clones.watch(_target);
   Operands operands(*this);
   operands.visitChild(nullptr, root);
   while (_steps.size() > base.size) {
@@ -51,9 +53,8 @@ TavExtractableI* TavClonePass::clone(TavExtractableI* root) {
     }
     _steps.pop_back();
     if (_target->getClone(object)) continue;
-    _clones.watch(_target);
     _clones.prepare(object);
-    _clones.set(object, object->makeClone(_target));
+    _clones.add(object, object->makeClone(_target));
   }
   return _target->getClone(root);
 }

@@ -211,6 +211,7 @@ void TavEnvI::destroy(TavExtractableI* object, TavInt) noexcept {
     return _table[static_cast<std::size_t>(o->getId())];
   };
   if (entryOf(object) == removedEntry()) forgetMark(object);
+  for (TavCloneMap* map : _cloneMaps) map->forget(object);
   if (_destroying == kMostNested) {
     entryOf(object) = std::exchange(_doomed, object);
     return;
@@ -297,10 +298,15 @@ TavExtractableI* TavEnvI::getCloneOnDemand(TavExtractableI* source) {
   return clone;
 }
 
+void TavEnvI::setClone(const TavExtractableI* source, TavExtractableI* clone) {
+  _clones.set(source, clone);
+  if (_cloneMap != &_clones) _otherCloneMap = std::exchange(_cloneMap, &_clones);
+}
+
 void TavEnvI::beginCloning() noexcept {
   _clones.clear();
-  if (!_passClones) return;
-  _passClones->clear();
+  if (_otherCloneMap) _cloneMap = std::exchange(_otherCloneMap, nullptr);
+  _cloneMap->clear();
 }
 
 // ---- shared domains

@@ -147,14 +147,14 @@ class TavEnvI {
 
   /// The object's clone in the current cloning pass; null for null and for an object without one.
   TavExtractableI* getClone(const TavExtractableI* source) const noexcept {
-    TavExtractableI* clone = _clones.find(source);
-    return clone || !_passClones ? clone : _passClones->find(source);
+    TavExtractableI* clone = _cloneMap->find(source);
+    return clone || !_otherCloneMap ? clone : _otherCloneMap->find(source);
   }
   /// The same; while a TavClonePass into this environment is under way, an object without a clone is cloned now. For
   /// what visitors do not show: the variables of terms with coefficient 0.
   TavExtractableI* getCloneOnDemand(TavExtractableI* source);
   /// Records `clone` as the clone of `source` until endCloning(), null for none; before what a TavClonePass knows.
-  void setClone(const TavExtractableI* source, TavExtractableI* clone) { _clones.set(source, clone); }
+  void setClone(const TavExtractableI* source, TavExtractableI* clone);
   /// Forgets all clones, those of a TavClonePass under way too.
   void beginCloning() noexcept;
   /// The same: ends a pass.
@@ -236,10 +236,8 @@ class TavEnvI {
     ++_liveObjects;
     return id;
   }
-  /// Takes identifier and place back; no clone map names the object any more.
-  void leave(const TavExtractableI* object) noexcept {
-    for (TavCloneMap* map : _cloneMaps) map->forget(object);
-    const TavInt id = object->getId();
+  /// Takes identifier and place back.
+  void leave(TavInt id) noexcept {
     const std::uintptr_t entry = (static_cast<std::uintptr_t>(_freeId + 1) << 1) | 1;
     _table[static_cast<std::size_t>(id)] = reinterpret_cast<TavExtractableI*>(entry);
     _freeId = id;
@@ -308,8 +306,11 @@ class TavEnvI {
   std::vector<TavAlgorithmI*> _algorithms;
   std::function<void(const TavChange&)> _listener;
   TavCloneMap _clones;
-  /// The clones of the TavClonePass from or into this environment, or null; and the pass itself, when it goes into it.
-  TavCloneMap* _passClones = nullptr;
+  /// Where clones are looked up, first and second: the own map, the map of a TavClonePass from or into this
+  /// environment, or both, the own one first, after a setClone during the pass.
+  TavCloneMap* _cloneMap = &_clones;
+  TavCloneMap* _otherCloneMap = nullptr;
+  /// The TavClonePass into this environment, or null.
   TavClonePass* _clonePass = nullptr;
   /// The maps, of any environments, that name objects of this one.
   std::vector<TavCloneMap*> _cloneMaps;
@@ -332,7 +333,7 @@ inline TavExtractableI::TavExtractableI(TavEnvI* env, const char* name) : _env(e
 
 inline TavExtractableI::~TavExtractableI() {
   if (_name) freeName(_env, _name);
-  _env->leave(this);
+  _env->leave(_id);
 }
 
 inline void* TavExtractableI::operator new(std::size_t bytes, TavEnvI* env) { return env->allocate(bytes); }

@@ -10,6 +10,15 @@ TavNumVarI* makeVar(TavEnv env, double lb, double ub, TavNumVar::Type type) {
   return new (env.getImpl()) TavNumVarI(env.getImpl(), type, lb, ub, nullptr);
 }
 
+/// A new array of `count` variables with the same bounds.
+template <class Array>
+Array makeVars(TavEnv env, TavInt count, double lb, double ub, TavNumVar::Type type) {
+  TavVarDomainI* domain = TavNumVarI::domainByType(env.getImpl(), type, lb, ub);
+  return TavMakeVars<Array>(env, count, [env, domain](TavInt) {
+    return std::decay_t<decltype(Array()[0])>(new (env.getImpl()) TavNumVarI(env.getImpl(), domain, nullptr));
+  });
+}
+
 /// A new array of `To`'s kind with the same elements.
 template <class To>
 To sameElements(TavExtractableArray array) {
@@ -165,8 +174,7 @@ void TavIntExprArray::replaceByClone(TavEnvI* env) { *this = getClone(env); }
 // ---- numeric variables
 
 TavNumVarArray::TavNumVarArray(TavEnv env, TavInt n, double lb, double ub, Type type)
-    : TavNumVarArray(
-          TavMakeVars<TavNumVarArray>(env, n, [&](TavInt) { return TavNumVar(makeVar(env, lb, ub, type)); })) {}
+    : TavNumVarArray(makeVars<TavNumVarArray>(env, n, lb, ub, type)) {}
 
 TavNumVarArray::TavNumVarArray(TavEnv env, TavNumArray lbs, TavNumArray ubs, Type type) {
   TavRequireArrays(lbs, ubs);
@@ -223,9 +231,8 @@ void TavNumVarArray::setBounds(TavNumArray lbs, TavNumArray ubs) const {
 // ---- integer variables
 
 TavIntVarArray::TavIntVarArray(TavEnv env, TavInt n, TavInt lb, TavInt ub)
-    : TavIntVarArray(TavMakeVars<TavIntVarArray>(env, n, [&](TavInt) {
-        return TavIntVar(makeVar(env, static_cast<double>(lb), static_cast<double>(ub), TavNumVar::Int));
-      })) {}
+    : TavIntVarArray(
+          makeVars<TavIntVarArray>(env, n, static_cast<double>(lb), static_cast<double>(ub), TavNumVar::Int)) {}
 
 TavIntVarArray::TavIntVarArray(TavEnv env, TavIntArray lbs, TavIntArray ubs) {
   TavRequireArrays(lbs, ubs);

@@ -59,9 +59,9 @@ void TavSemiContVar::setClone(TavSemiContVar clone, TavEnv env) const {
 // ---- array
 
 TavSemiContVarArray::TavSemiContVarArray(TavEnv env, TavInt n, double sclb, double ub, Type type) {
+  TavVarDomainI* domain = TavNumVarI::domainByType(env.getImpl(), type, 0.0, ub);
   *this = TavMakeVars<TavSemiContVarArray>(env, n, [&](TavInt) {
-    return TavSemiContVar(new (env.getImpl()) TavSemiContVarI(
-        env.getImpl(), TavNumVarI::domainByType(env.getImpl(), type, 0.0, ub), sclb, nullptr));
+    return TavSemiContVar(new (env.getImpl()) TavSemiContVarI(env.getImpl(), domain, sclb, nullptr));
   });
 }
 

@@ -38,5 +38,5 @@ TEST_F(Conversion, AListenerMayTakeVariablesOutItself) {
     if (static_cast<const TavConversionRemoveVar&>(change).getVar() == x.getImpl()) conversion.removeVar(x);
   });
   conversion.removeVar(x);
-  EXPECT_EQ(children(conversion.getImpl()), std::vector<TavExtractableI*>{y.getImpl()});
+  EXPECT_EQ(childrenOf(conversion.getImpl()), std::vector<TavExtractableI*>{y.getImpl()});
 }

@@ -13,7 +13,7 @@ TEST_F(Clone, IsOfTheSameClassInTheOtherEnvironmentAndNamelessUnlessItIsAPlainVa
     EXPECT_EQ(clone->getTypeInfo(), node->getTypeInfo());
     EXPECT_EQ(clone->getEnv(), (node == o.truth.getImpl() ? env : other).getImpl());
     EXPECT_EQ(clone->getName() != nullptr, std::string(sample.facts.name) == "TavNumVarI");
-    const std::vector<TavExtractableI*> sources = children(node), copies = children(clone);
+    const std::vector<TavExtractableI*> sources = childrenOf(node), copies = childrenOf(clone);
     ASSERT_EQ(copies.size(), sources.size());
     for (std::size_t k = 0; k < copies.size(); ++k) EXPECT_EQ(copies[k], other.getImpl()->getClone(sources[k]));
     node->setName(node == o.v.getImpl() ? "v" : nullptr);
@@ -22,20 +22,20 @@ TEST_F(Clone, IsOfTheSameClassInTheOtherEnvironmentAndNamelessUnlessItIsAPlainVa
 
 TEST_F(Clone, FindsOperandsInItsOwnEnvironmentAndThoseOfSumsAndArraysInTheTarget) {
   forEachNode([&](const NodeSample& sample, TavExtractableI* node) {
-    if (children(node).empty() || node->isType(TavConversionI::GetTypeInfo())) return;
+    if (childrenOf(node).empty() || node->isType(TavConversionI::GetTypeInfo())) return;
     const bool conditional = std::strstr(sample.facts.name, "Conditional");
     const std::string text = sample.library ? sample.library : conditional ? "%x" : "%X";
     const auto has = [&text](const char* operand) { return text.find(operand) != text.npos; };
     const bool single = has("%x") || has("%i"), array = has("%X") || has("%I");
     for (const bool inTarget : {false, true}) {
-      for (TavExtractableI* child : children(node)) {
+      for (TavExtractableI* child : childrenOf(node)) {
         (inTarget ? other : env).getImpl()->setClone(child, child->makeClone(other.getImpl()));
       }
       if (inTarget ? single : array && !sample.library && !conditional) {
         EXPECT_THROW(node->makeClone(other.getImpl()), TavEmptyHandleException);
       } else {  // an array's elements without a clone stay empty
-        const std::size_t found = !array || inTarget ? children(node).size() : single;
-        EXPECT_EQ(children(node->makeClone(other.getImpl())).size(), found);
+        const std::size_t found = !array || inTarget ? childrenOf(node).size() : single;
+        EXPECT_EQ(childrenOf(node->makeClone(other.getImpl())).size(), found);
       }
       env.getImpl()->endCloning();
       other.getImpl()->endCloning();

@@ -11,7 +11,7 @@ TEST_F(Evaluation, AsksEveryOperandOnceInTheOrderOfAVisitButForTheseClasses) {
   forEachNode([&](const NodeSample& sample, TavExtractableI* node) {
     if (!node->isType(TavNumExprI::GetTypeInfo())) return;
     std::string wanted;
-    for (const TavExtractableI* child : children(node)) wanted += child->isRefCountedExpr() ? child->getName() : "";
+    for (const TavExtractableI* child : childrenOf(node)) wanted += child->isRefCountedExpr() ? child->getName() : "";
     if (kOthers.count(sample.facts.name)) wanted = kOthers.at(sample.facts.name);
     evaluatedLeaves = "";
     if (node->isType(TavNumVarI::GetTypeInfo())) algorithm.set(TavNumVar(static_cast<TavNumVarI*>(node)), 1);

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "expression/nodes.h"
+#include "tests/support/children.h"
 
 inline constexpr double kInf = std::numeric_limits<double>::infinity();
 inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
@@ -204,25 +205,6 @@ class TavTest : public ::testing::Test {
     }
   }
   void refusesEmpty(Calls calls) { refuses<TavEmptyHandleException>("", calls); }
-
-  /// The sub-objects that a visit shows, between its begin and its end.
-  static std::vector<TavExtractableI*> children(TavExtractableI* object) {
-    struct Visitor final : TavExtractableVisitor {
-      std::vector<TavExtractableI*> seen;
-      TavExtractableI* parent = nullptr;
-      int depth = 0;
-      void beginVisit(TavExtractableI*) override { EXPECT_EQ(depth++, 0); }
-      void visitChild(TavExtractableI* shown, TavExtractableI* child) override {
-        EXPECT_EQ(shown, parent);
-        seen.push_back(child);
-      }
-      void endVisit(TavExtractableI*) override { EXPECT_EQ(--depth, 0); }
-    } visitor;
-    visitor.parent = object;
-    object->visitSubExtractables(&visitor);
-    EXPECT_EQ(visitor.depth, 0);
-    return visitor.seen;
-  }
 
   /// What the change records say that `edit` sends: "AddVar x; ", "bounds x 2 10; ", ...
   std::string records(const std::function<void()>& edit) {

@@ -116,17 +116,6 @@ Arg conditional(O o, Arg thenExpr, Arg elseExpr) {
 
 }  // namespace
 
-std::vector<TavExtractableI*> childrenOf(TavExtractableI* object) {
-  struct Visitor final : TavExtractableVisitor {
-    void beginVisit(TavExtractableI*) override {}
-    void visitChild(TavExtractableI*, TavExtractableI* child) override { seen.push_back(child); }
-    void endVisit(TavExtractableI*) override {}
-    std::vector<TavExtractableI*> seen;
-  } visitor;
-  object->visitSubExtractables(&visitor);
-  return visitor.seen;
-}
-
 const std::vector<NodeSample>& nodeSamples() {
   static const std::vector<NodeSample> kSamples = {
       abstract<TavNumExprI, TavExtractableI>(),

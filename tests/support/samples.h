@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "expression/nodes.h"
+#include "tests/support/children.h"
 
 /// What a sample is made of. Texts name the operands by these letters: "%x" is the text of x.
 struct Operands {
@@ -87,9 +88,6 @@ struct ChangeSample {
   /// The name of the variable that visitChange shows, or "".
   const char* part;
 };
-
-/// The sub-objects that a visit shows.
-std::vector<TavExtractableI*> childrenOf(TavExtractableI* object);
 
 const std::vector<NodeSample>& nodeSamples();
 const std::vector<ChangeSample>& changeSamples();

@@ -11,7 +11,7 @@ TEST_F(IndicatorVar, IsAnIntegerVariableWithItsConstraintsTextAndTheAlgorithmsVa
   algorithm.set(b, 0);  // the algorithm decides, not the constraint
   EXPECT_EQ(eval(2 * b), 0.0);
   EXPECT_EQ(library(b + 2 * b), "( TrueConstraint  + 2 * TrueConstraint ) ");
-  EXPECT_EQ(children(b.getImpl()), std::vector<TavExtractableI*>{c.getImpl()});
+  EXPECT_EQ(childrenOf(b.getImpl()), std::vector<TavExtractableI*>{c.getImpl()});
   b.setBounds(1, 1);
   auto* clone = static_cast<TavNumVarI*>(TavClonePass(env.getImpl(), other.getImpl()).clone(b.getImpl()));
   EXPECT_EQ(clone->getLB(), 0.0);  // fresh bounds

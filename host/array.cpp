@@ -110,6 +110,30 @@ template std::ostream& operator<<(std::ostream&, const TavArray<TavAny>&);
 template std::ostream& operator<<(std::ostream&, const TavArray<TavExtractable>&);
 #pragma GCC visibility pop
 
+TavIntArray::TavIntArray(TavEnv env, std::initializer_list<TavInt> numbers)
+    : TavIntArray(env, std::span(numbers.begin(), numbers.size())) {}
+
+TavIntArray::TavIntArray(TavEnv env, std::span<const TavInt> numbers)
+    : TavArray(env, static_cast<TavInt>(numbers.size())) {
+  std::copy(numbers.begin(), numbers.end(), begin(*this));
+}
+
+TavIntArray::TavIntArray(TavEnv env, TavInt n, TavInt number) : TavArray(env, std::max<TavInt>(n, 0)) {
+  std::fill(begin(*this), ::end(*this), number);
+}
+
+TavNumArray::TavNumArray(TavEnv env, std::initializer_list<double> numbers)
+    : TavNumArray(env, std::span(numbers.begin(), numbers.size())) {}
+
+TavNumArray::TavNumArray(TavEnv env, std::span<const double> numbers)
+    : TavArray(env, static_cast<TavInt>(numbers.size())) {
+  std::copy(numbers.begin(), numbers.end(), begin(*this));
+}
+
+TavNumArray::TavNumArray(TavEnv env, TavInt n, double number) : TavArray(env, std::max<TavInt>(n, 0)) {
+  std::fill(begin(*this), ::end(*this), number);
+}
+
 TavNumArray TavIntArray::toNumArray() const {
   TavNumArray numbers(getEnv(), getSize());
   for (TavInt i = 0; i < getSize(); ++i) numbers.set(i, static_cast<double>((*this)[i]));

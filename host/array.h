@@ -1,10 +1,15 @@
 #pragma once
 /// Arrays: 8-byte words in fixed-size blocks behind one-pointer handles.
 
+#include <compare>
 #include <concepts>
 #include <cstring>
+#include <initializer_list>
 #include <iosfwd>
+#include <iterator>
+#include <span>
 #include <type_traits>
+#include <utility>
 
 #include "host/extractable.h"
 #include "host/memory.h"
@@ -107,19 +112,85 @@ template <class T>
 concept TavArrayElement = std::same_as<T, TavInt> || std::same_as<T, TavNum> || std::same_as<T, TavAny> ||
     std::same_as<T, TavExtractable> || std::same_as<T, TavAddNumVar>;
 
+/// A random access iterator over an array. Elements that are plain words are given by reference, the handles of
+/// variable and expression arrays by value.
+template <class Element>
+class TavArrayIterator {
+  static constexpr bool kInPlace = TavArrayElement<Element>;
+
+ public:
+  ///@{
+  /// What the standard library asks of an iterator.
+  using value_type = Element;
+  using difference_type = std::ptrdiff_t;
+  using reference = std::conditional_t<kInPlace, Element&, Element>;
+  using pointer = void;
+  using iterator_concept = std::random_access_iterator_tag;
+  using iterator_category = std::conditional_t<kInPlace, std::random_access_iterator_tag, std::input_iterator_tag>;
+  ///@}
+
+  /// An iterator of no array.
+  TavArrayIterator() noexcept = default;
+  /// An iterator that stands on position i.
+  TavArrayIterator(TavArrayI* array, TavInt i) noexcept : _array(array), _i(i) {}
+
+  ///@{
+  /// The element that it stands on, or one at a distance from it.
+  reference operator*() const noexcept {
+    if constexpr (kInPlace) {
+      return *static_cast<Element*>(_array->at(_i));
+    } else {
+      return Element(_array->get<decltype(std::declval<Element>().getImpl())>(_i));
+    }
+  }
+  reference operator[](difference_type distance) const noexcept { return *(*this + distance); }
+  ///@}
+  ///@{
+  /// Moves and distances.
+  TavArrayIterator& operator++() noexcept { return *this += 1; }
+  TavArrayIterator& operator--() noexcept { return *this -= 1; }
+  TavArrayIterator operator++(int) noexcept { return std::exchange(*this, *this + 1); }
+  TavArrayIterator operator--(int) noexcept { return std::exchange(*this, *this - 1); }
+  TavArrayIterator& operator+=(difference_type distance) noexcept {
+    _i += distance;
+    return *this;
+  }
+  TavArrayIterator& operator-=(difference_type distance) noexcept { return *this += -distance; }
+  friend TavArrayIterator operator+(TavArrayIterator a, difference_type distance) noexcept { return a += distance; }
+  friend TavArrayIterator operator+(difference_type distance, TavArrayIterator a) noexcept { return a += distance; }
+  friend TavArrayIterator operator-(TavArrayIterator a, difference_type distance) noexcept { return a -= distance; }
+  friend difference_type operator-(TavArrayIterator a, TavArrayIterator b) noexcept { return a._i - b._i; }
+  ///@}
+  ///@{
+  /// Comparisons of iterators over one array.
+  friend bool operator==(TavArrayIterator a, TavArrayIterator b) noexcept { return a._i == b._i; }
+  friend auto operator<=>(TavArrayIterator a, TavArrayIterator b) noexcept { return a._i <=> b._i; }
+  ///@}
+
+ private:
+  TavArrayI* _array = nullptr;
+  TavInt _i = 0;
+};
+
 /// Handle on an array of T, one plain word: a number, an object pointer or a one-pointer handle. Copies name the same
 /// array. The array lives in its environment's memory until end() or the environment's end.
 template <TavArrayElement T>
 class TavArray {
  public:
+  /// What the array gives for a position.
+  using Element = T;
+
   TavArray() noexcept = default;
   explicit TavArray(TavArrayI* impl) noexcept : _impl(impl) {}
   /// A new array of `size` zeros or empty handles.
   explicit TavArray(TavEnv env, TavInt size = 0);
 
   TavArrayI* getImpl() const noexcept { return _impl; }
+  ///@{
   /// The number of elements. The handle must not be empty.
   TavInt getSize() const noexcept { return _impl->getSize(); }
+  std::size_t size() const noexcept { return static_cast<std::size_t>(getSize()); }
+  ///@}
   TavEnv getEnv() const noexcept { return TavEnv(_impl->getEnv()); }
   /// The element at position i, counted from 0; nothing checks i. A reference holds until the array grows or ends.
   T operator[](TavInt i) const noexcept { return _impl->get<T>(i); }
@@ -142,6 +213,35 @@ class TavArray {
   TavArrayI* _impl = nullptr;
 };
 
+/// The array handles; `Element` is what an array gives for a position.
+template <class A>
+concept TavArrayHandle = requires(const A& array) {
+  typename A::Element;
+  { array.getImpl() } -> std::same_as<TavArrayI*>;
+};
+
+///@{
+/// Iterators for range-based for, algorithms and ranges: `for (const TavNumVar x : variables)`. They hold until the
+/// array grows or is destroyed. (The member end() of a handle destroys the array, so these are free functions. There
+/// are two of each because std::ranges::begin prefers its own to one that takes a base class.)
+template <TavArrayHandle A>
+TavArrayIterator<typename A::Element> begin(const A& array) noexcept {
+  return TavArrayIterator<typename A::Element>(array.getImpl(), 0);
+}
+template <TavArrayHandle A>
+TavArrayIterator<typename A::Element> begin(A& array) noexcept {
+  return begin(std::as_const(array));
+}
+template <TavArrayHandle A>
+TavArrayIterator<typename A::Element> end(const A& array) noexcept {
+  return TavArrayIterator<typename A::Element>(array.getImpl(), array.getSize());
+}
+template <TavArrayHandle A>
+TavArrayIterator<typename A::Element> end(A& array) noexcept {
+  return end(std::as_const(array));
+}
+///@}
+
 /// "[", the elements separated by "," and a blank, a line break instead of the blank after every tenth, "]". Empty
 /// element handles print nothing.
 template <TavArrayElement T>
@@ -151,6 +251,13 @@ std::ostream& operator<<(std::ostream& os, const TavArray<T>& array);
 class TavIntArray : public TavArray<TavInt> {
  public:
   using TavArray::TavArray;
+  TavIntArray() noexcept = default;
+  ///@{
+  /// A new array of the listed numbers, of a copy of `numbers`, of n times the same number.
+  TavIntArray(TavEnv env, std::initializer_list<TavInt> numbers);
+  TavIntArray(TavEnv env, std::span<const TavInt> numbers);
+  TavIntArray(TavEnv env, TavInt n, TavInt number);
+  ///@}
   using TavArray::operator[];
   /// The element at the position that `index` evaluates to; documented with the element expressions.
   TavIntExprArg operator[](TavIntExprArg index) const;
@@ -162,6 +269,13 @@ class TavIntArray : public TavArray<TavInt> {
 class TavNumArray : public TavArray<double> {
  public:
   using TavArray::TavArray;
+  TavNumArray() noexcept = default;
+  ///@{
+  /// A new array of the listed numbers, of a copy of `numbers`, of n times the same number.
+  TavNumArray(TavEnv env, std::initializer_list<double> numbers);
+  TavNumArray(TavEnv env, std::span<const double> numbers);
+  TavNumArray(TavEnv env, TavInt n, double number);
+  ///@}
   using TavArray::operator[];
   /// The element at the position that `index` evaluates to; documented with the element expressions.
   TavNumExprArg operator[](TavIntExprArg index) const;

@@ -23,4 +23,13 @@ class TavEnv {
   TavEnvI* _impl;
 };
 
+/// An environment that ends with its scope. It is passed on as the TavEnv that it is, and never copied.
+class TavScopedEnv : public TavEnv {
+ public:
+  TavScopedEnv() = default;
+  TavScopedEnv(const TavScopedEnv&) = delete;
+  TavScopedEnv& operator=(const TavScopedEnv&) = delete;
+  ~TavScopedEnv() { end(); }
+};
+
 #pragma GCC visibility pop

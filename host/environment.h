@@ -322,7 +322,7 @@ class TavEnvI {
   TavTupleEncoderI* _tupleEncoder = nullptr;
 };
 
-inline TavExtractableI::TavExtractableI(TavEnvI* env, const char* name) : _env(env), _name(makeName(env, name)) {
+inline TavExtractableI::TavExtractableI(TavEnvI* env, TavNameArg name) : _env(env), _name(makeName(env, name)) {
   try {
     _id = env->enrol(this);
   } catch (...) {

@@ -1,5 +1,6 @@
 #include "host/extractable.h"
 
+#include <algorithm>
 #include <cstring>
 #include <ostream>
 
@@ -46,11 +47,11 @@ void TavChange::visitChange(TavEnvI*, TavExtractableI*, TavChangeVisitor*) const
 
 // ---- TavExtractableI
 
-const TavNameRecord* TavExtractableI::copyName(TavEnvI* env, const char* name) {
-  const std::size_t length = std::strlen(name) + 1;
-  void* block = env->getMemory()->alloc(sizeof(TavNameRecord) + length);
+const TavNameRecord* TavExtractableI::copyName(TavEnvI* env, TavNameArg name) {
+  const std::string_view given = name.text();
+  void* block = env->getMemory()->alloc(sizeof(TavNameRecord) + given.size() + 1);
   char* text = static_cast<char*>(block) + sizeof(TavNameRecord);
-  std::memcpy(text, name, length);
+  *std::copy(given.begin(), given.end(), text) = '\0';
   return new (block) TavNameRecord{text};
 }
 
@@ -60,7 +61,7 @@ void TavExtractableI::freeName(TavEnvI* env, const TavNameRecord* record) noexce
   env->getMemory()->dealloc(const_cast<TavNameRecord*>(record), bytes);
 }
 
-void TavExtractableI::setName(const char* name) {
+void TavExtractableI::setName(TavNameArg name) {
   const TavNameRecord* record = makeName(_env, name);
   freeName(_env, _name);
   _name = record;

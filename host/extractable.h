@@ -6,6 +6,7 @@
 
 #include "host/env.h"
 #include "host/identity.h"
+#include "host/name.h"
 
 #pragma GCC visibility push(default)
 
@@ -42,7 +43,7 @@ struct TavNameRecord {
 class TavExtractableI {
  public:
   /// Enrols the object. `name` is copied; null leaves the object unnamed.
-  TavExtractableI(TavEnvI* env, const char* name);
+  TavExtractableI(TavEnvI* env, TavNameArg name);
   TavExtractableI(const TavExtractableI&) = delete;
   TavExtractableI& operator=(const TavExtractableI&) = delete;
 
@@ -53,7 +54,7 @@ class TavExtractableI {
   /// The name, or null.
   const char* getName() const noexcept { return _name ? _name->name : nullptr; }
   /// Replaces the name by a copy of `name`; null removes it.
-  void setName(const char* name);
+  void setName(TavNameArg name);
 
   static void* operator new(std::size_t bytes, TavEnvI* env);
   static void operator delete(void* block, std::size_t bytes) noexcept;
@@ -110,8 +111,8 @@ class TavExtractableI {
 
  private:
   /// A name record with its text behind it; null for no name.
-  static const TavNameRecord* makeName(TavEnvI* env, const char* name) { return name ? copyName(env, name) : nullptr; }
-  static const TavNameRecord* copyName(TavEnvI* env, const char* name);
+  static const TavNameRecord* makeName(TavEnvI* env, TavNameArg name) { return name ? copyName(env, name) : nullptr; }
+  static const TavNameRecord* copyName(TavEnvI* env, TavNameArg name);
   static void freeName(TavEnvI* env, const TavNameRecord* record) noexcept;
 
   TavEnvI* _env;
@@ -142,7 +143,7 @@ class TavExtractable {
   /// As on TavExtractableI.
   const char* getName() const noexcept { return _impl->getName(); }
   /// As on TavExtractableI.
-  void setName(const char* name) const { _impl->setName(name); }
+  void setName(TavNameArg name) const { _impl->setName(name); }
   /// The object's own end(); empties this handle. An empty handle is left alone.
   void end();
   /// Whether both name the same object, or none.

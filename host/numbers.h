@@ -1,10 +1,18 @@
 #pragma once
 /// Basic number types and the numeric functions of the host.
 
+#if __cplusplus < 202002L
+#error "tavexpression needs C++20: compile with -std=c++20"
+#endif
+#ifdef __FAST_MATH__
+#error "tavexpression promises IEEE values: compile and link without -ffast-math"
+#endif
+
 #include <cmath>
 #include <concepts>
 #include <cstdint>
 #include <limits>
+#include <type_traits>
 
 #pragma GCC visibility push(default)
 
@@ -50,14 +58,59 @@ inline TavInt TavWrapMul(TavInt a, TavInt b) noexcept {
 inline TavInt TavWrapNegate(TavInt a) noexcept { return TavWrapMul(a, -1); }
 ///@}
 
-/// The whole numbers that operators and functions accept beside expressions.
+/// The types that count as whole numbers beside expressions: integers, and what converts to one implicitly, as unscoped
+/// enumerators, std::vector<bool>'s references, std::atomic<int> and std::integral_constant do.
 template <class T>
-concept TavIntegral = std::integral<T>;
-/// The real numbers among them.
+concept TavIntegral = requires(const T& number) {
+  { +number } -> std::integral;
+};
+/// The types that count as real numbers: floating-point numbers, and what converts to one implicitly.
 template <class T>
-concept TavFloating = std::floating_point<T>;
+concept TavFloating = requires(const T& number) {
+  { +number } -> std::floating_point;
+};
 /// Both.
 template <class T>
 concept TavNumber = TavIntegral<T> || TavFloating<T>;
+
+/// A number beside an expression, as a double. It and the next two are parameter types: numbers convert to them.
+struct TavNumArg {
+  ///@{
+  /// Any number.
+  template <TavNumber N>
+  requires(!std::is_class_v<N>) constexpr TavNumArg(N number) noexcept : value(static_cast<double>(number)) {}
+  template <TavNumber N>
+  requires std::is_class_v<N>
+  constexpr TavNumArg(const N& number) noexcept : value(static_cast<double>(+number)) {}
+  ///@}
+  double value;
+};
+
+/// A whole number beside an integer expression; floating-point numbers do not convert to it. Unsigned 64-bit numbers
+/// count as signed ones.
+struct TavIntArg {
+  ///@{
+  /// Any whole number.
+  template <TavIntegral K>
+  requires(!std::is_class_v<K>) constexpr TavIntArg(K number) noexcept : value(static_cast<TavInt>(number)) {}
+  template <TavIntegral K>
+  requires std::is_class_v<K>
+  constexpr TavIntArg(const K& number) noexcept : value(static_cast<TavInt>(+number)) {}
+  ///@}
+  TavInt value;
+};
+
+/// A floating-point number beside an integer variable, where whole numbers have a function of their own.
+struct TavFloatArg {
+  ///@{
+  /// Any floating-point number.
+  template <TavFloating F>
+  requires(!std::is_class_v<F>) constexpr TavFloatArg(F number) noexcept : value(static_cast<double>(number)) {}
+  template <TavFloating F>
+  requires std::is_class_v<F>
+  constexpr TavFloatArg(const F& number) noexcept : value(static_cast<double>(+number)) {}
+  ///@}
+  double value;
+};
 
 #pragma GCC visibility pop

@@ -4,6 +4,7 @@
 #include "host/algorithm.h"
 #include "host/array.h"
 #include "host/change.h"
+#include "host/clone_pass.h"
 #include "host/column.h"
 #include "host/domain.h"
 #include "host/env.h"

@@ -35,7 +35,7 @@ function known(code) {
   if (code ~ /\(const Tav[A-Za-z]+&\) = delete;/) return "Not copied."
   # nodes
   if (code ~ /^using [A-Za-z<>, ]+::Tav[A-Za-z]+;/) return "The base's constructors."
-  if (code ~ /^(explicit )?Tav[A-Za-z]+I\(TavEnvI\* env, const char\* name\) : TavNode/) return "A new object in `env`. `name` is copied; null for none."
+  if (code ~ /^(explicit )?Tav[A-Za-z]+I\(TavEnvI\* env, TavNameArg name\) : TavNode/) return "A new object in `env`. `name` is copied; null for none."
   if (code ~ /^static constexpr TavTexts? kText/) return "What the node prints around its operands, in both syntaxes."
   if (code ~ /^static double apply\(/) return "The node's value, from its operands' values."
   if (code ~ /^double eval\(TavAlgorithm[a-z ]*\) const override/) return "The value under the algorithm."

@@ -56,24 +56,24 @@ TavIntExprArg TavMax(TavIntExprArg a, TavIntExprArg b) {
 
 // ---- an operand and a constant
 
-TavNumExprArg tavdetail::min(TavNumExprArg x, double c) {
+TavNumExprArg TavMin(TavNumExprArg x, TavNumArg c) {
   TavEnvI* env = TavRequireEnv(x.getImpl());
-  return TavNumExprArg(new (env) TavNumMinCstI(env, x.getImpl(), c));
+  return TavNumExprArg(new (env) TavNumMinCstI(env, x.getImpl(), c.value));
 }
 
-TavNumExprArg tavdetail::max(TavNumExprArg x, double c) {
+TavNumExprArg TavMax(TavNumExprArg x, TavNumArg c) {
   TavEnvI* env = TavRequireEnv(x.getImpl());
-  return TavNumExprArg(new (env) TavNumMaxCstI(env, x.getImpl(), c));
+  return TavNumExprArg(new (env) TavNumMaxCstI(env, x.getImpl(), c.value));
 }
 
-TavIntExprArg tavdetail::min(TavIntExprArg x, TavInt c) {
+TavIntExprArg TavMin(TavIntExprArg x, TavIntArg c) {
   TavEnvI* env = TavRequireEnv(x.getImpl());
-  return TavIntExprArg(new (env) TavIntMinCstI(env, x.getImpl(), c));
+  return TavIntExprArg(new (env) TavIntMinCstI(env, x.getImpl(), c.value));
 }
 
-TavIntExprArg tavdetail::max(TavIntExprArg x, TavInt c) {
+TavIntExprArg TavMax(TavIntExprArg x, TavIntArg c) {
   TavEnvI* env = TavRequireEnv(x.getImpl());
-  return TavIntExprArg(new (env) TavIntMaxCstI(env, x.getImpl(), c));
+  return TavIntExprArg(new (env) TavIntMaxCstI(env, x.getImpl(), c.value));
 }
 
 // ---- arrays of expressions

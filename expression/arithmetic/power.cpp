@@ -9,12 +9,12 @@ TavNumExprArg TavPower(TavNumExprArg x, TavNumExprArg y) {
   return TavNumExprArg(new (env) TavNumPowerI(env, x.getImpl(), y.getImpl()));
 }
 
-TavNumExprArg tavdetail::power(TavNumExprArg base, double exponent) {
+TavNumExprArg TavPower(TavNumExprArg base, TavNumArg exponent) {
   TavEnvI* env = TavRequireEnv(base.getImpl());
-  return TavNumExprArg(new (env) TavNumPowerCstI(env, base.getImpl(), exponent));
+  return TavNumExprArg(new (env) TavNumPowerCstI(env, base.getImpl(), exponent.value));
 }
 
-TavNumExprArg tavdetail::power(double base, TavNumExprArg exponent) {
+TavNumExprArg TavPower(TavNumArg base, TavNumExprArg exponent) {
   TavEnvI* env = TavRequireEnv(exponent.getImpl());
-  return TavNumExprArg(new (env) TavNumRecPowerCstI(env, exponent.getImpl(), base));
+  return TavNumExprArg(new (env) TavNumRecPowerCstI(env, exponent.getImpl(), base.value));
 }

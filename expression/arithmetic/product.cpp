@@ -5,12 +5,12 @@
 
 // ---- terms
 
-TavNumLinExprTerm tavdetail::times(TavNumVar x, double factor) {
-  return TavNumLinExprTerm(TavRequireEnv(x.getImpl())->newTerm(x.getImpl(), factor));
+TavNumLinExprTerm operator*(TavNumVar x, TavNumArg factor) {
+  return TavNumLinExprTerm(TavRequireEnv(x.getImpl())->newTerm(x.getImpl(), factor.value));
 }
 
-TavIntLinExprTerm tavdetail::times(TavIntVar x, TavInt factor) {
-  return TavIntLinExprTerm(TavRequireEnv(x.getImpl())->newTerm(x.getImpl(), static_cast<double>(factor)));
+TavIntLinExprTerm operator*(TavIntVar x, TavIntArg factor) {
+  return TavIntLinExprTerm(TavRequireEnv(x.getImpl())->newTerm(x.getImpl(), static_cast<double>(factor.value)));
 }
 
 // ---- products
@@ -63,19 +63,19 @@ TavIntExprI* TavTimes(TavEnvI* env, TavIntExprI* node, TavInt factor) {
   return new (env) TavIntTimesCstI(env, node, factor);
 }
 
-TavNumExprArg tavdetail::times(TavNumExprArg e, double factor) {
-  return TavNumExprArg(TavTimes(TavRequireEnv(e.getImpl()), e.getImpl(), factor));
+TavNumExprArg operator*(TavNumExprArg e, TavNumArg factor) {
+  return TavNumExprArg(TavTimes(TavRequireEnv(e.getImpl()), e.getImpl(), factor.value));
 }
 
-TavIntExprArg tavdetail::times(TavIntExprArg e, TavInt factor) {
-  return TavIntExprArg(TavTimes(TavRequireEnv(e.getImpl()), e.getImpl(), factor));
+TavIntExprArg operator*(TavIntExprArg e, TavIntArg factor) {
+  return TavIntExprArg(TavTimes(TavRequireEnv(e.getImpl()), e.getImpl(), factor.value));
 }
 
 TavNumExprArg operator*(TavNumExprArg a, TavNumExprArg b) {
   TavRequireSameEnv(a.getImpl(), b.getImpl(),
                     "TavNumExprArg operator * const TavNumExprArg const TavNumExprArg: mixing mismatch Environments");
-  if (TavIsConstant(a.getImpl())) return tavdetail::times(b, a.getImpl()->getNumConstant());
-  if (TavIsConstant(b.getImpl())) return tavdetail::times(a, b.getImpl()->getNumConstant());
+  if (TavIsConstant(a.getImpl())) return b * a.getImpl()->getNumConstant();
+  if (TavIsConstant(b.getImpl())) return a * b.getImpl()->getNumConstant();
   TavEnvI* env = a.getImpl()->getEnv();
   return TavNumExprArg(new (env) TavNumTimesI(env, a.getImpl(), b.getImpl()));
 }
@@ -101,13 +101,13 @@ TavNumExprI* TavOver(TavEnvI* env, TavNumExprI* node, double divisor) {
   return new (env) TavNumDivCstI(env, node, divisor);
 }
 
-TavNumExprArg tavdetail::over(TavNumExprArg e, double divisor) {
-  return TavNumExprArg(TavOver(TavRequireEnv(e.getImpl()), e.getImpl(), divisor));
+TavNumExprArg operator/(TavNumExprArg e, TavNumArg divisor) {
+  return TavNumExprArg(TavOver(TavRequireEnv(e.getImpl()), e.getImpl(), divisor.value));
 }
 
-TavNumExprArg tavdetail::over(double dividend, TavNumExprArg e) {
+TavNumExprArg operator/(TavNumArg dividend, TavNumExprArg e) {
   TavEnvI* env = TavRequireEnv(e.getImpl());
-  return TavNumExprArg(new (env) TavNumRecDivCstI(env, e.getImpl(), dividend));
+  return TavNumExprArg(new (env) TavNumRecDivCstI(env, e.getImpl(), dividend.value));
 }
 
 TavNumExprArg operator/(TavNumExprArg a, TavNumExprArg b) {
@@ -123,12 +123,12 @@ TavIntExprArg TavDiv(TavIntExprArg a, TavIntExprArg b) {
   return TavIntExprArg(new (env) TavIntDivI(env, a.getImpl(), b.getImpl()));
 }
 
-TavIntExprArg tavdetail::div(TavIntExprArg e, TavInt divisor) {
+TavIntExprArg TavDiv(TavIntExprArg e, TavIntArg divisor) {
   TavEnvI* env = TavRequireEnv(e.getImpl());
-  return TavIntExprArg(new (env) TavIntDivCstI(env, e.getImpl(), divisor));
+  return TavIntExprArg(new (env) TavIntDivCstI(env, e.getImpl(), divisor.value));
 }
 
-TavIntExprArg tavdetail::div(TavInt dividend, TavIntExprArg e) {
+TavIntExprArg TavDiv(TavIntArg dividend, TavIntExprArg e) {
   TavEnvI* env = TavRequireEnv(e.getImpl());
-  return TavIntExprArg(new (env) TavIntRecDivCstI(env, e.getImpl(), dividend));
+  return TavIntExprArg(new (env) TavIntRecDivCstI(env, e.getImpl(), dividend.value));
 }

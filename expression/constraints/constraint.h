@@ -19,7 +19,7 @@ class TavConstraintI : public TavNode<TavConstraintI, TavIntExprI> {
   static TavConstraintHook _removeFromCP;
   ///@}
 
-  TavConstraintI(TavEnvI* env, const char* name) : TavNode(env, name) {}
+  TavConstraintI(TavEnvI* env, TavNameArg name) : TavNode(env, name) {}
 
   /// The model evaluator's answer when it is active, an Unbound of which goes on; the algorithm's own value when it is
   /// not, or when it fails otherwise.
@@ -40,7 +40,7 @@ class TavConstConstraintI final : public TavNode<TavConstConstraintI, TavConstra
   static constexpr const char* kTypeName = "TavConstConstraintI";
 
   /// `truth` is 0 for one that never holds.
-  TavConstConstraintI(TavEnvI* env, const char* name, TavInt truth) : TavNode(env, name), _truth(truth) {}
+  TavConstConstraintI(TavEnvI* env, TavNameArg name, TavInt truth) : TavNode(env, name), _truth(truth) {}
 
   /// Whether it always holds.
   virtual bool isTrue() const { return _truth != 0; }

@@ -10,7 +10,7 @@ namespace {
 
 /// The conversion of a copy of the caller's array, in the array's environment.
 template <class Array>
-TavConversionI* conversionOf(Array variables, TavNumVar::Type type, const char* name) {
+TavConversionI* conversionOf(Array variables, TavNumVar::Type type, TavNameArg name) {
   if (!variables.getImpl()) throw TavEmptyHandleException();
   const TavNumVarArray vars(TavCopyOfArray(variables).getImpl());
   return TavMakeArrayNode<TavConversionI>(vars.getImpl()->getEnv(), vars, type, name);
@@ -20,7 +20,7 @@ TavConversionI* conversionOf(Array variables, TavNumVar::Type type, const char* 
 
 // ---- node
 
-TavConversionI::TavConversionI(TavEnvI* env, TavNumVar var, TavNumVar::Type type, const char* name)
+TavConversionI::TavConversionI(TavEnvI* env, TavNumVar var, TavNumVar::Type type, TavNameArg name)
     : TavNode(env, name), _vars(TavEnv(env), TavInt{1}), _type(type) {
   _vars.set(0, var);
 }
@@ -75,15 +75,15 @@ void TavConversionRemoveVar::visitChange(TavEnvI*, TavExtractableI*, TavChangeVi
 // ---- handle
 
 // by contract: none of the three uses the environment that it is given
-TavConversion::TavConversion(TavEnv, TavNumVar variable, TavNumVar::Type type, const char* name) {
+TavConversion::TavConversion(TavEnv, TavNumVar variable, TavNumVar::Type type, TavNameArg name) {
   TavEnvI* env = TavRequireEnv(variable.getImpl());
   *this = TavConversion(new (env) TavConversionI(env, variable, type, name));
 }
 
-TavConversion::TavConversion(TavEnv, TavNumVarArray variables, TavNumVar::Type type, const char* name)
+TavConversion::TavConversion(TavEnv, TavNumVarArray variables, TavNumVar::Type type, TavNameArg name)
     : TavConversion(conversionOf(variables, type, name)) {}
 
-TavConversion::TavConversion(TavEnv, TavIntVarArray variables, TavNumVar::Type type, const char* name)
+TavConversion::TavConversion(TavEnv, TavIntVarArray variables, TavNumVar::Type type, TavNameArg name)
     : TavConversion(conversionOf(variables, type, name)) {}
 
 void TavConversion::removeVar(TavNumVar variable) const {

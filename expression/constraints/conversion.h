@@ -12,9 +12,9 @@ class TavConversionI final : public TavNode<TavConversionI, TavExtractableI> {
   static constexpr const char* kTypeName = "TavConversionI";
 
   /// Takes over a fresh array that nobody else names.
-  TavConversionI(TavEnvI* env, TavNumVarArray vars, TavNumVar::Type type, const char* name)
+  TavConversionI(TavEnvI* env, TavNumVarArray vars, TavNumVar::Type type, TavNameArg name)
       : TavNode(env, name), _vars(vars), _type(type) {}
-  TavConversionI(TavEnvI* env, TavNumVar var, TavNumVar::Type type, const char* name);
+  TavConversionI(TavEnvI* env, TavNumVar var, TavNumVar::Type type, TavNameArg name);
   ~TavConversionI() override { _vars.end(); }
 
   /// The variables, some of which may occur more than once. The array is the conversion's own.

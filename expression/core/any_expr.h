@@ -25,7 +25,7 @@ class TavAnyExprI : public TavNode<TavAnyExprI, TavExtractableI> {
  public:
   static constexpr const char* kTypeName = "TavAnyExprI";
 
-  TavAnyExprI(TavEnvI* env, const char* name) : TavNode(env, name) {}
+  TavAnyExprI(TavEnvI* env, TavNameArg name) : TavNode(env, name) {}
 
   /// The references held by parents and by layers above.
   TavInt getRefCount() const noexcept { return _refCount; }

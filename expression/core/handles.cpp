@@ -1,3 +1,5 @@
+#include <sstream>
+
 #include "expression/core/check.h"
 #include "expression/core/coef_edit.h"
 #include "expression/core/draft.h"
@@ -334,6 +336,17 @@ TavExpr TavExpr::copy() const {
 TavExpr::LinearIterator TavExpr::getLinearIterator() const {
   if (!_impl) throw TavEmptyHandleException();
   return LinearIterator(getImpl()->getFirstTerm());
+}
+
+TavExpr::Terms TavExpr::terms() const {
+  if (!_impl) throw TavEmptyHandleException();
+  return Terms(getImpl()->getFirstTerm());
+}
+
+std::string TavToString(TavExtractable object) {
+  std::ostringstream text;
+  text << object;
+  return std::move(text).str();
 }
 
 // ---- TavIntExpr

@@ -11,7 +11,7 @@ class TavNumIndexI : public TavNode<TavNumIndexI, TavNumExprI> {
  public:
   static constexpr const char* kTypeName = "TavNumIndexI";
 
-  TavNumIndexI(TavEnvI* env, const char* name) : TavNode(env, name) {}
+  TavNumIndexI(TavEnvI* env, TavNameArg name) : TavNode(env, name) {}
   bool isDecisionExpr() const override { return false; }
 };
 
@@ -20,7 +20,7 @@ class TavIntIndexI : public TavNode<TavIntIndexI, TavIntExprI> {
  public:
   static constexpr const char* kTypeName = "TavIntIndexI";
 
-  TavIntIndexI(TavEnvI* env, const char* name) : TavNode(env, name) {}
+  TavIntIndexI(TavEnvI* env, TavNameArg name) : TavNode(env, name) {}
   bool isDecisionExpr() const override { return false; }
 };
 

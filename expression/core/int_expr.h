@@ -12,7 +12,7 @@ class TavIntExprI : public TavNode<TavIntExprI, TavNumExprI> {
  public:
   static constexpr const char* kTypeName = "TavIntExprI";
 
-  TavIntExprI(TavEnvI* env, const char* name) : TavNode(env, name) {}
+  TavIntExprI(TavEnvI* env, TavNameArg name) : TavNode(env, name) {}
 
   bool isInteger() const override { return true; }
   TavNumExprI* copy() override { return intCopy(); }

@@ -5,6 +5,7 @@
 
 #include "expression/core/node.h"
 #include "host/deep_stack.h"
+#include "host/prefetch.h"
 
 #pragma GCC visibility push(default)
 
@@ -15,7 +16,7 @@ class TavNumExprI : public TavNode<TavNumExprI, TavExtractableI> {
  public:
   static constexpr const char* kTypeName = "TavNumExprI";
 
-  TavNumExprI(TavEnvI* env, const char* name) : TavNode(env, name) {}
+  TavNumExprI(TavEnvI* env, TavNameArg name) : TavNode(env, name) {}
 
   /// The references held by parents and counted handles.
   TavInt getRefCount() const noexcept { return _refCount; }

@@ -81,15 +81,15 @@ TavVarDomainI* TavNumVarI::domainByType(TavEnvI* env, Type type, double lb, doub
   return env->getOrMakeSharedDomain(TavInt{lower >= 1}, TavInt{upper > 0});
 }
 
-TavNumVarI::TavNumVarI(TavEnvI* env, TavNumArray values, Type type, const char* name) : TavNumVarI(env, name) {
+TavNumVarI::TavNumVarI(TavEnvI* env, TavNumArray values, Type type, TavNameArg name) : TavNumVarI(env, name) {
   _domain = privateNumDomain(env, values, type);
 }
 
-TavNumVarI::TavNumVarI(TavEnvI* env, TavIntArray values, Type type, const char* name) : TavNumVarI(env, name) {
+TavNumVarI::TavNumVarI(TavEnvI* env, TavIntArray values, Type type, TavNameArg name) : TavNumVarI(env, name) {
   _domain = privateIntDomain(env, values, type);
 }
 
-TavNumVarI::TavNumVarI(TavEnvI* env, TavAnyArray values, const char* name) : TavNumVarI(env, name) {
+TavNumVarI::TavNumVarI(TavEnvI* env, TavAnyArray values, TavNameArg name) : TavNumVarI(env, name) {
   _domain = domainOver<TavIntVarDomainI>(env, TavIntArray(copyOf(values).getImpl()), TavInt{1});
 }
 

@@ -13,22 +13,22 @@ class TavNumVarI : public TavNode<TavNumVarI, TavIntExprI> {
   using Type = TavNumVar::Type;
 
   /// Takes the domain over unless it is shared; null for none: bounds [0, infinity], type Float.
-  TavNumVarI(TavEnvI* env, TavVarDomainI* domain, const char* name) : TavNode(env, name), _domain(domain) {}
-  TavNumVarI(TavEnvI* env, const char* name) : TavNumVarI(env, static_cast<TavVarDomainI*>(nullptr), name) {}
+  TavNumVarI(TavEnvI* env, TavVarDomainI* domain, TavNameArg name) : TavNode(env, name), _domain(domain) {}
+  TavNumVarI(TavEnvI* env, TavNameArg name) : TavNumVarI(env, static_cast<TavVarDomainI*>(nullptr), name) {}
   /// Shared domain, Boolean bounds compared as doubles: see domainByBounds.
-  TavNumVarI(TavEnvI* env, double lb, double ub, Type type, const char* name)
+  TavNumVarI(TavEnvI* env, double lb, double ub, Type type, TavNameArg name)
       : TavNumVarI(env, domainByBounds(env, lb, ub, type), name) {}
   /// Shared domain, Boolean bounds truncated first: see domainByType.
-  TavNumVarI(TavEnvI* env, Type type, double lb, double ub, const char* name)
+  TavNumVarI(TavEnvI* env, Type type, double lb, double ub, TavNameArg name)
       : TavNumVarI(env, domainByType(env, type, lb, ub), name) {}
   /// Private domain over a copy of the values. Throw TavNotSupportedOperation and TavNotImplemented for the types that
   /// such values do not fit.
-  TavNumVarI(TavEnvI* env, TavNumArray values, Type type, const char* name);
-  TavNumVarI(TavEnvI* env, TavIntArray values, Type type, const char* name);
-  TavNumVarI(TavEnvI* env, TavAnyArray values, const char* name);
-  TavNumVarI(const TavNumRangeI* range, const char* name)
+  TavNumVarI(TavEnvI* env, TavNumArray values, Type type, TavNameArg name);
+  TavNumVarI(TavEnvI* env, TavIntArray values, Type type, TavNameArg name);
+  TavNumVarI(TavEnvI* env, TavAnyArray values, TavNameArg name);
+  TavNumVarI(const TavNumRangeI* range, TavNameArg name)
       : TavNumVarI(range->getEnv(), range->getEnv()->getOrMakeSharedDomain(range), name) {}
-  TavNumVarI(const TavIntRangeI* range, const char* name)
+  TavNumVarI(const TavIntRangeI* range, TavNameArg name)
       : TavNumVarI(range->getEnv(), range->getEnv()->getOrMakeSharedDomain(range), name) {}
   ~TavNumVarI() override;
 

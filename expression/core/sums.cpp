@@ -1,5 +1,6 @@
 #include "expression/core/check.h"
 #include "expression/core/draft.h"
+#include "expression/core/message.h"
 
 // Sums and differences. The numeric and the integer side follow the same table: a linear operand takes the other one
 // in, the left one if both are linear; two operands that are not linear make a new linear node.
@@ -208,177 +209,109 @@ typename Side::Arg constantMinus(typename Side::Constant constant, typename Side
   return result;
 }
 
-// ---- the checks, one home for each message
+/// An operand of a sum: how messages name its type, which side it belongs to, and its node or cell.
+template <class T>
+struct Operand;
+template <>
+struct Operand<TavNumExprArg> {
+  static constexpr const char* kName = "TavNumExprArg";
+  static constexpr bool kInteger = false;
+};
+template <>
+struct Operand<TavIntExprArg> {
+  static constexpr const char* kName = "TavIntExprArg";
+  static constexpr bool kInteger = true;
+};
+template <>
+struct Operand<TavNumLinExprTerm> {
+  static constexpr const char* kName = "TavNumLinExprTerm";
+  static constexpr bool kInteger = false;
+};
+template <>
+struct Operand<TavIntLinExprTerm> {
+  static constexpr const char* kName = "TavIntLinExprTerm";
+  static constexpr bool kInteger = true;
+};
 
-void check(TavNumExprArg a, TavNumExprArg b) {
-  TavRequireSameEnv(a.getImpl(), b.getImpl(),
-                    "TavNumExprArg operator + const TavNumExprArg const TavNumExprArg: mixing mismatch Environments");
+/// The object whose environment is the operand's.
+const TavExtractableI* homeOf(TavNumExprArg e) { return e.getImpl(); }
+const TavExtractableI* homeOf(TavNumLinExprTerm t) { return TavVarOf(t.getImpl()); }
+const TavExtractableI* homeOf(TavIntLinExprTerm t) { return TavVarOf(t.getImpl()); }
+
+/// A sum of integer operands is integer.
+template <class A, class B>
+using SideOf = std::conditional_t<Operand<A>::kInteger && Operand<B>::kInteger, Integer, Numeric>;
+
+/// "TavNumExprArg operator + const A const B: mixing mismatch Environments"; a difference reports its addition.
+template <class A, class B>
+constexpr TavMessage kMixed = TavJoin(Operand<typename SideOf<A, B>::Arg>::kName, " operator + const ",
+                                      Operand<A>::kName, " const ", Operand<B>::kName,
+                                      ": mixing mismatch Environments");
+
+template <class T>
+constexpr bool kIsTerm = std::is_same_v<T, TavNumLinExprTerm> || std::is_same_v<T, TavIntLinExprTerm>;
+
+template <class A, class B>
+auto plus(A a, B b) {
+  using Side = SideOf<A, B>;
+  TavRequireSameEnv(homeOf(a), homeOf(b), kMixed<A, B>.text);
+  if constexpr (kIsTerm<A> && kIsTerm<B>) {
+    return sumOfTerms<Side>(a.getImpl(), b.getImpl());
+  } else if constexpr (kIsTerm<A> || kIsTerm<B>) {
+    return sumWithTerm<Side>(a.getImpl(), b.getImpl());
+  } else {
+    return sum<Side>(a.getImpl(), b.getImpl(), TavKindOf(b.getImpl()));
+  }
 }
-void check(TavNumExprArg a, TavNumLinExprTerm t) {
-  TavRequireSameEnv(
-      a.getImpl(), TavVarOf(t.getImpl()),
-      "TavNumExprArg operator + const TavNumExprArg const TavNumLinExprTerm: mixing mismatch Environments");
-}
-void check(TavNumExprArg a, TavIntLinExprTerm t) {
-  TavRequireSameEnv(
-      a.getImpl(), TavVarOf(t.getImpl()),
-      "TavNumExprArg operator + const TavNumExprArg const TavIntLinExprTerm: mixing mismatch Environments");
-}
-void check(TavNumLinExprTerm t, TavNumExprArg b) {
-  TavRequireSameEnv(
-      TavVarOf(t.getImpl()), b.getImpl(),
-      "TavNumExprArg operator + const TavNumLinExprTerm const TavNumExprArg: mixing mismatch Environments");
-}
-void check(TavIntLinExprTerm t, TavNumExprArg b) {
-  TavRequireSameEnv(
-      TavVarOf(t.getImpl()), b.getImpl(),
-      "TavNumExprArg operator + const TavIntLinExprTerm const TavNumExprArg: mixing mismatch Environments");
-}
-void check(TavNumLinExprTerm t, TavNumLinExprTerm u) {
-  TavRequireSameEnv(
-      TavVarOf(t.getImpl()), TavVarOf(u.getImpl()),
-      "TavNumExprArg operator + const TavNumLinExprTerm const TavNumLinExprTerm: mixing mismatch Environments");
-}
-void check(TavIntLinExprTerm t, TavNumLinExprTerm u) {
-  TavRequireSameEnv(
-      TavVarOf(t.getImpl()), TavVarOf(u.getImpl()),
-      "TavNumExprArg operator + const TavIntLinExprTerm const TavNumLinExprTerm: mixing mismatch Environments");
-}
-void check(TavNumLinExprTerm t, TavIntLinExprTerm u) {
-  TavRequireSameEnv(
-      TavVarOf(t.getImpl()), TavVarOf(u.getImpl()),
-      "TavNumExprArg operator + const TavNumLinExprTerm const TavIntLinExprTerm: mixing mismatch Environments");
-}
-void check(TavIntExprArg a, TavIntExprArg b) {
-  TavRequireSameEnv(a.getImpl(), b.getImpl(),
-                    "TavIntExprArg operator + const TavIntExprArg const TavIntExprArg: mixing mismatch Environments");
-}
-void check(TavIntExprArg a, TavIntLinExprTerm t) {
-  TavRequireSameEnv(
-      a.getImpl(), TavVarOf(t.getImpl()),
-      "TavIntExprArg operator + const TavIntExprArg const TavIntLinExprTerm: mixing mismatch Environments");
-}
-void check(TavIntLinExprTerm t, TavIntExprArg b) {
-  TavRequireSameEnv(
-      TavVarOf(t.getImpl()), b.getImpl(),
-      "TavIntExprArg operator + const TavIntLinExprTerm const TavIntExprArg: mixing mismatch Environments");
-}
-void check(TavIntLinExprTerm t, TavIntLinExprTerm u) {
-  TavRequireSameEnv(
-      TavVarOf(t.getImpl()), TavVarOf(u.getImpl()),
-      "TavIntExprArg operator + const TavIntLinExprTerm const TavIntLinExprTerm: mixing mismatch Environments");
+
+/// a + (-b). The environments are compared before anything is negated.
+template <class A, class B>
+auto minus(A a, B b) {
+  using Side = SideOf<A, B>;
+  TavRequireSameEnv(homeOf(a), homeOf(b), kMixed<A, B>.text);
+  if constexpr (kIsTerm<A> && kIsTerm<B>) {
+    return sumOfTerms<Side>(a.getImpl(), b.getImpl(), true);
+  } else if constexpr (kIsTerm<B>) {
+    return sumWithTerm<Side>(a.getImpl(), b.getImpl(), true);
+  } else if constexpr (kIsTerm<A>) {
+    return termMinus<Side>(a.getImpl(), b.getImpl());
+  } else {
+    return difference<Side>(a.getImpl(), b.getImpl());
+  }
 }
 
 }  // namespace
 
-// ---- addition
+TavNumExprArg operator+(TavNumExprArg a, TavNumExprArg b) { return plus(a, b); }
+TavNumExprArg operator+(TavNumExprArg a, TavNumLinExprTerm t) { return plus(a, t); }
+TavNumExprArg operator+(TavNumExprArg a, TavIntLinExprTerm t) { return plus(a, t); }
+TavNumExprArg operator+(TavNumLinExprTerm t, TavNumExprArg b) { return plus(t, b); }
+TavNumExprArg operator+(TavIntLinExprTerm t, TavNumExprArg b) { return plus(t, b); }
+TavNumExprArg operator+(TavNumLinExprTerm t, TavNumLinExprTerm u) { return plus(t, u); }
+TavNumExprArg operator+(TavIntLinExprTerm t, TavNumLinExprTerm u) { return plus(t, u); }
+TavNumExprArg operator+(TavNumLinExprTerm t, TavIntLinExprTerm u) { return plus(t, u); }
+TavIntExprArg operator+(TavIntExprArg a, TavIntExprArg b) { return plus(a, b); }
+TavIntExprArg operator+(TavIntExprArg a, TavIntLinExprTerm t) { return plus(a, t); }
+TavIntExprArg operator+(TavIntLinExprTerm t, TavIntExprArg b) { return plus(t, b); }
+TavIntExprArg operator+(TavIntLinExprTerm t, TavIntLinExprTerm u) { return plus(t, u); }
 
-TavNumExprArg operator+(TavNumExprArg a, TavNumExprArg b) {
-  check(a, b);
-  return sum<Numeric>(a.getImpl(), b.getImpl(), TavKindOf(b.getImpl()));
-}
-TavNumExprArg operator+(TavNumExprArg a, TavNumLinExprTerm t) {
-  check(a, t);
-  return sumWithTerm<Numeric>(a.getImpl(), t.getImpl());
-}
-TavNumExprArg operator+(TavNumExprArg a, TavIntLinExprTerm t) {
-  check(a, t);
-  return sumWithTerm<Numeric>(a.getImpl(), t.getImpl());
-}
-TavNumExprArg operator+(TavNumLinExprTerm t, TavNumExprArg b) {
-  check(t, b);
-  return sumWithTerm<Numeric>(t.getImpl(), b.getImpl());
-}
-TavNumExprArg operator+(TavIntLinExprTerm t, TavNumExprArg b) {
-  check(t, b);
-  return sumWithTerm<Numeric>(t.getImpl(), b.getImpl());
-}
-TavNumExprArg operator+(TavNumLinExprTerm t, TavNumLinExprTerm u) {
-  check(t, u);
-  return sumOfTerms<Numeric>(t.getImpl(), u.getImpl());
-}
-TavNumExprArg operator+(TavIntLinExprTerm t, TavNumLinExprTerm u) {
-  check(t, u);
-  return sumOfTerms<Numeric>(t.getImpl(), u.getImpl());
-}
-TavNumExprArg operator+(TavNumLinExprTerm t, TavIntLinExprTerm u) {
-  check(t, u);
-  return sumOfTerms<Numeric>(t.getImpl(), u.getImpl());
-}
-TavIntExprArg operator+(TavIntExprArg a, TavIntExprArg b) {
-  check(a, b);
-  return sum<Integer>(a.getImpl(), b.getImpl(), TavKindOf(b.getImpl()));
-}
-TavIntExprArg operator+(TavIntExprArg a, TavIntLinExprTerm t) {
-  check(a, t);
-  return sumWithTerm<Integer>(a.getImpl(), t.getImpl());
-}
-TavIntExprArg operator+(TavIntLinExprTerm t, TavIntExprArg b) {
-  check(t, b);
-  return sumWithTerm<Integer>(t.getImpl(), b.getImpl());
-}
-TavIntExprArg operator+(TavIntLinExprTerm t, TavIntLinExprTerm u) {
-  check(t, u);
-  return sumOfTerms<Integer>(t.getImpl(), u.getImpl());
-}
+TavNumExprArg operator-(TavNumExprArg a, TavNumExprArg b) { return minus(a, b); }
+TavNumExprArg operator-(TavNumExprArg a, TavNumLinExprTerm t) { return minus(a, t); }
+TavNumExprArg operator-(TavNumExprArg a, TavIntLinExprTerm t) { return minus(a, t); }
+TavNumExprArg operator-(TavNumLinExprTerm t, TavNumExprArg b) { return minus(t, b); }
+TavNumExprArg operator-(TavIntLinExprTerm t, TavNumExprArg b) { return minus(t, b); }
+TavNumExprArg operator-(TavNumLinExprTerm t, TavNumLinExprTerm u) { return minus(t, u); }
+TavNumExprArg operator-(TavIntLinExprTerm t, TavNumLinExprTerm u) { return minus(t, u); }
+TavNumExprArg operator-(TavNumLinExprTerm t, TavIntLinExprTerm u) { return minus(t, u); }
+TavIntExprArg operator-(TavIntExprArg a, TavIntExprArg b) { return minus(a, b); }
+TavIntExprArg operator-(TavIntExprArg a, TavIntLinExprTerm t) { return minus(a, t); }
+TavIntExprArg operator-(TavIntLinExprTerm t, TavIntExprArg b) { return minus(t, b); }
+TavIntExprArg operator-(TavIntLinExprTerm t, TavIntLinExprTerm u) { return minus(t, u); }
 
-// ---- subtraction: the environments are tested before anything is negated
-
-TavNumExprArg operator-(TavNumExprArg a, TavNumExprArg b) {
-  check(a, b);
-  return difference<Numeric>(a.getImpl(), b.getImpl());
-}
-TavNumExprArg operator-(TavNumExprArg a, TavNumLinExprTerm t) {
-  check(a, t);
-  return sumWithTerm<Numeric>(a.getImpl(), t.getImpl(), true);
-}
-TavNumExprArg operator-(TavNumExprArg a, TavIntLinExprTerm t) {
-  check(a, t);
-  return sumWithTerm<Numeric>(a.getImpl(), t.getImpl(), true);
-}
-TavNumExprArg operator-(TavNumLinExprTerm t, TavNumExprArg b) {
-  check(t, b);
-  return termMinus<Numeric>(t.getImpl(), b.getImpl());
-}
-TavNumExprArg operator-(TavIntLinExprTerm t, TavNumExprArg b) {
-  check(t, b);
-  return termMinus<Numeric>(t.getImpl(), b.getImpl());
-}
-TavNumExprArg operator-(TavNumLinExprTerm t, TavNumLinExprTerm u) {
-  check(t, u);
-  return sumOfTerms<Numeric>(t.getImpl(), u.getImpl(), true);
-}
-TavNumExprArg operator-(TavIntLinExprTerm t, TavNumLinExprTerm u) {
-  check(t, u);
-  return sumOfTerms<Numeric>(t.getImpl(), u.getImpl(), true);
-}
-TavNumExprArg operator-(TavNumLinExprTerm t, TavIntLinExprTerm u) {
-  check(t, u);
-  return sumOfTerms<Numeric>(t.getImpl(), u.getImpl(), true);
-}
-TavIntExprArg operator-(TavIntExprArg a, TavIntExprArg b) {
-  check(a, b);
-  return difference<Integer>(a.getImpl(), b.getImpl());
-}
-TavIntExprArg operator-(TavIntExprArg a, TavIntLinExprTerm t) {
-  check(a, t);
-  return sumWithTerm<Integer>(a.getImpl(), t.getImpl(), true);
-}
-TavIntExprArg operator-(TavIntLinExprTerm t, TavIntExprArg b) {
-  check(t, b);
-  return termMinus<Integer>(t.getImpl(), b.getImpl());
-}
-TavIntExprArg operator-(TavIntLinExprTerm t, TavIntLinExprTerm u) {
-  check(t, u);
-  return sumOfTerms<Integer>(t.getImpl(), u.getImpl(), true);
-}
-
-// ---- negation
-
-TavNumExprArg operator-(TavNumExprArg e) { return tavdetail::times(e, -1.0); }
-TavIntExprArg operator-(TavIntExprArg e) { return tavdetail::times(e, TavInt{-1}); }
-TavNumLinExprTerm operator-(TavNumVar x) { return tavdetail::times(x, -1.0); }
-TavIntLinExprTerm operator-(TavIntVar x) { return tavdetail::times(x, TavInt{-1}); }
+TavNumExprArg operator-(TavNumExprArg e) { return e * -1.0; }
+TavIntExprArg operator-(TavIntExprArg e) { return e * -1; }
+TavNumLinExprTerm operator-(TavNumVar x) { return x * -1.0; }
+TavIntLinExprTerm operator-(TavIntVar x) { return x * -1; }
 TavNumLinExprTerm operator-(TavNumLinExprTerm t) {
   TavRequireEnv(TavVarOf(t.getImpl()));
   return TavNumLinExprTerm(negate(t.getImpl()));  // by contract: in place, so that t itself is negated too
@@ -388,36 +321,34 @@ TavIntLinExprTerm operator-(TavIntLinExprTerm t) {
   return TavIntLinExprTerm(negate(t.getImpl()));
 }
 
-// ---- numbers
-
-TavNumExprArg tavdetail::plus(TavNumExprArg e, double constant) {
-  return sumWithConstant<Numeric>(e.getImpl(), constant);
+TavNumExprArg operator+(TavNumExprArg e, TavNumArg constant) {
+  return sumWithConstant<Numeric>(e.getImpl(), constant.value);
 }
-TavNumExprArg tavdetail::plus(TavNumLinExprTerm t, double constant) {
-  return sumWithConstant<Numeric>(t.getImpl(), constant);
+TavNumExprArg operator+(TavNumLinExprTerm t, TavNumArg constant) {
+  return sumWithConstant<Numeric>(t.getImpl(), constant.value);
 }
-TavNumExprArg tavdetail::plus(TavIntLinExprTerm t, double constant) {
-  return sumWithConstant<Numeric>(t.getImpl(), constant);
+TavNumExprArg operator+(TavIntLinExprTerm t, TavFloatArg constant) {
+  return sumWithConstant<Numeric>(t.getImpl(), constant.value);
 }
-TavIntExprArg tavdetail::plus(TavIntExprArg e, TavInt constant) {
-  return sumWithConstant<Integer>(e.getImpl(), constant);
+TavIntExprArg operator+(TavIntExprArg e, TavIntArg constant) {
+  return sumWithConstant<Integer>(e.getImpl(), constant.value);
 }
-TavIntExprArg tavdetail::plus(TavIntLinExprTerm t, TavInt constant) {
-  return sumWithConstant<Integer>(t.getImpl(), constant);
+TavIntExprArg operator+(TavIntLinExprTerm t, TavIntArg constant) {
+  return sumWithConstant<Integer>(t.getImpl(), constant.value);
 }
 
-TavNumExprArg tavdetail::minus(double constant, TavNumExprArg e) {
-  return constantMinus<Numeric>(constant, e.getImpl());
+TavNumExprArg operator-(TavNumArg constant, TavNumExprArg e) {
+  return constantMinus<Numeric>(constant.value, e.getImpl());
 }
-TavNumExprArg tavdetail::minus(double constant, TavNumLinExprTerm t) {
-  return sumWithConstant<Numeric>(t.getImpl(), constant, true);
+TavNumExprArg operator-(TavNumArg constant, TavNumLinExprTerm t) {
+  return sumWithConstant<Numeric>(t.getImpl(), constant.value, true);
 }
-TavNumExprArg tavdetail::minus(double constant, TavIntLinExprTerm t) {
-  return sumWithConstant<Numeric>(t.getImpl(), constant, true);
+TavNumExprArg operator-(TavFloatArg constant, TavIntLinExprTerm t) {
+  return sumWithConstant<Numeric>(t.getImpl(), constant.value, true);
 }
-TavIntExprArg tavdetail::minus(TavInt constant, TavIntExprArg e) {
-  return constantMinus<Integer>(constant, e.getImpl());
+TavIntExprArg operator-(TavIntArg constant, TavIntExprArg e) {
+  return constantMinus<Integer>(constant.value, e.getImpl());
 }
-TavIntExprArg tavdetail::minus(TavInt constant, TavIntLinExprTerm t) {
-  return sumWithConstant<Integer>(t.getImpl(), constant, true);
+TavIntExprArg operator-(TavIntArg constant, TavIntLinExprTerm t) {
+  return sumWithConstant<Integer>(t.getImpl(), constant.value, true);
 }

@@ -10,12 +10,12 @@ TavIntExprArg operator%(TavIntExprArg a, TavIntExprArg b) {
   return TavIntExprArg(new (env) TavIntModuloI(env, a.getImpl(), b.getImpl()));
 }
 
-TavIntExprArg tavdetail::modulo(TavIntExprArg e, TavInt divisor) {
+TavIntExprArg operator%(TavIntExprArg e, TavIntArg divisor) {
   TavEnvI* env = TavRequireEnv(e.getImpl());
-  return TavIntExprArg(new (env) TavIntModuloCstI(env, e.getImpl(), divisor));
+  return TavIntExprArg(new (env) TavIntModuloCstI(env, e.getImpl(), divisor.value));
 }
 
-TavIntExprArg tavdetail::modulo(TavInt dividend, TavIntExprArg e) {
+TavIntExprArg operator%(TavIntArg dividend, TavIntExprArg e) {
   TavEnvI* env = TavRequireEnv(e.getImpl());
-  return TavIntExprArg(new (env) TavIntRecModuloCstI(env, e.getImpl(), dividend));
+  return TavIntExprArg(new (env) TavIntRecModuloCstI(env, e.getImpl(), dividend.value));
 }

@@ -1,22 +1,67 @@
+#include <algorithm>
+#include <array>
+#include <string>
 #include <vector>
 
+#include "expression/core/message.h"
 #include "expression/core/num_var.h"
 #include "expression/variables/bool_check.h"
 #include "expression/variables/bulk.h"
 
 namespace {
 
-TavNumVarI* makeVar(TavEnv env, double lb, double ub, TavNumVar::Type type) {
-  return new (env.getImpl()) TavNumVarI(env.getImpl(), type, lb, ub, nullptr);
+/// The ten messages of a family, one for each number of elements.
+template <std::size_t... K>
+consteval std::array<TavMessage, 10> countTexts(const char* array, std::index_sequence<K...>) {
+  return {TavJoin(array, "::", array, ": n !=", K < 9 ? "" : "1", std::string_view("1234567890" + K, 1))...};
+}
+consteval std::array<TavMessage, 10> countTexts(const char* array) {
+  return countTexts(array, std::make_index_sequence<10>());
 }
 
-/// A new array of `count` variables with the same bounds.
-template <class Array>
-Array makeVars(TavEnv env, TavInt count, double lb, double ub, TavNumVar::Type type) {
-  TavVarDomainI* domain = TavNumVarI::domainByType(env.getImpl(), type, lb, ub);
-  return TavMakeVars<Array>(env, count, [env, domain](TavInt) {
-    return std::decay_t<decltype(Array()[0])>(new (env.getImpl()) TavNumVarI(env.getImpl(), domain, nullptr));
-  });
+/// By TavListOf.
+constexpr auto kCountTexts = [] {
+  std::array<std::array<TavMessage, 10>, 5> texts = {countTexts("TavNumVarArray"), countTexts("TavIntVarArray"),
+                                                     countTexts("TavBoolVarArray"), countTexts("TavSemiContVarArray"),
+                                                     countTexts("TavConstraintArray")};
+  // by contract: the only text with a blank before the number
+  texts[static_cast<int>(TavListOf::NumVar)][0] = TavJoin("TavNumVarArray::TavNumVarArray: n != 1");
+  return texts;
+}();
+
+///@{
+/// The i-th bound of an array, or the same bound for all.
+double at(TavNumArray bounds, TavInt i) { return bounds.getImpl()->get<double>(i); }
+double at(TavIntArray bounds, TavInt i) { return static_cast<double>(bounds.getImpl()->get<TavInt>(i)); }
+double at(double bound, TavInt) { return bound; }
+double at(TavIntArg bound, TavInt) { return static_cast<double>(bound.value); }
+///@}
+
+/// n new variables; the i-th one has the bounds at(lbs, i) and at(ubs, i) and the name nameOf(i).
+template <class Array, class Lower, class Upper, class NameOf>
+Array makeVars(TavEnv env, TavInt n, TavNumVar::Type type, Lower lbs, Upper ubs, NameOf nameOf) {
+  using Var = std::decay_t<decltype(Array()[0])>;
+  TavEnvI* home = env.getImpl();
+  if constexpr (
+      requires { lbs.getImpl(); } || requires { ubs.getImpl(); }) {
+    return TavMakeVars<Array>(
+        env, n, [&](TavInt i) { return Var(new (home) TavNumVarI(home, type, at(lbs, i), at(ubs, i), nameOf(i))); });
+  } else {
+    TavVarDomainI* domain = TavNumVarI::domainByType(home, type, at(lbs, 0), at(ubs, 0));
+    return TavMakeVars<Array>(env, n, [&](TavInt i) { return Var(new (home) TavNumVarI(home, domain, nameOf(i))); });
+  }
+}
+
+template <class Array, class Lower, class Upper>
+Array makeVars(TavEnv env, TavInt n, TavNumVar::Type type, Lower lbs, Upper ubs) {
+  return makeVars<Array>(env, n, type, lbs, ubs, [](TavInt) { return TavNameArg(); });
+}
+
+/// One new variable for each name.
+template <class Array, class Lower, class Upper>
+Array makeNamed(TavEnv env, std::initializer_list<TavNameArg> names, TavNumVar::Type type, Lower lb, Upper ub) {
+  return makeVars<Array>(env, static_cast<TavInt>(names.size()), type, lb, ub,
+                         [names](TavInt i) { return names.begin()[i]; });
 }
 
 /// A new array of `To`'s kind with the same elements.
@@ -73,55 +118,13 @@ void forEachExpr(const Array& array, Do apply) {
 
 // ---- arrays that are written out
 
-namespace tavdetail {
-
-const CountTexts kNumVarArrayTexts = {{
-    "TavNumVarArray::TavNumVarArray: n != 1",  // by contract: the only text with a blank before the number
-    "TavNumVarArray::TavNumVarArray: n !=2",
-    "TavNumVarArray::TavNumVarArray: n !=3",
-    "TavNumVarArray::TavNumVarArray: n !=4",
-    "TavNumVarArray::TavNumVarArray: n !=5",
-    "TavNumVarArray::TavNumVarArray: n !=6",
-    "TavNumVarArray::TavNumVarArray: n !=7",
-    "TavNumVarArray::TavNumVarArray: n !=8",
-    "TavNumVarArray::TavNumVarArray: n !=9",
-    "TavNumVarArray::TavNumVarArray: n !=10",
-}};
-
-const CountTexts kIntVarArrayTexts = {{
-    "TavIntVarArray::TavIntVarArray: n !=1",
-    "TavIntVarArray::TavIntVarArray: n !=2",
-    "TavIntVarArray::TavIntVarArray: n !=3",
-    "TavIntVarArray::TavIntVarArray: n !=4",
-    "TavIntVarArray::TavIntVarArray: n !=5",
-    "TavIntVarArray::TavIntVarArray: n !=6",
-    "TavIntVarArray::TavIntVarArray: n !=7",
-    "TavIntVarArray::TavIntVarArray: n !=8",
-    "TavIntVarArray::TavIntVarArray: n !=9",
-    "TavIntVarArray::TavIntVarArray: n !=10",
-}};
-
-const CountTexts kBoolVarArrayTexts = {{
-    "TavBoolVarArray::TavBoolVarArray: n !=1",
-    "TavBoolVarArray::TavBoolVarArray: n !=2",
-    "TavBoolVarArray::TavBoolVarArray: n !=3",
-    "TavBoolVarArray::TavBoolVarArray: n !=4",
-    "TavBoolVarArray::TavBoolVarArray: n !=5",
-    "TavBoolVarArray::TavBoolVarArray: n !=6",
-    "TavBoolVarArray::TavBoolVarArray: n !=7",
-    "TavBoolVarArray::TavBoolVarArray: n !=8",
-    "TavBoolVarArray::TavBoolVarArray: n !=9",
-    "TavBoolVarArray::TavBoolVarArray: n !=10",
-}};
-
-TavArrayI* makeList(TavEnv env, TavInt n, const void* const* elements, TavInt k, const CountTexts& texts) {
+TavArrayI* TavMakeList(TavListOf family, TavEnv env, TavInt n, const void* const* elements, TavInt k) {
   TavExtractableArray array(env, n == k ? k : 0);
-  if (n != k) throw TavWrongUsage(texts.text[k - 1], 0);  // by contract: the array stays with the environment
+  if (n != k)
+    throw TavWrongUsage(kCountTexts[static_cast<int>(family)][k - 1].text, 0);  // by contract: the array stays
   for (TavInt i = 0; i < k; ++i) array.getImpl()->set(i, elements[i]);
   return array.getImpl();
 }
-
-}  // namespace tavdetail
 
 // ---- expressions
 
@@ -174,24 +177,30 @@ void TavIntExprArray::replaceByClone(TavEnvI* env) { *this = getClone(env); }
 // ---- numeric variables
 
 TavNumVarArray::TavNumVarArray(TavEnv env, TavInt n, double lb, double ub, Type type)
-    : TavNumVarArray(makeVars<TavNumVarArray>(env, n, lb, ub, type)) {}
+    : TavNumVarArray(makeVars<TavNumVarArray>(env, n, type, lb, ub)) {}
+
+TavNumVarArray::TavNumVarArray(TavEnv env, TavInt n, double lb, double ub, TavNameArg name)
+    : TavNumVarArray(env, n, lb, ub, TavNumVar::Float, name) {}
+
+TavNumVarArray::TavNumVarArray(TavEnv env, TavInt n, double lb, double ub, Type type, TavNameArg name)
+    : TavNumVarArray(makeVars<TavNumVarArray>(env, n, type, lb, ub, TavNumberedNames(name))) {}
+
+TavNumVarArray::TavNumVarArray(TavEnv env, std::initializer_list<TavNameArg> names, double lb, double ub, Type type)
+    : TavNumVarArray(makeNamed<TavNumVarArray>(env, names, type, lb, ub)) {}
 
 TavNumVarArray::TavNumVarArray(TavEnv env, TavNumArray lbs, TavNumArray ubs, Type type) {
   TavRequireArrays(lbs, ubs);
-  *this = TavMakeVars<TavNumVarArray>(env, lbs.getSize(),
-                                      [&](TavInt i) { return TavNumVar(makeVar(env, lbs[i], ubs[i], type)); });
+  *this = makeVars<TavNumVarArray>(env, lbs.getSize(), type, lbs, ubs);
 }
 
 TavNumVarArray::TavNumVarArray(TavEnv env, double lb, TavNumArray ubs, Type type) {
   TavRequireArrays(ubs);
-  *this = TavMakeVars<TavNumVarArray>(env, ubs.getSize(),
-                                      [&](TavInt i) { return TavNumVar(makeVar(env, lb, ubs[i], type)); });
+  *this = makeVars<TavNumVarArray>(env, ubs.getSize(), type, lb, ubs);
 }
 
 TavNumVarArray::TavNumVarArray(TavEnv env, TavNumArray lbs, double ub, Type type) {
   TavRequireArrays(lbs);
-  *this = TavMakeVars<TavNumVarArray>(env, lbs.getSize(),
-                                      [&](TavInt i) { return TavNumVar(makeVar(env, lbs[i], ub, type)); });
+  *this = makeVars<TavNumVarArray>(env, lbs.getSize(), type, lbs, ub);
 }
 
 TavNumVarArray::TavNumVarArray(TavEnv env, TavNumColumnArray columns, Type type) {
@@ -230,29 +239,28 @@ void TavNumVarArray::setBounds(TavNumArray lbs, TavNumArray ubs) const {
 
 // ---- integer variables
 
-TavIntVarArray::TavIntVarArray(TavEnv env, TavInt n, TavInt lb, TavInt ub)
-    : TavIntVarArray(
-          makeVars<TavIntVarArray>(env, n, static_cast<double>(lb), static_cast<double>(ub), TavNumVar::Int)) {}
+TavIntVarArray::TavIntVarArray(TavEnv env, TavInt n, TavIntArg lb, TavIntArg ub)
+    : TavIntVarArray(makeVars<TavIntVarArray>(env, n, TavNumVar::Int, lb, ub)) {}
+
+TavIntVarArray::TavIntVarArray(TavEnv env, TavInt n, TavIntArg lb, TavIntArg ub, TavNameArg name)
+    : TavIntVarArray(makeVars<TavIntVarArray>(env, n, TavNumVar::Int, lb, ub, TavNumberedNames(name))) {}
+
+TavIntVarArray::TavIntVarArray(TavEnv env, std::initializer_list<TavNameArg> names, TavIntArg lb, TavIntArg ub)
+    : TavIntVarArray(makeNamed<TavIntVarArray>(env, names, TavNumVar::Int, lb, ub)) {}
 
 TavIntVarArray::TavIntVarArray(TavEnv env, TavIntArray lbs, TavIntArray ubs) {
   TavRequireArrays(lbs, ubs);
-  *this = TavMakeVars<TavIntVarArray>(env, lbs.getSize(), [&](TavInt i) {
-    return TavIntVar(makeVar(env, static_cast<double>(lbs[i]), static_cast<double>(ubs[i]), TavNumVar::Int));
-  });
+  *this = makeVars<TavIntVarArray>(env, lbs.getSize(), TavNumVar::Int, lbs, ubs);
 }
 
-TavIntVarArray::TavIntVarArray(TavEnv env, TavInt lb, TavIntArray ubs) {
+TavIntVarArray::TavIntVarArray(TavEnv env, TavIntArg lb, TavIntArray ubs) {
   TavRequireArrays(ubs);
-  *this = TavMakeVars<TavIntVarArray>(env, ubs.getSize(), [&](TavInt i) {
-    return TavIntVar(makeVar(env, static_cast<double>(lb), static_cast<double>(ubs[i]), TavNumVar::Int));
-  });
+  *this = makeVars<TavIntVarArray>(env, ubs.getSize(), TavNumVar::Int, lb, ubs);
 }
 
-TavIntVarArray::TavIntVarArray(TavEnv env, TavIntArray lbs, TavInt ub) {
+TavIntVarArray::TavIntVarArray(TavEnv env, TavIntArray lbs, TavIntArg ub) {
   TavRequireArrays(lbs);
-  *this = TavMakeVars<TavIntVarArray>(env, lbs.getSize(), [&](TavInt i) {
-    return TavIntVar(makeVar(env, static_cast<double>(lbs[i]), static_cast<double>(ub), TavNumVar::Int));
-  });
+  *this = makeVars<TavIntVarArray>(env, lbs.getSize(), TavNumVar::Int, lbs, ub);
 }
 
 TavIntVarArray::TavIntVarArray(TavEnv env, TavNumColumnArray columns) {
@@ -272,9 +280,24 @@ TavIntExprArray TavIntVarArray::toIntExprArray() const { return sameElements<Tav
 
 TavNumVarArray TavIntVarArray::toNumVarArray() const { return sameElements<TavNumVarArray>(*this); }
 
+TavNumVarArray TavSemiContVarArray::toNumVarArray() const { return sameElements<TavNumVarArray>(*this); }
+
+TavNumExprArray TavSemiContVarArray::toNumExprArray() const { return sameElements<TavNumExprArray>(*this); }
+
 TavIntVarArray TavIntVarArray::getClone(TavEnvI* env) const { return clones(*this, env); }
 
 // ---- 0-1 variables
+
+TavBoolVarArray::TavBoolVarArray(TavEnv env, std::initializer_list<TavBoolVar> elements)
+    : TavIntVarArray(env, static_cast<TavInt>(elements.size())) {
+  std::copy(elements.begin(), elements.end(), TavArrayIterator<TavExtractable>(_impl, 0));
+}
+
+TavBoolVarArray::TavBoolVarArray(TavEnv env, TavInt n, TavNameArg name)
+    : TavBoolVarArray(makeVars<TavBoolVarArray>(env, n, TavNumVar::Int, 0, 1, TavNumberedNames(name)).getImpl()) {}
+
+TavBoolVarArray::TavBoolVarArray(TavEnv env, std::initializer_list<TavNameArg> names)
+    : TavBoolVarArray(makeNamed<TavBoolVarArray>(env, names, TavNumVar::Int, 0, 1).getImpl()) {}
 
 TavBoolVarArray::TavBoolVarArray(TavEnv env, TavNumColumnArray columns) {
   TavRequireArrays(columns);

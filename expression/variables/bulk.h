@@ -1,6 +1,7 @@
 #pragma once
 /// Class header for authors of algorithms: how arrays of new variables are made.
 
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -66,5 +67,26 @@ inline void TavInstall(const TavAddNumVar& column, TavNumVarI* variable) {
     throw;
   }
 }
+
+/// The names "x_0", "x_1" and so on of an array that is given the name "x"; no names for no name.
+class TavNumberedNames {
+ public:
+  /// Names that start with `name`.
+  explicit TavNumberedNames(TavNameArg name) : _named(name), _name(name.text()), _stem(_name.size()) {}
+
+  /// The i-th name; it holds until the next one is asked for.
+  TavNameArg operator()(TavInt i) {
+    if (!_named) return nullptr;
+    _name.resize(_stem);
+    _name += '_';
+    _name += std::to_string(i);
+    return _name;
+  }
+
+ private:
+  bool _named;
+  std::string _name;
+  std::size_t _stem;
+};
 
 #pragma GCC visibility pop

@@ -3,27 +3,26 @@
 
 // ---- TavIntVar
 
-TavIntVar::TavIntVar(TavEnv env, const char* name) : TavIntVar(env, 0, kMaxInt, name) {}
+TavIntVar::TavIntVar(TavEnv env, TavNameArg name) : TavIntVar(env, 0, kMaxInt, name) {}
 
-TavIntVar::TavIntVar(TavEnv env, TavInt lb, TavInt ub, const char* name)
-    : TavIntVar(new (env.getImpl())
-                    TavNumVarI(env.getImpl(), static_cast<double>(lb), static_cast<double>(ub), TavNumVar::Int, name)) {
-}
+TavIntVar::TavIntVar(TavEnv env, TavIntArg lb, TavIntArg ub, TavNameArg name)
+    : TavIntVar(new (env.getImpl()) TavNumVarI(env.getImpl(), static_cast<double>(lb.value),
+                                               static_cast<double>(ub.value), TavNumVar::Int, name)) {}
 
-TavIntVar::TavIntVar(TavIntRange range, const char* name)
+TavIntVar::TavIntVar(TavIntRange range, TavNameArg name)
     : TavIntVar(new (range.getImpl()->getEnv()) TavNumVarI(range.getImpl(), name)) {}
 
-TavIntVar::TavIntVar(TavEnv env, TavIntArray values, const char* name) {
+TavIntVar::TavIntVar(TavEnv env, TavIntArray values, TavNameArg name) {
   if (!values.getImpl()) throw TavEmptyHandleException();
   *this = TavIntVar(new (env.getImpl()) TavNumVarI(env.getImpl(), values, TavNumVar::Int, name));
 }
 
-TavIntVar::TavIntVar(const TavAddNumVar& column, TavInt lb, TavInt ub, const char* name)
+TavIntVar::TavIntVar(const TavAddNumVar& column, TavIntArg lb, TavIntArg ub, TavNameArg name)
     : TavIntVar(TavEnv(column.getEnv()), lb, ub, name) {
   TavInstall(column, getImpl());
 }
 
-TavIntVar::TavIntVar(const TavAddNumVar& column, TavIntArray values, const char* name)
+TavIntVar::TavIntVar(const TavAddNumVar& column, TavIntArray values, TavNameArg name)
     : TavIntVar(TavEnv(column.getEnv()), values, name) {
   TavInstall(column, getImpl());
 }
@@ -32,19 +31,19 @@ TavIntVar::TavIntVar(TavNumVar variable) : TavIntVar(variable.getImpl()) {
   if (variable.getType() == TavNumVar::Float) throw TavBadConversion();
 }
 
-void TavIntVar::setMin(TavInt lb) const {
+void TavIntVar::setMin(TavIntArg lb) const {
   if (!_impl) throw TavWrongUsage("Using empty TavIntVar handle.", 0);
-  getImpl()->setLB(static_cast<double>(lb));
+  getImpl()->setLB(static_cast<double>(lb.value));
 }
 
-void TavIntVar::setMax(TavInt ub) const {
+void TavIntVar::setMax(TavIntArg ub) const {
   if (!_impl) throw TavWrongUsage("Using empty TavIntVar handle.", 0);
-  getImpl()->setUB(static_cast<double>(ub));
+  getImpl()->setUB(static_cast<double>(ub.value));
 }
 
-void TavIntVar::setBounds(TavInt lb, TavInt ub) const {
+void TavIntVar::setBounds(TavIntArg lb, TavIntArg ub) const {
   if (!_impl) throw TavWrongUsage("Using empty handle TavIntVar", 0);  // by contract: another wording than setMin's
-  getImpl()->setBounds(static_cast<double>(lb), static_cast<double>(ub));
+  getImpl()->setBounds(static_cast<double>(lb.value), static_cast<double>(ub.value));
 }
 
 TavNumVar::Type TavIntVar::getType() const {
@@ -67,12 +66,13 @@ void TavIntVar::setPossibleValues(TavIntArray values) const {
 
 // ---- TavBoolVar
 
-TavBoolVar::TavBoolVar(TavEnv env, const char* name) : TavBoolVar(env, 0, 1, name) {}
+TavBoolVar::TavBoolVar(TavEnv env, TavNameArg name) : TavBoolVar(env, 0, 1, name) {}
 
-TavBoolVar::TavBoolVar(TavEnv env, TavInt lb, TavInt ub, const char* name)
-    : TavBoolVar(new (env.getImpl()) TavNumVarI(env.getImpl(), env.getImpl()->getOrMakeSharedDomain(lb, ub), name)) {}
+TavBoolVar::TavBoolVar(TavEnv env, TavIntArg lb, TavIntArg ub, TavNameArg name)
+    : TavBoolVar(new (env.getImpl())
+                     TavNumVarI(env.getImpl(), env.getImpl()->getOrMakeSharedDomain(lb.value, ub.value), name)) {}
 
-TavBoolVar::TavBoolVar(const TavAddNumVar& column, const char* name) {
+TavBoolVar::TavBoolVar(const TavAddNumVar& column, TavNameArg name) {
   TavEnvI* env = column.getEnv();
   TavVarDomainI* domain = new (env) TavBoolVarDomainI(0, 1);
   try {

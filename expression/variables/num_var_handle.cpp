@@ -4,32 +4,32 @@
 
 // ---- construction
 
-TavNumVar::TavNumVar(TavEnv env, double lb, double ub, Type type, const char* name)
+TavNumVar::TavNumVar(TavEnv env, double lb, double ub, Type type, TavNameArg name)
     : TavNumVar(new (env.getImpl()) TavNumVarI(env.getImpl(), lb, ub, type, name)) {}
 
-TavNumVar::TavNumVar(TavEnv env, double lb, double ub, const char* name) : TavNumVar(env, lb, ub, Float, name) {}
+TavNumVar::TavNumVar(TavEnv env, double lb, double ub, TavNameArg name) : TavNumVar(env, lb, ub, Float, name) {}
 
-TavNumVar::TavNumVar(const TavAddNumVar& column, double lb, double ub, Type type, const char* name)
+TavNumVar::TavNumVar(const TavAddNumVar& column, double lb, double ub, Type type, TavNameArg name)
     : TavNumVar(new (column.getEnv()) TavNumVarI(column.getEnv(), type, lb, ub, name)) {
   TavInstall(column, getImpl());
 }
 
-TavNumVar::TavNumVar(const TavAddNumVar& column, TavNumArray values, Type type, const char* name)
+TavNumVar::TavNumVar(const TavAddNumVar& column, TavNumArray values, Type type, TavNameArg name)
     : TavNumVar(TavEnv(column.getEnv()), values, type, name) {
   TavInstall(column, getImpl());
 }
 
-TavNumVar::TavNumVar(TavNumRange range, const char* name)
+TavNumVar::TavNumVar(TavNumRange range, TavNameArg name)
     : TavNumVar(new (range.getImpl()->getEnv()) TavNumVarI(range.getImpl(), name)) {}
 
-TavNumVar::TavNumVar(TavEnv env, TavNumArray values, Type type, const char* name)
+TavNumVar::TavNumVar(TavEnv env, TavNumArray values, Type type, TavNameArg name)
     : TavNumVar(new (env.getImpl()) TavNumVarI(env.getImpl(), values, type, name)) {}
 
 // ---- queries and modification
 
 TavInt TavNumVar::getId() const { return getImpl()->getId(); }
 const char* TavNumVar::getName() const { return getImpl()->getName(); }
-void TavNumVar::setName(const char* name) const { getImpl()->setName(name); }
+void TavNumVar::setName(TavNameArg name) const { getImpl()->setName(name); }
 double TavNumVar::getLB() const { return getImpl()->getLB(); }
 double TavNumVar::getUB() const { return getImpl()->getUB(); }
 void TavNumVar::setLB(double lb) const { getImpl()->setLB(lb); }

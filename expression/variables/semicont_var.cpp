@@ -32,10 +32,10 @@ void TavSemiContVarI::display(std::ostream& os) const {
 
 // ---- handle
 
-TavSemiContVar::TavSemiContVar(TavEnv env, double sclb, double ub, Type type, const char* name)
+TavSemiContVar::TavSemiContVar(TavEnv env, double sclb, double ub, Type type, TavNameArg name)
     : TavSemiContVar(new (env.getImpl()) TavSemiContVarI(env.getImpl(), type, 0.0, ub, sclb, name)) {}
 
-TavSemiContVar::TavSemiContVar(const TavAddNumVar& column, double sclb, double ub, Type type, const char* name)
+TavSemiContVar::TavSemiContVar(const TavAddNumVar& column, double sclb, double ub, Type type, TavNameArg name)
     : TavSemiContVar(TavEnv(column.getEnv()), sclb, ub, type, name) {
   TavInstall(column, getImpl());
 }
@@ -58,10 +58,13 @@ void TavSemiContVar::setClone(TavSemiContVar clone, TavEnv env) const {
 
 // ---- array
 
-TavSemiContVarArray::TavSemiContVarArray(TavEnv env, TavInt n, double sclb, double ub, Type type) {
+TavSemiContVarArray::TavSemiContVarArray(TavEnv env, TavInt n, double sclb, double ub, Type type)
+    : TavSemiContVarArray(env, n, sclb, ub, type, nullptr) {}
+
+TavSemiContVarArray::TavSemiContVarArray(TavEnv env, TavInt n, double sclb, double ub, Type type, TavNameArg name) {
   TavVarDomainI* domain = TavNumVarI::domainByType(env.getImpl(), type, 0.0, ub);
-  *this = TavMakeVars<TavSemiContVarArray>(env, n, [&](TavInt) {
-    return TavSemiContVar(new (env.getImpl()) TavSemiContVarI(env.getImpl(), domain, sclb, nullptr));
+  *this = TavMakeVars<TavSemiContVarArray>(env, n, [&, names = TavNumberedNames(name)](TavInt i) mutable {
+    return TavSemiContVar(new (env.getImpl()) TavSemiContVarI(env.getImpl(), domain, sclb, names(i)));
   });
 }
 
@@ -80,16 +83,3 @@ TavSemiContVarArray::TavSemiContVarArray(TavEnv env, TavNumColumnArray columns, 
     return TavSemiContVar(column, sclbs[i], ubs[i], type);
   });
 }
-
-const tavdetail::CountTexts tavdetail::kSemiContVarArrayTexts = {{
-    "TavSemiContVarArray::TavSemiContVarArray: n !=1",
-    "TavSemiContVarArray::TavSemiContVarArray: n !=2",
-    "TavSemiContVarArray::TavSemiContVarArray: n !=3",
-    "TavSemiContVarArray::TavSemiContVarArray: n !=4",
-    "TavSemiContVarArray::TavSemiContVarArray: n !=5",
-    "TavSemiContVarArray::TavSemiContVarArray: n !=6",
-    "TavSemiContVarArray::TavSemiContVarArray: n !=7",
-    "TavSemiContVarArray::TavSemiContVarArray: n !=8",
-    "TavSemiContVarArray::TavSemiContVarArray: n !=9",
-    "TavSemiContVarArray::TavSemiContVarArray: n !=10",
-}};

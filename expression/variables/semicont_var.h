@@ -11,12 +11,12 @@ class TavSemiContVarI final : public TavNode<TavSemiContVarI, TavNumVarI> {
   static constexpr const char* kTypeName = "TavSemiContVarI";
 
   /// Without a domain: bounds [0, infinity], type Float.
-  TavSemiContVarI(TavEnvI* env, double threshold, const char* name) : TavNode(env, name), _threshold(threshold) {}
+  TavSemiContVarI(TavEnvI* env, double threshold, TavNameArg name) : TavNode(env, name), _threshold(threshold) {}
   /// Takes the domain over unless it is shared.
-  TavSemiContVarI(TavEnvI* env, TavVarDomainI* domain, double threshold, const char* name)
+  TavSemiContVarI(TavEnvI* env, TavVarDomainI* domain, double threshold, TavNameArg name)
       : TavNode(env, domain, name), _threshold(threshold) {}
   /// Shared domain, Boolean bounds truncated first.
-  TavSemiContVarI(TavEnvI* env, Type type, double lb, double ub, double threshold, const char* name)
+  TavSemiContVarI(TavEnvI* env, Type type, double lb, double ub, double threshold, TavNameArg name)
       : TavNode(env, type, lb, ub, name), _threshold(threshold) {}
 
   /// The threshold.

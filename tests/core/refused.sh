@@ -19,7 +19,7 @@ printf '#include "expression/tavexpression.h"\n%s {}\n' "$declarations" >"$work/
 compile "$@" || { cat "$work/errors"; exit 1; }
 
 printf '#include "expression/tavexpression.h"\n%s {\n#line 1\n' "$declarations" >"$work/uses.cpp"
-printf '  static_cast<void>(0), %s;\n' "${uses[@]}" | sed -E 's/static_cast<void>\(0\), (Tav[A-Za-z]+ )/\1/' >>"$work/uses.cpp"
+printf '  static_cast<void>(0), %s;\n' "${uses[@]}" | sed -E 's/static_cast<void>\(0\), (Tav[A-Za-z<>]+ )/\1/' >>"$work/uses.cpp"
 echo '}' >>"$work/uses.cpp"
 limit=-fmax-errors=0
 [[ $("$1" --version) == *clang* ]] && limit=-ferror-limit=0
@@ -34,6 +34,11 @@ for i in "${!uses[@]}"; do
       failed=1
     fi
   done
+done
+# Flags under which the header itself says what it needs.
+for flag in -std=c++17 -ffast-math; do
+  errors=$("$@" -std=c++20 "$flag" -I"$root" -fsyntax-only -x c++ "$root/expression/tavexpression.h" 2>&1 || true)
+  [[ $(grep -m1 'error: ' <<<"$errors") == *'"tavexpression '* ]] || { echo "$flag is not refused"; failed=1; }
 done
 echo "${#uses[@]} uses"
 exit $failed

@@ -15,7 +15,9 @@ class Compilation {
 
   Code run(const std::vector<TavNumExprI*>& constraints, TavNumExprI* objective, std::vector<bool>& watched) {
     readRows(constraints, objective, watched);
-    _drafts = Elements(_rows, _columns.size(), static_cast<std::uint32_t>(constraints.size())).collect();
+    _drafts = Elements(_rows, _columns.size(), static_cast<std::uint32_t>(constraints.size()),
+                       _options.mode == TavEvaluator::Mode::Exact)
+                  .collect();
     keepRowFacts();
     compileShapes();
     keepLooseRows();
@@ -75,21 +77,57 @@ class Compilation {
     }
   }
 
-  void keepLooseRows() {
+  /// Where the shapes put each summand; kNone for those that are part of a whole output.
+  std::vector<std::uint32_t> placeSummands() {
+    std::vector<std::uint32_t> placeOf(_rows.summands.size(), kNone);
+    for (std::size_t s = 0; s < _drafts.size(); ++s) {
+      const ShapeDraft& draft = _drafts[s];
+      Shape& shape = _code.shapes[s];
+      shape.firstValue = static_cast<std::uint32_t>(_code.valueCount);
+      for (std::uint32_t e = 0; e < draft.count; ++e) {
+        const std::uint32_t block = e / shape.lanes * shape.lanes * draft.valueCount;
+        for (std::uint32_t k = 0; k < draft.valueCount; ++k) {
+          placeOf[draft.values[std::size_t{e} * draft.valueCount + k]] =
+              shape.firstValue + block + k * shape.lanes + e % shape.lanes;
+        }
+      }
+      _code.valueCount += std::size_t{shape.blockCount()} * shape.lanes * draft.valueCount;
+    }
+    return placeOf;
+  }
+
+  std::vector<bool> findWholeRows() const {
     std::vector<bool> isWhole(_code.rows.size());
     for (std::size_t s = 0; s < _drafts.size(); ++s) {
       const ShapeDraft& draft = _drafts[s];
-      for (std::size_t i = 0; i < draft.rows.size(); ++i) {
-        if (_code.shapes[s].isWhole[i % draft.outputCount]) isWhole[draft.rows[i]] = true;
+      for (const std::uint32_t output : _code.shapes[s].wholeOutputs) {
+        for (std::uint32_t e = 0; e < draft.count; ++e) {
+          isWhole[draft.rows[std::size_t{e} * draft.outputCount + output]] = true;
+        }
       }
     }
-    for (std::uint32_t r = 0; r + 1 < _code.rows.size(); ++r) {
-      const Code::RowFacts& row = _code.rows[r];
+    return isWhole;
+  }
+
+  void keepLooseRows() {
+    const std::vector<std::uint32_t> placeOf = placeSummands();
+    const std::vector<bool> isWhole = findWholeRows();
+    for (std::uint32_t r = 0; r < _rows.rows.size(); ++r) {
+      const Row& row = _rows.rows[r];
       if (isWhole[r]) continue;
-      _code.looseRows.push_back(
-          {row.constant, row.firstTerm, static_cast<std::uint32_t>(row.termEnd - row.firstTerm), r});
+      const bool isInOrder = row.whole == Row::kInOrder;
+      Code::LooseRow loose{row.constant, row.firstTerm, _code.summands.size(), 0, 0, r};
+      loose.termCount = static_cast<std::uint32_t>(row.termEnd - row.firstTerm);
+      if (!isInOrder) loose.constant = loose.termCount = 0;  // the whole expression is a summand
+      const std::size_t first = isInOrder ? row.firstSummand : row.whole, end = isInOrder ? row.summandEnd : first + 1;
+      for (std::size_t s = first; s < end; ++s) {
+        if (placeOf[s] != kNone) _code.summands.push_back(placeOf[s]);
+      }
+      loose.summandCount = static_cast<std::uint32_t>(_code.summands.size() - loose.firstSummand);
+      _code.looseRows.push_back(loose);
     }
     _code.looseRows.shrink_to_fit();
+    _code.summands.shrink_to_fit();
   }
 
   void layOutJacobian() {
@@ -156,9 +194,9 @@ Code compile(const std::vector<TavNumExprI*>& constraints, TavNumExprI* objectiv
 
 std::size_t Code::bytes() const noexcept {
   std::size_t sum = rows.capacity() * sizeof(RowFacts) + looseRows.capacity() * sizeof(LooseRow) +
-                    terms.capacity() * sizeof(TavEvaluator::LinearTerm) + byObjects.capacity() * sizeof(std::uint32_t) +
-                    shapes.capacity() * sizeof(Shape) + gradientStart.capacity() * sizeof(double) + jacobian.bytes() +
-                    hessian.bytes();
+                    summands.capacity() * sizeof(std::uint32_t) + terms.capacity() * sizeof(TavEvaluator::LinearTerm) +
+                    byObjects.capacity() * sizeof(std::uint32_t) + shapes.capacity() * sizeof(Shape) +
+                    gradientStart.capacity() * sizeof(double) + jacobian.bytes() + hessian.bytes();
   for (const Shape& shape : shapes) {
     sum += (shape.parameters.capacity() + shape.uniforms.capacity()) * sizeof(double) + shape.variables.bytes() +
            shape.rows.bytes() + shape.jacobian.bytes() + shape.hessian.bytes();

@@ -29,25 +29,29 @@ void ShapeCompiler::readMark(KeyMark mark, std::uint32_t node, std::uint32_t& pa
     node = _graph.mul(_graph.leaf(Op::Parameter, parameters++), node);
   }
   if (mark == KeyMark::LinearNumber) node = _graph.leaf(Op::Parameter, parameters++);
+  if (!isLinear) _summands.push_back(node);
   // Linear terms follow the last summand, as in the expression.
   if (isLinear && _value == kNone) _value = _sum;
   std::uint32_t& sum = isLinear ? _value : _sum;
   sum = sum == kNone ? node : _graph.add(sum, node);
 }
 
-void ShapeCompiler::endOutput(KeyMark mark) {
+void ShapeCompiler::endOutput(std::uint32_t uses) {
+  auto& values = rootsOf(uses & kOfObjective ? Section::Objective : Section::Rows);
+  if (uses & kSum) values.push_back(_sum);
+  if (uses & kEach) values.insert(values.end(), _summands.begin(), _summands.end());
+  if (uses & kWhole) _wholeValues.push_back(_value == kNone ? _sum : _value);
   _outputs.push_back(_sum);
-  _values.push_back(_value == kNone ? _sum : _value);
-  _isObjective.push_back(mark == KeyMark::Objective);
-  _isWhole.push_back(mark == KeyMark::WholeOutput);
+  _uses.push_back(uses);
+  _summands.clear();
   _sum = _value = kNone;
 }
 
 void ShapeCompiler::readKey(const ShapeDraft& draft) {
   _graph.clear();
   _nodeOf.clear();
-  for (auto* numbers : {&_outputs, &_values}) numbers->clear();
-  for (auto* flags : {&_isObjective, &_isWhole}) flags->clear();
+  for (auto* numbers : {&_outputs, &_uses, &_wholeValues}) numbers->clear();
+  for (auto& roots : _roots) roots.clear();
   // Variables have the lowest numbers: second derivatives end at them.
   for (std::uint32_t v = 0; v < draft.variableCount; ++v) _graph.leaf(Op::Variable, v);
   std::uint32_t variables = 0, parameters = 0;
@@ -56,8 +60,8 @@ void ShapeCompiler::readKey(const ShapeDraft& draft) {
     const std::uint32_t word = key[i++];
     if (word >= static_cast<std::uint32_t>(KeyMark::Plus)) {
       const auto mark = static_cast<KeyMark>(word);
-      if (mark >= KeyMark::Output) {
-        endOutput(mark);
+      if (mark == KeyMark::Output) {
+        endOutput(key[i++]);
       } else {
         readMark(mark, mark == KeyMark::LinearNumber ? kNone : _nodeOf[key[i++]], parameters);
       }
@@ -97,25 +101,32 @@ void ShapeCompiler::findDegrees(ShapePlan& plan) const {
     if (node.op == Op::Div && degree[node.b] == 0) result = most;
     degree[k] = std::min(result, 3);
   }
-  for (const std::uint32_t output : _outputs) plan.degree.push_back(static_cast<char>(degree[output]));
+  for (std::size_t k = 0; k < _outputs.size(); ++k) {
+    plan.degree.push_back(_uses[k] & kDerivatives ? static_cast<char>(degree[_outputs[k]]) : char{0});
+  }
 }
 
 void ShapeCompiler::differentiate(int derivatives, ShapePlan& plan) {
-  const auto section = [this](Section s) -> std::vector<std::uint32_t>& { return _roots[static_cast<std::size_t>(s)]; };
-  for (auto& roots : _roots) roots.clear();
+  const auto addRoots = [this](Section section, const std::vector<Derivative>& from) {
+    for (const Derivative& d : from) rootsOf(section).push_back(d.node);
+  };
+  if (derivatives < 1) return;
   const std::uint32_t count = _graph.size();
   for (std::uint32_t k = 0; k < _outputs.size(); ++k) {
-    section(_isObjective[k] ? Section::Objective : Section::Rows).push_back(_values[k]);
-    if (derivatives < 1) continue;
-    _differentiator.first(_graph, count, _outputs[k], k, _isObjective[k] ? plan.gradient : plan.jacobian);
+    if (!(_uses[k] & kDerivatives)) continue;
+    _differentiator.first(_graph, count, _outputs[k], k, _uses[k] & kOfObjective ? plan.gradient : plan.jacobian);
   }
-  for (const Derivative& d : plan.jacobian) section(Section::Jacobian).push_back(d.node);
-  for (const Derivative& d : plan.gradient) section(Section::Gradient).push_back(d.node);
+  addRoots(Section::Gradient, plan.gradient);
+  addRoots(Section::Jacobian, plan.jacobian);
   if (derivatives < 2) return;
-  std::vector<std::uint32_t> weights;
-  for (std::uint32_t k = 0; k < _outputs.size(); ++k) weights.push_back(_graph.leaf(Op::Weight, k));
-  _differentiator.second(_graph, count, _outputs, weights, plan.hessian);
-  for (const Derivative& d : plan.hessian) section(Section::Hessian).push_back(d.node);
+  std::vector<std::uint32_t> outputs, weights;
+  for (std::uint32_t k = 0; k < _outputs.size(); ++k) {
+    if (!(_uses[k] & kDerivatives)) continue;
+    outputs.push_back(_outputs[k]);
+    weights.push_back(_graph.leaf(Op::Weight, k));
+  }
+  _differentiator.second(_graph, count, outputs, weights, plan.hessian);
+  addRoots(Section::Hessian, plan.hessian);
 }
 
 void ShapeCompiler::makePrograms(Shape& shape) {
@@ -207,11 +218,16 @@ void ShapeCompiler::compile(const ShapeDraft& draft, int derivatives, std::uint3
   findDegrees(plan);
   shape.count = draft.count;
   shape.variableCount = draft.variableCount;
+  rootsOf(Section::Rows).insert(rootsOf(Section::Rows).end(), _wholeValues.begin(), _wholeValues.end());
+  shape.valueCount = draft.valueCount;
+  shape.objectiveValueCount = static_cast<std::uint32_t>(rootsOf(Section::Objective).size());
   differentiate(derivatives, plan);
   makePrograms(shape);
   chooseLanes(lanes, shape);
-  shape.isObjective = _isObjective;
-  shape.isWhole = _isWhole;
+  for (std::uint32_t k = 0; k < _uses.size(); ++k) {
+    shape.isObjective.push_back(_uses[k] & kOfObjective ? 1 : 0);
+    if (_uses[k] & kWhole) shape.wholeOutputs.push_back(k);
+  }
   for (const Derivative& d : plan.gradient) shape.gradientVariables.push_back(d.column);
   fillParameters(draft, shape);
   fillIndices(draft, shape);

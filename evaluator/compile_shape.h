@@ -26,8 +26,9 @@ class ShapeCompiler {
 
  private:
   void readKey(const ShapeDraft& draft);
+  std::vector<std::uint32_t>& rootsOf(Section section) { return _roots[static_cast<std::size_t>(section)]; }
   void readMark(KeyMark mark, std::uint32_t node, std::uint32_t& parameters);
-  void endOutput(KeyMark mark);
+  void endOutput(std::uint32_t uses);
   void findDegrees(ShapePlan& plan) const;
   void differentiate(int derivatives, ShapePlan& plan);
   void makePrograms(Shape& shape);
@@ -40,10 +41,11 @@ class ShapeCompiler {
   Lowering _lowering;
   DerivedParameters _derived;
   Roots _roots;
-  std::vector<std::uint32_t> _nodeOf;            // by number in the key
-  std::vector<std::uint32_t> _outputs, _values;  // without and with the linear part
-  std::vector<char> _isObjective, _isWhole;
-  std::uint32_t _sum = kNone, _value = kNone;
+  std::vector<std::uint32_t> _nodeOf;  // by number in the key
+  std::vector<std::uint32_t> _outputs, _uses;
+  std::vector<std::uint32_t> _summands;        // of the output that is read
+  std::vector<std::uint32_t> _wholeValues;     // of outputs that are their rows
+  std::uint32_t _sum = kNone, _value = kNone;  // of the output that is read, without and with the linear part
 };
 
 }  // namespace taveval

@@ -57,8 +57,8 @@ Compiled::Compiled(TavEnvI* env, TavNumExprArg objective, std::span<const TavNum
   _columns.setOpen(!_columnsAreGiven);
   _code = compile(_constraints, _objective, _columns, _options, _watched);
   _follower = std::make_unique<Follower>(env, *this);
-  for (TavNumExprI* constraint : _constraints) constraint->retain();
-  if (_objective) _objective->retain();
+  for (TavNumExprI* constraint : _constraints) retain(constraint);
+  retain(_objective);
 }
 
 Compiled::~Compiled() {
@@ -73,9 +73,14 @@ void Compiled::requireHome(const TavExtractableI* object) const {
   if (object->getEnv() != _home) throw TavWrongUsage("TavEvaluator: mixing mismatch Environments");
 }
 
+/// Variables and constraints are not counted: they live until they are ended, and `forget` tells of it.
+void Compiled::retain(TavNumExprI* expression) noexcept {
+  if (expression && expression->isRefCountedExpr()) expression->retain();
+}
+
 void Compiled::release(TavNumExprI* expression) noexcept {
   TavFirstFailure ignored;  // a hook's, from a destructor
-  if (expression && env()) ignored.attempt([=] { expression->release(); });
+  if (expression && env() && expression->isRefCountedExpr()) ignored.attempt([=] { expression->release(); });
 }
 
 const Code::RowFacts& Compiled::factsOf(std::size_t row) {
@@ -113,7 +118,7 @@ void Compiled::replace(std::size_t row, TavNumExprArg expression) {
     place = old;
     throw;
   }
-  if (fresh) fresh->retain();
+  retain(fresh);
   release(old);
 }
 

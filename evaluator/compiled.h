@@ -21,15 +21,18 @@ struct Code {
     TavEvaluator::Kind kind;
   };
 
-  /// A constraint whose value starts from its constant and linear part; others are whole outputs of a shape.
+  /// A row whose value is added up: its summands, then linear terms, then the constant. Others are whole outputs of a
+  /// shape.
   struct LooseRow {
     double constant;
-    std::size_t firstTerm;
-    std::uint32_t termCount, row;
+    std::size_t firstTerm, firstSummand;
+    std::uint32_t termCount, summandCount, row;
   };
 
-  std::vector<RowFacts> rows;  ///< The constraints, then the objective.
-  std::vector<LooseRow> looseRows;
+  std::vector<RowFacts> rows;           ///< The constraints, then the objective.
+  std::vector<LooseRow> looseRows;      ///< The objective is the last.
+  std::vector<std::uint32_t> summands;  ///< Of loose rows: places of values that shapes compute.
+  std::size_t valueCount = 0;           ///< Places that these values take.
   std::vector<TavEvaluator::LinearTerm> terms;
   std::vector<std::uint32_t> byObjects;  ///< Rows whose values come from their objects.
   std::vector<Shape> shapes;
@@ -81,6 +84,7 @@ class Compiled {
  private:
   friend class Follower;
   void requireHome(const TavExtractableI* object) const;
+  static void retain(TavNumExprI* expression) noexcept;
   void release(TavNumExprI* expression) noexcept;
 
   TavEnvI* _home;

@@ -150,15 +150,4 @@ Rule ruleOf(Graph& graph, std::uint32_t k) {
   }
 }
 
-std::uint32_t times(Graph& graph, const Partial& partial, std::uint32_t w) {
-  switch (partial.kind) {
-    case Partial::Kind::IfTrue:
-      return graph.select(partial.node, w, graph.constant(0));
-    case Partial::Kind::IfFalse:
-      return graph.select(partial.node, graph.constant(0), w);
-    default:
-      return graph.mul(partial.node, w);
-  }
-}
-
 }  // namespace taveval

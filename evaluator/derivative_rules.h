@@ -24,7 +24,4 @@ struct Rule {
 /// The rule of a node; what it needs is added to the graph. A node that is piecewise constant, or a leaf, has none.
 Rule ruleOf(Graph& graph, std::uint32_t node);
 
-/// partial * w.
-std::uint32_t times(Graph& graph, const Partial& partial, std::uint32_t w);
-
 }  // namespace taveval

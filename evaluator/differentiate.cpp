@@ -2,15 +2,15 @@
 
 #include <algorithm>
 
-#include "evaluator/derivative_rules.h"
-
 namespace taveval {
 
 void Differentiator::begin(const Graph& graph, std::uint32_t count) {
   _active.assign(count, 0);
   _adjoint.assign(count, kNone);
+  _hasChoices = false;
   for (std::uint32_t k = 0; k < count; ++k) {
     const Graph::Node& node = graph[k];
+    _hasChoices = _hasChoices || node.op == Op::Select || node.op == Op::Min || node.op == Op::Max;
     if (node.op == Op::Variable) {
       _active[k] = 1;
     } else if (operandCount(node.op) > 0 && !isPiecewiseConstant(node.op)) {
@@ -18,6 +18,24 @@ void Differentiator::begin(const Graph& graph, std::uint32_t count) {
       _active[k] = static_cast<char>((!choice && _active[node.a]) || (node.b != kNone && _active[node.b]) ||
                                      (node.c != kNone && _active[node.c]));
     }
+  }
+}
+
+/// factor * w. What was not chosen has w = 0, and gives 0 even where its derivative is infinite or undefined.
+std::uint32_t Differentiator::product(Graph& graph, std::uint32_t factor, std::uint32_t w) const {
+  const std::uint32_t result = graph.mul(factor, w);
+  if (!_hasChoices || graph[factor].op == Op::Constant || graph[w].op == Op::Constant) return result;
+  return graph.select(w, result, graph.constant(0));
+}
+
+std::uint32_t Differentiator::times(Graph& graph, const Partial& partial, std::uint32_t w) const {
+  switch (partial.kind) {
+    case Partial::Kind::IfTrue:
+      return graph.select(partial.node, w, graph.constant(0));
+    case Partial::Kind::IfFalse:
+      return graph.select(partial.node, graph.constant(0), w);
+    default:
+      return product(graph, partial.node, w);
   }
 }
 
@@ -123,7 +141,7 @@ void Differentiator::second(Graph& graph, std::uint32_t count, const std::vector
     for (int i = 0, pair = 0; i < rule.count; ++i) {
       for (int j = 0; j <= i; ++j, ++pair) {
         if (rule.second[pair] == kNone) continue;
-        const std::uint32_t created = graph.mul(rule.second[pair], adjoint);
+        const std::uint32_t created = product(graph, rule.second[pair], adjoint);
         const bool doubled = i != j && rule.operand[i] == rule.operand[j];
         addEdge(graph, rule.operand[i], rule.operand[j], doubled ? graph.mul(graph.constant(2), created) : created);
       }

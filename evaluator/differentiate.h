@@ -3,6 +3,7 @@
 
 #include <vector>
 
+#include "evaluator/derivative_rules.h"
 #include "evaluator/graph.h"
 
 namespace taveval {
@@ -42,12 +43,15 @@ class Differentiator {
 
   void begin(const Graph& graph, std::uint32_t count);
   void addTo(Graph& graph, std::uint32_t& sum, std::uint32_t summand) const;
+  std::uint32_t product(Graph& graph, std::uint32_t factor, std::uint32_t w) const;
+  std::uint32_t times(Graph& graph, const Partial& partial, std::uint32_t w) const;
   void addAdjoint(Graph& graph, std::uint32_t node, std::uint32_t summand);
   void addEdge(Graph& graph, std::uint32_t i, std::uint32_t j, std::uint32_t weight);
   std::uint32_t& edgeWeight(std::uint32_t i, std::uint32_t j);
   void growSlots();
 
   std::vector<char> _active;  // depends on a variable by a derivative that is not 0 everywhere
+  bool _hasChoices = false;   // the graph has nodes that give one operand and leave out another
   std::vector<std::uint32_t> _adjoint;
   std::vector<std::uint32_t> _firstEdge;
   std::vector<Edge> _edges;

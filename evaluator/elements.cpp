@@ -75,23 +75,25 @@ std::uint32_t Elements::homeOf(const Local& local) {
   return kNone;
 }
 
-void Elements::splitRow(std::uint32_t number) {
-  const Row& row = _rows.rows[number];
-  if (row.withoutDerivative || row.firstSummand == row.summandEnd) return;
-  _locals.clear();
-  for (std::size_t s = row.firstSummand; s < row.summandEnd; ++s) {
-    Local local{};
-    local.firstSummand = local.lastSummand = static_cast<std::uint32_t>(_links.size());
-    local.summandCount = 1;
-    _links.push_back({static_cast<std::uint32_t>(s), kNone});
-    collectVariables(_rows.summands[s].record, local);
-    _locals.push_back(local);
+Elements::Local Elements::localOf(std::size_t summand) {
+  Local local{};
+  local.firstSummand = local.lastSummand = static_cast<std::uint32_t>(_links.size());
+  local.summandCount = 1;
+  _links.push_back({static_cast<std::uint32_t>(summand), kNone});
+  collectVariables(_rows.summands[summand].record, local);
+  return local;
+}
+
+/// Joins the summands of a row over the same variables, or over some of them.
+void Elements::mergeLocals() {
+  _merged.clear();
+  if (_locals.size() == 1) {
+    _merged.push_back(_locals[0]);
+    return;
   }
-  if (_locals.size() == 1) return addOutput(_locals[0], number, true);
   // Large sets first, so that smaller ones find them.
   std::stable_sort(_locals.begin(), _locals.end(),
                    [](const Local& x, const Local& y) { return x.variableCount > y.variableCount; });
-  _merged.clear();
   _localsOfColumn.resize(_columnStamp.size());
   for (const Local& local : _locals) {
     const std::uint32_t home = homeOf(local);
@@ -106,8 +108,27 @@ void Elements::splitRow(std::uint32_t number) {
   }
   for (const Local& local : _merged) {
     for (std::uint32_t i = 0; i < local.variableCount; ++i) _localsOfColumn[_sets[local.firstVariable + i]].clear();
-    addOutput(local, number, _merged.size() == 1);
   }
+}
+
+/// How the row's value is made of its elements.
+std::uint32_t Elements::valueUses(std::uint32_t number) const {
+  const Row& row = _rows.rows[number];
+  if (_byObjects || row.byObjects || row.whole != Row::kInOrder) return 0;
+  if (_merged.size() > 1) return kEach;
+  return number != _objectiveRow && row.termEnd - row.firstTerm <= kMostTerms ? kWhole : kSum;
+}
+
+void Elements::splitRow(std::uint32_t number) {
+  const Row& row = _rows.rows[number];
+  if (row.withoutDerivative) return;
+  const std::uint32_t objective = number == _objectiveRow ? std::uint32_t{kOfObjective} : 0;
+  if (!_byObjects && row.whole != Row::kInOrder) addOutput(localOf(row.whole), number, objective | kSum);
+  _locals.clear();
+  for (std::size_t s = row.firstSummand; s < row.summandEnd; ++s) _locals.push_back(localOf(s));
+  if (_locals.empty()) return;
+  mergeLocals();
+  for (const Local& local : _merged) addOutput(local, number, objective | kDerivatives | valueUses(number));
 }
 
 // Elements
@@ -140,12 +161,10 @@ std::uint32_t Elements::elementOf(const Local& local, std::uint32_t row) {
   return head;
 }
 
-void Elements::addOutput(const Local& local, std::uint32_t number, bool isOnly) {
-  const Row& row = _rows.rows[number];
+void Elements::addOutput(const Local& local, std::uint32_t number, std::uint32_t uses) {
   Element& element = _elements[elementOf(local, number)];
   const auto output = static_cast<std::uint32_t>(_outputs.size());
-  const bool isWhole = isOnly && number != _objectiveRow && row.termEnd - row.firstTerm <= kMostTerms;
-  _outputs.push_back({number, local.firstSummand, kNone, isWhole});
+  _outputs.push_back({number, local.firstSummand, kNone, uses});
   (element.outputCount == 0 ? element.firstOutput : _outputs[element.lastOutput].next) = output;
   element.lastOutput = output;
   ++element.outputCount;
@@ -230,45 +249,50 @@ std::uint32_t Elements::draftOf(std::vector<ShapeDraft>& shapes) {
   shape.variableCount = static_cast<std::uint32_t>(_variables.size());
   shape.parameterCount = static_cast<std::uint32_t>(_parameters.size());
   shape.outputCount = static_cast<std::uint32_t>(_rowsOfOutputs.size());
+  shape.valueCount = static_cast<std::uint32_t>(_objectiveValues.size() + _values.size());
   return candidates.back();
 }
 
+void Elements::writeOutput(const Output& output) {
+  // In the order of the expression.
+  _summands.clear();
+  for (std::uint32_t link = output.firstSummand; link != kNone; link = _links[link].next) {
+    _summands.push_back(_links[link].summand);
+  }
+  std::sort(_summands.begin(), _summands.end());
+  for (const std::uint32_t number : _summands) {
+    const Summand& summand = _rows.summands[number];
+    writeRecord(summand.record);
+    const KeyMark mark = summand.isScaled            ? KeyMark::Scaled
+                         : summand.coefficient > 0.0 ? KeyMark::Plus
+                                                     : KeyMark::Minus;
+    _key.push_back(static_cast<std::uint32_t>(mark));
+    _key.push_back(_numberOf[summand.record]);
+    if (summand.isScaled) _parameters.push_back(summand.coefficient);
+  }
+  if (output.uses & kWhole) writeLinearPart(_rows.rows[output.row]);
+  _key.push_back(static_cast<std::uint32_t>(KeyMark::Output));
+  _key.push_back(output.uses);
+  _rowsOfOutputs.push_back(output.row);
+  auto& values = output.uses & kOfObjective ? _objectiveValues : _values;
+  if (output.uses & kSum) values.push_back(_summands[0]);
+  if (output.uses & kEach) values.insert(values.end(), _summands.begin(), _summands.end());
+}
+
 void Elements::addToShape(const Element& element, std::vector<ShapeDraft>& shapes) {
-  _key.clear();
-  _variables.clear();
+  for (auto* list : {&_key, &_variables, &_rowsOfOutputs, &_values, &_objectiveValues}) list->clear();
   _parameters.clear();
-  _rowsOfOutputs.clear();
   _written = 0;
   ++_stamp;
-  for (std::uint32_t o = element.firstOutput; o != kNone; o = _outputs[o].next) {
-    const Output& output = _outputs[o];
-    // In the order of the expression.
-    _summands.clear();
-    for (std::uint32_t link = output.firstSummand; link != kNone; link = _links[link].next) {
-      _summands.push_back(_links[link].summand);
-    }
-    std::sort(_summands.begin(), _summands.end());
-    for (const std::uint32_t number : _summands) {
-      const Summand& summand = _rows.summands[number];
-      writeRecord(summand.record);
-      const KeyMark mark = summand.isScaled            ? KeyMark::Scaled
-                           : summand.coefficient > 0.0 ? KeyMark::Plus
-                                                       : KeyMark::Minus;
-      _key.push_back(static_cast<std::uint32_t>(mark));
-      _key.push_back(_numberOf[summand.record]);
-      if (summand.isScaled) _parameters.push_back(summand.coefficient);
-    }
-    if (output.isWhole) writeLinearPart(_rows.rows[output.row]);
-    _key.push_back(static_cast<std::uint32_t>(output.row == _objectiveRow ? KeyMark::Objective
-                                              : output.isWhole            ? KeyMark::WholeOutput
-                                                                          : KeyMark::Output));
-    _rowsOfOutputs.push_back(output.row);
-  }
+  for (std::uint32_t o = element.firstOutput; o != kNone; o = _outputs[o].next) writeOutput(_outputs[o]);
   ShapeDraft& shape = shapes[draftOf(shapes)];
   ++shape.count;
-  shape.variables.insert(shape.variables.end(), _variables.begin(), _variables.end());
-  shape.parameters.insert(shape.parameters.end(), _parameters.begin(), _parameters.end());
-  shape.rows.insert(shape.rows.end(), _rowsOfOutputs.begin(), _rowsOfOutputs.end());
+  const auto append = [](auto& to, const auto& from) { to.insert(to.end(), from.begin(), from.end()); };
+  append(shape.variables, _variables);
+  append(shape.parameters, _parameters);
+  append(shape.rows, _rowsOfOutputs);
+  append(shape.values, _objectiveValues);
+  append(shape.values, _values);
 }
 
 std::vector<ShapeDraft> Elements::collect() {

@@ -16,6 +16,8 @@ struct ShapeDraft {
   std::vector<std::uint32_t> variables;  ///< Columns, by element.
   std::vector<double> parameters;        ///< By element.
   std::vector<std::uint32_t> rows;       ///< Rows of the outputs, by element; the objective is the row behind the last.
+  std::uint32_t valueCount = 0;          ///< Summands that an element gives, the objective's first.
+  std::vector<std::uint32_t> values;     ///< Numbers of these summands, by element.
 };
 
 /// Marks in a key, beside the numbers of operations.
@@ -27,16 +29,28 @@ enum class KeyMark : std::uint32_t {
   LinearMinus,   ///< The same, negative.
   LinearScaled,  ///< The same, times the next parameter.
   LinearNumber,  ///< The next parameter is a term.
-  Output,        ///< The output is complete.
-  WholeOutput,   ///< The same; nothing else is added to its row.
-  Objective,     ///< The same, of the objective.
+  Output,        ///< The output is complete; its uses follow.
+};
+
+/// What an output is used for.
+enum OutputUse : std::uint32_t {
+  kOfObjective = 1,  ///< It belongs to the objective.
+  kDerivatives = 2,  ///< Derivatives.
+  kWhole = 4,        ///< Its value, with the linear part, is its row's value.
+  kSum = 8,          ///< Its value is a summand of its row.
+  kEach = 16,        ///< Each of its summands is one of its row.
 };
 
 /// Makes the drafts. `objectiveRow` is the number of the objective among the rows.
 class Elements {
  public:
-  Elements(const Rows& rows, std::size_t columns, std::uint32_t objectiveRow)
-      : _rows(rows), _objectiveRow(objectiveRow), _recordStamp(rows.records.size()), _columnStamp(columns) {}
+  /// `byObjects`: no values are computed here.
+  Elements(const Rows& rows, std::size_t columns, std::uint32_t objectiveRow, bool byObjects)
+      : _byObjects(byObjects),
+        _rows(rows),
+        _objectiveRow(objectiveRow),
+        _recordStamp(rows.records.size()),
+        _columnStamp(columns) {}
   std::vector<ShapeDraft> collect();
 
  private:
@@ -54,7 +68,7 @@ class Elements {
     std::uint32_t row;
     std::uint32_t firstSummand;  // in _links
     std::uint32_t next;
-    bool isWhole;  // the row has no other, and a short linear part
+    std::uint32_t uses;  // of OutputUse
   };
   struct Element {
     std::uint32_t firstVariable, variableCount;
@@ -72,16 +86,21 @@ class Elements {
   void addToLocal(Local& into, const Local& from);
   bool isSubset(const Local& small, const Local& large) const;
   std::uint32_t homeOf(const Local& local);
-  void addOutput(const Local& local, std::uint32_t number, bool isOnly);
+  Local localOf(std::size_t summand);
+  void mergeLocals();
+  std::uint32_t valueUses(std::uint32_t number) const;
+  void addOutput(const Local& local, std::uint32_t number, std::uint32_t uses);
   std::uint32_t elementOf(const Local& local, std::uint32_t row);
   void growTable();
 
   void addToShape(const Element& element, std::vector<ShapeDraft>& shapes);
+  void writeOutput(const Output& output);
   void writeRecord(std::uint32_t record);
   void writeColumn(std::uint32_t column);
   void writeLinearPart(const Row& row);
   std::uint32_t draftOf(std::vector<ShapeDraft>& shapes);
 
+  const bool _byObjects;
   const Rows& _rows;
   const std::uint32_t _objectiveRow;
   std::uint32_t _stamp = 0;
@@ -98,7 +117,7 @@ class Elements {
   // Of the element that is being written to a key.
   std::vector<std::uint32_t> _numberOf;        // by record
   std::vector<std::uint32_t> _numberOfColumn;  // valid where _columnStamp has the stamp
-  std::vector<std::uint32_t> _key, _variables, _rowsOfOutputs, _summands;
+  std::vector<std::uint32_t> _key, _variables, _rowsOfOutputs, _summands, _values, _objectiveValues;
   std::vector<double> _parameters;
   std::uint32_t _written = 0;
   std::vector<std::vector<std::uint32_t>> _shapesOfHash;

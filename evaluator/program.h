@@ -134,7 +134,11 @@ struct Shape {
   Indices rows;                                  ///< Rows, by block and output.
   Indices jacobian, hessian;                     ///< Value positions, by block and entry.
   std::vector<std::uint32_t> gradientVariables;  ///< The variable of each gradient entry.
-  std::vector<char> isObjective, isWhole;        ///< By output; whole: nothing else is added to its row.
+  std::vector<char> isObjective;                 ///< By output.
+  /// Summands of rows, stored by block, summand (the objective's first) and lane from `firstValue` on.
+  std::uint32_t valueCount = 0, objectiveValueCount = 0, firstValue = 0;
+  /// Outputs whose values are rows. They stand behind the summands among the program's rows.
+  std::vector<std::uint32_t> wholeOutputs;
   std::uint32_t variableCount = 0;
   Programs programs;
 

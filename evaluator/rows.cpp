@@ -150,6 +150,7 @@ void Reader::addTerm(TavNumVarI* variable, double coefficient) {
   auto& terms = _rows.terms;
   if (at != static_cast<std::size_t>(-1) && at >= _rows.rows.back().firstTerm) {
     terms[at].coefficient += coefficient;
+    _isInOrder = false;
     return;
   }
   watch(variable);
@@ -169,11 +170,12 @@ void Reader::addSummand(const Pending& pending) {
 template <class Linear>
 void Reader::splitSum(const Linear* sum, const Pending& pending) {
   watch(sum);
+  _isInOrder = _isInOrder && !pending.isNested;
   const double k = pending.coefficient;
   _rows.rows.back().constant += k * static_cast<double>(sum->getConstant());
   const std::size_t first = _pending.size();
   for (const TavPart* part = sum->getFirstPart(); part; part = part->next) {
-    _pending.push_back({part->expr, k, pending.isScaled});
+    _pending.push_back({part->expr, k, pending.isScaled, true});
   }
   std::reverse(_pending.begin() + static_cast<std::ptrdiff_t>(first), _pending.end());
   for (const TavNumLinExprTermI* cell = sum->getFirstTerm(); cell; cell = cell->next)
@@ -181,17 +183,19 @@ void Reader::splitSum(const Linear* sum, const Pending& pending) {
 }
 
 void Reader::splitScaled(const Pending& pending, const ClassRow& row) {
+  _isInOrder = _isInOrder && pending.coefficient == 1.0;
   const double k = pending.coefficient;
   if (row.token == TavNumTimesCstI::GetTypeInfo()) {
     const auto* node = static_cast<const TavNumTimesCstI*>(pending.node);
     const bool isSign = node->getConstant() == -1.0;  // what a difference of expressions becomes
-    _pending.push_back({node->getOperand(), k * node->getConstant(), pending.isScaled || !isSign});
+    _pending.push_back({node->getOperand(), k * node->getConstant(), pending.isScaled || !isSign, true});
   } else if (row.token == TavIntTimesCstI::GetTypeInfo()) {
     const auto* node = static_cast<const TavIntTimesCstI*>(static_cast<TavNumExprI*>(pending.node));
-    _pending.push_back({node->getOperand(), k * static_cast<double>(node->getConstant()), true});
+    _pending.push_back({node->getOperand(), k * static_cast<double>(node->getConstant()), true, true});
   } else {
     const auto* node = static_cast<const TavNumDivCstI*>(pending.node);
-    _pending.push_back({node->getOperand(), k / node->getConstant(), true});
+    _isInOrder = false;  // a quotient is rounded otherwise
+    _pending.push_back({node->getOperand(), k / node->getConstant(), true, true});
   }
 }
 
@@ -199,12 +203,14 @@ void Reader::readRow(TavNumExprI* root) {
   Row& fresh = _rows.rows.emplace_back();
   fresh.firstTerm = _rows.terms.size();
   fresh.firstSummand = _rows.summands.size();
-  if (root) _pending.push_back({root, 1.0, false});
+  _isInOrder = true;
+  if (root) _pending.push_back({root, 1.0, false, false});
   while (!_pending.empty()) {
     const Pending pending = _pending.back();
     _pending.pop_back();
     const ClassRow& row = rowFor(pending.node);
     if (row.kind == ClassRow::Kind::Column) {
+      _isInOrder = _isInOrder && !pending.isNested;
       addTerm(static_cast<TavNumVarI*>(pending.node), pending.coefficient);
     } else if ((row.kind != ClassRow::Kind::Sum && row.kind != ClassRow::Kind::Scaled) || metBefore(pending.node)) {
       // A shared sum is multiplied out once: nested sharing would take exponential time.
@@ -220,6 +226,9 @@ void Reader::readRow(TavNumExprI* root) {
   Row& row = _rows.rows.back();
   row.termEnd = _rows.terms.size();
   row.summandEnd = _rows.summands.size();
+  if (_isInOrder || row.byObjects) return;
+  row.whole = row.summandEnd;
+  _rows.summands.push_back({read(root), 1.0, false});
 }
 
 const char* Reader::nameWithoutDerivative(std::uint32_t root) const {

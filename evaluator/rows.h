@@ -35,11 +35,15 @@ struct Summand {
   bool isScaled;  ///< The coefficient is data; else it is a sign.
 };
 
-/// A row: constant + linear terms + summands, both given by their ranges.
+/// A row: constant + linear terms + summands, both given by their ranges. Summands and terms stand in the order in
+/// which `eval` adds them, unless factors were multiplied out or terms of one variable were added up: the row's value
+/// then comes from the record of the whole expression.
 struct Row {
   double constant = 0.0;
   std::size_t firstTerm = 0, termEnd = 0;
   std::size_t firstSummand = 0, summandEnd = 0;
+  std::size_t whole = kInOrder;  ///< The summand that is the whole expression, or kInOrder.
+  static constexpr std::size_t kInOrder = static_cast<std::size_t>(-1);
   bool byObjects = false;
   const char* withoutDerivative = nullptr;  ///< The name of a class, or null.
 };
@@ -147,6 +151,7 @@ class Reader {
     TavNumExprI* node;
     double coefficient;
     bool isScaled;
+    bool isNested;  // in the root itself: no
   };
 
   static std::size_t idOf(const TavNumExprI* node) { return static_cast<std::size_t>(node->getId()); }
@@ -172,6 +177,7 @@ class Reader {
   std::vector<Frame> _frames;
   std::vector<const TavNumExprI*> _asked;
   std::vector<Pending> _pending;
+  bool _isInOrder = true;                                                 // of the row that is read
   std::vector<std::pair<std::uint32_t, const char*>> _withoutDerivative;  // records and their classes
 };
 

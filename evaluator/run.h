@@ -5,12 +5,13 @@
 
 namespace taveval {
 
-/// What a run reads and writes. Results are added to what stands there, except to runs of their own.
+/// What a run reads and writes. Derivatives are added to what stands there, except to runs of their own.
 struct Task {
   const double* x;
   double sigma;
   const double* lambda;
-  std::array<double*, kSections> results;  ///< The objective's value, then arrays.
+  std::array<double*, kSections> results;  ///< The first one is not used: the objective is a sum of summands.
+  double* summands;                        ///< Of the objective and of rows; they are added when all are there.
   double* registers;                       ///< At the start of a cache line, enough for program and lanes.
   const Tables* tables;
 };

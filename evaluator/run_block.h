@@ -53,7 +53,6 @@ class Machine {
       storeEntries(Section::Jacobian, _shape.jacobian, block);
       storeEntries(Section::Hessian, _shape.hessian, block);
     }
-    if (_program.has(Section::Objective)) *_task.results[0] += _objective;
   }
 
  private:
@@ -253,27 +252,21 @@ class Machine {
     for (; i < _live; ++i) to[i] += from[i];
   }
 
-  void storeRows(std::uint32_t block) noexcept {
+  void storeRows(std::uint32_t block) const noexcept {
+    const std::size_t objectives = _shape.objectiveValueCount, summands = _shape.valueCount - objectives;
+    double* to = _task.summands + _shape.firstValue + std::size_t{block} * _shape.valueCount * kWidth;
     for (const Operand operand : _program.sections[static_cast<int>(Section::Objective)]) {
-      const double* from = at(operand);
-      double sum = _objective;
-      for (std::uint32_t i = 0; i < _live; ++i) sum += from[i];
-      _objective = sum;
+      copy(to, at(operand));
+      to += kWidth;
     }
     const auto& operands = _program.sections[static_cast<int>(Section::Rows)];
     if (operands.empty()) return;
-    const std::size_t outputs = _shape.isObjective.size();
-    const Indices::Entry* entries = _shape.rows.entries() + block * outputs;
-    std::size_t next = 0;
-    for (std::size_t k = 0; k < outputs; ++k) {
-      if (_shape.isObjective[k]) continue;
-      double* to = _task.results[static_cast<int>(Section::Rows)];
-      const double* from = at(operands[next++]);
-      if (_shape.isWhole[k]) {
-        storeTo(to, from, _shape.rows, entries[k]);
-      } else {
-        addTo(to, from, _shape.rows, entries[k]);
-      }
+    to = _task.summands + _shape.firstValue + (std::size_t{block} * _shape.valueCount + objectives) * kWidth;
+    for (std::size_t k = 0; k < summands; ++k) copy(to + k * kWidth, at(operands[k]));
+    const Indices::Entry* entries = _shape.rows.entries() + block * _shape.isObjective.size();
+    std::size_t next = summands;
+    for (const std::uint32_t output : _shape.wholeOutputs) {
+      storeTo(_task.results[static_cast<int>(Section::Rows)], at(operands[next++]), _shape.rows, entries[output]);
     }
   }
 
@@ -305,7 +298,6 @@ class Machine {
   const Task& _task;
   const double* _bases[3] = {};
   std::uint32_t _live = 0;
-  double _objective = 0.0;
 };
 
 [[gnu::flatten]] static void runBlocks(const Shape& shape, const Program& program, const Task& task,

@@ -100,7 +100,7 @@ double applyScalar(Op op, double a, double b, double c, const Tables* tables) {
     case Op::Trunc:
       return TavNumTruncI::apply(a);
     case Op::RoundAway:
-      return TavDistToIntI::apply(a);
+      return TavRound(a);
     case Op::RoundEven:
       return TavNumRoundI::apply(a);
     case Op::IntDiv:

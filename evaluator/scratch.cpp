@@ -32,6 +32,7 @@ Scratch::~Scratch() = default;
 const Code& Scratch::code() {
   const Code& code = _compiled.code();
   if (_registers.size() < code.registers) _registers.resize(code.registers);
+  if (_values.size() < code.valueCount) _values.resize(code.valueCount);
   return code;
 }
 
@@ -42,10 +43,13 @@ double* Scratch::matrix(std::size_t size) {
 
 namespace {
 
-double linearValue(const TavEvaluator::LinearTerm* term, std::size_t count, double constant, const double* x) noexcept {
+double sumOf(const Code& code, const Code::LooseRow& row, const double* values, const double* x) noexcept {
   double sum = 0.0;
-  for (std::size_t t = 0; t < count; ++t) sum += term[t].coefficient * x[term[t].column];
-  return constant + sum;
+  const std::uint32_t* summand = code.summands.data() + row.firstSummand;
+  for (std::uint32_t s = 0; s < row.summandCount; ++s) sum += values[summand[s]];
+  const TavEvaluator::LinearTerm* term = code.terms.data() + row.firstTerm;
+  for (std::uint32_t t = 0; t < row.termCount; ++t) sum += term[t].coefficient * x[term[t].column];
+  return row.constant + sum;
 }
 
 void startMatrix(const Structure& structure, double* values) noexcept {
@@ -54,16 +58,7 @@ void startMatrix(const Structure& structure, double* values) noexcept {
 
 }  // namespace
 
-void Scratch::start(const Code& code, const Results& results, const double* x) const {
-  if (results.objective) {
-    const Code::RowFacts& row = code.rows.back();
-    *results.objective = linearValue(code.terms.data() + row.firstTerm, row.termEnd - row.firstTerm, row.constant, x);
-  }
-  if (results.rows) {
-    for (const Code::LooseRow& row : code.looseRows) {
-      results.rows[row.row] = linearValue(code.terms.data() + row.firstTerm, row.termCount, row.constant, x);
-    }
-  }
+void Scratch::start(const Code& code, const Results& results) {
   if (results.gradient) std::copy(code.gradientStart.begin(), code.gradientStart.end(), results.gradient);
   if (results.jacobian) startMatrix(code.jacobian, results.jacobian);
   if (results.hessian) startMatrix(code.hessian, results.hessian);
@@ -80,13 +75,23 @@ void Scratch::evaluateByObjects(const Code& code, const double* x, const Results
   }
 }
 
+void Scratch::addUp(const Code& code, const double* x, const Results& results) const {
+  if (results.objective) *results.objective = sumOf(code, code.looseRows.back(), _values.data(), x);
+  if (!results.rows) return;
+  for (std::size_t k = 0; k + 1 < code.looseRows.size(); ++k) {
+    const Code::LooseRow& row = code.looseRows[k];
+    results.rows[row.row] = sumOf(code, row, _values.data(), x);
+  }
+}
+
 void Scratch::evaluate(const double* x, double sigma, const double* lambda, const Results& results) {
   const Code& code = this->code();
-  start(code, results, x);
+  start(code, results);
   const Task task{x,
                   sigma,
                   lambda,
                   {results.objective, results.rows, results.gradient, results.jacobian, results.hessian},
+                  _values.data(),
                   _registers.data(),
                   &code.tables};
   const bool isAll = results.objective && results.rows && results.gradient && results.jacobian && results.hessian;
@@ -101,6 +106,7 @@ void Scratch::evaluate(const double* x, double sigma, const double* lambda, cons
       run(shape, shape.programs[section], task, 0, shape.blockCount());
     }
   }
+  addUp(code, x, results);
   if (!code.byObjects.empty()) evaluateByObjects(code, x, results);
 }
 

@@ -31,11 +31,14 @@ class Scratch {
 
  private:
   class Point;
-  void start(const Code& code, const Results& results, const double* x) const;
+  static void start(const Code& code, const Results& results);
+  /// Adds summands up to rows, in the order of `eval`.
+  void addUp(const Code& code, const double* x, const Results& results) const;
   void evaluateByObjects(const Code& code, const double* x, const Results& results);
 
   Compiled& _compiled;
   AlignedDoubles _registers;
+  AlignedDoubles _values;  // summands of rows
   std::vector<double> _matrix;
   std::unique_ptr<Point> _point;
 };

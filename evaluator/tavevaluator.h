@@ -18,9 +18,9 @@
 /// ```
 ///
 /// **Values.** In the fast mode a function such as the sine differs from that of the C library by at most 2 units in
-/// the last place; constant factors are multiplied out over sums, a row's parts over different variables are added in
-/// the order that suits the compiled program, and a power with exponent 2 is a square. In the exact mode values are
-/// those of `eval` bit for bit. In both modes what `eval` throws is thrown, the same class with the same text.
+/// the last place, a power with exponent 2 is a square, and products are fused with sums where the processor does it;
+/// sums are added in the order of `eval`. In the exact mode values are those of `eval` bit for bit. In both modes what
+/// `eval` throws is thrown, the same class with the same text.
 ///
 /// **Derivatives** are exact and the same in both modes:
 ///
@@ -65,11 +65,12 @@ class Scratch;
 ///
 /// **Modifications.** The evaluator is told of modifications of the linear nodes in its expressions by their change
 /// records: a new coefficient, a new or removed variable, and the removal of variables. It takes them over when it is
-/// used next: see update(). What the library reports to nobody is taken over by refresh():
-/// - setConstant, clear and normalize of a linear node, and terms and parts appended to a node in place (`+=` on a
-///   handle whose node nobody else holds);
-/// - elements of the arrays that element nodes look into;
-/// - another node put into the place of one of the expressions: setObjective and setConstraint do that.
+/// used next: see update(). It holds the nodes that it was given: a modification through a handle copies a node that is
+/// shared, so modify the node itself (`handle.getImpl()->setCoef(x, 2)`). What the library reports to nobody is taken
+/// over by refresh():
+/// - setConstant, clear and normalize of a linear node, and terms and parts appended to it;
+/// - elements of the arrays that element nodes look into.
+/// Another expression in the place of one is given by setObjective and setConstraint.
 class TavEvaluator {
  public:
   /// How values are computed; derivatives are the same in both modes.

@@ -63,14 +63,24 @@ class Program {
   Program(const Program&) = delete;
   Program& operator=(const Program&) = delete;
 
-  void run() {
+  void run(const InspectExpressions& inspect) {
     makeVariables();
     const int statements = 4 + pick(10);
     for (int i = 0; i < statements; ++i) {
       if (_shortage && i == statements / 2) _shortage->exhaust(_env.getImpl());
       statement();
     }
-    for (const Handle& handle : _handles) check(handle.expr());
+    std::vector<ProgramExpression> variables, expressions;
+    for (const Handle& handle : _handles) {
+      const Expr e = handle.expr();
+      check(e);
+      expressions.push_back({e.model, e.real});
+    }
+    for (const Expr& var : _vars) variables.push_back({var.model, var.real});
+    if (inspect) {
+      const std::string difference = inspect(_env, variables, expressions);
+      require(difference.empty(), difference);
+    }
     checkClone();
     while (!_handles.empty()) dropHandle(_handles.size() - 1);
   }
@@ -459,10 +469,10 @@ class Program {
 
 }  // namespace
 
-std::string runRandomProgram(Choices choices, Shortage* shortage) {
+std::string runRandomProgram(Choices choices, Shortage* shortage, const InspectExpressions& inspect) {
   Program program(choices, shortage);
   try {
-    program.run();
+    program.run(inspect);
   } catch (const Difference& difference) {
     return difference.what;
   } catch (const std::exception& failure) {

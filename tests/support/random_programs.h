@@ -3,9 +3,11 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <random>
 #include <span>
 #include <string>
+#include <vector>
 
 /// Where the choices of a program come from: a seeded generator, or bytes, of which every sequence means a program.
 class Choices {
@@ -30,7 +32,12 @@ class Choices {
   bool _fromBytes = false;
 };
 
+class TavEnv;
 class TavEnvI;
+class TavNumExprI;
+namespace model {
+struct Node;
+}
 
 /// Memory that is short.
 class Shortage {
@@ -42,7 +49,16 @@ class Shortage {
   virtual bool refuses(const std::function<void()>& call) = 0;
 };
 
+/// An expression by the model and by the library.
+struct ProgramExpression {
+  std::shared_ptr<const model::Node> model;
+  TavNumExprI* object;
+};
+/// Looks at the variables and the expressions that a program has in the end; empty, or what differs.
+using InspectExpressions = std::function<std::string(TavEnv env, const std::vector<ProgramExpression>& variables,
+                                                     const std::vector<ProgramExpression>& expressions)>;
+
 /// Runs the program of these choices, its second half under the shortage if there is one. Empty when library and model
 /// agree on every value (bit for bit, or both not a number), text, visit, kind, count and balance; else what differs
 /// first.
-std::string runRandomProgram(Choices choices, Shortage* shortage = nullptr);
+std::string runRandomProgram(Choices choices, Shortage* shortage = nullptr, const InspectExpressions& inspect = {});

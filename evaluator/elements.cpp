@@ -15,6 +15,11 @@ std::uint64_t hashOf(const std::uint32_t* first, std::size_t count) noexcept {
   return hash;
 }
 
+bool isSumOrProduct(Op op) noexcept {
+  return op == Op::Add || op == Op::Sub || op == Op::Neg || op == Op::Mul || op == Op::Square || op == Op::Parameter ||
+         op == Op::Constant;
+}
+
 }  // namespace
 
 // Variables of summands
@@ -22,6 +27,7 @@ std::uint64_t hashOf(const std::uint32_t* first, std::size_t count) noexcept {
 void Elements::collectVariables(std::uint32_t root, Local& local) {
   ++_stamp;
   local.firstVariable = static_cast<std::uint32_t>(_sets.size());
+  local.isCheap = true;
   _stack.push_back(root);
   while (!_stack.empty()) {
     const std::uint32_t at = _stack.back();
@@ -33,6 +39,7 @@ void Elements::collectVariables(std::uint32_t root, Local& local) {
       _sets.push_back(record.a);
       continue;
     }
+    local.isCheap = local.isCheap && isSumOrProduct(record.op);
     switch (operandCount(record.op)) {
       case 3:
         _stack.push_back(record.c);
@@ -84,13 +91,40 @@ Elements::Local Elements::localOf(std::size_t summand) {
   return local;
 }
 
+/// Makes one element of a row of few cheap summands: sharing them with other rows would save less than adding the row
+/// up from several elements costs.
+bool Elements::joinSummands(std::uint32_t number) {
+  if (_locals.size() > kMostJoined || number == _objectiveRow) return false;
+  const auto first = static_cast<std::uint32_t>(_sets.size());
+  for (const Local& local : _locals) {
+    if (!local.isCheap) return false;
+  }
+  for (const Local& local : _locals) {
+    for (std::uint32_t i = 0; i < local.variableCount; ++i) _sets.push_back(_sets[local.firstVariable + i]);
+  }
+  std::sort(_sets.begin() + first, _sets.end());
+  _sets.erase(std::unique(_sets.begin() + first, _sets.end()), _sets.end());
+  const std::size_t count = _sets.size() - first;
+  if (count > kMostJoined) {
+    _sets.resize(first);
+    return false;
+  }
+  Local joined = _locals[0];
+  for (std::size_t i = 1; i < _locals.size(); ++i) addToLocal(joined, _locals[i]);
+  joined.firstVariable = first;
+  joined.variableCount = static_cast<std::uint32_t>(count);
+  _merged.push_back(joined);
+  return true;
+}
+
 /// Joins the summands of a row over the same variables, or over some of them.
-void Elements::mergeLocals() {
+void Elements::mergeLocals(std::uint32_t number) {
   _merged.clear();
   if (_locals.size() == 1) {
     _merged.push_back(_locals[0]);
     return;
   }
+  if (joinSummands(number)) return;
   // Large sets first, so that smaller ones find them.
   std::stable_sort(_locals.begin(), _locals.end(),
                    [](const Local& x, const Local& y) { return x.variableCount > y.variableCount; });
@@ -127,7 +161,7 @@ void Elements::splitRow(std::uint32_t number) {
   _locals.clear();
   for (std::size_t s = row.firstSummand; s < row.summandEnd; ++s) _locals.push_back(localOf(s));
   if (_locals.empty()) return;
-  mergeLocals();
+  mergeLocals(number);
   for (const Local& local : _merged) addOutput(local, number, objective | kDerivatives | valueUses(number));
 }
 

@@ -59,6 +59,7 @@ class Elements {
     std::uint32_t firstVariable, variableCount;  // in _sets, ascending
     std::uint32_t firstSummand, lastSummand;     // in _links
     std::uint32_t summandCount;
+    bool isCheap;  // made of sums and products
   };
   struct Link {
     std::uint32_t summand;
@@ -80,14 +81,17 @@ class Elements {
   static constexpr std::uint32_t kMostSummands = 8, kMostOutputs = 8, kMostCandidates = 8;
   /// Longer linear parts are left to their rows: with them few elements would have the same structure.
   static constexpr std::size_t kMostTerms = 2;
+  /// Of summands, and of their variables, that become one element although their variables differ.
+  static constexpr std::size_t kMostJoined = 4;
 
   void splitRow(std::uint32_t row);
+  bool joinSummands(std::uint32_t row);
   void collectVariables(std::uint32_t record, Local& local);
   void addToLocal(Local& into, const Local& from);
   bool isSubset(const Local& small, const Local& large) const;
   std::uint32_t homeOf(const Local& local);
   Local localOf(std::size_t summand);
-  void mergeLocals();
+  void mergeLocals(std::uint32_t row);
   std::uint32_t valueUses(std::uint32_t number) const;
   void addOutput(const Local& local, std::uint32_t number, std::uint32_t uses);
   std::uint32_t elementOf(const Local& local, std::uint32_t row);

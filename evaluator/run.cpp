@@ -8,7 +8,8 @@ namespace taveval {
 BlockRunner avx2Runner();
 BlockRunner avx512Runner();
 
-void runSingles(const Shape& shape, const Program& program, const Task& task, std::uint32_t first, std::uint32_t end) {
+[[gnu::flatten]] void runSingles(const Shape& shape, const Program& program, const Task& task, std::uint32_t first,
+                                 std::uint32_t end) {
   TAV_INSTRUCTION_SET::Machine<TAV_INSTRUCTION_SET::Single>(shape, program, task).run(first, end);
 }
 

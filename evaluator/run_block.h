@@ -27,11 +27,23 @@ struct Single {
 
 // Beside those of vectors.
 using tavdetail::TAV_INSTRUCTION_SET::absolute;
+using tavdetail::TAV_INSTRUCTION_SET::cosine;
+using tavdetail::TAV_INSTRUCTION_SET::exponent;
 using tavdetail::TAV_INSTRUCTION_SET::fma;
+using tavdetail::TAV_INSTRUCTION_SET::logarithm;
+using tavdetail::TAV_INSTRUCTION_SET::power;
 using tavdetail::TAV_INSTRUCTION_SET::select;
+using tavdetail::TAV_INSTRUCTION_SET::sine;
+using tavdetail::TAV_INSTRUCTION_SET::tangent;
 inline double select(bool condition, double a, double b) { return condition ? a : b; }
 inline double absolute(double a) { return __builtin_fabs(a); }
 inline double fma(double a, double b, double c) { return a * b + c; }
+inline double sine(double a) { return ::sin(a); }
+inline double cosine(double a) { return ::cos(a); }
+inline double tangent(double a) { return ::tan(a); }
+inline double exponent(double a) { return ::exp(a); }
+inline double logarithm(double a) { return ::log(a); }
+inline double power(double a, double b) { return ::pow(a, b); }
 
 template <class Elements>
 class Machine {
@@ -121,37 +133,13 @@ class Machine {
     double* cosine = registerAt(instruction.c >> 2);
     if constexpr (kWidth == 1) {
       const double angle = *a;
-      *sine = applyScalar(Op::Sin, angle, 0, 0, nullptr);
-      *cosine = applyScalar(Op::Cos, angle, 0, 0, nullptr);
+      *sine = ::sin(angle);
+      *cosine = ::cos(angle);
     } else {
       for (std::uint32_t i = 0; i < kWidth; i += kLanes) {
         const SineCosine value = sineCosine(tavdetail::TAV_INSTRUCTION_SET::load(a + i));
         store(sine + i, value.sine);
         store(cosine + i, value.cosine);
-      }
-    }
-  }
-
-  /// Elementary functions: those of vectors for blocks, those of the C library for single elements.
-  void function(const Instruction& instruction) const {
-    if constexpr (kWidth == 1) {
-      byLanes(instruction);
-    } else {
-      switch (instruction.op) {
-        case Op::Sin:
-          return forEach(instruction, [](Value a, Value, Value) { return sine(a); });
-        case Op::Cos:
-          return forEach(instruction, [](Value a, Value, Value) { return cosine(a); });
-        case Op::Tan:
-          return forEach(instruction, [](Value a, Value, Value) { return tangent(a); });
-        case Op::Exp:
-          return forEach(instruction, [](Value a, Value, Value) { return exponent(a); });
-        case Op::Log:
-          return forEach(instruction, [](Value a, Value, Value) { return logarithm(a); });
-        case Op::Power:
-          return forEach(instruction, [](Value a, Value b, Value) { return power(a, b); });
-        default:
-          return byLanes(instruction);
       }
     }
   }
@@ -194,8 +182,20 @@ class Machine {
         return forEach(instruction, [=](Value a, Value b, Value) { return select(a == b, one, zero); });
       case Op::Select:
         return forEach(instruction, [=](Value a, Value b, Value c) { return select(a == zero, c, b); });
+      case Op::Sin:
+        return forEach(instruction, [](Value a, Value, Value) { return sine(a); });
+      case Op::Cos:
+        return forEach(instruction, [](Value a, Value, Value) { return cosine(a); });
+      case Op::Tan:
+        return forEach(instruction, [](Value a, Value, Value) { return tangent(a); });
+      case Op::Exp:
+        return forEach(instruction, [](Value a, Value, Value) { return exponent(a); });
+      case Op::Log:
+        return forEach(instruction, [](Value a, Value, Value) { return logarithm(a); });
+      case Op::Power:
+        return forEach(instruction, [](Value a, Value b, Value) { return power(a, b); });
       default:
-        return function(instruction);
+        return byLanes(instruction);
     }
   }
 

@@ -174,7 +174,8 @@ class TavEvaluator {
   /// How a constraint, or kObjective, depends on the columns. A row that contains a class without derivatives is
   /// NonLinear.
   Kind getKind(std::size_t row) const;
-  /// The linear part of a row: all of a Linear row but its constant. A column appears once.
+  /// The linear part of a row as it is written: all of a Linear row but its constant. A column appears once. What
+  /// squares and products add to it is not there: all of a Quadratic row's linear part is its Jacobian at 0.
   std::span<const LinearTerm> getLinearPart(std::size_t row) const;
   /// The constant that is added to a row's linear part and to its other parts.
   double getConstant(std::size_t row) const;
@@ -185,9 +186,9 @@ class TavEvaluator {
   /// Bytes that the compiled program takes.
   std::size_t getMemoryUse() const noexcept;
 
-  /// Takes over the modifications reported since the last call: coefficients are new parameters, other modifications
-  /// recompile the rows concerned. Every use of a TavEvaluation and every question above does it; a program of several
-  /// threads calls it before the threads start. Throws as the constructor; the compiled program is then as it was.
+  /// Takes over the modifications reported since the last call, by compiling all expressions again. Every use of a
+  /// TavEvaluation and every question above does it; a program of several threads calls it before the threads start.
+  /// Throws as the constructor; the compiled program is then as it was.
   void update();
   /// Takes over every modification, reported or not: reads all expressions again.
   void refresh();

@@ -9,25 +9,26 @@
 namespace {
 
 /// Rows of ten non-zeros over as many columns as there are rows.
-tavsolve::ModelFile someModel(std::size_t nonZeros) {
+TavFileModel someModel(std::size_t nonZeros) {
   const std::size_t rows = nonZeros / kRowLength;
-  tavsolve::ModelFile file;
-  file.rowStart.push_back(0);
+  TavFileModel file;
+  file.objectives.emplace_back();
   for (std::size_t r = 0; r < rows; ++r) {
-    file.columns.push_back({"", 0.0, 10.0, coefAt(r), false, false});
-    file.rows.push_back({"", 0.0, 100.0});
+    file.variables.push_back({0.0, 10.0, TavFileKind::Continuous});
+    file.objectives[0].linear.push_back({static_cast<std::int32_t>(r), coefAt(r)});
+    file.rows.push_back({0.0, 100.0});
     for (std::size_t i = 0; i < kRowLength; ++i) {
-      file.column.push_back(static_cast<int>((r * 7 + i * 13) % rows));
-      file.value.push_back(coefAt(i));
+      file.linearVariable.push_back(static_cast<std::int32_t>((r * 7 + i * 13) % rows));
+      file.linearValue.push_back(coefAt(i));
     }
-    file.rowStart.push_back(file.column.size());
+    file.linearBegin.push_back(file.linearVariable.size());
   }
   return file;
 }
 
 class Tavsolve {
  public:
-  explicit Tavsolve(const tavsolve::ModelFile& file) : _model(file) {}
+  explicit Tavsolve(const TavFileModel& file) : _model(file) {}
   void prepare() { _algorithm.emplace(_model.getEnv().getImpl()); }
   void load() { _algorithm->extract(_model); }
   void finish() { _algorithm.reset(); }
@@ -42,16 +43,18 @@ class Arrays {
   static constexpr const char* kName = "arrays";
   static constexpr long kLargest = 10'000'000;
 
-  explicit Arrays(const tavsolve::ModelFile& file)
-      : _start(file.rowStart.begin(), file.rowStart.end()), _column(file.column), _value(file.value) {
-    for (const auto& column : file.columns) {
-      _columnLower.push_back(column.lb);
-      _columnUpper.push_back(column.ub);
-      _cost.push_back(column.cost);
+  explicit Arrays(const TavFileModel& file)
+      : _start(file.linearBegin.begin(), file.linearBegin.end()),
+        _column(file.linearVariable),
+        _value(file.linearValue) {
+    for (const auto& column : file.variables) {
+      _columnLower.push_back(column.lower);
+      _columnUpper.push_back(column.upper);
     }
+    for (const auto& term : file.objectives[0].linear) _cost.push_back(term.value);
     for (const auto& row : file.rows) {
-      _rowLower.push_back(row.lb);
-      _rowUpper.push_back(row.ub);
+      _rowLower.push_back(row.lower);
+      _rowUpper.push_back(row.upper);
     }
   }
   void prepare() { _solver.emplace(); }

@@ -35,9 +35,6 @@ class TavTextSink {
   std::string _text;
 };
 
-/// The format that a file's name says by its extension, one for compression behind it left out; Auto when none.
-TavFileFormat TavFormatOfName(std::string_view name);
-
 ///@{
 /// Reads the model; the input's window is at the beginning of the file. Throws TavFileError.
 TavFileModel TavReadMps(TavFileInput& input);

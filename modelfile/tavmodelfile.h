@@ -25,6 +25,9 @@ enum class TavFileFormat : std::uint8_t {
   Nl     ///< .nl, text or binary; written as text
 };
 
+/// The format that a file's name says by its extension, one for compression behind it left out; Auto when none.
+TavFileFormat TavFormatOfName(std::string_view name);
+
 /// How to read.
 struct TavReadOptions {
   TavFileFormat format = TavFileFormat::Auto;

@@ -11,4 +11,10 @@ class InputError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// The solver has failed: what it threw, in one line.
+class SolverError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
 }  // namespace tavsolve

@@ -1,4 +1,5 @@
 #include <cmath>
+#include <cstdio>
 #include <exception>
 #include <iostream>
 
@@ -11,7 +12,7 @@ namespace {
 
 using namespace tavsolve;
 
-constexpr int kSolved = 0, kNotSolved = 1, kBadInput = 2;
+constexpr int kSolved = 0, kNotSolved = 1, kBadInput = 2, kSolverFailed = 3;
 
 Outcome solveAndReport(const Model& model, SolverAlgorithmI& solver, const Options& options, Progress& progress,
                        const char* stage) {
@@ -41,21 +42,50 @@ bool confirm(const Model& model, const Outcome& outcome, const Options& options,
   return same;
 }
 
+std::string megabytes(std::uint64_t bytes) {
+  char buffer[32];
+  std::snprintf(buffer, sizeof buffer, "%.1f", static_cast<double>(bytes) / 1e6);
+  return buffer;
+}
+
+TavFileModel readFile(const Options& options, Progress& progress) {
+  progress.begin("read");
+  TavReadOptions how;
+  how.progress = [&progress](std::uint64_t done, std::uint64_t size) {
+    progress.update(megabytes(done) + (size > 0 ? " of " + megabytes(size) : "") + " MB");
+  };
+  TavFileModel file = TavReadModel(options.file, how);
+  progress.finish(std::to_string(file.rows.size()) + " rows, " + std::to_string(file.variables.size()) + " columns, " +
+                  std::to_string(file.linearValue.size()) + " non-zeros");
+  for (const std::string& note : file.notes) std::cerr << "tavsolve: note: " << note << "\n";
+  return file;
+}
+
+void applyEdits(Model& model, const Options& options) {
+  for (const Edit& edit : options.edits) {
+    applyEdit(model, edit);
+    std::cout << "change     " << describe(edit) << "\n";
+  }
+  if (!options.write.empty()) model.write(options.write);
+}
+
 int run(const Options& options) {
   Progress progress(options.quiet);
-  progress.begin("read");
-  const ModelFile file = readModelFile(options.file, options.asWritten);
-  progress.finish(std::to_string(file.rows.size()) + " rows, " + std::to_string(file.columns.size()) + " columns, " +
-                  std::to_string(file.value.size()) + " non-zeros");
-  for (const std::string& note : file.notes) std::cerr << "tavsolve: note: " << note << "\n";
-
+  TavFileModel file = readFile(options, progress);
   progress.begin("build");
-  Model model(file);
+  Model model(std::move(file));
   checkEdits(model, options.edits);
+  if (!options.noSolve) SolverAlgorithmI::requireLinear(model);
   if (options.relax) model.relax();
   progress.finish(std::to_string(model.getEnv().getImpl()->liveObjectCount()) + " model objects");
-  printSummary(std::cout, model, file);
+  printSummary(std::cout, model);
   if (options.print != PrintForm::None) printModel(std::cout, model, options.print);
+
+  if (options.noSolve) {
+    applyEdits(model, options);
+    return kSolved;
+  }
+  if (options.edits.empty() && !options.write.empty()) model.write(options.write);
 
   progress.begin("extract");
   SolverAlgorithmI solver(model.getEnv().getImpl());
@@ -65,10 +95,7 @@ int run(const Options& options) {
   Outcome outcome = solveAndReport(model, solver, options, progress, "solve");
   if (!options.edits.empty()) {
     const Outcome before = outcome;
-    for (const Edit& edit : options.edits) {
-      applyEdit(model, edit);
-      std::cout << "change     " << describe(edit) << "\n";
-    }
+    applyEdits(model, options);
     outcome = solveAndReport(model, solver, options, progress, "re-solve");
     if (before.hasSolution && outcome.hasSolution) {
       std::cout << "both       objective before " << text(before.objective) << ", after " << text(outcome.objective)
@@ -84,14 +111,19 @@ int run(const Options& options) {
 int main(int argc, char** argv) {
   try {
     const Options options = parseOptions(argc, argv);
-    if (options.help) {
-      std::cout << kHelp;
-      return kSolved;
-    }
-    return run(options);
+    if (options.help) std::cout << kHelp;
+    const int code = options.help ? kSolved : run(options);
+    if (!std::cout.flush()) throw InputError("standard output cannot be written");
+    return code;
   } catch (const InputError& error) {
     std::cerr << "tavsolve: " << error.what() << "\n";
     return kBadInput;
+  } catch (const TavFileError& error) {
+    std::cerr << "tavsolve: " << error.what() << "\n";
+    return kBadInput;
+  } catch (const SolverError& error) {
+    std::cerr << "tavsolve: " << error.what() << "\n";
+    return kSolverFailed;
   } catch (const std::exception& error) {
     std::cerr << "tavsolve: " << error.what() << "\n";
     return kNotSolved;

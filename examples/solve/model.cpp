@@ -23,63 +23,64 @@ TavInt wholeLowerBound(double lb) { return TavTrunc(std::clamp(std::ceil(lb), -k
 
 TavInt wholeUpperBound(double ub) { return TavTrunc(std::clamp(std::floor(ub), -kMaxInt, kMaxInt)); }
 
-Model::Model(const ModelFile& file) {
+Model::Model(TavFileModel file) : _name(file.name), _nonZeros(file.linearValue.size()) {
   // Each sum that loses a removed column says so in a change record of its own.
   _env.getImpl()->oneByOneRemoval = true;
 
-  _columns.reserve(file.columns.size());
-  for (const auto& column : file.columns) _columns.push_back(makeColumn(column));
+  TavModelBuilder builder(_env, file);
+  _columns = builder.variables();
+  for (const TavNumVar column : _columns) {
+    if (!column.getImpl()->isType(TavSemiContVarI::GetTypeInfo())) continue;
+    _semiContinuous.emplace(column.getId(), TavSemiContVar(static_cast<TavSemiContVarI*>(column.getImpl())));
+  }
+  makeRows(builder, file);
+  const bool some = !file.objectives.empty();
+  const TavExpr sum = some ? builder.objective(0) : TavExpr(_env);
+  _objective = new (_env.getImpl()) ObjectiveI(_env.getImpl(), sum, some && file.objectives[0].maximise,
+                                               some ? nameOrNull(file.objectives[0].name) : nullptr);
+  _sets = builder.sets();
+  _start = std::move(file.start);
+  _suffixes = std::move(file.suffixes);
+}
 
-  _rows.reserve(file.rows.size());
-  for (std::size_t i = 0; i < file.rows.size(); ++i) {
-    TavExpr sum(_env);
-    for (std::size_t k = file.rowStart[i]; k < file.rowStart[i + 1]; ++k) {
-      sum += file.value[k] * _columns[static_cast<std::size_t>(file.column[k])];
+void Model::makeRows(TavModelBuilder& builder, const TavFileModel& file) {
+  _rows.reserve(static_cast<std::size_t>(builder.rowCount()));
+  std::string name;
+  for (std::int32_t i = 0; i < builder.rowCount(); ++i) {
+    name = file.rowNames[i];
+    _rows.push_back(new (_env.getImpl()) RangeConstraintI(_env.getImpl(), builder.rowLower(i), builder.row(i),
+                                                          builder.rowUpper(i), nameOrNull(name)));
+  }
+}
+
+TavModelContents Model::contents() const {
+  TavModelContents contents;
+  contents.name = _name;
+  std::vector<std::int32_t> place(_columns.size(), -1);
+  for (std::size_t j = 0; j < _columns.size(); ++j) {
+    if (!_columns[j]) continue;
+    place[j] = static_cast<std::int32_t>(contents.variables.size());
+    contents.variables.push_back(_columns[j]);
+    if (!_start.empty()) contents.start.push_back(_start[j]);
+  }
+  for (RangeConstraintI* row : _rows) {
+    contents.rows.push_back({row->getSum(), row->getLB(), row->getUB(), row->getName()});
+  }
+  contents.objectives.push_back({_objective->getSum(), _objective->isMaximised(), _objective->getName()});
+  contents.sets = _sets;
+  for (TavFileSuffix suffix : _suffixes) {
+    if (suffix.of == TavFileSuffix::Of::Variables) {
+      for (TavFileTerm& value : suffix.values) value.variable = place[static_cast<std::size_t>(value.variable)];
+      std::erase_if(suffix.values, [](const TavFileTerm& value) { return value.variable < 0; });
     }
-    sum.normalize();  // the solver takes one coefficient per row and column
-    const auto& row = file.rows[i];
-    _rows.push_back(new (_env.getImpl()) RangeConstraintI(_env.getImpl(), row.lb, sum, row.ub, nameOrNull(row.name)));
+    contents.suffixes.push_back(std::move(suffix));
   }
-
-  _objective =
-      new (_env.getImpl()) ObjectiveI(_env.getImpl(), makeCost(file), file.maximise, nameOrNull(file.objectiveName));
+  return contents;
 }
 
-TavExpr Model::makeCost(const ModelFile& file) const {
-  TavNumArray costs(_env);
-  TavNumVarArray columns(_env);
-  for (std::size_t j = 0; j < file.columns.size(); ++j) {
-    if (file.columns[j].cost == 0.0) continue;
-    costs.add(file.columns[j].cost);
-    columns.add(_columns[j]);
-  }
-  TavExpr cost = TavScalProd(costs, columns);
-  cost.setNumConstant(file.constant);
-  costs.end();
-  columns.end();
-  return cost;
-}
-
-TavNumVar Model::makeColumn(const ModelFile::Column& column) {
-  const char* name = nameOrNull(column.name);
-  // With a lower bound of 0 or less, "0 or between the bounds" is an ordinary range.
-  if (column.semiContinuous && column.lb > 0.0) {
-    const auto type = column.integer ? TavNumVar::Int : TavNumVar::Float;
-    const double lb = column.integer ? static_cast<double>(wholeLowerBound(column.lb)) : column.lb;
-    const double ub = column.integer ? static_cast<double>(wholeUpperBound(column.ub)) : column.ub;
-    const TavSemiContVar variable(_env, lb, ub, type, name);
-    _semiContinuous.emplace(variable.getId(), variable);
-    return variable;
-  }
-  if (column.semiContinuous && column.ub < 0.0) {
-    throw InputError("column " + column.name + ": semi-continuous with a negative upper bound is not supported");
-  }
-  if (!column.integer) return TavNumVar(_env, column.lb, column.ub, name);
-  const TavInt lb = wholeLowerBound(column.lb), ub = wholeUpperBound(column.ub);
-  const TavNumVar variable = lb == 0 && ub == 1 ? TavBoolVar(_env, name) : TavIntVar(_env, lb, ub, name);
-  // An integer variable is made with whole, finite bounds; the solver is to see those of the file.
-  if (variable.getLB() != column.lb || variable.getUB() != column.ub) variable.setBounds(column.lb, column.ub);
-  return variable;
+void Model::write(const std::string& path) const {
+  const bool nl = TavFormatOfName(path) == TavFileFormat::Nl;
+  TavWriteModel(TavFileModelOf(contents(), nl ? TavProductsIn::Expressions : TavProductsIn::Products), path);
 }
 
 void Model::relax() {
@@ -124,6 +125,13 @@ void Model::remove(TavNumVar column) {
   _semiContinuous.erase(column.getId());
   const auto same = [column](TavNumVar other) { return other.getImpl() == column.getImpl(); };
   *std::find_if(_columns.begin(), _columns.end(), same) = TavNumVar();
+  for (TavModelSet& set : _sets) {
+    for (std::size_t k = set.members.size(); k-- > 0;) {
+      if (!same(set.members[k])) continue;
+      set.members.erase(set.members.begin() + static_cast<std::ptrdiff_t>(k));
+      set.weights.erase(set.weights.begin() + static_cast<std::ptrdiff_t>(k));
+    }
+  }
   column.end();
 }
 

@@ -5,7 +5,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "model_file.h"
+#include "modelfile/build.h"
 #include "objective.h"
 #include "range_constraint.h"
 
@@ -14,9 +14,9 @@ namespace tavsolve {
 /// Owns the environment and so everything in it.
 class Model {
  public:
-  /// Makes a variable per column (by kind and bounds), a linear sum per row and for the objective. Linear in the size
-  /// of the file. Throws InputError for a column that has no counterpart.
-  explicit Model(const ModelFile& file);
+  /// Makes a variable per column (by kind and bounds), a sum per row and for the first objective. Linear in the size of
+  /// the file, which is used up. Throws TavFileError for a column that has no counterpart.
+  explicit Model(TavFileModel file);
   Model(const Model&) = delete;
   Model& operator=(const Model&) = delete;
   ~Model() { _env.end(); }
@@ -26,6 +26,11 @@ class Model {
   const std::vector<TavNumVar>& columns() const { return _columns; }
   const std::vector<RangeConstraintI*>& rows() const { return _rows; }
   ObjectiveI* objective() const { return _objective; }
+  /// Special ordered sets; a removed column is no member any more.
+  const std::vector<TavModelSet>& sets() const { return _sets; }
+  const std::string& name() const { return _name; }
+  /// Coefficients of the rows when the model was made.
+  std::size_t nonZeros() const { return _nonZeros; }
   /// The conversion of all integer columns to continuous ones, or null.
   TavConversionI* relaxation() const { return _relaxation; }
 
@@ -40,19 +45,27 @@ class Model {
 
   /// Gives a column new bounds; on a semi-continuous one the lower bound is the threshold.
   void setBounds(TavNumVar column, double lb, double ub);
-  /// Takes a column out of every sum and out of the algorithms, then ends it.
+  /// Takes a column out of every sum and set and out of the algorithms, then ends it.
   void remove(TavNumVar column);
+  /// Writes the model as it stands; the name's extension says the format. Throws TavFileError.
+  void write(const std::string& path) const;
 
  private:
-  TavNumVar makeColumn(const ModelFile::Column& column);
-  TavExpr makeCost(const ModelFile& file) const;
+  void makeRows(TavModelBuilder& builder, const TavFileModel& file);
+  TavModelContents contents() const;
 
   TavEnv _env;
+  std::string _name;
+  std::size_t _nonZeros = 0;
   std::vector<TavNumVar> _columns;
   std::vector<RangeConstraintI*> _rows;
   ObjectiveI* _objective = nullptr;
   TavConversionI* _relaxation = nullptr;
   std::unordered_map<TavInt, TavSemiContVar> _semiContinuous;
+  std::vector<TavModelSet> _sets;
+  /// Start values and suffixes of the file, for writing.
+  std::vector<double> _start;
+  std::vector<TavFileSuffix> _suffixes;
 };
 
 /// A bound of an integer column brought to the nearest whole number within it, and to what a double counts exactly.

@@ -5,15 +5,18 @@
 #include <cstring>
 
 #include "input_error.h"
+#include "modelfile/tavmodelfile.h"
 
 namespace tavsolve {
 
 const char* const kHelp =
     R"(usage: tavsolve [OPTION]... FILE
 
-Reads a linear or mixed-integer model, solves it, and can then modify it and solve it again.
+Reads a model, solves it, and can then modify it and solve it again. The solver takes linear and mixed-integer
+models; others can be read, printed, modified and written.
 
-FILE        an MPS file (fixed or free), or an LP file when the name ends in .lp; also compressed (.gz, .bz2)
+FILE        an MPS file (fixed or free), an LP file or an .nl file (text or binary), told by the name's extension and
+            else by the contents; also compressed (gzip, bzip2); - is standard input
 
   --set-bounds COLUMN LB UB     new bounds of a column; -inf and inf stand for none. On a semi-continuous
                                 column LB is the threshold
@@ -25,16 +28,17 @@ FILE        an MPS file (fixed or free), or an LP file when the name ends in .lp
                                 confirms its objective
   --relax                       solves the continuous relaxation; the model itself stays as it is
   --print=plain|library         writes the model as text first, in either syntax
-  --as-written                  honours what the customary reading of such files leaves out: OBJSENSE MAX in an
-                                MPS file, the constant of a minimised objective in an LP file
+  --write FILE                  writes the model, after the modifications, as MPS, LP or .nl by the name's extension
+  --no-solve                    stops when the model is read, built, modified and written
   --time SECONDS                stops each solve after that long
   --quiet                       no progress on the terminal
   --help                        this text
 
-Semi-continuous columns are read from both formats (SC bounds, Semi-continuous section). Special ordered sets and
-quadratic terms are refused.
+Semi-continuous columns and special ordered sets are solved too; quadratic and non-linear rows and indicator rows are
+refused by name.
 
-exit code: 0 solved; 1 infeasible, unbounded or not solved; 2 bad usage or unreadable file
+exit code: 0 solved; 1 infeasible, unbounded or not solved; 2 bad usage, unreadable file or failed output; 3 the solver
+failed
 )";
 
 namespace {
@@ -65,12 +69,6 @@ class Arguments {
     return *_next++;
   }
   double number() { return parseNumber(name, word()); }
-  /// A column's or row's name without its blanks: the readers drop them too.
-  std::string label() {
-    std::string text = word();
-    std::erase(text, ' ');
-    return text;
-  }
 
   std::string name;
 
@@ -80,15 +78,15 @@ class Arguments {
 };
 
 Edit parseSetBounds(Arguments& arguments) {
-  SetBounds edit{arguments.label(), 0.0, 0.0};
+  SetBounds edit{arguments.word(), 0.0, 0.0};
   edit.lb = arguments.number();
   edit.ub = arguments.number();
   return edit;
 }
 
 Edit parseSetCoef(Arguments& arguments) {
-  SetCoef edit{arguments.label(), {}, 0.0};
-  edit.column = arguments.label();
+  SetCoef edit{arguments.word(), {}, 0.0};
+  edit.column = arguments.word();
   edit.value = arguments.number();
   return edit;
 }
@@ -105,7 +103,7 @@ Options parseOptions(int argc, const char* const* argv) {
     } else if (name == "--set-coef") {
       options.edits.push_back(parseSetCoef(arguments));
     } else if (name == "--remove") {
-      options.edits.push_back(Remove{arguments.label()});
+      options.edits.push_back(Remove{arguments.word()});
     } else if (name == "--time") {
       options.seconds = arguments.number();
       if (options.seconds <= 0) throw InputError("--time: the time must be above zero");
@@ -117,8 +115,14 @@ Options parseOptions(int argc, const char* const* argv) {
       options.relax = true;
     } else if (name == "--check") {
       options.check = true;
-    } else if (name == "--as-written") {
-      options.asWritten = true;
+    } else if (name == "--write") {
+      options.write = arguments.word();
+      if (TavFormatOfName(options.write) == TavFileFormat::Auto) {
+        throw InputError("--write: " + options.write +
+                         " says no format: expected a name that ends with .mps, .lp or .nl");
+      }
+    } else if (name == "--no-solve") {
+      options.noSolve = true;
     } else if (name == "--quiet") {
       options.quiet = true;
     } else if (name == "--help" || name == "-h") {

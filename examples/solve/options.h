@@ -18,7 +18,9 @@ struct Options {
   double seconds = std::numeric_limits<double>::infinity();
   bool relax = false;
   bool check = false;
-  bool asWritten = false;
+  /// Where the model is to be written; empty for nowhere.
+  std::string write;
+  bool noSolve = false;
   bool quiet = false;
   bool help = false;
 };

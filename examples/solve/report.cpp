@@ -17,6 +17,8 @@ const char* wordsFor(Status status) {
       return "infeasible: no point satisfies all rows and bounds";
     case Status::Unbounded:
       return "unbounded: the objective can be improved without end";
+    case Status::Violated:
+      return "not solved: the solver calls a solution optimal that violates rows or bounds";
     case Status::TimeLimit:
       return "not solved: time limit reached";
     case Status::Stopped:
@@ -35,16 +37,17 @@ std::string text(double number) {
   return buffer;
 }
 
-void printSummary(std::ostream& os, const Model& model, const ModelFile& file) {
+void printSummary(std::ostream& os, const Model& model) {
   std::size_t whole = 0, semiContinuous = 0;
   for (const TavNumVar column : model.columns()) {
     whole += column.isInteger();
     semiContinuous += model.isSemiContinuous(column);
   }
-  os << "model      " << (file.name.empty() ? "unnamed" : file.name) << ": " << count(file.rows.size(), "rows, ")
-     << count(file.columns.size(), "columns") << " (" << whole << " integer";
+  os << "model      " << (model.name().empty() ? "unnamed" : model.name()) << ": "
+     << count(model.rows().size(), "rows, ") << count(model.columns().size(), "columns") << " (" << whole << " integer";
   if (semiContinuous > 0) os << ", " << semiContinuous << " semi-continuous";
-  os << "), " << count(file.value.size(), "non-zeros, ") << (file.maximise ? "maximised" : "minimised") << "\n";
+  os << "), " << count(model.nonZeros(), "non-zeros, ")
+     << (model.objective()->isMaximised() ? "maximised" : "minimised") << "\n";
 }
 
 void printModel(std::ostream& os, const Model& model, PrintForm form) {

@@ -13,7 +13,7 @@ namespace tavsolve {
 std::string text(double number);
 
 /// One line on the size and kind of the model.
-void printSummary(std::ostream& os, const Model& model, const ModelFile& file);
+void printSummary(std::ostream& os, const Model& model);
 
 /// The model as text: objective, rows, columns.
 void printModel(std::ostream& os, const Model& model, PrintForm form);

@@ -8,11 +8,11 @@
 #include <numeric>
 #include <utility>
 
+#include "input_error.h"
+
 namespace tavsolve {
 
 namespace {
-
-constexpr double kTolerance = 1e-6;
 
 /// The solver's way to say "no bound"; whole bounds end where doubles stop counting.
 double solverBound(double bound, bool whole) {
@@ -30,6 +30,23 @@ struct SolverColumn {
 SolverColumn solverColumn(const TavNumVarI* variable) {
   const bool whole = variable->isInteger();
   return {solverBound(variable->getLB(), whole), solverBound(variable->getUB(), whole), whole};
+}
+
+/// What a part of a sum is called where it is refused.
+std::string kindOf(const TavNumExprI* part) {
+  const TavTypeInfo type = part->getTypeInfo();
+  if (type == TavNumTimesCstI::GetTypeInfo()) return kindOf(static_cast<const TavNumTimesCstI*>(part)->getOperand());
+  if (type == TavConditionalNumExprI::GetTypeInfo()) return "an indicator row or another condition";
+  if (type == TavNumSquareI::GetTypeInfo() || type == TavNumTimesI::GetTypeInfo()) {
+    return std::string("a quadratic or other product (") + part->getRttiTypeName() + ")";
+  }
+  return std::string("non-linear (") + part->getRttiTypeName() + ")";
+}
+
+void requireLinearSum(const TavNumLinTermI* sum, const char* what, const char* name) {
+  if (!sum->getFirstPart()) return;
+  throw InputError(std::string(what) + (name ? " " + std::string(name) : " without a name") + " has " +
+                   kindOf(sum->getFirstPart()->expr) + ", which the linear solver does not take");
 }
 
 double coefficientIn(const TavNumLinTermI* sum, const TavNumVarI* variable) {
@@ -53,10 +70,16 @@ SolverAlgorithmI::~SolverAlgorithmI() = default;
 
 // ---- extraction
 
+void SolverAlgorithmI::requireLinear(const Model& model) {
+  requireLinearSum(model.objective()->getSum().getImpl(), "objective", model.objective()->getName());
+  for (const RangeConstraintI* row : model.rows()) requireLinearSum(row->getSum().getImpl(), "row", row->getName());
+}
+
 void SolverAlgorithmI::extract(const Model& model) {
   const TavAlgorithm self(this);
   _columns.reserve(model.columns().size());
   _rows.reserve(model.rows().size() + 1);  // the objective comes as one more row
+  _sets = &model.sets();
   for (const TavNumVar column : model.columns()) {
     if (column) column.getImpl()->extractToCP(self);
   }
@@ -84,7 +107,6 @@ void* SolverAlgorithmI::addColumn(const TavNumVarI* variable, double threshold) 
 }
 
 void* SolverAlgorithmI::addRow(const TavNumLinTermI* sum) {
-  if (sum->getFirstPart()) throw TavAlgorithm::ExtractFailure("the solver takes linear sums only", 0);
   _rows.push_back({sum, -TavGetInfinity(), TavGetInfinity(), sum->getNumConstant()});
   return setPlace(sum, static_cast<int>(_rows.size()) - 1);
 }

@@ -13,7 +13,7 @@ class OsiClpSolverInterface;
 
 namespace tavsolve {
 
-enum class Status { Optimal, Infeasible, Unbounded, TimeLimit, Stopped };
+enum class Status { Optimal, Infeasible, Unbounded, Violated, TimeLimit, Stopped };
 
 struct Outcome {
   Status status = Status::Stopped;
@@ -23,6 +23,9 @@ struct Outcome {
   double seconds = 0.0;
 };
 
+/// Rows and bounds hold within this much, relative to values above 1.
+constexpr double kTolerance = 1e-6;
+
 /// Columns and rows are numbered in order of extraction. The extraction hooks list them, load() hands them to the
 /// solver at once; from then on change records and forget() edit the loaded solver.
 class SolverAlgorithmI final : public TavAlgorithmI {
@@ -30,9 +33,12 @@ class SolverAlgorithmI final : public TavAlgorithmI {
   explicit SolverAlgorithmI(TavEnvI* env);
   ~SolverAlgorithmI() override;
 
-  /// Extracts the whole model and loads the solver, in time linear in the model's size. Once only.
+  /// Throws InputError, naming the first row that the solver does not take.
+  static void requireLinear(const Model& model);
+  /// Extracts the whole model, which is linear, and loads the solver, in time linear in the model's size. Once only.
   void extract(const Model& model);
-  /// Solves what is loaded, for at most `seconds`.
+  /// Solves what is loaded, for at most `seconds`. Throws InputError for a semi-continuous column without a bound that
+  /// the solver could use, and SolverError for what the solver throws.
   Outcome solve(double seconds, Progress& progress);
   /// The row's activity as the solver computed it.
   double activityOf(const RangeConstraintI* row) const;
@@ -81,7 +87,13 @@ class SolverAlgorithmI final : public TavAlgorithmI {
   std::unique_ptr<CoinPackedMatrix> gather() const;
   void load();
   void pushColumn(int column);
+  void runSearch(CbcModel& search, double seconds, Outcome& outcome);
   void addSemiContinuous(CbcModel& search) const;
+  void addSets(CbcModel& search) const;
+  /// The greatest value that the rows leave the column; infinite without one.
+  double impliedUpper(int column) const;
+  /// Whether the last solution keeps rows and bounds.
+  bool holds() const;
   void readBack(const CbcModel& search, Outcome& outcome);
   Outcome solveWithoutColumns();
 
@@ -93,6 +105,7 @@ class SolverAlgorithmI final : public TavAlgorithmI {
   std::vector<double> _costs;
   double _costConstant = 0.0;
   bool _maximise = false;
+  const std::vector<TavModelSet>* _sets = nullptr;
   std::vector<double> _values, _activities;
 };
 

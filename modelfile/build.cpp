@@ -34,7 +34,9 @@ TavNumVar semiContinuous(TavEnv env, const TavFileVariable& variable, const char
   if (variable.lower < 0.0) {
     return TavNumVar(env, variable.lower, variable.upper, whole ? TavNumVar::Int : TavNumVar::Float, name);
   }
-  return TavSemiContVar(env, variable.lower, variable.upper, whole ? TavNumVar::Int : TavNumVar::Float, name);
+  const TavSemiContVar made(env, variable.lower, variable.upper, whole ? TavNumVar::Int : TavNumVar::Float, name);
+  if (made.getUB() != variable.upper) made.setUB(variable.upper);  // made whole and finite
+  return made;
 }
 
 TavNumVar makeVariable(TavEnv env, const TavFileVariable& variable, const char* name) {

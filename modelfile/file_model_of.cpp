@@ -42,8 +42,8 @@ struct Condition {
   const TavNumExprI* body;
 };
 
-/// A 0-1 variable, or 1 less one.
-std::optional<std::pair<const TavNumVarI*, bool>> binaryOf(const TavNumExprI* condition) {
+/// A variable that must be 1, or one that must be 0, which stands as 1 less the variable.
+std::optional<std::pair<const TavNumVarI*, bool>> switchOf(const TavNumExprI* condition) {
   bool value = true;
   if (condition->getTypeInfo() == TavNumLinTermI::GetTypeInfo()) {
     const auto* sum = static_cast<const TavNumLinTermI*>(condition);
@@ -52,10 +52,8 @@ std::optional<std::pair<const TavNumVarI*, bool>> binaryOf(const TavNumExprI* co
     condition = term->var;
     value = false;
   }
-  if (condition->getTypeInfo() != TavNumVarI::GetTypeInfo()) return {};
-  const auto* variable = static_cast<const TavNumVarI*>(condition);
-  if (!variable->isInteger() || variable->getLB() < 0.0 || variable->getUB() > 1.0) return {};
-  return std::pair(variable, value);
+  if (!condition->isType(TavNumVarI::GetTypeInfo())) return {};
+  return std::pair(static_cast<const TavNumVarI*>(condition), value);
 }
 
 std::optional<Condition> conditionOf(const TavModelRow& row) {
@@ -68,9 +66,9 @@ std::optional<Condition> conditionOf(const TavModelRow& row) {
   const auto* choice = static_cast<const TavConditionalNumExprI*>(part->expr);
   const double otherwise = choice->getElseConstant();
   if (!choice->getThen() || choice->getElse() || otherwise < row.lower || otherwise > row.upper) return {};
-  const auto binary = binaryOf(choice->getCondition());
-  if (!binary) return {};
-  return Condition{binary->first, binary->second, choice->getThen()};
+  const auto on = switchOf(choice->getCondition());
+  if (!on) return {};
+  return Condition{on->first, on->second, choice->getThen()};
 }
 
 /// Fills a file model from a model in memory.

@@ -220,8 +220,12 @@ bool TavFlattener::multiplyOut(TavFlatSum& sum, TavFlatSum::Part part) {
   TavFlatSum a, b;
   if (!left || !gather(a, left, true) || !gather(b, right, true)) return false;
   sum.constant += part.factor * a.constant * b.constant;
-  for (const TavFileTerm& x : a.terms) addTerm(sum, x.variable, part.factor * x.value * b.constant, false);
-  for (const TavFileTerm& y : b.terms) addTerm(sum, y.variable, part.factor * y.value * a.constant, false);
+  const auto addMultiple = [&](const TavFlatSum& linear, double factor) {
+    if (factor == 0.0) return;
+    for (const TavFileTerm& term : linear.terms) addTerm(sum, term.variable, factor * term.value, false);
+  };
+  addMultiple(a, part.factor * b.constant);
+  addMultiple(b, part.factor * a.constant);
   for (const TavFileTerm& x : a.terms) {
     for (const TavFileTerm& y : b.terms) addProduct(sum, x.variable, y.variable, part.factor * (x.value * y.value));
   }

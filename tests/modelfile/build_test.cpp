@@ -1,0 +1,48 @@
+// Between file models and expressions: nothing of a random model is lost, and its texts are the same after a file.
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "expression/nodes.h"
+#include "model_text.h"
+#include "modelfile/build.h"
+
+namespace {
+
+/// The texts of all expressions and variables of a model in memory.
+std::string displayOf(const TavModelContents& model) {
+  std::ostringstream text;
+  text.precision(17);
+  for (const TavModelRow& row : model.rows)
+    text << row.name << ": " << row.lower << " " << row.expression << " " << row.upper << "\n";
+  for (const TavModelObjective& objective : model.objectives)
+    text << objective.maximise << objective.expression << "\n";
+  for (const TavNumVar variable : model.variables) text << variable << "\n";
+  return text.str();
+}
+
+}  // namespace
+
+TEST(ModelFileBuild, RandomModelsComeBackFromMemoryAndFromTheirFiles) {
+  for (std::uint64_t seed = 0; seed < 500; ++seed) {
+    TavFileModel model = randomFileModel(seed, {});
+    for (TavFileVariable& variable : model.variables) {  // the same to the library
+      const bool bit = variable.kind == TavFileKind::Integer && variable.lower >= 0.0 && variable.upper <= 1.0;
+      if (bit) variable.kind = TavFileKind::Binary;
+    }
+    TavEnv env;
+    const TavModelContents built = TavBuildModel(env, model);
+    const TavFileModel back = TavFileModelOf(built, TavProductsIn::Products);
+    EXPECT_EQ(textOf(back), textOf(model)) << "seed " << seed;
+    for (const TavFileFormat format : {TavFileFormat::Mps, TavFileFormat::Lp}) {
+      TavReadOptions options;
+      options.format = format;
+      TavEnv other;
+      const TavFileModel again = TavReadModelText(TavWriteModelText(back, format), "text", options);
+      EXPECT_EQ(displayOf(TavBuildModel(other, again)), displayOf(built)) << "seed " << seed;
+      other.end();
+    }
+    env.end();
+  }
+}

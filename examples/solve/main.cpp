@@ -1,3 +1,5 @@
+#include <malloc.h>
+
 #include <cmath>
 #include <cstdio>
 #include <exception>
@@ -42,6 +44,13 @@ bool confirm(const Model& model, const Outcome& outcome, const Options& options,
   return same;
 }
 
+/// Gives what the file model has left behind back to the system, before the solver takes its share.
+void returnFreeMemory() {
+#ifdef __GLIBC__
+  malloc_trim(0);
+#endif
+}
+
 std::string megabytes(std::uint64_t bytes) {
   char buffer[32];
   std::snprintf(buffer, sizeof buffer, "%.1f", static_cast<double>(bytes) / 1e6);
@@ -74,6 +83,7 @@ int run(const Options& options) {
   TavFileModel file = readFile(options, progress);
   progress.begin("build");
   Model model(std::move(file));
+  returnFreeMemory();
   checkEdits(model, options.edits);
   if (!options.noSolve) SolverAlgorithmI::requireLinear(model);
   if (options.relax) model.relax();

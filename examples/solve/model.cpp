@@ -29,6 +29,7 @@ Model::Model(TavFileModel file) : _name(file.name), _nonZeros(file.linearValue.s
 
   TavModelBuilder builder(_env, file);
   _columns = builder.variables();
+  file.variableNames = {};  // the variables have them
   for (const TavNumVar column : _columns) {
     if (!column.getImpl()->isType(TavSemiContVarI::GetTypeInfo())) continue;
     _semiContinuous.emplace(column.getId(), TavSemiContVar(static_cast<TavSemiContVarI*>(column.getImpl())));

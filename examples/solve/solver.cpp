@@ -80,6 +80,7 @@ void SolverAlgorithmI::extract(const Model& model) {
   _columns.reserve(model.columns().size());
   _rows.reserve(model.rows().size() + 1);  // the objective comes as one more row
   _sets = &model.sets();
+  _nonZeros = model.nonZeros();
   for (const TavNumVar column : model.columns()) {
     if (column) column.getImpl()->extractToCP(self);
   }
@@ -148,6 +149,7 @@ std::unique_ptr<CoinPackedMatrix> SolverAlgorithmI::gather() const {
   auto start = std::make_unique<CoinBigIndex[]>(columnCount + 2);
   const int* place = _places.data();  // every variable of the rows has one: columns are extracted first
   std::vector<int> columns;           // of all terms in their order: from a term to its column is a long way in memory
+  columns.reserve(_nonZeros);
   for (const Row& row : _rows) {
     for (const auto* term = row.sum->getFirstTerm(); term; term = term->next) {
       const int column = place[term->var->getId()];

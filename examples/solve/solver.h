@@ -106,6 +106,8 @@ class SolverAlgorithmI final : public TavAlgorithmI {
   double _costConstant = 0.0;
   bool _maximise = false;
   const std::vector<TavModelSet>* _sets = nullptr;
+  /// Coefficients of the rows, for a first reservation.
+  std::size_t _nonZeros = 0;
   std::vector<double> _values, _activities;
 };
 

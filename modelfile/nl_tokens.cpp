@@ -14,7 +14,14 @@ bool TavNlText::refill() {
 
 void TavNlText::endOfFile() const { _input.fail(_input.end(), "the file ends here, expected more"); }
 
-void TavNlText::skipComment() {
+void TavNlText::refuseInteger(const char* first, const char* end) const {
+  if (end - first > kMostDigits) fail("a whole number of this size, expected at most 15 digits");
+  fail("expected a whole number");
+}
+
+void TavNlText::endLineSlowly() {
+  skipBlanks();
+  if (*_at == '\n') return;
   if (*_at != '#') {
     _token = _at;
     fail("expected the end of the line");
@@ -22,10 +29,8 @@ void TavNlText::skipComment() {
   _at = static_cast<const char*>(std::memchr(_at, '\n', static_cast<std::size_t>(_end - _at)));
 }
 
-double TavNlText::number() {
-  needLine();
-  skipBlanks();
-  _token = _at;
+double TavNlText::hardNumber() {
+  _at = _token;
   const bool negative = *_at == '-';
   const char* first = _at + (negative || *_at == '+');
   TavScannedNumber number = TavScanNumber(first);

@@ -46,17 +46,14 @@ class TavNlText final : public TavNlTokens {
   /// An integer.
   std::int64_t integer() {
     needLine();
-    skipBlanks();
-    _token = _at;
-    const bool negative = *_at == '-';
-    const char* first = _at + (negative || *_at == '+');
+    const char* at = skipped(_at);
+    _token = at;
+    const bool negative = *at == '-';
+    at += negative || *at == '+';
+    const char* first = at;
     std::int64_t value = 0;
-    const char* at = first;
-    for (; static_cast<unsigned char>(*at - '0') < 10; ++at) {
-      value = value * 10 + (*at - '0');
-      if (value > kMost) fail("a whole number of this size, expected at most 2^53");
-    }
-    if (at == first || isWordByte(*at)) fail("expected a whole number");
+    for (; static_cast<unsigned char>(*at - '0') < 10; ++at) value = value * 10 + (*at - '0');
+    if (at == first || at - first > kMostDigits || isWordByte(*at)) refuseInteger(first, at);
     _at = at;
     return negative ? -value : value;
   }
@@ -68,33 +65,46 @@ class TavNlText final : public TavNlTokens {
     return *_at == '\n' || *_at == '#' ? missing : integer();
   }
   /// A number; infinite ones where the file says so.
-  double number();
+  double number() {
+    needLine();
+    const char* at = skipped(_at);
+    _token = at;
+    const bool negative = *at == '-';
+    const TavScannedNumber number = TavScanNumber(at + (negative || *at == '+'));
+    if (number.fault != TavNumberFault::None || isWordByte(*number.end)) return hardNumber();
+    _at = number.end;
+    return negative ? -number.value : number.value;
+  }
   /// The type of a bound.
   std::int64_t boundType() { return integer(); }
   /// The rest of the line without blanks at its ends.
   std::string word();
   /// Goes on to the next line.
   void endLine() {
-    skipBlanks();
-    if (*_at != '\n') skipComment();
+    if (*_at != '\n') endLineSlowly();
     ++_at;
   }
   /// Throws TavFileError for the token read last.
   [[noreturn]] void fail(const std::string& what) const { _input.fail(_token, what); }
 
  private:
-  static constexpr std::int64_t kMost = std::int64_t{1} << 53;
+  /// Whole numbers of so many digits are exact in doubles and far from the end of 64 bits.
+  static constexpr std::ptrdiff_t kMostDigits = 15;
 
   static bool isWordByte(char c) noexcept { return c != ' ' && c != '\n' && c != '\t' && c != '\r' && c != '#'; }
+  static const char* skipped(const char* at) noexcept {
+    while (*at == ' ' || *at == '\t' || *at == '\r') ++at;
+    return at;
+  }
+  [[noreturn]] void refuseInteger(const char* first, const char* end) const;
+  double hardNumber();
+  void endLineSlowly();
   bool refill();
   void needLine() {
     if (_at == _end && !refill()) endOfFile();
   }
   [[noreturn]] void endOfFile() const;
-  void skipBlanks() noexcept {
-    while (*_at == ' ' || *_at == '\t' || *_at == '\r') ++_at;
-  }
-  void skipComment();
+  void skipBlanks() noexcept { _at = skipped(_at); }
 };
 
 /// Binary: fixed widths, in either byte order.

@@ -1,5 +1,5 @@
-// How many of these constraints hold? Each constraint becomes a 0-1 variable that stands for its truth, and such
-// variables add up like any others.
+// How many of these constraints hold? Each constraint becomes a 0-1 variable that represents its truth, and such
+// variables are added like any others.
 
 #include <array>
 #include <iostream>
@@ -10,7 +10,7 @@
 
 namespace {
 
-/// expression >= bound. Concrete constraints belong to the client: the library brings the base class.
+/// expression >= bound. The client defines concrete constraints; the library has the base class.
 class AtLeastI final : public TavNode<AtLeastI, TavConstraintI> {
  public:
   static constexpr const char* kTypeName = "AtLeastI";
@@ -39,7 +39,7 @@ TavConstraint atLeast(TavNumExprArg expression, double bound) {
   return TavConstraint(new (env) AtLeastI(env, expression, bound));
 }
 
-/// A plan: what each variable is worth. A variable that stands for a constraint is worth the constraint's truth.
+/// A plan: the value of each variable. A variable that represents a constraint has the constraint's truth as its value.
 class Plan final : public TavAlgorithmI {
  public:
   explicit Plan(TavEnv env) : TavAlgorithmI(env.getImpl()) {}

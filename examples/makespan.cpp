@@ -12,7 +12,7 @@
 
 namespace {
 
-/// A schedule: what each variable is worth.
+/// A schedule: the value of each variable.
 class Schedule final : public TavAlgorithmI {
  public:
   explicit Schedule(TavEnv env) : TavAlgorithmI(env.getImpl()) {}

@@ -28,8 +28,8 @@
 #include "expression/variables/indicator_var.h"
 #include "expression/variables/semicont_var.h"
 
-// Tokens, index slots and hooks of the library's classes stand in the library alone. All shared objects of a program
-// then have the same ones, in whatever order and by whatever flags they were loaded.
+// Tokens, index slots and hooks of the library's classes are defined in the library only, so that all shared objects of
+// a program use the same ones, whatever the order and the flags of loading.
 /// A class of nodes; undefined again below.
 #define TAV_NODE(Self, Base)                  \
   extern template class TavTyped<Self, Base>; \

@@ -1,5 +1,5 @@
 #pragma once
-/// Algorithms: where values come from and modifications go to; and the environment's model evaluator.
+/// Algorithms, which supply values and receive modifications, and the environment's model evaluator.
 
 #include <functional>
 
@@ -13,11 +13,11 @@ class TavIntExprArg;
 class TavIntExprI;
 class TavNumVar;
 
-/// Base of an algorithm's implementation: it extracts model objects, knows the values of variables and hears of every
-/// modification of what it has extracted. One that outlives its environment is cut off from it.
+/// Base of an algorithm's implementation. It extracts model objects, supplies the values of variables and is notified
+/// of modifications of extracted objects. It may outlive its environment; getEnv() then returns null.
 class TavAlgorithmI {
  public:
-  /// Enters the algorithm into the environment, which tells it of modifications from now on.
+  /// Registers the algorithm with the environment, which notifies it of modifications from now on.
   explicit TavAlgorithmI(TavEnvI* env);
   TavAlgorithmI(const TavAlgorithmI&) = delete;
   TavAlgorithmI& operator=(const TavAlgorithmI&) = delete;
@@ -25,14 +25,14 @@ class TavAlgorithmI {
 
   /// The environment; null once it has ended.
   TavEnvI* getEnv() const noexcept { return _env; }
-  /// The current value of a variable: the leaf of every evaluation. May throw when there is none.
+  /// The current value of a variable: every evaluation ends here. May throw when there is none.
   virtual double getValue(const TavNumVarI* variable) const = 0;
-  /// The value of another integer expression, asked for constraints. Default: throws TavAlgorithm::Exception. It must
-  /// not evaluate the expression: a constraint's evaluation comes here.
+  /// The value of another integer expression; called for constraints. Default: throws TavAlgorithm::Exception. It must
+  /// not evaluate the expression, because the evaluation of a constraint calls it.
   virtual double getValue(const TavIntExprI* expression) const;
   /// Whether change records about the object are wanted. Default: false.
   virtual bool hasExtracted(const TavExtractableI* object) const;
-  /// Takes one modification. Default: the record's applyToCP, with this algorithm and no data.
+  /// Applies one modification. Default: the record's applyToCP, with this algorithm and no data.
   virtual void change(const TavChange& change);
   /// An extracted object is about to be destroyed. Default: nothing.
   virtual void forget(TavExtractableI* object);
@@ -66,12 +66,12 @@ class TavAlgorithm {
    protected:
     const char* describe() const noexcept override { return "no hook unextracts or modifies objects of this class"; }
   };
-  /// A change record's hook is not installed, or the algorithm refuses the change.
+  /// A change record's hook is not installed, or the algorithm rejects the change.
   class CannotChangeException : public Exception {
    public:
-    /// `algorithm` is the one that refuses.
+    /// `algorithm` is the one that rejects the change.
     explicit CannotChangeException(const TavAlgorithmI* algorithm) noexcept : _algorithm(algorithm) {}
-    /// The algorithm that refuses the change; it may be gone when the exception is caught.
+    /// The algorithm that rejected the change; it may be destroyed by the time the exception is caught.
     const TavAlgorithmI* getAlgorithm() const noexcept { return _algorithm; }
 
    protected:
@@ -88,14 +88,14 @@ class TavAlgorithm {
   TavAlgorithmI* getImpl() const noexcept { return _impl; }
   /// The variable's value in this algorithm. Throws TavEmptyHandleException on an empty algorithm or variable.
   double getValue(TavNumVar variable) const;
-  /// The expression's value in this algorithm; variables are sent to the form above.
+  /// The expression's value in this algorithm; a variable is passed to the overload above.
   double getValue(TavIntExprArg expression) const;
 
  private:
   TavAlgorithmI* _impl = nullptr;
 };
 
-/// Handle on an environment's model evaluator: a second source of values, asked when an algorithm has none.
+/// Handle on an environment's model evaluator: a second source of values, used when an algorithm has none.
 class TavModelEvaluator {
  public:
   /// A variable without value was met.
@@ -112,10 +112,10 @@ class TavModelEvaluator {
   /// A handle on a source of values; environments make it.
   explicit TavModelEvaluator(Source* source) noexcept : _source(source) {}
 
-  /// Installs the source of values; the evaluator is active while it has one. A variable asks whether it is when its
-  /// evaluation begins.
+  /// Installs the source of values; the evaluator is active while it has one. The evaluation of a variable checks this
+  /// when it begins.
   void activate(Source source) const { *_source = std::move(source); }
-  /// Takes the source away: the evaluator is inactive.
+  /// Removes the source: the evaluator is inactive.
   void deactivate() const { *_source = nullptr; }
   /// Whether there is a source of values.
   bool isActive() const noexcept { return static_cast<bool>(*_source); }

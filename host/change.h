@@ -1,5 +1,5 @@
 #pragma once
-/// The base of change records: what tells algorithms of a modification.
+/// The base of change records, which notify algorithms of modifications.
 
 #include "host/extractable.h"
 
@@ -7,16 +7,16 @@
 
 class TavArrayI;
 
-/// Visits what a change record speaks of.
+/// Visits the objects that a change record names.
 class TavChangeVisitor {
  public:
   virtual ~TavChangeVisitor() = default;
-  /// One object that the record speaks of, as a part of `owner`.
+  /// One object that the record names, as a part of `owner`.
   virtual void visitChild(TavExtractableI* owner, TavExtractableI* part) = 0;
 };
 
-/// A modification of one object or of an array of objects. Records stand on the modifier's stack for the time of the
-/// notification and own nothing. They form a type tree of their own beside that of the model objects.
+/// A modification of one object or of an array of objects. A record lives on the stack of the function that made the
+/// change, for the time of the notification, and owns nothing. Records have a type tree of their own.
 class TavChange {
  public:
   /// A modification of this object.

@@ -39,12 +39,10 @@ namespace {
 
 constexpr std::size_t kSegment = std::size_t{1} << 20;
 constexpr std::size_t kGuard = std::size_t{1} << 16;
-/// What stays for those who do not ask: leaves, streams, what an algorithm does to find a value.
+/// Reserve for code that does not check: leaves, streams, the algorithm's getValue.
 constexpr std::size_t kReserve = std::size_t{1} << 18;
 
-// ---- segments
-
-/// A piece of stack above one that nobody may touch; empty once it was moved from.
+/// A segment of stack above an inaccessible guard page; empty after a move.
 class Segment {
  public:
   Segment() : _map(mmap(nullptr, kGuard + kSegment, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0)) {
@@ -76,7 +74,7 @@ class Segment {
   unsigned _valgrindId = 0;
 };
 
-/// A thread keeps one segment for the next time: where the stack ends, a node may have many operands.
+/// Each thread caches one segment: a node at the end of the stack may have many operands, each of which switches.
 struct Spare {
   ~Spare() {
     segment = Segment(nullptr);
@@ -97,9 +95,7 @@ void giveSegment(Segment segment) noexcept {
   if (!Spare::isGone) spare.segment = std::move(segment);
 }
 
-// ---- switches
-
-/// A call on its way to a segment and back.
+/// A call that switches to a segment and back.
 struct Crossing {
   void (*body)(void*);
   void* argument;
@@ -112,7 +108,7 @@ struct Crossing {
 #endif
 };
 
-/// What begins on a segment is given nothing, so it finds its crossing here.
+/// The entry function of a segment takes no argument; it finds its call here.
 constinit thread_local Crossing* underWay = nullptr;
 
 void runOnSegment() {
@@ -128,7 +124,7 @@ void runOnSegment() {
 #ifdef TAV_ADDRESS_SANITIZER
   __sanitizer_start_switch_fiber(nullptr, crossing->originLow, crossing->originSize);
 #endif
-}  // the context goes on at the origin
+}  // continues in the calling context
 
 void cross(Crossing& crossing, const Segment& segment) {
   getcontext(&crossing.segment);
@@ -156,7 +152,7 @@ void cross(Crossing& crossing, const Segment& segment) {
 #endif
 }
 
-/// The limit of the stack that the system gave this thread; where that is not to be known, a little below this frame.
+/// The lower limit of this thread's stack; a little below this frame when the system does not tell.
 std::uintptr_t limitOfThread() noexcept {
   void* low = nullptr;
   std::size_t size = 0;
@@ -169,7 +165,7 @@ std::uintptr_t limitOfThread() noexcept {
   if (size == 0) return here - kReserve / 4;
   const std::uintptr_t limit = reinterpret_cast<std::uintptr_t>(low) + std::min(kReserve, size / 2);
 #ifdef TAV_THREAD_SANITIZER
-  return std::max(limit, here - kSegment);  // it has room for 65,536 nested calls on one stack, and does not check
+  return std::max(limit, here - kSegment);  // it has room for 65,536 nested calls on one stack, unchecked
 #else
   return limit;
 #endif

@@ -1,6 +1,6 @@
 #pragma once
-/// Recursion over nested nodes that does not end with the stack: where little of it is left, the rest of the work goes
-/// on on a fresh segment of stack, on the same thread.
+/// Recursion over nested nodes that is not limited by the stack: when little stack is left, the call continues on a
+/// fresh segment, on the same thread.
 
 #include <cstdint>
 #include <type_traits>
@@ -9,10 +9,10 @@
 
 #ifndef TAV_DEEP_STACK
 #if defined(__linux__) && defined(__GLIBC__)
-/// 1 where TavDeep finds room beyond the stack; 0 is plain recursion, as deep as the thread's stack has room for.
+/// 1 if TavDeep can switch to a fresh segment; 0 for plain recursion, which the thread's stack limits.
 #define TAV_DEEP_STACK 1
 #else
-/// Plain recursion: this system has no way to another stack that is known here.
+/// Plain recursion: no way to switch stacks is known for this system.
 #define TAV_DEEP_STACK 0
 #endif
 #endif
@@ -21,13 +21,12 @@
 
 namespace tavdetail {
 
-/// The address below which little is left of the stack that this thread runs on; the highest of all until the thread
-/// first asks.
+/// The address below which little is left of the current stack; the highest address until the thread's first check.
 extern constinit thread_local std::uintptr_t stackLimit __attribute__((tls_model("initial-exec")));
 
 inline bool isStackShort() noexcept {
 #if defined(__x86_64__)
-  bool isShort;  // one comparison with memory, without the frame pointer that reading the stack's address would take
+  bool isShort;  // one comparison; __builtin_frame_address would need a frame pointer
   asm("{cmpq %1, %%rsp|cmp rsp, %1}" : "=@ccb"(isShort) : "m"(stackLimit));
   return isShort;
 #else
@@ -35,11 +34,11 @@ inline bool isStackShort() noexcept {
 #endif
 }
 
-/// Calls body(argument), on a fresh segment of stack unless enough is left of this one after all. What the body throws
-/// goes on from here. Throws std::bad_alloc when there is no memory for a segment; the body was not called then.
+/// Calls body(argument), on a fresh segment unless enough of the current stack is left. Exceptions of the body
+/// propagate. Throws std::bad_alloc, without calling the body, when there is no memory for a segment.
 void callWithRoom(void (*body)(void*), void* argument);
 
-/// The road aside: by value, so that the road ahead keeps what the body names in registers.
+/// Slow path, out of line. The body is passed by value so that the fast path keeps its captures in registers.
 template <class Body>
 [[gnu::noinline, gnu::cold]] std::invoke_result_t<Body&> callOnFreshStack(Body body) {
   if constexpr (std::is_void_v<std::invoke_result_t<Body&>>) {
@@ -63,9 +62,9 @@ template <class Body>
 
 #endif
 
-/// body(), wherever there is room for it: for the methods of nodes that call the same method of their operands, which
-/// may be nested a million deep. `body` captures by value what it uses, two words at best. Costs one comparison.
-/// Throws std::bad_alloc when the stack is at its end and there is no memory for more.
+/// Calls body(), on a fresh segment of stack when little of the current one is left. For methods of nodes that call the
+/// same method of their operands, which may nest a million deep. `body` should capture by value, at most two words.
+/// Costs one comparison. Throws std::bad_alloc when a segment is needed and there is no memory for it.
 template <class Body>
 [[gnu::always_inline]] inline std::invoke_result_t<Body&> TavDeep(Body body) {
 #if TAV_DEEP_STACK

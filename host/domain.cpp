@@ -58,8 +58,6 @@ void TavBoundedDomainI::display(std::ostream& os) const {
   os << "[" << getLB() << " .. " << getUB() << "] ";
 }
 
-// ---- TavNumVarDomainI
-
 bool TavNumVarDomainI::contains(double value) const {
   return value >= getLB() && value <= getUB() && (!_values.getImpl() || holds(_values, value));
 }
@@ -81,8 +79,6 @@ TavVarDomainI* TavNumVarDomainI::makeCopy(TavEnvI* env) const {
   copy->setUB(getUB());
   return copy;
 }
-
-// ---- TavIntVarDomainI
 
 bool TavIntVarDomainI::contains(double value) const {
   if (value < getLB() || value > getUB()) return false;
@@ -126,8 +122,6 @@ TavVarDomainI* TavBoolVarDomainI::makeCopy(TavEnvI* env) const {
   }
   return copy;
 }
-
-// ---- ranges
 
 TavNumRange::TavNumRange(TavEnv env, double lb, double ub) {
   TavGenAlloc* memory = env.getImpl()->getMemory();

@@ -12,7 +12,7 @@ class TavVarDomainI : public TavMemoryManagerObjectI {
   using TavMemoryManagerObjectI::end;
 
   ///@{
-  /// The bounds. A setter checks nothing and reports nothing: that is the variable's business.
+  /// The bounds. Setters check nothing and report nothing: the variable does.
   virtual double getLB() const = 0;
   virtual void setLB(double lb) = 0;
   virtual double getUB() const = 0;
@@ -44,7 +44,7 @@ class TavVarDomainI : public TavMemoryManagerObjectI {
   virtual void display(std::ostream& os) const = 0;
   /// A new private domain of the same content in `env`.
   virtual TavVarDomainI* makeCopy(TavEnvI* env) const = 0;
-  /// Whether several variables may have this domain: then it is not changed, but copied first.
+  /// Whether several variables may share this domain: it is copied before it is changed.
   virtual bool isShared() const = 0;
 
   using TavMemoryManagerObjectI::operator new;
@@ -70,7 +70,7 @@ class TavBoundedDomainI : public TavVarDomainI {
   bool isEnumerated() const override { return getNumValues().getImpl() || getIntValues().getImpl(); }
   bool isAnyDomain() const override { return false; }
   bool isShared() const override { return _shared; }
-  /// The environment keeps the domain from now on.
+  /// Makes the environment the owner of the domain.
   void share() noexcept { _shared = true; }
 
  protected:

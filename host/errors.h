@@ -1,6 +1,6 @@
 #pragma once
-/// The exception family. Every failure of the library is thrown by value and derives from TavException; messages are
-/// string literals, kept by pointer. Failed allocations stay std::bad_alloc.
+/// The exception family. Every failure of the library is thrown by value and derives from TavException. Messages are
+/// string literals and stored as pointers. A failed allocation throws std::bad_alloc.
 
 #include <exception>
 #include <iosfwd>
@@ -15,7 +15,7 @@ class TavAlgorithmI;
 /// Base of the family: a fixed message, or none, and a code.
 class TavException : public std::exception {
  public:
-  /// `message` is a literal, or null: only the pointer is kept.
+  /// `message` is a literal, or null: only the pointer is stored.
   explicit TavException(const char* message = nullptr, TavInt code = 0) noexcept : _message(message), _code(code) {}
 
   /// The message; null when the exception carries none.
@@ -38,10 +38,10 @@ class TavException : public std::exception {
   TavInt _code;
 };
 
-/// Does every step although one throws; the first exception goes on afterwards.
+/// Runs all steps even when one throws, then rethrows the first exception.
 class TavFirstFailure {
  public:
-  /// Calls step() and notes what it throws.
+  /// Calls step() and stores its exception.
   template <class Step>
   void attempt(Step step) noexcept {
     try {
@@ -50,7 +50,7 @@ class TavFirstFailure {
       note(std::current_exception());
     }
   }
-  /// Notes a failure, null for none; only the first counts.
+  /// Stores an exception unless there is one already; null is ignored.
   void note(std::exception_ptr failure) noexcept {
     if (!_failure) _failure = std::move(failure);
   }
@@ -68,11 +68,11 @@ class TavFirstFailure {
 /// Operands of two environments, wrong counts and other misuse.
 class TavWrongUsage : public TavException {
  public:
-  /// `message` is a literal: only the pointer is kept.
+  /// `message` is a literal: only the pointer is stored.
   explicit TavWrongUsage(const char* message, TavInt code = 0) noexcept : TavException(message, code) {}
 };
 
-/// A handle that holds no object was used.
+/// An empty handle was used.
 class TavEmptyHandleException : public TavException {
  public:
   TavEmptyHandleException() noexcept = default;
@@ -84,14 +84,14 @@ class TavEmptyHandleException : public TavException {
 /// An operation that a class does not provide.
 class TavNotImplemented : public TavException {
  public:
-  /// `message` is a literal: only the pointer is kept.
+  /// `message` is a literal: only the pointer is stored.
   explicit TavNotImplemented(const char* message) noexcept : TavException(message) {}
 };
 
 /// An operation that is forbidden on an object.
 class TavNotSupportedOperation : public TavException {
  public:
-  /// `message` is a literal: only the pointer is kept.
+  /// `message` is a literal: only the pointer is stored.
   explicit TavNotSupportedOperation(const char* message) noexcept : TavException(message) {}
 };
 
@@ -104,10 +104,10 @@ class TavBadConversion : public TavException {
   const char* describe() const noexcept override { return "the object cannot be converted to the requested kind"; }
 };
 
-/// An array that is empty, or holds an empty element, where it must not.
+/// An array is empty, or contains an empty element, where neither is allowed.
 class TavArrayError : public TavException {
  public:
-  /// `message` is a literal: only the pointer is kept.
+  /// `message` is a literal: only the pointer is stored.
   explicit TavArrayError(const char* message) noexcept : TavException(message) {}
 };
 

@@ -37,9 +37,9 @@ class TavTyped : public Base {
     InitTypeIndex();
     return TavRtti::read(_rttiIndex);
   }
-  /// The address of this function is the class's token. It reads the class's own slot, so that no two bodies are alike
-  /// and no linker folds them. It is not inline, so that all shared objects of a program agree on the address even
-  /// where they hide their inline functions.
+  /// The address of this function is the class's token. It reads the class's own slot, so that the bodies differ and no
+  /// linker merges them. It is not inline, so that all shared objects of a program use one address even if they hide
+  /// inline functions.
   static TavTypeInfo GetBaseTypeInfo();
   static TavTypeInfo GetTypeInfo() { return reinterpret_cast<TavTypeInfo>(&TavTyped::GetBaseTypeInfo); }
   static const char* GetRttiTypeName() { return Self::kTypeName; }

@@ -5,8 +5,6 @@
 #include <cstdlib>
 #include <new>
 
-// ---- TavFixedSizeAllocatorI
-
 TavInt TavFixedSizeAllocatorI::liveBlocks() const noexcept {
   TavInt live = _carved;
   for (const FreeBlock* block = _free; block; block = TavPeek(&block->next)) --live;
@@ -31,8 +29,6 @@ void* TavFixedSizeAllocatorI::grow(TavMemory* memory) {
   TavPoison(_bump, static_cast<std::size_t>(_end - _bump));
   return carve();
 }
-
-// ---- TavMemory
 
 TavMemory::TavMemory(TavEnvI* env) noexcept : _env(env) {
   for (TavInt i = 0; i < kPools; ++i) _pools[i] = TavFixedSizeAllocatorI(static_cast<std::size_t>(8 * i));
@@ -112,8 +108,6 @@ void TavMemory::freeChunk(TavChunk* chunk) noexcept {
   std::free(chunk);
 }
 
-// ---- TavAllocationList
-
 struct alignas(16) TavAllocationList::Piece {
   Piece* next;
 };
@@ -142,8 +136,6 @@ void TavAllocationList::reset() noexcept {
   }
   _bump = _end = nullptr;
 }
-
-// ---- TavMemoryManagerObjectI
 
 TavMemoryManagerObjectI::TavMemoryManagerObjectI(TavGenAlloc* memory) noexcept
     : _memory(memory), _next(memory->_managed) {

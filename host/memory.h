@@ -1,9 +1,9 @@
 #pragma once
-/// The memory of an environment: pools of one block size each over chunks that are aligned to their size. A block finds
-/// its owner by masking its address, so objects carry no header.
+/// The memory of an environment: pools, each of one block size, over chunks that are aligned to their size. Masking the
+/// address of a block gives its owner, so objects need no header.
 ///
-/// With TAV_PLAIN_ALLOC every block is an allocation of its own with the same header in front, so that the sanitizers
-/// see each object by itself.
+/// With TAV_PLAIN_ALLOC every block is a separate allocation with the same header in front, so that sanitizers see each
+/// object.
 
 #include <cstddef>
 
@@ -16,43 +16,42 @@ class TavEnvI;
 class TavMemory;
 class TavMemoryManagerObjectI;
 
-/// What stands at the start of a chunk (in plain allocation: of a block). `owner` is the memory that it belongs to; the
-/// links hold together what was had from the system in one piece.
+/// The header of a chunk (in plain allocation: of a block). `owner` is the memory that it belongs to; the links join
+/// the pieces that came from the system.
 struct alignas(16) TavChunk {
   /// The memory that the blocks belong to.
   TavMemory* owner;
   /// The size of each block in bytes; in plain allocation that of the one block.
   std::size_t blockSize;
   ///@{
-  /// The neighbours in the list of what was had from the system.
+  /// The neighbours in the list of pieces from the system.
   TavChunk* next;
   TavChunk* previous;
   ///@}
 };
 
-/// Blocks of one size: a free list over chunks that are filled upwards. Chunks come in runs of neighbours, each run
-/// longer than the last, so that walks over what was built in order find long stretches of memory. What is not handed
-/// out is poisoned.
+/// Blocks of one size: a free list over chunks that are filled upwards. Chunks come in contiguous runs, each longer
+/// than the last, so that objects built in order are contiguous and walks over them fast. Free blocks are poisoned.
 class TavFixedSizeAllocatorI {
  public:
   TavFixedSizeAllocatorI() = default;
   /// A pool of blocks of `blockSize` bytes, without a chunk yet.
   explicit TavFixedSizeAllocatorI(std::size_t blockSize) noexcept : _blockSize(blockSize) {}
 
-  /// A block, recycled if there is one. Throws std::bad_alloc and is then unchanged.
+  /// A block, from the free list if there is one. Throws std::bad_alloc and is then unchanged.
   void* allocateBlock(TavMemory* memory) {
     if (_free) return takeFree();
     if (_bump == _end) return grow(memory);
     return carve();
   }
-  /// Takes a block back for the next allocateBlock.
+  /// Puts a block on the free list.
   void deallocate(void* block) noexcept {
     auto* free = static_cast<FreeBlock*>(block);
     free->next = _free;
     _free = free;
     TavPoison(block, _blockSize);
   }
-  /// Blocks handed out and not yet taken back. Walks the free list: for tests and diagnosis.
+  /// Number of blocks in use. Walks the free list: for tests and diagnosis.
   TavInt liveBlocks() const noexcept;
   /// The size of each block in bytes.
   std::size_t blockSize() const noexcept { return _blockSize; }
@@ -82,12 +81,12 @@ class TavFixedSizeAllocatorI {
   char* _bump = nullptr;
   char* _end = nullptr;
   TavInt _carved = 0;
-  /// What is left of the run, in chunks, and the length of the next one.
+  /// Chunks left in the run, and the length of the next run.
   std::size_t _runLeft = 0;
   std::size_t _nextRun = 1;
 };
 
-/// The memory of one environment (or a separate one that takes its nodes). Freed whole with everything in it.
+/// The memory of one environment (or a separate one for its nodes). Its destructor frees everything in it.
 class TavMemory {
  public:
   /// An empty memory for the objects of `env`.
@@ -109,16 +108,16 @@ class TavMemory {
     const TavInt index = getIndex(static_cast<TavInt>(bytes));
     return index > 0 ? _pools[index].allocateBlock(this) : allocAlone(bytes);
   }
-  /// Takes back a block that `alloc` gave for the same byte count.
+  /// Frees a block that `alloc` returned for the same byte count.
   void dealloc(void* block, std::size_t bytes) noexcept {
     const TavInt index = getIndex(static_cast<TavInt>(bytes));
     index > 0 ? _pools[index].deallocate(block) : deallocAlone(block);
   }
-  /// Makes storage of `oldBytes` one of `newBytes` with the same leading content; null for 0 bytes, on either side.
+  /// Resizes storage from `oldBytes` to `newBytes`, keeping the leading content; null for 0 bytes, before and after.
   /// For the blocks of arrays, which know their memory and their size. Throws std::bad_alloc and is then unchanged.
   void* resizeStorage(void* storage, std::size_t oldBytes, std::size_t newBytes);
   TavEnvI* getEnv() const noexcept { return _env; }
-  /// Bytes in blocks that are handed out. Walks all free lists: for tests and diagnosis.
+  /// Bytes in blocks in use. Walks all free lists: for tests and diagnosis.
   TavInt usedBytes() const noexcept;
   /// Ends every array, domain, range and column that lives here, newest first.
   void endManagedObjects() noexcept;
@@ -144,8 +143,8 @@ class TavMemory {
   /// A piece from the system with a chunk's header at its start.
   TavChunk* makeChunk(std::size_t bytes, std::size_t blockSize);
   void freeChunk(TavChunk* chunk) noexcept;
-  /// Neighbouring chunks for a pool, `length` or as many as the slab has left; `length` is then what they are. The
-  /// first slab has four chunks, 256 KiB, the largest have 64. The first chunk has its header.
+  /// A run of `length` contiguous chunks for a pool, or of all that the slab has left; sets `length` to their number.
+  /// The first slab has four chunks, 256 KiB, the largest have 64. The first chunk has its header.
   TavChunk* takeRun(std::size_t blockSize, std::size_t& length);
 
   TavEnvI* _env;
@@ -161,7 +160,7 @@ class TavMemory {
 /// The allocator that arrays and other managed objects name.
 using TavGenAlloc = TavMemory;
 
-/// Raw bytes that are given back all at once.
+/// Raw bytes that are freed all at once.
 class TavAllocationList {
  public:
   TavAllocationList() = default;
@@ -171,7 +170,7 @@ class TavAllocationList {
 
   /// `bytes` bytes, aligned to 16; they live until reset() or the list's end. Throws std::bad_alloc.
   void* alloc(TavInt bytes);
-  /// Gives all bytes back; the list may be used again.
+  /// Frees all bytes; the list may be used again.
   void reset() noexcept;
 
  private:
@@ -181,8 +180,8 @@ class TavAllocationList {
   char* _end = nullptr;
 };
 
-/// Base of what lives in a memory without being a model object: arrays, domains, ranges, columns. The memory knows each
-/// of them and ends those that are left when it goes.
+/// Base of objects in a memory that are no model objects: arrays, domains, ranges, columns. The memory lists them and
+/// destroys the remaining ones when it is destroyed.
 class TavMemoryManagerObjectI {
  public:
   TavMemoryManagerObjectI(const TavMemoryManagerObjectI&) = delete;
@@ -191,7 +190,7 @@ class TavMemoryManagerObjectI {
   TavEnvI* getEnv() const noexcept { return _memory->getEnv(); }
   /// The memory that the object lives in.
   TavGenAlloc* getMemory() const noexcept { return _memory; }
-  /// Destroys the object and gives its memory back.
+  /// Destroys the object and frees its memory.
   virtual void end() { delete this; }
 
   static void* operator new(std::size_t bytes, TavGenAlloc* memory) { return memory->alloc(bytes); }
@@ -201,9 +200,9 @@ class TavMemoryManagerObjectI {
   }
 
  protected:
-  /// Enters the object into the list of what its memory ends.
+  /// Adds the object to the list of its memory.
   explicit TavMemoryManagerObjectI(TavGenAlloc* memory) noexcept;
-  /// For objects made by the class's own operator new: they find their memory by their address.
+  /// For objects from the class's own operator new: finds the memory by the address.
   TavMemoryManagerObjectI() noexcept : TavMemoryManagerObjectI(TavMemory::of(this)) {}
   virtual ~TavMemoryManagerObjectI();
 

@@ -38,8 +38,8 @@ inline double TavRound(double x) noexcept { return std::round(x); }
 /// Nearest whole number, halves to the even one; infinities and not-a-numbers pass through.
 double TavVurRound(double x) noexcept;
 
-/// `x` cut toward zero. Values beyond the 64-bit range give the nearest end of it, a not-a-number gives 0, so that no
-/// conversion of a double to an integer is ever undefined. It is the only such road in the library.
+/// `x` truncated toward zero. Values beyond the 64-bit range give the nearest limit, NaN gives 0: the conversion is
+/// never undefined. The library converts doubles to integers by this function only.
 inline TavInt TavTrunc(double x) noexcept {
   constexpr double kTwoTo63 = 9223372036854775808.0;
   if (x >= kTwoTo63) return std::numeric_limits<TavInt>::max();

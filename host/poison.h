@@ -1,6 +1,6 @@
 #pragma once
-/// What a pool keeps free is told to the address sanitizer, so that it reports a use of a block after its end although
-/// the pool has not given the memory back. In other builds these functions are empty.
+/// Free blocks of a pool are poisoned, so that AddressSanitizer reports a use after free. In other builds these
+/// functions are empty.
 
 #include <cstddef>
 
@@ -17,9 +17,9 @@
 
 /// Whether the two functions below do anything.
 inline constexpr bool kTavPoisons = true;
-/// Nobody may touch these bytes until TavUnpoison. Both ends are multiples of 8.
+/// Poisons these bytes until TavUnpoison. Both ends are multiples of 8.
 inline void TavPoison(const void* block, std::size_t bytes) noexcept { __asan_poison_memory_region(block, bytes); }
-/// The bytes may be touched from now on.
+/// Makes the bytes accessible.
 inline void TavUnpoison(const void* block, std::size_t bytes) noexcept { __asan_unpoison_memory_region(block, bytes); }
 /// Reads a link of a free block.
 template <class T>
@@ -29,9 +29,9 @@ __attribute__((no_sanitize("address"), noinline)) T TavPeek(const T* link) noexc
 #else
 /// Whether the two functions below do anything.
 inline constexpr bool kTavPoisons = false;
-/// Nothing.
+/// Does nothing.
 inline void TavPoison(const void*, std::size_t) noexcept {}
-/// Nothing.
+/// Does nothing.
 inline void TavUnpoison(const void*, std::size_t) noexcept {}
 /// Reads a link of a free block.
 template <class T>

@@ -8,8 +8,8 @@
 
 #pragma GCC visibility push(default)
 
-/// A row of plain words that grows at its end. Large rows grow without copying and without leaving holes, the system
-/// moving their pages. Words beyond those that were set are not initialised, so room costs nothing until it is used.
+/// A row of plain words that grows at its end. The system moves the pages of large rows, so that they grow without
+/// copying. Words behind the last one are not initialised, so that unused capacity takes no memory.
 template <class Word>
 class TavTable {
   static_assert(std::is_trivially_copyable_v<Word>);

@@ -1,7 +1,7 @@
 #pragma once
 /// The version of the library, by Semantic Versioning. Before 1.0.0 a new minor version may break source and binary
-/// compatibility, a new patch version breaks neither; shared libraries are named for it (SOVERSION is MAJOR.MINOR, from
-/// 1.0.0 on MAJOR).
+/// compatibility, a new patch version breaks neither; shared libraries are named after it (SOVERSION is MAJOR.MINOR,
+/// from 1.0.0 on MAJOR).
 
 ///@{
 /// The version's parts. CMakeLists.txt reads them here.

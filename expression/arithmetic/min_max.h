@@ -1,16 +1,14 @@
 #pragma once
 /// Class header for authors of algorithms: minimum and maximum.
 ///
-/// The comparisons say what becomes of ties and of not-a-numbers, so they are written out: an operand and a constant
-/// give the constant then, two operands the right one, an array the first of the equal ones.
+/// The exact comparisons define the result for ties and NaN: an operand and a constant give the constant, two operands
+/// the right one, an array the first of equal elements.
 
 #include "expression/core/array_family.h"
 #include "expression/core/families.h"
 #include "expression/core/int_expr.h"
 
 #pragma GCC visibility push(default)
-
-// ---- an operand and a constant
 
 /// The lesser of x and c.
 class TavNumMinCstI final : public TavCstI<TavNumMinCstI, TavNumExprI, double> {
@@ -51,8 +49,6 @@ class TavIntMaxCstI final : public TavCstI<TavIntMaxCstI, TavIntExprI, TavInt> {
   static double apply(double x, TavInt c) { return x > static_cast<double>(c) ? x : static_cast<double>(c); }
 };
 
-// ---- two operands
-
 /// The lesser of a and b.
 class TavNumMinI final : public TavBinaryI<TavNumMinI, TavNumExprI> {
  public:
@@ -92,8 +88,6 @@ class TavIntMaxI final : public TavBinaryI<TavIntMaxI, TavIntExprI> {
 };
 
 static_assert(sizeof(TavNumMinCstI) == 56 && sizeof(TavIntMaxI) == 56);
-
-// ---- an array of operands
 
 /// The element that no other one replaces. Self states `kTexts`, `kEmptyText` and `static bool replaces(double v,
 /// double m)`: whether v takes the place of m.

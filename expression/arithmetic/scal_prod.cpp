@@ -4,8 +4,6 @@
 
 namespace {
 
-// ---- scalar products
-
 /// Throws TavEmptyHandleException for an empty handle, TavInvalidScalProdArraysException for unequal sizes.
 template <class A, class B>
 void requireSameSize(const A& a, const B& b) {
@@ -25,7 +23,7 @@ template <class Linear, class Coefs, class Vars>
 Linear* termsOf(Coefs coefs, Vars vars) {
   requireSameSize(coefs, vars);
   TavEnvI* env = vars.getImpl()->getEnv();
-  TavLooseTerms terms(env);  // cells before the node: an interceptor sees no node that a foreign variable spoils
+  TavLooseTerms terms(env);  // cells before the node: on failure no node is passed to a deletion interceptor
   TavArrayReader<TavNumVarI*> var(vars.getImpl());
   TavArrayReader<decltype(+coefs[0])> coef(coefs.getImpl());
   for (TavInt left = vars.getSize(); left > 0; --left) {
@@ -38,8 +36,7 @@ Linear* termsOf(Coefs coefs, Vars vars) {
   return linear;
 }
 
-/// Does work(); when it fails, discards what was made with undo(). The elements are held meanwhile: an uncounted one,
-/// which what was made holds alone by now, stays.
+/// Runs work(); on failure runs undo() with every element retained, so that undo() destroys none of them.
 template <class Array, class Work, class Undo>
 void workOrUndo(std::initializer_list<Array> arrays, Work work, Undo undo) {
   try {
@@ -71,7 +68,7 @@ Linear* productsOf(Array a, Array b) {
   auto linear = TavMakeNode<Linear>(env, env, 0);
   const auto work = [&] {
     for (TavInt i = 0; i < a.getSize(); ++i) {
-      // Held, or an uncounted linear element would be changed in place and the array would name something else.
+      // Retained: otherwise an uncounted linear element would be changed in place, and with it the array's element.
       const TavHold left(a[i].getImpl()), right(b[i].getImpl());
       TavNodeGuard<Part> product((a[i] * b[i]).getImpl());
       linear->append(product.get());  // by contract: a part even when it is linear
@@ -90,10 +87,8 @@ double numberOf(A a, B b) {
   return sum;
 }
 
-// ---- sums
-
-/// The elements added up in place by the operator of the counted handle, whose messages a foreign element meets. A
-/// half-made sum goes with the failure.
+/// Adds up the elements in place by the operator of the counted handle, which throws for a foreign element. On failure
+/// the partial sum is destroyed.
 template <class Sum, class Array>
 auto* sumOfElements(Array array) {
   if (!array.getImpl()) throw TavEmptyHandleException();

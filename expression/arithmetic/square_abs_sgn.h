@@ -46,7 +46,7 @@ class TavIntAbsI final : public TavUnaryI<TavIntAbsI, TavIntExprI> {
   static double apply(double x) { return std::fabs(x); }
 };
 
-/// The sign of any numeric expression: an integer expression of value 1, -1 or 0, which is 0 for a not-a-number too.
+/// The sign of any numeric expression: an integer expression of value 1, -1 or 0, which is 0 for NaN too.
 class TavSgnI final : public TavUnaryI<TavSgnI, TavIntExprI> {
  public:
   using TavUnaryI::TavUnaryI;

@@ -7,13 +7,13 @@
 
 #pragma GCC visibility push(default)
 
-/// f(x0, x1, ...). The node owns its array and holds one reference on every element. Self writes eval, makeClone and
+/// f(x0, x1, ...). The node owns its array and has one reference on every element. Self defines eval, makeClone and
 /// display.
 template <class Self, class Base, class Array>
 class TavArrayOperandsI : public TavNode<Self, Base> {
  public:
-  /// Takes over a fresh array that nobody else names. A constructor of Self does nothing more that may throw: the
-  /// elements are locked from here on, and only the destructor releases them.
+  /// Takes over a new array with no other handle. A constructor of Self must not throw afterwards: the elements have
+  /// their references from here on, and only the destructor releases them.
   TavArrayOperandsI(TavEnvI* env, Array exprs) : TavNode<Self, Base>(env, nullptr), _exprs(exprs) {
     for (TavInt i = 0; i < exprs.getSize(); ++i) {
       assert((!exprs[i] || TavIsAtHome(env, exprs[i].getImpl())) &&
@@ -39,7 +39,7 @@ class TavArrayOperandsI : public TavNode<Self, Base> {
 };
 
 /// The array's environment. Throws TavEmptyHandleException for an empty array handle or element and TavWrongUsage with
-/// this message, a literal, for an element of another environment. Its call comes before anything is made.
+/// this message, a literal, for an element of another environment. Call it before anything is allocated.
 inline TavEnvI* TavRequireElements(TavExtractableArray array, const char* message) {
   if (!array.getImpl()) throw TavEmptyHandleException();
   TavEnvI* env = array.getImpl()->getEnv();
@@ -57,7 +57,7 @@ inline bool TavAreIntegers(TavNumExprArray exprs) {
   return true;
 }
 
-/// Ends an array unless it is released: for an array on its way into an object.
+/// Ends an array unless it is released: for an array that an object will own.
 template <class Array>
 class TavArrayGuard {
  public:
@@ -66,14 +66,14 @@ class TavArrayGuard {
   TavArrayGuard(const TavArrayGuard&) = delete;
   TavArrayGuard& operator=(const TavArrayGuard&) = delete;
   ~TavArrayGuard() { _array.end(); }
-  /// The array has an owner now: the guard lets go.
+  /// Releases the array, which has an owner now.
   void release() noexcept { _array = Array(); }
 
  private:
   Array _array;
 };
 
-/// A new Node(env, exprs, args...), which owns the fresh array `exprs`; when it cannot be made the array is ended.
+/// A new Node(env, exprs, args...), which owns the fresh array `exprs`; if construction fails, ends the array.
 template <class Node, class Array, class... Args>
 Node* TavMakeArrayNode(TavEnvI* env, Array exprs, Args... args) {
   TavArrayGuard<Array> guard(exprs);

@@ -1,5 +1,5 @@
 #pragma once
-/// Class header for authors of algorithms: the checks at the door of operators and builders.
+/// Class header for authors of algorithms: the argument checks of operators and builders.
 
 #include <cassert>
 
@@ -8,7 +8,7 @@
 #pragma GCC visibility push(default)
 
 /// Throws TavWrongUsage with this message, a literal, unless both operands live in one environment, and
-/// TavEmptyHandleException when one is missing. Its call comes before anything is made or changed.
+/// TavEmptyHandleException when one is missing. Call it before anything is allocated or changed.
 inline void TavRequireSameEnv(const TavExtractableI* a, const TavExtractableI* b, const char* message) {
   if (!a || !b) throw TavEmptyHandleException();
   assert(a->getEnv()->isLive(a) && b->getEnv()->isLive(b) &&
@@ -27,7 +27,7 @@ inline TavEnvI* TavRequireEnv(const TavExtractableI* operand) {
 /// The variable of a term handle's cell; null for an empty handle.
 inline const TavNumVarI* TavVarOf(const TavNumLinExprTermI* cell) noexcept { return cell ? cell->var : nullptr; }
 
-/// The cell of a term handle, which an expression takes over now.
+/// The cell of a term handle, for the expression that takes it over.
 inline TavNumLinExprTermI* TavTakeCell(TavEnvI* env, TavNumLinExprTermI* cell) noexcept {
   assert(env->noteTaken(cell) && "a term handle was used twice: it belongs to the first expression that took it");
   static_cast<void>(env);

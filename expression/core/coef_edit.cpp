@@ -4,8 +4,6 @@
 
 #include "expression/core/check.h"
 
-// ---- one coefficient
-
 TavCoefEdit::TavCoefEdit(TavNumLinTermI* node, TavNumVar variable, double coef)
     : _node(node), _var(variable.getImpl()), _coef(coef) {
   if (!_var) throw TavEmptyHandleException();
@@ -42,8 +40,6 @@ double TavCoefEdit::apply() {
 
 double TavNumLinTermI::setCoef(TavNumVar variable, double coef) { return TavCoefEdit(this, variable, coef).apply(); }
 
-// ---- many coefficients
-
 namespace {
 
 /// The number of variables.
@@ -53,7 +49,7 @@ TavInt countOf(TavNumVarArray variables, TavNumArray coefs) {
   return variables.getSize();
 }
 
-/// The mark of a variable whose coefficient is to be set until its term is found.
+/// Marks a variable whose coefficient is to be set, until its term is found.
 TavNumLinExprTermI wanted{};
 
 }  // namespace
@@ -67,7 +63,7 @@ TavCoefsEdit::TavCoefsEdit(TavNumLinTermI* node, TavNumVarArray variables, TavNu
       _fresh(node->getEnv(), static_cast<std::size_t>(_count)),
       _cells(std::make_unique_for_overwrite<TavNumLinExprTermI*[]>(static_cast<std::size_t>(_count))) {
   if (previous.getImpl()) previous.getImpl()->reserve(_count);
-  if (!node->_normalized) {  // which variables keep a term is not known before the merge, so there is a cell for each
+  if (!node->_normalized) {  // the merge decides which variables retain a term, so allocate a cell for each
     for (TavInt i = 0; i < _count; ++i) {
       TavRequireEnv(variables[i].getImpl());
       if (coefs[i] != 0.0) _fresh.make(i, variables[i].getImpl(), coefs[i]);
@@ -84,7 +80,7 @@ TavCoefsEdit::TavCoefsEdit(TavNumLinTermI* node, TavNumVarArray variables, TavNu
     found += cell->var->getMark() == &wanted;
     cell->var->setMark(cell);
   }
-  if (found == _count) return;  // each has a term of its own
+  if (found == _count) return;  // every variable has a term
   setMarks(nullptr);
   for (TavNumLinExprTermI* cell = node->_terms.first; cell; cell = cell->next) cell->var->setMark(cell);
   for (TavInt i = 0; i < _count; ++i) {
@@ -126,7 +122,7 @@ TavInt TavCoefsEdit::setUnreported() {
 void TavCoefsEdit::apply() {
   _node->_normalized = true;  // by contract: although zeros and repeats may come in now
   const TavInt first = setUnreported();
-  // All marks are read before the first record goes out: a listener that edits another node uses the same marks.
+  // Read all marks before the first notification: a listener that edits another node uses the same marks.
   for (TavInt i = first; i < _count; ++i) cellOf(i) = _variables[i].getImpl()->getMark();
   for (TavInt i = first; i < _count; ++i) {
     TavNumVarI* var = _variables[i].getImpl();

@@ -1,6 +1,6 @@
 #pragma once
-/// Class header for authors of algorithms: setting coefficients in two steps. The first has all memory that the change
-/// takes and normalises last, so that a node is as it was when it fails; the second fails by a listener alone.
+/// Class header for authors of algorithms: setting coefficients in two steps. Step 1 allocates everything, then
+/// normalises; if it throws, the node is unchanged. Step 2 can throw only from a listener.
 
 #include <memory>
 #include <optional>
@@ -34,7 +34,7 @@ class TavCoefsEdit {
   void apply();
 
  private:
-  /// New cells, one per variable at most, given back unless they are taken.
+  /// New cells, at most one per variable; recycled unless they are taken.
   class NewCells {
    public:
     NewCells(TavEnvI* env, std::size_t count) : _env(env), _count(count) {}
@@ -55,16 +55,16 @@ class TavCoefsEdit {
     TavNumLinExprTermI*& at(TavInt i) noexcept { return _cells[static_cast<std::size_t>(i)]; }
     TavEnvI* _env;
     std::size_t _count;
-    /// Empty before the first is made: mostly every variable has its term.
+    /// Empty until the first cell is needed: usually every variable has a term.
     std::vector<TavNumLinExprTermI*> _cells;
   };
-  /// Gives every variable this mark, up to an empty handle; whether there was none.
+  /// Sets the mark of every variable up to an empty handle; returns whether there was none.
   bool setMarks(TavNumLinExprTermI* mark) noexcept;
   /// The cell that variable i had before the first record, null when it was absent.
   TavNumLinExprTermI*& cellOf(TavInt i) noexcept { return _cells[static_cast<std::size_t>(i)]; }
-  /// Sets coefficients up to the first change that is to be reported; that one's position.
+  /// Sets coefficients up to the first change to report; returns its position.
   TavInt setUnreported();
-  /// Gives `previous` the old coefficient of variable i.
+  /// Writes the old coefficient of variable i to `previous`.
   void report(TavInt i, double old);
 
   TavNumLinTermI* _node;
@@ -73,7 +73,7 @@ class TavCoefsEdit {
   TavInt _count;
   std::optional<TavLockGuard> _lock;
   NewCells _fresh;
-  /// What cellOf reads: from the first reported change on.
+  /// The cells for cellOf, from the first reported change on.
   std::unique_ptr<TavNumLinExprTermI*[]> _cells;
 };
 

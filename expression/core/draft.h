@@ -5,19 +5,19 @@
 
 #pragma GCC visibility push(default)
 
-/// A linear node to be changed and returned: the operand itself when nobody holds it, else a fresh one, which goes
-/// unless it is released.
+/// A linear node to be changed and returned: the operand itself when it has no references, else a new one, which is
+/// destroyed unless it is released.
 template <class Linear>
 class TavDraft {
  public:
-  /// A fresh node, which goes unless it is released.
+  /// A new node, destroyed unless it is released.
   explicit TavDraft(TavNodeGuard<Linear> fresh) noexcept : _node(fresh.get()), _fresh(std::move(fresh)) {}
   /// An operand that may be changed in place.
   explicit TavDraft(Linear* operand) noexcept : _node(operand) {}
 
   /// The node.
   Linear* operator->() const noexcept { return _node; }
-  /// The node, which stays from now on.
+  /// Releases the node and returns it.
   Linear* release() noexcept {
     if (_fresh) _fresh.release();
     return _node;
@@ -34,7 +34,7 @@ template <class Linear, class Constant>
   return TavDraft<Linear>(TavMakeNode<Linear>(env, env, constant));
 }
 
-/// The operand itself, or its copy when it is held by someone or `shared` says so.
+/// The operand itself, or a copy when it has references or `shared` is set.
 template <class Linear>
 TavDraft<Linear> TavPrivateDraft(TavNumExprI* operand, bool shared = false) {
   auto* linear = static_cast<Linear*>(operand);

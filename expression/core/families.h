@@ -8,7 +8,7 @@
 
 #pragma GCC visibility push(default)
 
-/// What a node writes before, between and behind its operands.
+/// The text before, between and behind the operands of a node.
 struct TavText {
   /// Before the first operand.
   const char* open;

@@ -36,8 +36,6 @@ TavIntLinTermI* TavIntLinTermI::copyLinear() const {
   return fresh.release();
 }
 
-// ---- integer expressions
-
 TavIntLinTermI* TavIntExprI::toIntLinTermI() {
   auto linear = TavMakeNode<TavIntLinTermI>(getEnv(), getEnv(), 0);
   linear->append(this);

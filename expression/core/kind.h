@@ -1,5 +1,5 @@
 #pragma once
-/// Class header for authors of algorithms: the kinds of node that operators tell apart.
+/// Class header for authors of algorithms: the kinds of node that operators distinguish.
 
 #include <typeinfo>
 
@@ -8,21 +8,21 @@
 
 #pragma GCC visibility push(default)
 
-/// What operators make of an operand.
+/// The kind of an operand.
 enum class TavKind { Variable, NumLinear, IntLinear, Other };
 
-/// The kind of a node of this type, by a few compares; where they fail it takes a virtual call, and a second one for
-/// subclasses of variables and for constraints.
+/// The kind of a node of this type, by a few compares. Other types need a virtual call, subclasses of variables and
+/// constraints a second one.
 inline TavKind TavKindOf(const TavNumExprI* node, TavTypeInfo type) {
   if (type == TavNumVarI::GetTypeInfo()) return TavKind::Variable;
   if (type == TavNumLinTermI::GetTypeInfo()) return TavKind::NumLinear;
   if (type == TavIntLinTermI::GetTypeInfo()) return TavKind::IntLinear;
-  if (node->isRefCountedExpr()) return TavKind::Other;  // variables are not, and asking that is quick
+  if (node->isRefCountedExpr()) return TavKind::Other;  // a quick test: variables are not
   return node->isType(TavNumVarI::GetTypeInfo()) ? TavKind::Variable : TavKind::Other;
 }
 
-/// The same for a node whose type is not known yet. Variables and linear nodes are told by their tables, without a
-/// call; where a shared object has a table's name of its own, their tokens tell.
+/// The same for a node whose type is not known yet. Compares the type_info of the virtual table first (no call); falls
+/// back to the class token, since a shared object may have its own type_info.
 inline TavKind TavKindOf(const TavNumExprI* node) {
 #ifdef __cpp_rtti
   const std::type_info* type = &typeid(*node);

@@ -1,5 +1,5 @@
 #pragma once
-/// Class header for authors of algorithms: what the numeric and the integer linear node share.
+/// Class header for authors of algorithms: the common base of the numeric and the integer linear node.
 
 #include <limits>
 #include <vector>
@@ -11,15 +11,14 @@
 #pragma GCC visibility push(default)
 
 /// constant + sum of coefficient * variable + sum of parts. Self is the node class, Constant its constant's type, Part
-/// the class of its parts, RemoveVar the record that a removed variable is reported by. Self::termsChanged() hears of
-/// every added cell.
+/// the class of its parts, RemoveVar the record of a removed variable. Calls Self::termsChanged() for every added cell.
 template <class Self, class Base, class Constant, class Part, class RemoveVar>
 class TavLinearI : public TavNode<Self, Base> {
  public:
   /// A sum of this constant alone.
   TavLinearI(TavEnvI* env, Constant constant) : TavNode<Self, Base>(env, nullptr), _constant(constant) {}
   ~TavLinearI() override {
-    TavFirstFailure ignored;  // that of a removal in a destructor comes out of the outermost one
+    TavFirstFailure ignored;  // the outermost removal rethrows it
     drop(ignored);
   }
 
@@ -35,7 +34,7 @@ class TavLinearI : public TavNode<Self, Base> {
   /// No terms and no parts.
   bool isConstant() const noexcept { return !_terms.first && !_parts.first; }
 
-  /// Drops everything; the cells go back in one splice.
+  /// Drops everything; the cells are recycled in one splice.
   void clear() {
     TavFirstFailure failure;
     drop(failure);
@@ -43,19 +42,19 @@ class TavLinearI : public TavNode<Self, Base> {
     self()->termsChanged();
     failure.rethrow();
   }
-  /// Takes a loose cell over, behind the others.
+  /// Takes over a cell that is in no list, behind the others.
   void append(TavNumLinExprTermI* cell) noexcept {
     assert(cell->var->getEnv() == this->getEnv() && "a variable of another environment got past the checks");
     _terms.append(cell);
     self()->termsChanged();
   }
-  /// Takes a loose cell over, before the others.
+  /// Takes over a cell that is in no list, before the others.
   void prepend(TavNumLinExprTermI* cell) noexcept {
     assert(cell->var->getEnv() == this->getEnv() && "a variable of another environment got past the checks");
     _terms.prepend(cell);
     self()->termsChanged();
   }
-  /// Takes loose cells over, behind the others.
+  /// Takes over cells that are in no list, behind the others.
   void append(TavLooseTerms& cells) noexcept {
     cells.giveTo(_terms);
     self()->termsChanged();
@@ -73,20 +72,20 @@ class TavLinearI : public TavNode<Self, Base> {
   void remove(TavNumVarI* var) noexcept;
   /// Drops terms and parts of the objects, counting down from the array's size.
   void remove(TavExtractableArray objects);
-  /// Drops the terms and parts whose object the environment reports removed; references are not given back.
+  /// Drops the terms and parts whose object is marked removed in the environment; references are not released.
   void removeMarked() noexcept;
 
   double eval(TavAlgorithm algorithm) const override;
   void visitSubExtractables(TavExtractableVisitor* visitor) override;
   /// A new sum over the clones of parts and variables that `target` has registered. Throws TavEmptyHandleException for
-  /// one without a clone; a term of coefficient 0 is left out instead, unless the pass under way clones its variable
-  /// now.
+  /// one without a clone; a term of coefficient 0 is left out instead, unless the current pass clones its variable on
+  /// demand.
   TavExtractableI* makeClone(TavEnvI* target) const override;
   /// Drops the terms and parts that are marked removed. With the environment's `oneByOneRemoval` it drops the first
   /// term of `removed` instead when that is a variable, and reports it.
   void atRemove(TavExtractableI* removed, void* data) override;
   void display(std::ostream& os) const override;
-  /// One term in the plain syntax; false when it writes nothing, the coefficient being 0.
+  /// Writes one term in the plain syntax; returns false, and writes nothing, for a coefficient of 0.
   virtual bool displayTerm(std::ostream& os, TavNumLinExprTermI* term) const;
 
  protected:
@@ -97,8 +96,8 @@ class TavLinearI : public TavNode<Self, Base> {
   /// Fills this new node with the terms and parts of another one, whose class may differ.
   template <class Linear>
   void copyFrom(const Linear& other);
-  /// Replaces every part p by make(p). All new parts are made before the first is replaced. Returns what a hook threw
-  /// when an old part went, for the caller to throw in the end.
+  /// Replaces every part p by make(p). All new parts are made before the first is replaced. Returns the exception of a
+  /// hook when an old part is destroyed, for the caller to rethrow at its end.
   template <class Make>
   TavFirstFailure replaceParts(Make make);
 
@@ -110,11 +109,11 @@ class TavLinearI : public TavNode<Self, Base> {
   TavPartList _parts;
 
  private:
-  /// Gives all parts and cells back.
+  /// Releases all parts and recycles all cells.
   void drop(TavFirstFailure& failure) noexcept;
   void dropParts(TavPartList parts, TavFirstFailure& failure) noexcept;
   void freePart(TavPart* part) noexcept { this->getEnv()->getMemory()->dealloc(part, sizeof *part); }
-  /// Drops the cells that `isGone` names until `left` of them are gone.
+  /// Drops the cells for which `isGone` is true, at most `left` of them.
   template <class Cell, class IsGone, class Drop>
   static void sweep(TavCellList<Cell>& list, TavInt& left, IsGone isGone, Drop drop);
   double evalParts(TavAlgorithm algorithm) const;
@@ -124,7 +123,7 @@ class TavLinearI : public TavNode<Self, Base> {
   static void writeVar(TavTextWriter& out, const TavNumVarI& var);
 };
 
-/// Marks the objects of an array removed for as long as it lives.
+/// Marks the objects of an array removed during its lifetime.
 class TavRemovalMarks {
  public:
   /// Marks every element of `objects` in `env`.
@@ -138,12 +137,12 @@ class TavRemovalMarks {
   std::size_t _count;
 };
 
-/// Whether the array names the object: for the few parts that live in another environment than their sum.
+/// Whether the array contains the object: for the rare parts of another environment than their sum.
 bool TavContains(TavExtractableArray objects, const TavExtractableI* object) noexcept;
 
 ///@{
-/// The product or quotient of a part of a sum in `env` with a number, as operator* and operator/ make it. A new node
-/// lives in `env` even where the part, a constraint, does not. Defined with the products.
+/// The product or quotient of a part of a sum in `env` with a number, as of operator* and operator/. A new node is in
+/// `env` even if the part, a constraint, is not. Defined with the products.
 TavNumExprI* TavTimes(TavEnvI* env, TavNumExprI* part, double factor);
 TavIntExprI* TavTimes(TavEnvI* env, TavIntExprI* part, TavInt factor);
 TavNumExprI* TavOver(TavEnvI* env, TavNumExprI* part, double divisor);

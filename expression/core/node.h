@@ -1,5 +1,5 @@
 #pragma once
-/// Class header for authors of algorithms: what every node class and every change record has of its own.
+/// Class header for authors of algorithms: identity and hook slots of node classes and change records.
 
 #include "host/tavhost.h"
 
@@ -7,7 +7,7 @@
 
 /// Makes an algorithm's object for a model object.
 using TavExtractHook = void* (*)(TavAlgorithm, const TavExtractableI*);
-/// Takes back or modifies the algorithm's object of a model object.
+/// Removes or updates the algorithm's object of a model object.
 using TavObjectHook = void (*)(TavAlgorithm, const TavExtractableI*, void*);
 /// Applies a change record.
 using TavApplyHook = void (*)(TavAlgorithm, const TavChange*, void*);
@@ -21,12 +21,12 @@ class TavNode : public TavTyped<Self, Base> {
 
   /// Makes an algorithm's object for an object of this class.
   static inline TavExtractHook _extractCP = nullptr;
-  /// Takes the algorithm's object back.
+  /// Removes the algorithm's object.
   static inline TavObjectHook _unextractCP = nullptr;
-  /// Brings the algorithm's object up to date.
+  /// Updates the algorithm's object.
   static inline TavObjectHook _modifyCP = nullptr;
 
-  /// What the class's `_extractCP` makes. Throws TavAlgorithm::ExtractFailure when it is not installed.
+  /// The result of the class's `_extractCP`. Throws TavAlgorithm::ExtractFailure when it is not installed.
   void* extractToCP(TavAlgorithm algorithm) const override {
     if (!_extractCP) throw TavAlgorithm::ExtractFailure(nullptr, 0);
     return _extractCP(algorithm, this);
@@ -49,7 +49,7 @@ class TavChangeRecord : public TavTyped<Self, TavChange> {
  public:
   using TavTyped<Self, TavChange>::TavTyped;
 
-  /// Brings a change of this class to an algorithm.
+  /// Applies a change of this class to an algorithm.
   static inline TavApplyHook _applyCP = nullptr;
 
   /// Calls the class's `_applyCP`. Throws TavAlgorithm::CannotChangeException when it is not installed.

@@ -8,8 +8,6 @@
 #include "expression/core/kind.h"
 #include "expression/core/num_linear.h"
 
-// ---- TavNumExprI
-
 void TavNumExprI::end() {
   if (--_refCount > 0) return;  // by contract: the count may reach -1, that is how an uncounted node is ended
   TavEnvI* env = getEnv();
@@ -35,8 +33,6 @@ TavNumLinTermI* TavNumExprI::toNumLinTermI() {
 bool TavIsAtHome(const TavEnvI* env, const TavNumExprI* operand) noexcept {
   return operand->getEnv() == env || (!operand->isRefCountedExpr() && !operand->isType(TavNumVarI::GetTypeInfo()));
 }
-
-// ---- TavNumExprArg
 
 TavEnv TavNumExprArg::getEnv() const { return TavEnv(TavRequireEnv(_impl)); }
 
@@ -76,8 +72,6 @@ void TavNumExprArg::end() {
 std::ostream& operator<<(std::ostream& os, TavNumExprArg expression) {
   return os << static_cast<TavExtractable>(expression);
 }
-
-// ---- the linearity test
 
 void TavTestIsLinear(TavNumExprI* node) {
   TavRequireEnv(node);

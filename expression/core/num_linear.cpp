@@ -7,8 +7,6 @@
 
 static_assert(sizeof(TavNumLinTermI) == 88);
 
-// ---- change records
-
 TavNumLinTermAddVar::TavNumLinTermAddVar(TavNumLinTermI* linear, TavNumVarI* var) noexcept
     : TavChangeRecord(linear), _linear(linear), _var(var) {}
 
@@ -22,8 +20,6 @@ TavNumLinTermRemoveVar::TavNumLinTermRemoveVar(TavNumLinTermI* linear, TavNumVar
 void TavNumLinTermRemoveVar::visitChange(TavEnvI*, TavExtractableI* object, TavChangeVisitor* visitor) const {
   visitor->visitChild(object, _var);
 }
-
-// ---- marks
 
 TavRemovalMarks::TavRemovalMarks(TavEnvI* env, TavExtractableArray objects) : _env(env), _count(env->markedCount()) {
   env->markRemoved(objects);
@@ -55,8 +51,6 @@ class MarkArray {
 
 }  // namespace
 
-// ---- construction and copy
-
 TavNumLinTermI::TavNumLinTermI(TavNumLinExprTerm term) : TavNumLinTermI(TavRequireEnv(TavVarOf(term.getImpl())), 0.0) {
   append(TavTakeCell(getEnv(), term.getImpl()));
 }
@@ -68,8 +62,6 @@ TavNumLinTermI* TavNumLinTermI::copyLinear() const {
   fresh->copyFrom(*this);
   return fresh.release();
 }
-
-// ---- arithmetic in place
 
 void TavNumLinTermI::multiply(double d) {
   const TavFirstFailure failure =
@@ -93,14 +85,12 @@ void TavNumLinTermI::divide(double d) {
   failure.rethrow();
 }
 
-// ---- normalisation
-
 template <class MarkOf>
 TavInt TavNumLinTermI::merge(MarkOf markOf) noexcept {
   TavInt merged = 0;
-  TavTermList dropped;  // goes back in its order, so that the next sum finds its cells one behind the other
+  TavTermList dropped;  // recycled in order, so that the cells of the next sum are contiguous
   _terms.last = nullptr;
-  const TavNumLinExprTermI* ahead = _terms.first;  // by some cells: their representatives are asked for in time
+  const TavNumLinExprTermI* ahead = _terms.first;  // a few cells ahead, to prefetch their representatives
   for (int cells = 0; cells < 16 && ahead; ++cells) ahead = ahead->next;
   for (TavNumLinExprTermI** link = &_terms.first; *link;) {
     TavNumLinExprTermI* cell = *link;
@@ -141,8 +131,6 @@ TavInt TavNumLinTermI::normalize() {
   _normalized = true;
   return merged;
 }
-
-// ---- queries
 
 bool TavNumLinTermI::isInteger() const {
   for (const TavPart* part = _parts.first; part; part = part->next) {

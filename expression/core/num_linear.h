@@ -7,7 +7,7 @@
 
 class TavNumLinTermI;
 
-/// A variable that was absent has got a coefficient.
+/// A coefficient was set for a variable that was absent.
 class TavNumLinTermAddVar final : public TavChangeRecord<TavNumLinTermAddVar> {
  public:
   static constexpr const char* kTypeName = "TavNumLinTermAddVar";
@@ -39,7 +39,7 @@ class TavNumLinTermRemoveVar final : public TavChangeRecord<TavNumLinTermRemoveV
   TavNumVarI* _var;
 };
 
-/// A linear sum of numeric expressions: what every TavExpr holds.
+/// A linear sum of numeric expressions: the node of every TavExpr.
 class TavNumLinTermI final
     : public TavLinearI<TavNumLinTermI, TavNumExprI, double, TavNumExprI, TavNumLinTermRemoveVar> {
  public:
@@ -56,7 +56,7 @@ class TavNumLinTermI final
   void multiply(double d);
   void divide(double d);
   ///@}
-  /// Adds the coefficients of each variable up in its last term and drops the terms that come to exactly 0; O(n). The
+  /// Merges the terms of each variable into its last one and drops the terms with a coefficient of exactly 0; O(n). The
   /// others keep their order. Returns the number of terms merged; dropped zeros do not count.
   TavInt normalize();
   /// Normalises, then sets one coefficient: 0 unlinks the term, an absent variable is appended. Reports
@@ -64,11 +64,11 @@ class TavNumLinTermI final
   /// Returns the old coefficient, 0 for an absent variable. O(n).
   double setCoef(TavNumVar variable, double coef);
   /// Normalises, then sets many coefficients, `coefs` being at least as long as `variables`: O(n + m). Terms stay
-  /// linked at 0; what is reported is a coefficient that becomes zero (TavNumLinTermRemoveVar) or stops being it
-  /// (TavNumLinTermAddVar). An absent variable that is listed twice is appended twice. The old coefficients go to
+  /// linked at 0. Reports only a coefficient that becomes zero (TavNumLinTermRemoveVar) or non-zero
+  /// (TavNumLinTermAddVar). Appends an absent variable that is listed twice twice. Writes the old coefficients to
   /// `previous` unless it is empty.
   void setCoef(TavNumVarArray variables, TavNumArray coefs, TavNumArray previous);
-  /// Whether normalize() has run since a cell was added last.
+  /// Whether normalize() has run since the last cell was added.
   bool isNormalized() const noexcept { return _normalized; }
   /// Whether the value is linear in the decisions: true without parts, or when every part is a parameter.
   bool isLinear() const;

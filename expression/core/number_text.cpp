@@ -16,18 +16,18 @@ int convertTavNum(char* out, double x, int precision, int* status) {
   char scratch[64];
   std::snprintf(scratch, sizeof scratch, "%22.*e", p, x);
   const char* e = std::strrchr(scratch, 'e');
-  if (!e || e == scratch) {  // an infinity or a not-a-number
+  if (!e || e == scratch) {  // an infinity or NaN
     std::strcpy(out, "?");
     *status = -1;
     return 1;
   }
   const int exponent = std::atoi(e + 1);
-  char digits[24];  // the mantissa without its sign and without the point, which the locale may have replaced
+  char digits[24];  // the mantissa without sign and decimal point (which depends on the locale)
   int count = 0;
   for (const char* c = scratch; c != e; ++c) {
     if (*c >= '0' && *c <= '9') digits[count++] = *c;
   }
-  // Digits beyond `whole` stand behind the point; trailing zeros among them go, and the point with the last of them.
+  // Digits beyond `whole` follow the point. Drop trailing zeros among them, and the point if all are zeros.
   const bool exponentForm = exponent > p || exponent < -6;
   const int whole = exponentForm || exponent < 0 ? 1 : exponent + 1;
   while (count > whole && digits[count - 1] == '0') --count;

@@ -8,7 +8,7 @@
 
 #pragma GCC visibility push(default)
 
-/// One part of a linear node: an expression that is a summand as it is, held with one reference.
+/// One part of a linear node: an expression as a summand, with one reference.
 struct TavPart {
   /// The summand.
   TavNumExprI* expr;
@@ -17,7 +17,7 @@ struct TavPart {
 };
 static_assert(sizeof(TavPart) == 16 && sizeof(TavNumLinExprTermI) == 24);
 
-/// A singly linked list with a tail pointer. A null tail means "empty" to whoever adds a cell.
+/// A singly linked list with a tail pointer. Adding a cell treats a list with a null tail as empty.
 template <class Cell>
 struct TavCellList {
   /// The first cell; null without cells.
@@ -25,12 +25,12 @@ struct TavCellList {
   /// The last cell; null without cells, and after a sweep that dropped the last one.
   Cell* last = nullptr;
 
-  /// Links a loose cell in behind the last one.
+  /// Appends a cell that is in no list.
   void append(Cell* cell) noexcept {
     (last ? last->next : first) = cell;
     last = cell;
   }
-  /// Links a loose cell in before the first one.
+  /// Prepends a cell that is in no list.
   void prepend(Cell* cell) noexcept {
     // by contract: a sweep may have left the tail null with cells before it; they are lost here
     cell->next = last ? first : nullptr;
@@ -45,7 +45,7 @@ struct TavCellList {
     }
     other = TavCellList();
   }
-  /// Takes a cell out; `link` is the pointer that leads to it, `previous` the cell that holds the link, or null.
+  /// Removes a cell; `link` is the pointer to it, `previous` the cell with this link, or null.
   void unlink(Cell** link, Cell* previous) noexcept {
     Cell* cell = *link;
     *link = cell->next;
@@ -58,7 +58,7 @@ using TavTermList = TavCellList<TavNumLinExprTermI>;
 /// The parts of a sum.
 using TavPartList = TavCellList<TavPart>;
 
-/// A loose cell that goes back to the environment unless it is taken.
+/// A cell in no list; recycled unless it is taken.
 class TavLooseTerm {
  public:
   /// A new cell of the environment. Throws std::bad_alloc.
@@ -76,7 +76,7 @@ class TavLooseTerm {
   TavNumLinExprTermI* _cell;
 };
 
-/// A chain of cells in no list, which go back to the environment unless a list takes them.
+/// A chain of cells in no list; recycled unless a list takes them.
 class TavLooseTerms {
  public:
   /// No cells yet, in the memory of `env`.
@@ -86,12 +86,12 @@ class TavLooseTerms {
   ~TavLooseTerms() {
     if (_first) _env->recycleTerms(_first, _last);
   }
-  /// One cell more, behind the others. Throws std::bad_alloc.
+  /// Appends a cell. Throws std::bad_alloc.
   void add(TavNumVarI* var, double coef) {
     *_link = _last = _env->newTerm(var, coef);
     _link = &_last->next;
   }
-  /// Puts all at the end of `list`.
+  /// Appends all to `list`.
   void giveTo(TavTermList& list) noexcept {
     TavTermList terms{std::exchange(_first, nullptr), _last};
     list.splice(terms);
@@ -104,7 +104,7 @@ class TavLooseTerms {
   TavNumLinExprTermI** _link = &_first;
 };
 
-/// A part in no list, which goes unless it is taken. Its reference is added when a list takes it.
+/// A part in no list; freed unless it is taken. The list that takes it adds the reference.
 class TavLoosePart {
  public:
   /// A new part, without a reference yet. Throws std::bad_alloc.
@@ -115,7 +115,7 @@ class TavLoosePart {
   ~TavLoosePart() {
     if (_part) _env->getMemory()->dealloc(_part, sizeof *_part);
   }
-  /// The part, which the caller hands to a list.
+  /// The part, for a list of the caller.
   TavPart* take() noexcept { return std::exchange(_part, nullptr); }
 
  private:
@@ -123,7 +123,7 @@ class TavLoosePart {
   TavPart* _part;
 };
 
-/// Parts in no list yet, which go unless a list takes them. Their references are added then.
+/// Parts in no list; freed unless a list takes them. Then the references are added.
 class TavLooseParts {
  public:
   /// No parts yet, in the memory of `env`.
@@ -136,9 +136,9 @@ class TavLooseParts {
       _env->getMemory()->dealloc(part, sizeof *part);
     }
   }
-  /// One part more. Throws std::bad_alloc.
+  /// Appends a part. Throws std::bad_alloc.
   void add(TavNumExprI* expr) { _parts.append(TavLoosePart(_env, expr).take()); }
-  /// Puts all at the end of `list`.
+  /// Appends all to `list`.
   void giveTo(TavPartList& list) noexcept {
     for (TavPart* part = _parts.first; part; part = part->next) part->expr->retain();
     list.splice(_parts);
@@ -149,11 +149,10 @@ class TavLooseParts {
   TavPartList _parts;
 };
 
-/// Keeps an operand from going with a node that holds it and fails to find its place: the operand of an operation that
-/// fails is as it was, an uncounted one too.
+/// Holds one reference while a new node is built, so that a failure does not destroy an uncounted operand.
 class TavHold {
  public:
-  /// Adds one reference; null holds nothing.
+  /// Adds one reference; does nothing for null.
   explicit TavHold(TavNumExprI* node) noexcept : _node(node) {
     if (_node) _node->retain();
   }
@@ -167,8 +166,8 @@ class TavHold {
   TavNumExprI* _node;
 };
 
-/// Ends a new node unless it is released: for nodes that are filled step by step. What a hook throws then is dropped: a
-/// failure is under way.
+/// Ends a new node unless it is released: for nodes that are filled step by step. Ignores exceptions of hooks, because
+/// another exception is already propagating.
 struct TavNodeEnder {
   /// Ends the node.
   void operator()(TavNumExprI* node) const noexcept {
@@ -176,11 +175,11 @@ struct TavNodeEnder {
     ignored.attempt([node] { node->end(); });
   }
 };
-/// A node under guard.
+/// Guards a node.
 template <class Node>
 using TavNodeGuard = std::unique_ptr<Node, TavNodeEnder>;
 
-/// A new node in the memory of `env`, under guard.
+/// A new guarded node in the memory of `env`.
 template <class Node, class... Args>
 [[gnu::always_inline]] inline TavNodeGuard<Node> TavMakeNode(TavEnvI* env, Args&&... args) {
   return TavNodeGuard<Node>(new (env) Node(std::forward<Args>(args)...));

@@ -1,5 +1,5 @@
 #pragma once
-/// Class header for authors of algorithms: how a long text goes to a stream.
+/// Class header for authors of algorithms: buffered output of long texts.
 
 #include <cstddef>
 #include <ostream>
@@ -10,12 +10,11 @@
 #pragma GCC visibility push(default)
 
 /// Writes exactly the characters that inserting the same pieces into the stream would write, in the stream's own
-/// format. Pieces are collected unless the stream has a width for the next one. Where the format is the default one, in
-/// the classic locale, numbers are converted by std::to_chars, which is about three times as fast; a stream of any
-/// other format gets each number by insertion.
+/// format. Pieces are buffered unless the stream has a width for the next one. With the default format in the classic
+/// locale, numbers are converted by std::to_chars, about three times as fast; with other formats they are inserted.
 class TavTextWriter {
  public:
-  /// A writer to the stream, which must outlive it. Nothing is written by its end: call flush().
+  /// A writer to the stream, which must outlive it. The destructor writes nothing: call flush().
   explicit TavTextWriter(std::ostream& os) : _os(os) { look(); }
   TavTextWriter(const TavTextWriter&) = delete;
   TavTextWriter& operator=(const TavTextWriter&) = delete;
@@ -28,7 +27,7 @@ class TavTextWriter {
   TavTextWriter& operator<<(TavInt number);
   /// What the object displays. It may leave the stream in another state.
   TavTextWriter& operator<<(const TavExtractableI& object);
-  /// Hands over what is still here: the last call for every text.
+  /// Writes the buffer. Call it at the end of every text.
   void flush();
 
  private:

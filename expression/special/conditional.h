@@ -7,8 +7,7 @@
 
 #pragma GCC visibility push(default)
 
-/// What both conditional nodes share. The branches are expressions of Self's base, or null; the constant then stands
-/// for the missing branch.
+/// Base of both conditional nodes. A branch is an expression of Self's base, or null; then its constant is used.
 template <class Self, class Base, class Constant>
 class TavConditionalI : public TavNode<Self, Base> {
  public:
@@ -37,9 +36,9 @@ class TavConditionalI : public TavNode<Self, Base> {
   Base* getThen() const noexcept { return _then; }
   /// The branch for any other condition, or null.
   Base* getElse() const noexcept { return _else; }
-  /// What stands for a missing then branch.
+  /// The value of a missing then branch.
   Constant getThenConstant() const noexcept { return _thenConstant; }
-  /// What stands for a missing else branch.
+  /// The value of a missing else branch.
   Constant getElseConstant() const noexcept { return _elseConstant; }
 
   /// Anything but exactly 1 takes the else branch; the other branch is not evaluated.

@@ -27,8 +27,6 @@ TavEnvI* requireElements(TavIntExprArray exprs, const Texts& texts) {
 
 }  // namespace
 
-// ---- TavCountI
-
 double TavCountI::eval(TavAlgorithm algorithm) const {
   return TavDeep([this, algorithm] {
     const TavIntExprArray exprs = getExprs();
@@ -53,8 +51,6 @@ void TavCountI::display(std::ostream& os) const {
   });
 }
 
-// ---- TavStandardDeviationI
-
 double TavStandardDeviationI::eval(TavAlgorithm algorithm) const {
   const TavIntExprArray exprs = getExprs();
   const TavInt n = exprs.getSize();
@@ -78,8 +74,6 @@ void TavStandardDeviationI::display(std::ostream& os) const {
   const bool library = getEnv()->librarySyntaxDisplay;
   os << (library ? "TavStandardDeviation( " : "stddev(") << getExprs() << (library ? ") " : ")");
 }
-
-// ---- builders
 
 TavIntExprArg TavCount(TavIntExprArray exprs, TavInt value) {
   static constexpr Texts kTexts{"TavCount: array of size 0", "TavCount: empty handle in array",

@@ -10,15 +10,13 @@ Node* makeElement(Array array, TavIntExprArg index, ArrayOf arrayOf) {
   return TavMakeElement<Node>(array.getImpl()->getEnv(), index.getImpl(), arrayOf(array));
 }
 
-/// The same for an array that the node holds a copy of.
+/// The same, for an array that the node copies.
 template <class Node, class Array>
 Node* makeElementOfCopy(Array array, TavIntExprArg index) {
   return makeElement<Node>(array, index, [](Array source) { return TavCopyOfArray(source); });
 }
 
 }  // namespace
-
-// ---- nodes
 
 bool TavNumExprArrayElementI::isInteger() const {
   const TavNumExprArray array = getArray();
@@ -35,8 +33,6 @@ bool TavNumArrayElementI::isInteger() const {
   }
   return true;
 }
-
-// ---- builders
 
 TavNumExprArg TavNumExprArray::operator[](TavIntExprArg index) const {
   return TavNumExprArg(makeElementOfCopy<TavNumExprArrayElementI>(*this, index));

@@ -10,7 +10,7 @@
 
 #pragma GCC visibility push(default)
 
-/// array[index]: what the element nodes share. Self states `kTexts`.
+/// array[index]: base of the element nodes. Self defines `kTexts`.
 template <class Self, class Base, class Array>
 class TavElementI : public TavNode<Self, Base> {
  public:
@@ -47,7 +47,7 @@ class TavElementI : public TavNode<Self, Base> {
   Array _array;
 };
 
-/// A new element node, which owns the fresh array; when it cannot be made the array is ended.
+/// A new element node, which owns the fresh array; if construction fails, ends the array.
 template <class Node, class Array>
 Node* TavMakeElement(TavEnvI* env, TavIntExprI* index, Array array) {
   TavArrayGuard<Array> guard(array);
@@ -82,7 +82,7 @@ class TavConstElementI : public TavElementI<Self, Base, Array> {
   }
 };
 
-/// An element of an array of expressions, on each of which the node holds one reference.
+/// An element of an array of expressions. The node has one reference on each of them.
 template <class Self, class Base, class Array>
 class TavExprElementI : public TavElementI<Self, Base, Array> {
  public:

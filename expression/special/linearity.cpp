@@ -24,7 +24,7 @@ const TavIntExprI* positionOf(const TavNumExprI* part) {
   return map ? map->getIndexer() : nullptr;
 }
 
-/// Whether a part is fixed before any decision, as far as its position goes: the elements themselves do not count.
+/// Whether the position of an element is fixed before any decision; the elements themselves do not matter.
 bool isParameter(const TavNumExprI* part) {
   if (TavIsIndex(part)) return true;
   const TavIntExprI* position = positionOf(part);

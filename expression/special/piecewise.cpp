@@ -5,8 +5,6 @@
 
 #include "expression/core/array_family.h"
 
-// ---- TavExprPiecewiseLinearI
-
 TavExprPiecewiseLinearI::TavExprPiecewiseLinearI(TavEnvI* env, TavNumExprI* expr, TavNumArray breakpoints,
                                                  TavNumArray slopes, double anchor, double anchorValue)
     : TavNode(env, nullptr), _operand(expr), _form(kBySlopes), _first(anchor), _second(anchorValue) {
@@ -154,8 +152,6 @@ void TavExprPiecewiseLinearI::display(std::ostream& os) const {
   }
 }
 
-// ---- TavMonotonicNumExprI
-
 TavMonotonicNumExprI::TavMonotonicNumExprI(TavEnvI* env, TavNumExprI* operand, Function function, Function second,
                                            TavInt decreasing)
     : TavNode(env, nullptr), _operand(operand), _function(function), _second(second), _decreasing(decreasing) {
@@ -177,8 +173,6 @@ void TavMonotonicNumExprI::display(std::ostream& os) const {
   TavDeep([this, &os] { _operand->display(os); });
   os << ")";
 }
-
-// ---- builders
 
 TavNumExprArg TavPiecewiseLinear(TavNumExprArg x, TavNumArray breakpoints, TavNumArray slopes, double anchor,
                                  double anchorValue) {

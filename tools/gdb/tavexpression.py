@@ -207,7 +207,7 @@ def printers():
     collection = gdb.printing.RegexpCollectionPrettyPrinter("tavexpression")
     collection.add_printer("array", r"^Tav(\w*Array|(Handle)?Array<.*>)$", Array)
     collection.add_printer("term", r"^Tav(Num|Int)LinExprTerm$", Term)
-    collection.add_printer("environment", r"^TavEnv$", Environment)
+    collection.add_printer("environment", r"^Tav(Scoped)?Env$", Environment)
     handles = r"^Tav((Num|Int)ExprArg|(Num|Int|Bool|SemiCont)Var|(Num|Int)?Expr|Extractable|Constraint|Conversion)$"
     collection.add_printer("handle", handles, Handle)
     return collection

@@ -24,7 +24,7 @@ class TavByteSource {
 /// begin() up to end() and then ask for more; what they still need they keep.
 class TavFileInput {
  public:
-  /// Bytes behind end() that may be read, though not used, so that words of eight bytes can be loaded.
+  /// Bytes behind end() that may be read; at the end of the file they are 0.
   static constexpr std::size_t kSlack = 16;
 
   /// Opens the file `path`, standard input when it is `-`. `options` must outlive the input. Throws TavFileError.

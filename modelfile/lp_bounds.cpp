@@ -12,8 +12,15 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 }  // namespace
 
 std::int32_t TavLpReader::variableOf(std::string_view name) {
-  const std::int32_t variable = _model.variableNames.insert(name);
+  settleNames();
+  return enter(name, TavNameTable::keyOf(name), placeOf(name.data()));
+}
+
+/// The variable of this name, a new one where there is none. Only new names are checked: known ones have been.
+std::int32_t TavLpReader::enter(std::string_view name, const TavNameTable::Key& key, TavFilePlace place) {
+  const std::int32_t variable = _model.variableNames.insert(name, key);
   if (static_cast<std::size_t>(variable) == _model.variables.size()) {
+    checkName(name, place);
     _model.variables.emplace_back();
     _states.emplace_back();
     _lastPlace.push_back(static_cast<std::size_t>(-1));
@@ -22,7 +29,7 @@ std::int32_t TavLpReader::variableOf(std::string_view name) {
 }
 
 std::int32_t TavLpReader::knownVariable(std::string_view name) const {
-  const std::int32_t variable = _model.variableNames.find(name);
+  const std::int32_t variable = TavKnownOrNext(_model.variableNames, name, _nextVariable);
   if (variable == TavNameTable::kNone) {
     fail(name.data(), "\"" + std::string(name) + "\" is in no objective and no row, expected a variable that is");
   }

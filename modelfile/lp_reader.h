@@ -43,6 +43,15 @@ class TavLpReader {
     bool semi = false;
   };
 
+  /// A term whose variable has not been looked up yet. The processor fetches what the look-up needs in the meantime.
+  struct Pending {
+    std::string_view name;
+    TavNameTable::Key key;
+    double value;
+    std::int32_t variable;
+    TavFilePlace place;
+  };
+
   // lp_text.cpp: characters, names, numbers
   char peek();
   bool nextWindow();
@@ -55,6 +64,8 @@ class TavLpReader {
   bool atSection(TavLpSection& section, const char*& end) const noexcept;
   bool atLabel(const char* nameEnd) const noexcept;
   std::string_view name();
+  std::string_view takeName();
+  void checkName(std::string_view name, TavFilePlace place) const;
   double number();
   bool relation(Relation& relation);
   bool infinityAt(const char*& end) const noexcept;
@@ -79,13 +90,16 @@ class TavLpReader {
   void readObjective();
   void readRows();
   void readRow();
+  void compareRowNames();
   Side readSide(Place place, double factor);
   bool sideEnds(const Side& side, Place place, Operand operand) const;
   void readNumber(Side& side, Place place, double sign, double factor);
   void readName(Side& side, double coefficient, double factor);
   void readProducts(Place place, double factor);
   void readProduct(double factor, double scale);
+  void addTerm(std::string_view name, double value);
   void addTerm(std::int32_t variable, double value);
+  void settleNames();
   void finishRow(const Side& left, Relation relation, const Side& right);
   void finishRange(const Side& left, Relation relation, const Side& middle, const Side& right);
   void setRowBound(TavFileRow& row, Relation relation, double value, int infinite);
@@ -105,6 +119,7 @@ class TavLpReader {
   void setUpper(std::int32_t variable, double value, TavFilePlace place);
   std::int32_t knownVariable(std::string_view name) const;
   std::int32_t variableOf(std::string_view name);
+  std::int32_t enter(std::string_view name, const TavNameTable::Key& key, TavFilePlace place);
 
   TavFileInput& _input;
   const char* _at = nullptr;
@@ -118,11 +133,18 @@ class TavLpReader {
   std::vector<Variable> _states;
   /// Where in the arrays of terms a variable stands last; true only where that place has the variable.
   std::vector<std::size_t> _lastPlace;
+  static constexpr int kMostPending = 48;
+  Pending _pending[kMostPending];
+  int _pendingCount = 0;
   /// First term of the row at hand, and whether terms of it were added up.
   std::size_t _rowBegin = 0;
   bool _addedUp = false;
   TavProductSum _products;
   std::unordered_set<std::string> _setNames;
+  /// The variable that a bound is about if bounds come in the order of the variables.
+  mutable std::int32_t _nextVariable = 0;
+  /// Where the rows begin in the file.
+  std::vector<TavFilePlace> _rowPlaces;
   /// Upper bounds below 0 and where they stand.
   std::unordered_map<std::int32_t, TavFilePlace> _negativeUppers;
 };

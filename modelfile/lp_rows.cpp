@@ -1,6 +1,7 @@
 /// Objective and rows of the LP reader.
 
 #include <cmath>
+#include <utility>
 
 #include "modelfile/lp_reader.h"
 
@@ -34,26 +35,35 @@ void TavLpReader::readObjective() {
 void TavLpReader::readRows() {
   for (;;) {
     const char c = peek();
-    if (c == 0) return;
+    if (c == 0) break;
     TavLpSection section;
     const char* end;
-    if (kTavLpBytes.beginsName(c) && _atLineStart && atSection(section, end)) return;
+    if (kTavLpBytes.beginsName(c) && _atLineStart && atSection(section, end)) break;
     readRow();
   }
+  compareRowNames();
+}
+
+/// The names of all rows at once.
+void TavLpReader::compareRowNames() {
+  const std::int32_t twice = _model.rowNames.rehash();
+  if (twice != TavNameTable::kNone) {
+    fail(_rowPlaces[static_cast<std::size_t>(twice)],
+         "a second row \"" + std::string(_model.rowNames[twice]) + "\", expected a new name");
+  }
+  _rowPlaces = {};
 }
 
 void TavLpReader::readRow() {
   const char c = peek();
   std::string_view label;
+  _rowPlaces.push_back(placeOf(_at));
   if (kTavLpBytes.beginsName(c) && atLabel(TavLpNameEnd(_at))) {
     label = name();
-    if (_model.rowNames.find(label) >= 0)
-      fail(label.data(), "a second row \"" + std::string(label) + "\", expected a new name");
     peek();
     take(1);
   }
-  // The arena keeps the label: the text may leave the window before the row ends.
-  _model.rowNames.insert(label);
+  _model.rowNames.append(label);
   _model.rows.emplace_back();
   Side left = readSide(Place::First, 1.0);
   Relation relation, second;
@@ -86,6 +96,7 @@ void TavLpReader::readRow() {
 
 /// The row holds where a binary variable is 0 or 1: left is the variable alone.
 void TavLpReader::readIndicator(const Side& left, Relation relation, const Side& right) {
+  settleNames();
   const bool single = _model.linearValue.size() == _rowBegin + 1 && _model.linearValue.back() == 1.0 &&
                       !left.hasConstant && right.isConstant() && _products.products().empty();
   if (!single || relation != Relation::Equal || (right.constant != 0.0 && right.constant != 1.0)) {
@@ -176,8 +187,25 @@ void TavLpReader::readName(Side& side, double coefficient, double factor) {
     take(static_cast<std::size_t>(end - _at));
     return;
   }
-  addTerm(variableOf(name()), coefficient * factor);
+  addTerm(takeName(), coefficient * factor);
   side.hasVariables = true;
+}
+
+void TavLpReader::addTerm(std::string_view name, double value) {
+  Pending& pending = _pending[_pendingCount++];
+  pending = {name, TavNameTable::keyOf(name), value, TavNameTable::kNone, placeOf(name.data())};
+  _model.variableNames.prefetch(pending.key);
+  if (_pendingCount == kMostPending) settleNames();
+}
+
+/// Looks up the names of the pending terms and adds these to the row at hand.
+void TavLpReader::settleNames() {
+  const int count = std::exchange(_pendingCount, 0);
+  for (Pending* term = _pending; term != _pending + count; ++term) {
+    term->variable = enter(term->name, term->key, term->place);
+    __builtin_prefetch(&_lastPlace[static_cast<std::size_t>(term->variable)], 1);
+  }
+  for (const Pending* term = _pending; term != _pending + count; ++term) addTerm(term->variable, term->value);
 }
 
 void TavLpReader::addTerm(std::int32_t variable, double value) {
@@ -195,6 +223,7 @@ void TavLpReader::addTerm(std::int32_t variable, double value) {
 
 /// What was added up may be 0 or too large now.
 void TavLpReader::settleTerms() {
+  settleNames();
   if (!_addedUp) return;
   _addedUp = false;
   std::size_t to = _rowBegin;
@@ -246,14 +275,14 @@ void TavLpReader::readProduct(double factor, double scale) {
   const TavFilePlace place = placeOf(_at);
   if ((c >= '0' && c <= '9') || c == '.') coefficient = number();
   peek();
-  const std::int32_t first = variableOf(name());
+  const std::int32_t first = variableOf(takeName());
   std::int32_t second = first;
   const char sign = peek();
   if (sign != '^' && sign != '*') fail("expected ^ 2 or * and a variable, found " + found());
   take(1);
   peek();
   if (sign == '*') {
-    second = variableOf(name());
+    second = variableOf(takeName());
   } else {
     const char* at = _at;
     if (number() != 2.0) fail(at, "expected the exponent 2");
@@ -275,6 +304,7 @@ void TavLpReader::setRowBound(TavFileRow& row, Relation relation, double value, 
 }
 
 void TavLpReader::negateTerms() {
+  settleNames();
   for (std::size_t i = _rowBegin; i != _model.linearValue.size(); ++i) _model.linearValue[i] = -_model.linearValue[i];
   _products.negate();
 }

@@ -17,6 +17,7 @@ TavFilePlace TavLpReader::placeOf(const char* at) const noexcept {
 }
 
 bool TavLpReader::nextWindow() {
+  settleNames();
   if (_atEnd || !_input.nextLines()) {
     _atEnd = true;
     _at = _lineBegin = _input.end();
@@ -78,14 +79,24 @@ bool TavLpReader::atSection(TavLpSection& section, const char*& end) const noexc
 
 bool TavLpReader::atLabel(const char* nameEnd) const noexcept { return behindBlanks(nameEnd) == ':'; }
 
-/// Takes a name.
-std::string_view TavLpReader::name() {
+/// Takes a name that may be none: checkName has not been asked.
+std::string_view TavLpReader::takeName() {
   if (!kTavLpBytes.beginsName(*_at)) fail("expected a name, found " + found());
-  const char* end = TavLpNameEnd(_at);
-  const std::string_view name(_at, static_cast<std::size_t>(end - _at));
-  if (const char* fault = TavLpNameFault(name)) fail('"' + std::string(name) + "\" " + fault);
+  const std::string_view name(_at, static_cast<std::size_t>(TavLpNameEnd(_at) - _at));
   take(name.size());
   return name;
+}
+
+/// Takes a name.
+std::string_view TavLpReader::name() {
+  const TavFilePlace place = placeOf(_at);
+  const std::string_view name = takeName();
+  checkName(name, place);
+  return name;
+}
+
+void TavLpReader::checkName(std::string_view name, TavFilePlace place) const {
+  if (const char* fault = TavLpNameFault(name)) fail(place, '"' + std::string(name) + "\" " + fault);
 }
 
 /// Takes a number without a sign.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "modelfile/mps_reader.h"
 #include "modelfile/words.h"
@@ -42,50 +43,93 @@ void TavMpsReader::rowLine() {
 
 void TavMpsReader::columnLine() {
   const TavMpsFields& fields = _lines.fields(_section->plausible);
-  if (fields.count >= 3 && fields[1] == "'MARKER'") return marker(fields);
   int count = fields.count;
+  if (count >= 3 && fields[1] == "'MARKER'") return marker(fields);
   if (count > 3 && isComment(fields[3], fields[4], count == 4)) count = 3;
   if (count > 5 && isComment(fields[5], {}, true)) count = 5;
   if (count != 3 && count != 5) {
+    settleEntries();
     _lines.failLine("expected three or five fields: column, row, coefficient and perhaps row, coefficient");
   }
   const std::int32_t column = _model.variableNames.size() - 1;
   if (column < 0 || fields[0] != _model.variableNames[column]) beginColumn(fields[0]);
   addEntry(fields[1], fields[2]);
   if (count == 5) addEntry(fields[3], fields[4]);
+  if (_lines.lastOfWindow()) settleEntries();
 }
 
+/// The names are compared at the end of the section, all at once.
 void TavMpsReader::beginColumn(std::string_view name) {
-  const std::int32_t column = _model.variableNames.size();
-  if (_model.variableNames.insert(name) != column) {
-    _lines.fail(name, "the column " + TavQuoted(name) + " once more, expected all its entries on consecutive lines");
-  }
+  _model.variableNames.append(name);
+  _columnPlaces.push_back(_lines.placeOf(name));
   TavFileVariable variable;
   variable.kind = _integerColumns ? TavFileKind::Integer : TavFileKind::Continuous;
   _model.variables.push_back(variable);
   ColumnState state;
   state.integer = _integerColumns;
   _columnStates.push_back(state);
-  _columnBegin.push_back(_entryRow.size());
 }
 
-void TavMpsReader::addEntry(std::string_view rowName, std::string_view text) {
-  const std::int32_t row = rowOf(rowName);
-  const std::int32_t column = _model.variableNames.size() - 1;
-  const double value = number(text, "a coefficient");
-  std::int32_t& last = row == kObjective ? _lastColumnOfObjective : _rowUses[static_cast<std::size_t>(row)].lastColumn;
-  if (last == column) {
-    _lines.fail(rowName, "a second entry of the column in row " + TavQuoted(rowName) + ", expected one");
+void TavMpsReader::addEntry(std::string_view row, std::string_view text) {
+  const bool negative = text.front() == '-';
+  const TavScannedNumber scanned = TavScanNumber<true>(text.data() + (negative ? 1 : 0));
+  double value = negative ? -scanned.value : scanned.value;
+  if (scanned.fault != TavNumberFault::None || scanned.end != text.data() + text.size()) {
+    settleEntries();
+    value = number(text, "a coefficient");
   }
-  last = column;
-  if (value == 0.0) return;
-  if (row == kObjective) {
-    _objective.linear.push_back({column, value});
+  const std::int32_t column = _model.variableNames.size() - 1;
+  if (_hasObjective && row == _objectiveName) {
+    if (_lastColumnOfObjective == column) {
+      settleEntries();
+      _lines.fail(row, "a second entry of the column in row " + TavQuoted(row) + ", expected one");
+    }
+    _lastColumnOfObjective = column;
+    if (value != 0.0) _objective.linear.push_back({column, value});
     return;
   }
-  ++_rowUses[static_cast<std::size_t>(row)].entries;
-  _entryRow.push_back(row);
-  _entryValue.push_back(value);
+  Pending& pending = _pending[_pendingCount++];
+  pending = {row, TavNameTable::keyOf(row), value, column, TavNameTable::kNone, _lines.placeOf(row)};
+  _model.rowNames.prefetch(pending.key);
+  if (_pendingCount == kMostPending) settleEntries();
+}
+
+/// Looks up the rows of the pending entries and takes these.
+void TavMpsReader::settleEntries() {
+  const int count = std::exchange(_pendingCount, 0);
+  for (Pending* entry = _pending; entry != _pending + count; ++entry) {
+    entry->found = _model.rowNames.find(entry->row, entry->key);
+    if (entry->found == TavNameTable::kNone) {
+      throw TavFileError(_input.name(), entry->place,
+                         "no row " + TavQuoted(entry->row) + ", expected one of the section ROWS");
+    }
+    __builtin_prefetch(&_rowUses[static_cast<std::size_t>(entry->found)], 1);
+  }
+  for (const Pending* entry = _pending; entry != _pending + count; ++entry) {
+    RowUse& use = _rowUses[static_cast<std::size_t>(entry->found)];
+    if (use.lastColumn == entry->column) {
+      throw TavFileError(_input.name(), entry->place,
+                         "a second entry of the column in row " + TavQuoted(entry->row) + ", expected one");
+    }
+    use.lastColumn = entry->column;
+    if (entry->value == 0.0) continue;
+    while (_columnBegin.size() <= static_cast<std::size_t>(entry->column)) _columnBegin.push_back(_entryRow.size());
+    ++use.entries;
+    _entryRow.push_back(entry->found);
+    _entryValue.push_back(entry->value);
+  }
+}
+
+void TavMpsReader::endColumns() {
+  settleEntries();
+  const std::int32_t twice = _model.variableNames.rehash();
+  if (twice != TavNameTable::kNone) {
+    throw TavFileError(_input.name(), _columnPlaces[static_cast<std::size_t>(twice)],
+                       "the column " + TavQuoted(_model.variableNames[twice]) +
+                           " once more, expected all its entries on consecutive lines");
+  }
+  _columnPlaces = {};
+  while (_columnBegin.size() <= _model.variables.size()) _columnBegin.push_back(_entryRow.size());
 }
 
 void TavMpsReader::marker(const TavMpsFields& fields) {
@@ -218,7 +262,6 @@ void TavMpsReader::transpose() {
   std::vector<std::size_t> next(begin.begin(), begin.end() - 1);
   _model.linearVariable.resize(_entryRow.size());
   _model.linearValue.resize(_entryRow.size());
-  _columnBegin.push_back(_entryRow.size());
   for (std::size_t column = 0; column + 1 < _columnBegin.size(); ++column) {
     for (std::size_t entry = _columnBegin[column]; entry != _columnBegin[column + 1]; ++entry) {
       const std::size_t place = next[static_cast<std::size_t>(_entryRow[entry])]++;

@@ -35,6 +35,8 @@ class TavMpsLines {
   std::string_view text() const noexcept { return {_line, static_cast<std::size_t>(_textEnd - _line)}; }
   /// Cuts the line at blanks. `plausible` tells what a data line of the section looks like; null for headers.
   const TavMpsFields& fields(Plausible plausible);
+  /// The next line moves the window: what refers to the text must be settled before.
+  bool lastOfWindow() const noexcept { return _next == _input.end(); }
   /// The file says that it is free.
   void setFree() noexcept { _layout = Layout::Free; }
 

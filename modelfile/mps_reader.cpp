@@ -65,6 +65,7 @@ TavFileModel TavMpsReader::read() {
       (this->*_section->line)();
     }
   }
+  settleEntries();
   if (!_ended) _lines.failLine("the file ends without ENDATA, expected the rest of it");
   return std::move(_model);
 }
@@ -83,6 +84,7 @@ void TavMpsReader::readHeader() {
 
 void TavMpsReader::enter(const Section& section, const TavMpsFields& header) {
   if (_section && _section->line == &Mps::matrixLine) leaveMatrix();
+  if (_section && _section->line == &Mps::columnLine) endColumns();
   const auto bitOf = [](const Section& which) { return std::uint32_t{1} << (&which - kSections); };
   const auto seen = [&](const char* name) {
     for (const Section& other : kSections) {
@@ -94,7 +96,7 @@ void TavMpsReader::enter(const Section& section, const TavMpsFields& header) {
     _lines.fail(header[0], std::string("the section ") + section.name + " a second time, expected it once");
   }
   const bool aboutRows = section.line == &Mps::rhsLine || section.line == &Mps::rangeLine;
-  const bool first = section.line == &Mps::noLine || section.line == &Mps::senseLine ||
+  const bool first = section.begin == &Mps::beginName || section.line == &Mps::senseLine ||
                      section.line == &Mps::objectiveNameLine || section.line == &Mps::rowLine;
   if (!first && !seen("ROWS")) {
     _lines.fail(header[0], std::string("the section ") + section.name + " before ROWS, expected ROWS first");
@@ -203,7 +205,7 @@ double TavMpsReader::number(std::string_view field, const char* what, bool infin
 
 std::int32_t TavMpsReader::rowOf(std::string_view name) const {
   if (_hasObjective && name == _objectiveName) return kObjective;
-  const std::int32_t row = _model.rowNames.find(name);
+  const std::int32_t row = TavKnownOrNext(_model.rowNames, name, _nextRow);
   if (row == TavNameTable::kNone) _lines.fail(name, "no row " + TavQuoted(name) + ", expected one of the section ROWS");
   return row;
 }
@@ -215,7 +217,7 @@ std::int32_t TavMpsReader::trueRowOf(std::string_view name) const {
 }
 
 std::int32_t TavMpsReader::columnOf(std::string_view name) const {
-  const std::int32_t column = _model.variableNames.find(name);
+  const std::int32_t column = TavKnownOrNext(_model.variableNames, name, _nextColumn);
   if (column == TavNameTable::kNone) {
     _lines.fail(name, "no column " + TavQuoted(name) + ", expected one of the section COLUMNS");
   }

@@ -83,6 +83,8 @@ class TavMpsReader {
   void columnLine();
   void beginColumn(std::string_view name);
   void addEntry(std::string_view row, std::string_view value);
+  void settleEntries();
+  void endColumns();
   void marker(const TavMpsFields& fields);
   int pairs(const TavMpsFields& fields, int& first) const;
   void rhsLine();
@@ -137,11 +139,28 @@ class TavMpsReader {
   std::vector<ColumnState> _columnStates;
   bool _integerColumns = false;
   std::int32_t _lastColumnOfObjective = -1;
+  /// An entry whose row has not been looked up yet. The processor fetches what the look-up needs in the meantime.
+  struct Pending {
+    std::string_view row;
+    TavNameTable::Key key;
+    double value;
+    std::int32_t column;
+    std::int32_t found;
+    TavFilePlace place;
+  };
+  static constexpr int kMostPending = 48;
+  Pending _pending[kMostPending];
+  int _pendingCount = 0;
+  /// Where each column begins in the file.
+  std::vector<TavFilePlace> _columnPlaces;
   /// The entries column by column.
   std::vector<std::size_t> _columnBegin;
   std::vector<std::int32_t> _entryRow;
   std::vector<double> _entryValue;
   std::string _rhsName, _rangeName, _boundName;
+  /// The row and the column that a line of RHS or BOUNDS is about if these come in order.
+  mutable std::int32_t _nextRow = 0;
+  mutable std::int32_t _nextColumn = 0;
 
   /// The row whose quadratic part is being read.
   std::int32_t _quadraticRow = kObjective;

@@ -135,7 +135,7 @@ class MpsWriter {
 
   /// Without an objective a row of type N would be taken for one, and a column without entries could not be said.
   bool writesObjective() const {
-    if (!_model.objectives.empty() || _model.rows.empty()) return true;
+    if (!_model.objectives.empty() || (_model.rows.empty() && !_model.variables.empty())) return true;
     for (const TavFileRow& row : _model.rows) {
       if (isFree(row)) return true;
     }

@@ -1,8 +1,10 @@
 #pragma once
 /// The names of a model's variables or rows.
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 #include <vector>
 
@@ -15,15 +17,43 @@ class TavNameTable {
   /// No item of this name.
   static constexpr std::int32_t kNone = -1;
 
+  /// What the table compares first: names of up to eight bytes whole, longer ones hashed.
+  struct Key {
+    std::uint64_t word;
+    std::uint32_t size;
+  };
+
   /// Number of items that have been given a name, the empty ones included.
   std::int32_t size() const noexcept { return static_cast<std::int32_t>(_end.size()); }
   /// The name of item i; empty when it has none or i is beyond the last. Valid until a name is added.
-  std::string_view operator[](std::int32_t i) const noexcept;
-  /// The item that `insert` or `rehash` entered under this name, or kNone. Cost: O(length).
-  std::int32_t find(std::string_view name) const noexcept;
+  std::string_view operator[](std::int32_t i) const noexcept {
+    if (i >= size()) return {};
+    const auto at = static_cast<std::size_t>(i);
+    const std::size_t begin = at == 0 ? 0 : _end[at - 1];
+    return {_text.data() + begin, _end[at] - begin};
+  }
+
+  /// The key of a name. Cost: O(length).
+  static Key keyOf(std::string_view name) noexcept {
+    const auto size = static_cast<std::uint32_t>(name.size());
+    return {size <= 8 ? shortWord(name.data(), size) : longWord(name), size};
+  }
+  /// Has the processor fetch what find and insert will look at.
+  void prefetch(const Key& key) const noexcept {
+    if (!_slots.empty()) __builtin_prefetch(&_slots[placeOf(key)]);
+  }
+  /// The item that `insert` or `rehash` entered under this name, or kNone. `key` is the name's.
+  std::int32_t find(std::string_view name, const Key& key) const noexcept {
+    return _slots.empty() || name.empty() ? kNone : _slots[slotOf(name, key)].item - 1;
+  }
+  std::int32_t find(std::string_view name) const noexcept { return find(name, keyOf(name)); }
   /// The item of this name; a new one at the end when there is none. The empty name is always a new item.
-  /// Throws std::bad_alloc and std::length_error beyond 2^31 - 1 items, and is then unchanged. Cost: O(length).
-  std::int32_t insert(std::string_view name);
+  /// Throws std::bad_alloc and std::length_error beyond 2^31 - 1 items, and is then unchanged.
+  std::int32_t insert(std::string_view name, const Key& key) {
+    const std::int32_t known = find(name, key);
+    return known != kNone ? known : insertNew(name, key);
+  }
+  std::int32_t insert(std::string_view name) { return insert(name, keyOf(name)); }
   /// Appends an item that `find` does not see. Throws as insert does.
   void append(std::string_view name);
   /// Enters all items, so that `find` sees them; of several with one name it sees the first.
@@ -34,19 +64,65 @@ class TavNameTable {
 
  private:
   struct Slot {
-    std::uint32_t hash;
-    std::int32_t item = kNone;
+    std::uint64_t word = 0;
+    std::uint32_t size = 0;
+    /// Counted from 1; 0 in a free slot.
+    std::int32_t item = 0;
   };
 
-  Slot& slotOf(std::string_view name, std::uint32_t hash) noexcept;
+  static std::uint64_t shortWord(const char* at, std::uint32_t size) noexcept {
+    std::uint64_t word = 0;
+    if (std::endian::native != std::endian::little) {
+      std::memcpy(&word, at, size);
+    } else if (size == 8) {
+      std::memcpy(&word, at, 8);
+    } else if (size >= 4) {  // two loads that overlap
+      std::uint32_t first, last;
+      std::memcpy(&first, at, 4);
+      std::memcpy(&last, at + size - 4, 4);
+      word = first | std::uint64_t{last} << 8 * (size - 4);
+    } else if (size != 0) {
+      const auto byte = [&](std::uint32_t i) { return std::uint64_t{static_cast<unsigned char>(at[i])} << 8 * i; };
+      word = byte(0) | byte(size / 2) | byte(size - 1);
+    }
+    return word;
+  }
+  static std::uint64_t longWord(std::string_view name) noexcept;
+  std::size_t placeOf(const Key& key) const noexcept {
+    return static_cast<std::size_t>(((key.word ^ key.size) * _factor) >> _shift);
+  }
+  /// The slot of the name, or the free one where it belongs.
+  std::size_t slotOf(std::string_view name, const Key& key) const noexcept {
+    std::size_t at = placeOf(key);
+    for (;; at = (at + 1) & (_slots.size() - 1)) {
+      const Slot& slot = _slots[at];
+      if (slot.item == 0) return at;
+      if (slot.word != key.word || slot.size != key.size) continue;
+      if (key.size <= 8 || (*this)[slot.item - 1] == name) return at;
+    }
+  }
+  std::int32_t insertNew(std::string_view name, const Key& key);
   void grow(std::size_t items);
+
+  /// Odd, and another one in each process: no file can be made to collide.
+  static const std::uint64_t _factor;
 
   std::vector<char> _text;
   /// Where the name of each item ends in the arena; it begins where the one before ends.
   std::vector<std::size_t> _end;
-  /// Open addressing, a power of two slots, at most half of them used.
+  /// Open addressing, a power of two slots, at most two thirds of them used.
   std::vector<Slot> _slots;
   std::size_t _used = 0;
+  int _shift = 63;
 };
+
+/// The item of this name, or kNone. Where names come in the order of the items it is `next`, which is looked at first
+/// and becomes the one behind.
+inline std::int32_t TavKnownOrNext(const TavNameTable& names, std::string_view name, std::int32_t& next) noexcept {
+  const bool guessed = next < names.size() && names[next] == name;
+  const std::int32_t found = guessed ? next : names.find(name);
+  if (found != TavNameTable::kNone) next = found + 1;
+  return found;
+}
 
 #pragma GCC visibility pop

@@ -1,5 +1,6 @@
 #include "model_text.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <random>
@@ -7,6 +8,7 @@
 namespace {
 
 std::string num(double value) {
+  value += 0.0;  // no sign of zero
   char text[32];
   return {text, std::to_chars(text, text + sizeof text, value).ptr};
 }
@@ -20,7 +22,9 @@ class Text {
     for (std::size_t i = 0; i < _model.variables.size(); ++i) _text += ' ' + variable(i);
     for (const TavFileObjective& objective : _model.objectives) {
       _text += std::string(" | ") + (objective.maximise ? "max " : "min ") + objective.name + ':';
-      for (const TavFileTerm& term : objective.linear) addTerm(term.variable, term.value);
+      std::vector<TavFileTerm> linear = objective.linear;  // in any order
+      std::sort(linear.begin(), linear.end(), [](auto& a, auto& b) { return a.variable < b.variable; });
+      for (const TavFileTerm& term : linear) addTerm(term.variable, term.value);
       if (objective.constant != 0.0) _text += " +" + num(objective.constant);
       addProducts(objective.products);
     }

@@ -28,6 +28,7 @@ bool TavMpsLines::next() {
     if (_next == _input.end() || !_next) {
       if (!_input.nextLines()) {
         _line = _textEnd = _next = _input.end();
+        ++_number;
         return false;
       }
       _next = _input.begin();

@@ -12,6 +12,14 @@ install(DIRECTORY host expression DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tavexp
         FILES_MATCHING PATTERN "*.h" PATTERN "*.inc")
 install(FILES evaluator/tavevaluator.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tavexpression/evaluator)
 install(FILES tools/gdb/tavexpression.py DESTINATION ${CMAKE_INSTALL_DATADIR}/tavexpression/gdb)
+if(TARGET tavmodelfile)
+  # A component of the package, found on request: only its users need zlib and bzip2.
+  install(TARGETS tavmodelfile EXPORT tavmodelfileTargets COMPONENT dev
+          LIBRARY COMPONENT runtime NAMELINK_COMPONENT dev)
+  install(FILES modelfile/tavmodelfile.h modelfile/build.h modelfile/file_model.h modelfile/file_error.h modelfile/names.h
+          DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tavexpression/modelfile)
+  install(EXPORT tavmodelfileTargets NAMESPACE tavexpression:: DESTINATION ${tav_package_dir})
+endif()
 install(EXPORT tavexpressionTargets NAMESPACE tavexpression:: DESTINATION ${tav_package_dir})
 
 configure_package_config_file(cmake/tavexpressionConfig.cmake.in ${PROJECT_BINARY_DIR}/tavexpressionConfig.cmake
@@ -27,7 +35,11 @@ string(REGEX REPLACE "/$" "" tav_prefix_from_pc ${tav_prefix_from_pc})
 if(TAV_PLAIN_ALLOC)
   set(tav_pc_definitions " -DTAV_PLAIN_ALLOC")
 endif()
-foreach(library tavexpression tavevaluator)
+set(tav_pc_libraries tavexpression tavevaluator)
+if(TARGET tavmodelfile)
+  list(APPEND tav_pc_libraries tavmodelfile)
+endif()
+foreach(library IN LISTS tav_pc_libraries)
   configure_file(cmake/${library}.pc.in ${PROJECT_BINARY_DIR}/${library}.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/${library}.pc DESTINATION ${tav_pc_dir})
 endforeach()

@@ -13,7 +13,7 @@ namespace {
 /// The ten messages of a family, one for each number of elements.
 template <std::size_t... K>
 consteval std::array<TavMessage, 10> countTexts(const char* array, std::index_sequence<K...>) {
-  return {TavJoin(array, "::", array, ": n !=", K < 9 ? "" : "1", std::string_view("1234567890" + K, 1))...};
+  return {TavJoin(array, "::", array, ": n !=", K < 9 ? "" : "1", std::string_view("1234567890").substr(K, 1))...};
 }
 consteval std::array<TavMessage, 10> countTexts(const char* array) {
   return countTexts(array, std::make_index_sequence<10>());

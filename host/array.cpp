@@ -7,8 +7,6 @@
 #include "host/column.h"
 #include "host/environment.h"
 
-// ---- TavArrayI
-
 // Both delegate to a finished empty array, so that the destructor frees the blocks when a later one cannot be had.
 TavArrayI::TavArrayI(TavGenAlloc* memory, TavInt size) : TavArrayI(memory, Empty()) {
   reserve(size);
@@ -78,8 +76,6 @@ void TavArrayI::remove(TavInt first, TavInt count) {
   for (TavInt i = first + count; i < _size; ++i) set(i - count, get<Word>(i));
   _size -= count;
 }
-
-// ---- handles
 
 template <TavArrayElement T>
 TavArray<T>::TavArray(TavEnv env, TavInt size) {

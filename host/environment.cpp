@@ -7,17 +7,6 @@
 #include <utility>
 
 TavLock* TavEnvI::Mutex = nullptr;
-TavInt TavRtti::_counter = 0;
-
-void TavRtti::assign(TavInt& slot) {
-  TavLockGuard guard(TavEnvI::Mutex);
-  if (read(slot) != 0) return;
-  const TavInt index = std::atomic_ref<TavInt>(_counter).fetch_add(1) + 1;
-  TavInt none = 0;  // without a mutex another thread may have been first
-  std::atomic_ref<TavInt>(slot).compare_exchange_strong(none, index, std::memory_order_acq_rel);
-}
-
-// ---- TavEnv
 
 TavEnv::TavEnv() : _impl(new TavEnvI) {}
 
@@ -47,9 +36,7 @@ struct TavEnvI::Removal {
   Removal* outer;
 };
 
-// ---- TavEnvI: lifetime
-
-TavEnvI::TavEnvI() : _memory(this), _termPool(sizeof(TavNumLinExprTermI)) {}
+TavEnvI::TavEnvI() : _memory(this), _terms(&_memory), _domains(this) {}
 
 TavEnvI::~TavEnvI() {
   ending = true;
@@ -67,8 +54,6 @@ TavEnvI::~TavEnvI() {
   _memory.endManagedObjects();
   for (TavAlgorithmI* algorithm : _algorithms) algorithm->_env = nullptr;
 }
-
-// ---- identifiers
 
 TavExtractableI* TavEnvI::objectAt(std::size_t id) const noexcept {
   TavExtractableI* entry = _table[id];
@@ -113,60 +98,9 @@ void TavEnvI::forgetMark(TavExtractableI* object) noexcept {
   }
 }
 
-// ---- cells and mark arrays
-
-void* TavEnvI::carveTerm() {
-#ifdef TAV_PLAIN_ALLOC
-  void* cell = _memory.alloc(sizeof(TavNumLinExprTermI));
-  ++_plainTerms;
-  return cell;
-#else
-  return _termPool.allocateBlock(&_memory);
-#endif
-}
-
-void TavEnvI::recycleTerms(TavNumLinExprTermI* first, TavNumLinExprTermI* last) noexcept {
-#ifndef NDEBUG
-  if (!_takenTerms.empty()) {
-    for (TavNumLinExprTermI* cell = first; cell != last; cell = cell->next) _takenTerms.erase(cell);
-    _takenTerms.erase(last);
-  }
-#endif
-#ifdef TAV_PLAIN_ALLOC
-  for (TavNumLinExprTermI* end = last->next; first != end;) {
-    TavNumLinExprTermI* next = first->next;
-    --_plainTerms;
-    _memory.dealloc(first, sizeof *first);
-    first = next;
-  }
-#else
-  last->next = _freeTerms;
-  _freeTerms = first;
-  if constexpr (kTavPoisons) {
-    for (TavNumLinExprTermI* cell = first; cell; cell = cell == last ? nullptr : TavPeek(&cell->next)) {
-      TavPoison(cell, sizeof *cell);
-    }
-  }
-#endif
-}
-
-TavInt TavEnvI::liveTermCount() const noexcept {
-  TavInt live = _plainTerms + _termPool.liveBlocks();
-  for (const TavNumLinExprTermI* cell = _freeTerms; cell; cell = TavPeek(&cell->next)) --live;
-  return live;
-}
-
 bool TavEnvI::isLive(const TavExtractableI* object) const noexcept {
   const auto id = static_cast<std::size_t>(object->getId());
   return id < _table.size() && (_table[id] == object || _table[id] == removedEntry());
-}
-
-bool TavEnvI::noteTaken(const TavNumLinExprTermI* cell) noexcept {
-  try {
-    return _takenTerms.insert(cell).second;
-  } catch (const std::bad_alloc&) {
-    return true;
-  }
 }
 
 void** TavEnvI::getMarkArray() {
@@ -180,8 +114,6 @@ void TavEnvI::releaseMarkArray([[maybe_unused]] void** marks) noexcept {
   assert(_marksLent && marks == _marks.data());
   _marksLent = false;
 }
-
-// ---- change records
 
 bool TavEnvI::wantsChange(const TavAlgorithmI* algorithm, const TavChange& change) const {
   if (!change.isApplyingOnArray()) return algorithm->hasExtracted(change.getChangedExtractable());
@@ -203,8 +135,6 @@ void TavEnvI::change(const TavChange& change) {
   }
   failure.rethrow();
 }
-
-// ---- destruction and removal
 
 void TavEnvI::destroy(TavExtractableI* object, TavInt) noexcept {
   const auto entryOf = [this](const TavExtractableI* o) -> TavExtractableI*& {
@@ -289,8 +219,6 @@ void TavEnvI::sweepRemoved(TavExtractableI* removed, TavFirstFailure& failure) {
   }
 }
 
-// ---- clones
-
 TavExtractableI* TavEnvI::getCloneOnDemand(TavExtractableI* source) {
   if (!_clonePass) return getClone(source);
   TavExtractableI* clone = _clonePass->clone(source);
@@ -308,30 +236,6 @@ void TavEnvI::beginCloning() noexcept {
   if (_otherCloneMap) _cloneMap = std::exchange(_otherCloneMap, nullptr);
   _cloneMap->clear();
 }
-
-// ---- shared domains
-
-std::size_t TavEnvI::DomainHash::operator()(const DomainKey& key) const noexcept {
-  std::uint64_t hash = (key.lb + static_cast<std::uint64_t>(key.type)) * 0x9E3779B97F4A7C15u;
-  hash = (hash ^ (hash >> 32) ^ key.ub) * 0xD6E8FEB86659FD93u;
-  return static_cast<std::size_t>(hash ^ (hash >> 32));
-}
-
-template <class Domain, class... Args>
-TavVarDomainI* TavEnvI::findOrMake(const DomainKey& key, Args... args) {
-  _lastKey = DomainKey();
-  TavBoundedDomainI*& entry = _domains[key];
-  if (!entry || !key.saysSo(*entry)) {
-    entry = nullptr;
-    entry = new (this) Domain(args...);
-    entry->share();
-  }
-  _lastKey = key;
-  return _lastDomain = entry;
-}
-
-template TavVarDomainI* TavEnvI::findOrMake<TavNumVarDomainI>(const DomainKey&, double, double);
-template TavVarDomainI* TavEnvI::findOrMake<TavIntVarDomainI>(const DomainKey&, TavInt, TavInt, TavInt);
 
 TavVarDomainI* TavEnvI::getOrMakeSharedDomain(const TavNumRangeI* range) {
   return getOrMakeSharedDomain(range->getLB(), range->getUB());

@@ -1,19 +1,17 @@
 #pragma once
 /// The environment: owner of all objects and of their memory, meeting point of models and algorithms.
 
-#include <bit>
 #include <functional>
-#include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "host/algorithm.h"
 #include "host/change.h"
 #include "host/clone_pass.h"
 #include "host/column.h"
-#include "host/domain.h"
+#include "host/domain_pool.h"
 #include "host/memory.h"
 #include "host/table.h"
+#include "host/term_pool.h"
 
 #pragma GCC visibility push(default)
 
@@ -100,20 +98,11 @@ class TavEnvI {
   void* allocate(std::size_t bytes) { return (nodeAllocator ? nodeAllocator : &_memory)->alloc(bytes); }
 
   /// A cell outside any list. Throws std::bad_alloc.
-  TavNumLinExprTermI* newTerm(TavNumVarI* var, double coef) {
-    void* cell = _freeTerms;
-    if (cell) {
-      TavUnpoison(cell, sizeof *_freeTerms);
-      _freeTerms = _freeTerms->next;
-    } else {
-      cell = carveTerm();
-    }
-    return new (cell) TavNumLinExprTermI{var, nullptr, coef};
-  }
+  TavNumLinExprTermI* newTerm(TavNumVarI* var, double coef) { return _terms.make(var, coef); }
   /// Takes back a cell that is in no list.
   void recycleTerm(TavNumLinExprTermI* cell) noexcept { recycleTerms(cell, cell); }
   /// Takes back a chain of cells linked from `first` to `last`, in O(1).
-  void recycleTerms(TavNumLinExprTermI* first, TavNumLinExprTermI* last) noexcept;
+  void recycleTerms(TavNumLinExprTermI* first, TavNumLinExprTermI* last) noexcept { _terms.recycle(first, last); }
 
   /// A scratch array with one entry per identifier; entries are stale, so an entry is written before it is read. One
   /// borrower at a time.
@@ -177,16 +166,9 @@ class TavEnvI {
   void release(TavNumExprI* node);
 
   /// The shared domain of these bounds: real numbers.
-  TavVarDomainI* getOrMakeSharedDomain(double lb, double ub) {
-    const DomainKey key(TavNumVarKind::Float, lb, ub);
-    return key == _lastKey && key.saysSo(*_lastDomain) ? _lastDomain : findOrMake<TavNumVarDomainI>(key, lb, ub);
-  }
+  TavVarDomainI* getOrMakeSharedDomain(double lb, double ub) { return _domains.find(lb, ub); }
   /// The shared domain of these bounds: whole numbers, of type Int also for 0 and 1.
-  TavVarDomainI* getOrMakeSharedDomain(TavInt lb, TavInt ub) {
-    const DomainKey key(TavNumVarKind::Int, static_cast<double>(lb), static_cast<double>(ub));
-    return key == _lastKey && key.saysSo(*_lastDomain) ? _lastDomain
-                                                       : findOrMake<TavIntVarDomainI>(key, lb, ub, TavInt{0});
-  }
+  TavVarDomainI* getOrMakeSharedDomain(TavInt lb, TavInt ub) { return _domains.find(lb, ub); }
   TavVarDomainI* getOrMakeSharedDomain(const TavNumRangeI* range);
   TavVarDomainI* getOrMakeSharedDomain(const TavIntRangeI* range);
 
@@ -200,14 +182,13 @@ class TavEnvI {
 
   /// Whether the object is one of this environment's live ones: for assertions.
   bool isLive(const TavExtractableI* object) const noexcept;
-  /// For assertions: false when an expression has taken this cell of a term handle already and not given it back.
-  /// Remembered by debug builds of the library alone; a cell for which there is no memory is not.
-  bool noteTaken(const TavNumLinExprTermI* cell) noexcept;
+  /// See TavTermPool::noteTaken.
+  bool noteTaken(const TavNumLinExprTermI* cell) noexcept { return _terms.noteTaken(cell); }
 
   /// Model objects alive in this environment.
   TavInt liveObjectCount() const noexcept { return _liveObjects; }
   /// Cells handed out and not recycled. Walks the free list: for tests and diagnosis.
-  TavInt liveTermCount() const noexcept;
+  TavInt liveTermCount() const noexcept { return _terms.liveCount(); }
 
  private:
   friend class TavExtractableI;
@@ -243,7 +224,6 @@ class TavEnvI {
     _freeId = id;
     --_liveObjects;
   }
-  void* carveTerm();
   /// The object with this identifier, or null for a free identifier or a mark.
   TavExtractableI* objectAt(std::size_t id) const noexcept;
   void forgetMark(TavExtractableI* object) noexcept;
@@ -254,33 +234,9 @@ class TavEnvI {
   void sweepRemoved(TavExtractableI* removed, TavFirstFailure& failure);
   bool wantsChange(const TavAlgorithmI* algorithm, const TavChange& change) const;
 
-  /// Kind and bits of the bounds.
-  struct DomainKey {
-    /// The key of no domain: a Boolean one, which is never shared.
-    DomainKey() = default;
-    DomainKey(TavNumVarKind::Type kind, double lower, double upper) noexcept
-        : type(kind), lb(std::bit_cast<std::uint64_t>(lower)), ub(std::bit_cast<std::uint64_t>(upper)) {}
-    bool operator==(const DomainKey&) const noexcept = default;
-    /// Whether the domain still has these bounds: an array-wide change edits shared domains in place.
-    bool saysSo(const TavBoundedDomainI& domain) const noexcept {
-      return DomainKey(type, domain.getLB(), domain.getUB()) == *this;
-    }
-    TavNumVarKind::Type type = TavNumVarKind::Bool;
-    std::uint64_t lb = 0, ub = 0;
-  };
-  struct DomainHash {
-    std::size_t operator()(const DomainKey& key) const noexcept;
-  };
-  /// The shared domain of this key, or a new Domain(args...).
-  template <class Domain, class... Args>
-  TavVarDomainI* findOrMake(const DomainKey& key, Args... args);
-
   TavMemory _memory;
-  TavFixedSizeAllocatorI _termPool;
-  TavNumLinExprTermI* _freeTerms = nullptr;
-  std::unordered_set<const TavNumLinExprTermI*> _takenTerms;
-  /// Cells alive when each is an allocation of its own.
-  TavInt _plainTerms = 0;
+  TavTermPool _terms;
+  TavDomainPool _domains;
   /// The identifier table and registry. An entry is the object itself, the mark "removed", or, for a free identifier,
   /// the next free one doubled plus one. While its object waits for destruction it links the work list.
   TavTable<TavExtractableI*> _table;
@@ -314,10 +270,6 @@ class TavEnvI {
   TavClonePass* _clonePass = nullptr;
   /// The maps, of any environments, that name objects of this one.
   std::vector<TavCloneMap*> _cloneMaps;
-  std::unordered_map<DomainKey, TavBoundedDomainI*, DomainHash> _domains;
-  /// The pair that was asked for last: variables that are made one by one mostly ask for the same.
-  DomainKey _lastKey;
-  TavBoundedDomainI* _lastDomain = nullptr;
   TavModelEvaluator::Source _evaluator;
   TavTupleEncoderI* _tupleEncoder = nullptr;
 };

@@ -6,8 +6,6 @@
 
 #include "host/environment.h"
 
-// ---- identity of the two roots
-
 TavInt TavExtractableI::_rttiIndex = 0;
 
 void TavExtractableI::InitTypeIndex() {
@@ -25,27 +23,6 @@ const char* TavExtractableI::getRttiTypeName() const { return kTypeName; }
 TavInt TavExtractableI::getExtractableSize() const { return sizeof(TavExtractableI); }
 TavTypeInfo TavExtractableI::getBaseTypeInfo() const { return nullptr; }
 TavInt TavExtractableI::getBaseTypeIndex() const { return 0; }
-
-TavInt TavChange::_rttiIndex = 0;
-
-void TavChange::InitTypeIndex() {
-  if (TavRtti::read(_rttiIndex) == 0) TavRtti::assign(_rttiIndex);
-}
-TavInt TavChange::GetTypeIndex() {
-  InitTypeIndex();
-  return TavRtti::read(_rttiIndex);
-}
-TavTypeInfo TavChange::GetTypeInfo() { return reinterpret_cast<TavTypeInfo>(&TavChange::GetTypeIndex); }
-TavInt TavChange::getTypeIndex() const { return TavRtti::read(_rttiIndex); }
-TavTypeInfo TavChange::getTypeInfo() const { return GetTypeInfo(); }
-bool TavChange::isType(TavTypeInfo type) const { return type == TavChange::GetTypeInfo(); }
-const char* TavChange::getRttiTypeName() const { return kTypeName; }
-TavInt TavChange::getExtractableSize() const { return sizeof(TavChange); }
-TavTypeInfo TavChange::getBaseTypeInfo() const { return nullptr; }
-TavInt TavChange::getBaseTypeIndex() const { return 0; }
-void TavChange::visitChange(TavEnvI*, TavExtractableI*, TavChangeVisitor*) const {}
-
-// ---- TavExtractableI
 
 const TavNameRecord* TavExtractableI::copyName(TavEnvI* env, TavNameArg name) {
   const std::string_view given = name.text();
@@ -89,8 +66,6 @@ void TavExtractableVisitor::visitArray(TavExtractableI* parent, TavExtractableAr
     if (TavExtractableI* child = children[i].getImpl()) visitChild(parent, child);
   }
 }
-
-// ---- handle
 
 void TavExtractable::end() {
   if (_impl) _impl->end();

@@ -28,8 +28,6 @@ auto extremeNumber(Array numbers, const char* emptyText, Replaces replaces) {
 
 }  // namespace
 
-// ---- two operands
-
 TavNumExprArg TavMin(TavNumExprArg a, TavNumExprArg b) {
   TavRequireSameEnv(a.getImpl(), b.getImpl(), kMixedMin);
   TavEnvI* env = a.getImpl()->getEnv();
@@ -54,8 +52,6 @@ TavIntExprArg TavMax(TavIntExprArg a, TavIntExprArg b) {
   return TavIntExprArg(new (env) TavIntMaxI(env, a.getImpl(), b.getImpl()));
 }
 
-// ---- an operand and a constant
-
 TavNumExprArg TavMin(TavNumExprArg x, TavNumArg c) {
   TavEnvI* env = TavRequireEnv(x.getImpl());
   return TavNumExprArg(new (env) TavNumMinCstI(env, x.getImpl(), c.value));
@@ -75,8 +71,6 @@ TavIntExprArg TavMax(TavIntExprArg x, TavIntArg c) {
   TavEnvI* env = TavRequireEnv(x.getImpl());
   return TavIntExprArg(new (env) TavIntMaxCstI(env, x.getImpl(), c.value));
 }
-
-// ---- arrays of expressions
 
 TavNumExprArg TavMin(TavNumExprArray array) { return TavNumExprArg(extremeOf<TavNumMinArrayI>(array, kMixedMin)); }
 TavNumExprArg TavMax(TavNumExprArray array) { return TavNumExprArg(extremeOf<TavNumMaxArrayI>(array, kMixedMax)); }
@@ -102,8 +96,6 @@ TavIntExprArg TavMax(TavIntVarArray array) {
   TavEnvI* env = TavRequireElements(array, kMixedMax);
   return TavIntExprArg(TavMakeArrayNode<TavIntMaxArrayI>(env, array.toIntExprArray()));
 }
-
-// ---- arrays of numbers
 
 double TavMin(TavNumArray array) {
   return extremeNumber(array, kNoneToMin, [](double v, double m) { return m > v; });

@@ -3,8 +3,6 @@
 #include "expression/core/check.h"
 #include "expression/core/draft.h"
 
-// ---- terms
-
 TavNumLinExprTerm operator*(TavNumVar x, TavNumArg factor) {
   return TavNumLinExprTerm(TavRequireEnv(x.getImpl())->newTerm(x.getImpl(), factor.value));
 }
@@ -12,8 +10,6 @@ TavNumLinExprTerm operator*(TavNumVar x, TavNumArg factor) {
 TavIntLinExprTerm operator*(TavIntVar x, TavIntArg factor) {
   return TavIntLinExprTerm(TavRequireEnv(x.getImpl())->newTerm(x.getImpl(), static_cast<double>(factor.value)));
 }
-
-// ---- products
 
 TavNumExprI* TavTimes(TavEnvI* env, TavNumExprI* node, double factor) {
   const TavTypeInfo type = node->getTypeInfo();
@@ -87,8 +83,6 @@ TavIntExprArg operator*(TavIntExprArg a, TavIntExprArg b) {
   // by contract: constants do not fold here
   return TavIntExprArg(new (env) TavIntTimesI(env, a.getImpl(), b.getImpl()));
 }
-
-// ---- quotients
 
 TavNumExprI* TavOver(TavEnvI* env, TavNumExprI* node, double divisor) {
   const TavKind kind = TavKindOf(node);

@@ -18,8 +18,6 @@ TavConversionI* conversionOf(Array variables, TavNumVar::Type type, TavNameArg n
 
 }  // namespace
 
-// ---- node
-
 TavConversionI::TavConversionI(TavEnvI* env, TavNumVar var, TavNumVar::Type type, TavNameArg name)
     : TavNode(env, name), _vars(TavEnv(env), TavInt{1}), _type(type) {
   _vars.set(0, var);
@@ -71,8 +69,6 @@ void TavConversionI::display(std::ostream& os) const {
 void TavConversionRemoveVar::visitChange(TavEnvI*, TavExtractableI*, TavChangeVisitor* visitor) const {
   visitor->visitChild(_conversion, _var);
 }
-
-// ---- handle
 
 // by contract: none of the three uses the environment that it is given
 TavConversion::TavConversion(TavEnv, TavNumVar variable, TavNumVar::Type type, TavNameArg name) {

@@ -80,8 +80,6 @@ void appendLinear(TavNumExprI*& impl, TavNumExprI* operand, TavKind kind, bool n
 
 }  // namespace
 
-// ---- TavNumExpr
-
 TavNumExpr::TavNumExpr(TavNumExprArg expression) : _impl(expression.getImpl()) {
   if (!_impl) return;
   TavRequireEnv(_impl);
@@ -151,8 +149,6 @@ void TavNumExpr::end() {
   if (_impl) TavRequireEnv(_impl)->release(_impl);
   _impl = nullptr;
 }
-
-// ---- TavExpr
 
 TavExpr::TavExpr(TavNumExprArg expression) {
   TavNumExprI* node = expression.getImpl();
@@ -348,8 +344,6 @@ std::string TavToString(TavExtractable object) {
   text << object;
   return std::move(text).str();
 }
-
-// ---- TavIntExpr
 
 TavIntExpr& TavIntExpr::operator+=(TavIntExprArg arg) {
   rebuild(_impl, [arg](TavNumExprI* old) { return TavIntExprArg(TavImplCast<TavIntExprI>(old)) + arg; });

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <ostream>
 
+#include "expression/core/array_family.h"
 #include "expression/core/int_linear.h"
 #include "expression/core/num_linear.h"
 
@@ -16,40 +17,17 @@ TavInt roundUp(double bound) { return TavTrunc(std::ceil(bound)); }
 TavInt boolLower(double lb) { return lb < 0 ? 0 : lb > 1.0 ? 1 : TavTrunc(lb); }
 TavInt boolUpper(double ub) { return ub < 0 ? 0 : ub > 0.0 ? 1 : TavTrunc(ub); }  // by contract: 0.5 gives 1
 
-/// A new array with the same elements from the array's own memory.
-template <class Array>
-Array copyOf(Array values) {
-  TavGenAlloc* memory = values.getImpl()->getMemory();
-  return Array(new (memory) TavArrayI(memory, values.getImpl()));
-}
-
-/// Gives an array back unless a domain has taken it.
-template <class Array>
-class ArrayGuard {
- public:
-  explicit ArrayGuard(Array array) noexcept : _array(array) {}
-  ArrayGuard(const ArrayGuard&) = delete;
-  ArrayGuard& operator=(const ArrayGuard&) = delete;
-  ~ArrayGuard() { _array.end(); }
-  Array get() const noexcept { return _array; }
-  void release() noexcept { _array = Array(); }
-
- private:
-  Array _array;
-};
-
 /// A private domain that takes `values` over.
 template <class Domain, class Array, class... Flag>
 TavVarDomainI* domainOver(TavEnvI* env, Array values, Flag... flag) {
-  ArrayGuard<Array> guard(values);
+  TavArrayGuard<Array> guard(values);
   auto* domain = new (env) Domain(values, flag...);
   guard.release();
   return domain;
 }
 
 TavVarDomainI* privateNumDomain(TavEnvI* env, TavNumArray values, TavNumVar::Type type) {
-  if (type == TavNumVar::Float && !values.getImpl()) throw TavEmptyHandleException();
-  if (type == TavNumVar::Float) return domainOver<TavNumVarDomainI>(env, copyOf(values));
+  if (type == TavNumVar::Float) return domainOver<TavNumVarDomainI>(env, TavCopyOfArray(values));
   throw TavNotSupportedOperation(type == TavNumVar::Int
                                      ? "You cannot create a integer variable by giving it an array of double"
                                      : "You cannot create a boolean variable by giving it an array of values");
@@ -57,14 +35,12 @@ TavVarDomainI* privateNumDomain(TavEnvI* env, TavNumArray values, TavNumVar::Typ
 
 TavVarDomainI* privateIntDomain(TavEnvI* env, TavIntArray values, TavNumVar::Type type) {
   if (type == TavNumVar::Float) return domainOver<TavNumVarDomainI>(env, values.toNumArray());
-  if (type == TavNumVar::Int) return domainOver<TavIntVarDomainI>(env, copyOf(values), TavInt{0});
+  if (type == TavNumVar::Int) return domainOver<TavIntVarDomainI>(env, TavCopyOfArray(values), TavInt{0});
   // by contract: the numeric form says the same by another class
   throw TavNotImplemented("You cannot create a boolean variable by giving it an array of values");
 }
 
 }  // namespace
-
-// ---- construction
 
 TavVarDomainI* TavNumVarI::domainByBounds(TavEnvI* env, double lb, double ub, Type type) {
   if (type == TavNumVar::Float) return env->getOrMakeSharedDomain(lb, ub);
@@ -90,12 +66,10 @@ TavNumVarI::TavNumVarI(TavEnvI* env, TavIntArray values, Type type, TavNameArg n
 }
 
 TavNumVarI::TavNumVarI(TavEnvI* env, TavAnyArray values, TavNameArg name) : TavNumVarI(env, name) {
-  _domain = domainOver<TavIntVarDomainI>(env, TavIntArray(copyOf(values).getImpl()), TavInt{1});
+  _domain = domainOver<TavIntVarDomainI>(env, TavIntArray(TavCopyOfArray(values).getImpl()), TavInt{1});
 }
 
 TavNumVarI::~TavNumVarI() { dropDomain(); }
-
-// ---- modification
 
 void TavNumVarI::copyOnWrite() {
   if (_domain && _domain->isShared()) _domain = _domain->makeCopy(getEnv());
@@ -158,12 +132,13 @@ void TavNumVarI::setPossibleValues(TavNumArray values) {
   if (_domain && values.getImpl() == _domain->getNumValues().getImpl()) {
     _domain->setNumValues(values);  // its own list, which the caller may have edited: the bounds follow it
   } else if (_domain) {
-    ArrayGuard<TavNumArray> copy(copyOf(values));
+    const TavNumArray copy = TavCopyOfArray(values);
+    TavArrayGuard<TavNumArray> guard(copy);
     copyOnWrite();
-    _domain->setNumValues(copy.get());
-    copy.release();
+    _domain->setNumValues(copy);
+    guard.release();
   } else {
-    _domain = domainOver<TavNumVarDomainI>(getEnv(), copyOf(values));
+    _domain = domainOver<TavNumVarDomainI>(getEnv(), TavCopyOfArray(values));
   }
   // by contract: the caller's own array is reported
   notify(TavSetNumVarPossibleValues(this, values.getImpl(), nullptr));
@@ -172,7 +147,7 @@ void TavNumVarI::setPossibleValues(TavNumArray values) {
 void TavNumVarI::setPossibleValues(TavIntArray values) {
   if (getType() == TavNumVar::Float) {
     TavNumArray numbers = values.toNumArray();
-    ArrayGuard<TavNumArray> guard(numbers);
+    TavArrayGuard<TavNumArray> guard(numbers);
     if (_domain) {
       copyOnWrite();
       _domain->setNumValues(numbers);
@@ -186,15 +161,14 @@ void TavNumVarI::setPossibleValues(TavIntArray values) {
   if (values.getImpl() == _domain->getIntValues().getImpl()) {
     _domain->setIntValues(values);  // its own list, as above
   } else {
-    ArrayGuard<TavIntArray> copy(copyOf(values));
+    const TavIntArray copy = TavCopyOfArray(values);
+    TavArrayGuard<TavIntArray> guard(copy);
     copyOnWrite();
-    _domain->setIntValues(copy.get());
-    copy.release();
+    _domain->setIntValues(copy);
+    guard.release();
   }
   notify(TavSetNumVarPossibleValues(this, nullptr, values.getImpl()));
 }
-
-// ---- node protocol
 
 double TavNumVarI::evalByEither(const TavAlgorithmI* values) const {
   try {

@@ -116,8 +116,6 @@ void forEachExpr(const Array& array, Do apply) {
 
 }  // namespace
 
-// ---- arrays that are written out
-
 TavArrayI* TavMakeList(TavListOf family, TavEnv env, TavInt n, const void* const* elements, TavInt k) {
   TavExtractableArray array(env, n == k ? k : 0);
   if (n != k)
@@ -125,8 +123,6 @@ TavArrayI* TavMakeList(TavListOf family, TavEnv env, TavInt n, const void* const
   for (TavInt i = 0; i < k; ++i) array.getImpl()->set(i, elements[i]);
   return array.getImpl();
 }
-
-// ---- expressions
 
 void TavNumExprArray::lockExprs() const noexcept {
   forEachExpr(*this, [](TavNumExprI* node) { node->retain(); });
@@ -173,8 +169,6 @@ void TavIntExprArray::endElements() const {
 TavIntExprArray TavIntExprArray::getClone(TavEnvI* env) const { return clones(*this, env); }
 
 void TavIntExprArray::replaceByClone(TavEnvI* env) { *this = getClone(env); }
-
-// ---- numeric variables
 
 TavNumVarArray::TavNumVarArray(TavEnv env, TavInt n, double lb, double ub, Type type)
     : TavNumVarArray(makeVars<TavNumVarArray>(env, n, type, lb, ub)) {}
@@ -237,8 +231,6 @@ void TavNumVarArray::setBounds(TavNumArray lbs, TavNumArray ubs) const {
   if (env) env->change(TavSetNumVarArrayBounds(_impl, lbs.getImpl(), ubs.getImpl()));
 }
 
-// ---- integer variables
-
 TavIntVarArray::TavIntVarArray(TavEnv env, TavInt n, TavIntArg lb, TavIntArg ub)
     : TavIntVarArray(makeVars<TavIntVarArray>(env, n, TavNumVar::Int, lb, ub)) {}
 
@@ -285,8 +277,6 @@ TavNumVarArray TavSemiContVarArray::toNumVarArray() const { return sameElements<
 TavNumExprArray TavSemiContVarArray::toNumExprArray() const { return sameElements<TavNumExprArray>(*this); }
 
 TavIntVarArray TavIntVarArray::getClone(TavEnvI* env) const { return clones(*this, env); }
-
-// ---- 0-1 variables
 
 TavBoolVarArray::TavBoolVarArray(TavEnv env, std::initializer_list<TavBoolVar> elements)
     : TavIntVarArray(env, static_cast<TavInt>(elements.size())) {

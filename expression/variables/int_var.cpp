@@ -1,8 +1,6 @@
 #include "expression/variables/bool_check.h"
 #include "expression/variables/bulk.h"
 
-// ---- TavIntVar
-
 TavIntVar::TavIntVar(TavEnv env, TavNameArg name) : TavIntVar(env, 0, kMaxInt, name) {}
 
 TavIntVar::TavIntVar(TavEnv env, TavIntArg lb, TavIntArg ub, TavNameArg name)
@@ -63,8 +61,6 @@ void TavIntVar::setPossibleValues(TavIntArray values) const {
   if (!values.getImpl()) throw TavWrongUsage("Using empty TavIntArray handle.", 0);
   getImpl()->setPossibleValues(values);
 }
-
-// ---- TavBoolVar
 
 TavBoolVar::TavBoolVar(TavEnv env, TavNameArg name) : TavBoolVar(env, 0, 1, name) {}
 

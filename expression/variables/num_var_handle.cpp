@@ -2,8 +2,6 @@
 #include "expression/core/num_var.h"
 #include "expression/variables/bulk.h"
 
-// ---- construction
-
 TavNumVar::TavNumVar(TavEnv env, double lb, double ub, Type type, TavNameArg name)
     : TavNumVar(new (env.getImpl()) TavNumVarI(env.getImpl(), lb, ub, type, name)) {}
 
@@ -24,8 +22,6 @@ TavNumVar::TavNumVar(TavNumRange range, TavNameArg name)
 
 TavNumVar::TavNumVar(TavEnv env, TavNumArray values, Type type, TavNameArg name)
     : TavNumVar(new (env.getImpl()) TavNumVarI(env.getImpl(), values, type, name)) {}
-
-// ---- queries and modification
 
 TavInt TavNumVar::getId() const { return getImpl()->getId(); }
 const char* TavNumVar::getName() const { return getImpl()->getName(); }

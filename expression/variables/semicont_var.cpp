@@ -5,8 +5,6 @@
 #include "expression/core/check.h"
 #include "expression/variables/bulk.h"
 
-// ---- node
-
 void TavSemiContVarI::setBd(double threshold) {
   if (threshold == _threshold) return;
   const double old = _threshold;
@@ -29,8 +27,6 @@ void TavSemiContVarI::display(std::ostream& os) const {
   TavNumVarI::display(os);
   os << "  _threshold " << _threshold << "\n";
 }
-
-// ---- handle
 
 TavSemiContVar::TavSemiContVar(TavEnv env, double sclb, double ub, Type type, TavNameArg name)
     : TavSemiContVar(new (env.getImpl()) TavSemiContVarI(env.getImpl(), type, 0.0, ub, sclb, name)) {}
@@ -55,8 +51,6 @@ void TavSemiContVar::setClone(TavSemiContVar clone, TavEnv env) const {
   TavRequireEnv(getImpl());
   env.getImpl()->setClone(getImpl(), clone.getImpl());
 }
-
-// ---- array
 
 TavSemiContVarArray::TavSemiContVarArray(TavEnv env, TavInt n, double sclb, double ub, Type type)
     : TavSemiContVarArray(env, n, sclb, ub, type, nullptr) {}

@@ -69,7 +69,7 @@ inline double residentBytes() {
   return 0.0;
 }
 
-/// What one run gives and takes.
+/// What one run gives, and the bytes it takes: those that came into memory, unless the side tells them.
 struct Trial {
   double result, bytes;
 };
@@ -79,7 +79,8 @@ Trial tryOnce(Side& side) {
   side.prepare();
   const double before = residentBytes();
   side.run();
-  const Trial trial{static_cast<double>(side.result()), residentBytes() - before};
+  Trial trial{static_cast<double>(side.result()), residentBytes() - before};
+  if constexpr (requires { side.bytes(); }) trial.bytes = side.bytes();
   side.finish();
   return trial;
 }

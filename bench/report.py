@@ -148,6 +148,69 @@ def peer_table(benchmarks, peers, races):
     return table(["benchmark", "library", *peers], rows)
 
 
+def write_evaluator_chart(path, benchmarks, twins, races):
+    """How long each contender takes for all five, the evaluator being 1."""
+    import matplotlib
+    matplotlib.use("svg")
+    matplotlib.rcParams.update({"svg.hashsalt": "evaluator", "font.size": 9.5, "axes.edgecolor": "#888888"})
+    from matplotlib import pyplot
+
+    colours = {"hand": "#444444", "hand_avx2": "#777777", "hand_sse2": "#aaaaaa", "eval": "#cc79a7", "ASL": "#0072b2",
+               "ADOL-C": "#d55e00"}
+    rows = [(name, title) for name, title, _, _ in benchmarks
+            if name in ("powerFlow", "beam", "rosenbrock", "random", "powerFlowValues", "rosenbrockValues", "randomValues")]
+    figure, axes = pyplot.subplots(figsize=(9, 1.2 + 0.75 * len(rows)))
+    axes.axvline(1.0, color="#444444", linewidth=1.0)
+    labels = {}
+    for position, (name, _) in enumerate(rows):
+        raced = [race for race in (largest(races, name, contender, 10_000) for contender in colours) if race]
+        for k, race in enumerate(raced):
+            height = 0.8 / len(raced)
+            bars = axes.barh(0.4 - position - (k + 0.5) * height, 1.0 / race.ratio - 1.0, 0.85 * height, 1.0,
+                             color=colours[race.contender])
+            axes.annotate(f" {times(1.0 / race.ratio)}×", (max(1.0 / race.ratio, 1.0), 0.4 - position - (k + 0.5) * height),
+                          va="center", fontsize=7.5)
+            labels[twins.get(race.contender, race.contender).replace("`", "")] = bars
+    axes.set_xscale("log")
+    axes.set_yticks([-position for position in range(len(rows))], [title for _, title in rows])
+    axes.xaxis.set_major_formatter(lambda value, _: f"{value:g}×")
+    axes.tick_params(length=0)
+    axes.grid(color="#dddddd", linewidth=0.6, axis="x")
+    axes.set_axisbelow(True)
+    axes.set_title("Time of others, the evaluator's being 1 (right of the line: the evaluator is faster)", fontsize=10.5)
+    figure.legend(labels.values(), labels.keys(), loc="lower center", ncols=6, frameon=False, fontsize=8.5)
+    figure.tight_layout(rect=(0, 0.45 / figure.get_figheight(), 1, 1))
+    figure.savefig(path, facecolor="white", metadata={"Date": None, "Creator": None})
+    pyplot.close(figure)
+
+
+def write_evaluator(path, chart, benchmarks, twins, races, machine):
+    """The figures between the marks of the evaluator's page, and its chart."""
+    rows = []
+    for name, title, unit, goals in benchmarks:
+        for race in races:
+            if race.benchmark != name or race.ratio is None:
+                continue
+            goal = race.goal()
+            wanted = f"{goal:.3g}" if goal else ""
+            ratio = f"**{race.ratio:.3g}**" if "time" in race.misses() else f"{race.ratio:.3g}"
+            ns = f"{nanoseconds(race.library_ns)} {per(unit)}"
+            if race.contender == "hand" and "ns" in goals:
+                ns = (f"**{ns}**" if "nanoseconds" in race.misses() else ns) + f" (goal {goals['ns']:,})"
+            if race.library_bytes is not None:
+                text = f"{race.library_bytes:.0f} bytes"
+                ns += f", {f'**{text}**' if 'bytes' in race.misses() else text} (goal {goals['bytes']})"
+            rows.append([title, f"{race.size:,}", twins.get(race.contender, race.contender), wanted, ratio, ns,
+                         nanoseconds(race.other_ns)])
+    if not rows:
+        return
+    write_evaluator_chart(chart, benchmarks, twins, races)
+    before, rest = path.read_text(encoding="utf-8").split(README_MARKS[0], 1)
+    after = rest.split(README_MARKS[1], 1)[1]
+    body = table(["what", "size", "against", "goal", "ratio", "evaluator, ns", "other, ns"], rows)
+    path.write_text(f"{before}{README_MARKS[0]}{body}\nMeasured on {machine}.\n{README_MARKS[1]}{after}", encoding="utf-8")
+
+
 def write_text(path, benchmarks, twins, races, machine):
     peers = [peer for peer in MARKS if any(race.contender == peer for race in races)]
     kept = ""

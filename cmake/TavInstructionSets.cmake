@@ -6,7 +6,7 @@ function(tav_instruction_sets)
     return()
   endif()
   # Optimised in every build: what is not inlined could be linked into code for other processors.
-  set(avx2 -O2 -mavx2 -mfma)
+  set(avx2 -O3 -mavx2 -mfma)
   # By default g++ prefers vectors of half the width.
   set(avx512 ${avx2} -mavx512f -mavx512dq -mprefer-vector-width=512)
   foreach(source IN LISTS ARGN)

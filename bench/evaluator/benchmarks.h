@@ -130,6 +130,8 @@ struct Compile : Call<World> {
     }
   }
   double result() const { return 0; }
+  double bytes() const requires requires(const World& compiled) { compiled.memory(); }
+  { return this->world.memory(); }
 
  private:
   std::unique_ptr<World> _other;

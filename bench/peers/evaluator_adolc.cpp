@@ -6,6 +6,7 @@
 #include <adolc/param.h>
 
 #include <algorithm>
+#include <filesystem>
 
 #include "bench/evaluator/benchmarks.h"
 #include "bench/evaluator/library.h"
@@ -171,6 +172,8 @@ class AdolcWorld {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // What does not fit into its buffers goes to files where the program runs.
+  std::filesystem::current_path(std::filesystem::temp_directory_path());
   registerBenchmark<AllFive, Evaluator<PowerFlow>, AdolcWorld<PowerFlow>>("powerFlow", {1354});
   registerBenchmark<AllFive, Evaluator<Beam>, AdolcWorld<Beam>>("beam", {5'000});
   registerBenchmark<AllFive, Evaluator<Rosenbrock>, AdolcWorld<Rosenbrock>>("rosenbrock", {10'000});

@@ -137,11 +137,20 @@ void TavEnvI::change(const TavChange& change) {
 }
 
 void TavEnvI::destroy(TavExtractableI* object, TavInt) noexcept {
-  const auto entryOf = [this](const TavExtractableI* o) -> TavExtractableI*& {
-    return _table[static_cast<std::size_t>(o->getId())];
-  };
+  if (entryOf(object) == removedEntry() || !_cloneMaps.empty()) [[unlikely]] {
+    destroyNamed(object);
+  } else {
+    destroyUnnamed(object);
+  }
+}
+
+void TavEnvI::destroyNamed(TavExtractableI* object) noexcept {
   if (entryOf(object) == removedEntry()) forgetMark(object);
   for (TavCloneMap* map : _cloneMaps) map->forget(object);
+  destroyUnnamed(object);
+}
+
+inline void TavEnvI::destroyUnnamed(TavExtractableI* object) noexcept {
   if (_destroying == kMostNested) {
     entryOf(object) = std::exchange(_doomed, object);
     return;
@@ -149,9 +158,12 @@ void TavEnvI::destroy(TavExtractableI* object, TavInt) noexcept {
   entryOf(object) = nullptr;
   ++_destroying;
   delete object;
-  if (_destroying == 1) {
-    while (_doomed) delete std::exchange(_doomed, std::exchange(entryOf(_doomed), nullptr));
-  }
+  if (--_destroying == 0 && _doomed) destroyDoomed();
+}
+
+[[gnu::noinline]] void TavEnvI::destroyDoomed() noexcept {
+  ++_destroying;
+  while (_doomed) delete std::exchange(_doomed, std::exchange(entryOf(_doomed), nullptr));
   --_destroying;
 }
 

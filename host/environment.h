@@ -226,7 +226,16 @@ class TavEnvI {
   }
   /// The object with this identifier, or null for a free identifier or a mark.
   TavExtractableI* objectAt(std::size_t id) const noexcept;
+  TavExtractableI*& entryOf(const TavExtractableI* object) noexcept {
+    return _table[static_cast<std::size_t>(object->getId())];
+  }
   void forgetMark(TavExtractableI* object) noexcept;
+  /// destroy() of an object that is marked as removed or that a clone map may name, and of one that is neither. Apart,
+  /// so that the usual call saves few registers.
+  void destroyNamed(TavExtractableI* object) noexcept;
+  void destroyUnnamed(TavExtractableI* object) noexcept;
+  /// Destroys the objects of the work list.
+  void destroyDoomed() noexcept;
   struct Removal;
   /// removeBatch for [first, end), all of this environment, and [end, last), all of others.
   void removeOwn(TavExtractableI** first, TavExtractableI** end, TavExtractableI** last);

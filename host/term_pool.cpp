@@ -1,13 +1,13 @@
 #include "host/term_pool.h"
 
-void* TavTermPool::carve() {
+TavNumLinExprTermI* TavTermPool::carve(TavNumVarI* var, double coef) {
 #ifdef TAV_PLAIN_ALLOC
   void* cell = _memory->alloc(sizeof(TavNumLinExprTermI));
   ++_plain;
-  return cell;
 #else
-  return _pool.allocateBlock(_memory);
+  void* cell = _pool.allocateBlock(_memory);
 #endif
+  return new (cell) TavNumLinExprTermI{var, nullptr, coef};
 }
 
 void TavTermPool::recycle(TavNumLinExprTermI* first, TavNumLinExprTermI* last) noexcept {

@@ -20,13 +20,10 @@ class TavTermPool {
 
   /// A cell outside any list. Throws std::bad_alloc.
   TavNumLinExprTermI* make(TavNumVarI* var, double coef) {
+    if (!_free) return carve(var, coef);
     void* cell = _free;
-    if (cell) {
-      TavUnpoison(cell, sizeof *_free);
-      _free = _free->next;
-    } else {
-      cell = carve();
-    }
+    TavUnpoison(cell, sizeof *_free);
+    _free = _free->next;
     return new (cell) TavNumLinExprTermI{var, nullptr, coef};
   }
   /// Takes back a chain of cells linked from `first` to `last`, in O(1).
@@ -38,7 +35,8 @@ class TavTermPool {
   TavInt liveCount() const noexcept;
 
  private:
-  void* carve();
+  /// A cell of fresh memory.
+  TavNumLinExprTermI* carve(TavNumVarI* var, double coef);
 
   TavMemory* _memory;
   TavFixedSizeAllocatorI _pool;

@@ -163,8 +163,8 @@ class TavExpr : public TavNumExpr {
 
   /// One term, as the range of terms gives it.
   struct Term {
-    TavNumVar variable;
-    double coef;
+    TavNumVar variable;  ///< Never empty.
+    double coef;         ///< Its coefficient.
   };
   /// The terms as a range, for `for (const auto [variable, coef] : e.terms())`. It holds until the sum changes.
   class Terms;
@@ -240,6 +240,7 @@ class TavExpr : public TavNumExpr {
   Terms terms() const;
 };
 
+/// The terms of a sum as a range: see TavExpr::terms.
 class TavExpr::Terms {
  public:
   /// An iterator of the range, a forward one.

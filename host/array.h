@@ -186,11 +186,10 @@ class TavArray {
   explicit TavArray(TavEnv env, TavInt size = 0);
 
   TavArrayI* getImpl() const noexcept { return _impl; }
-  ///@{
   /// The number of elements. The handle must not be empty.
   TavInt getSize() const noexcept { return _impl->getSize(); }
+  /// The same, as the standard library counts.
   std::size_t size() const noexcept { return static_cast<std::size_t>(getSize()); }
-  ///@}
   TavEnv getEnv() const noexcept { return TavEnv(_impl->getEnv()); }
   /// The element at position i, counted from 0; nothing checks i. A reference holds until the array grows or ends.
   T operator[](TavInt i) const noexcept { return _impl->get<T>(i); }

@@ -83,7 +83,7 @@ struct TavNumArg {
   requires std::is_class_v<N>
   constexpr TavNumArg(const N& number) noexcept : value(static_cast<double>(+number)) {}
   ///@}
-  double value;
+  double value;  ///< The number.
 };
 
 /// A whole number beside an integer expression; floating-point numbers do not convert to it. Unsigned 64-bit numbers
@@ -97,7 +97,7 @@ struct TavIntArg {
   requires std::is_class_v<K>
   constexpr TavIntArg(const K& number) noexcept : value(static_cast<TavInt>(+number)) {}
   ///@}
-  TavInt value;
+  TavInt value;  ///< The number.
 };
 
 /// A floating-point number beside an integer variable, where whole numbers have a function of their own.
@@ -110,7 +110,7 @@ struct TavFloatArg {
   requires std::is_class_v<F>
   constexpr TavFloatArg(const F& number) noexcept : value(static_cast<double>(+number)) {}
   ///@}
-  double value;
+  double value;  ///< The number.
 };
 
 #pragma GCC visibility pop

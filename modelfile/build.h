@@ -20,37 +20,37 @@
 
 /// lower <= expression <= upper. An infinite bound is none.
 struct TavModelRow {
-  TavNumExprArg expression;
-  double lower;
-  double upper;
+  TavNumExprArg expression;  ///< Not empty.
+  double lower;              ///< At most `upper`, or the row cannot be met.
+  double upper;              ///< See `lower`.
   /// Null for no name; whoever fills the row keeps it alive.
   const char* name = nullptr;
 };
 
 /// What is minimised or maximised; an empty expression is 0.
 struct TavModelObjective {
-  TavNumExprArg expression;
-  bool maximise = false;
-  const char* name = nullptr;
+  TavNumExprArg expression;    ///< What is optimised.
+  bool maximise = false;       ///< Otherwise minimised.
+  const char* name = nullptr;  ///< Null for no name; whoever fills the objective keeps it alive.
 };
 
 /// A special ordered set over variables: see TavFileSet.
 struct TavModelSet {
-  std::string name;
-  int type;
-  std::vector<TavNumVar> members;
+  std::string name;                ///< May be empty.
+  int type;                        ///< 1 or 2.
+  std::vector<TavNumVar> members;  ///< In the order of the file.
   /// One a member.
   std::vector<double> weights;
 };
 
 /// A model in memory: handles on objects of one environment, which whoever fills it keeps alive.
 struct TavModelContents {
-  std::string name;
-  std::vector<TavNumVar> variables;
-  std::vector<TavModelRow> rows;
+  std::string name;                  ///< May be empty.
+  std::vector<TavNumVar> variables;  ///< In the order of the columns.
+  std::vector<TavModelRow> rows;     ///< In the order of the file.
   /// The first is the one to solve for; none: find a feasible point.
   std::vector<TavModelObjective> objectives;
-  std::vector<TavModelSet> sets;
+  std::vector<TavModelSet> sets;  ///< In the order of the file.
   /// Start values: empty, or one a variable, NaN where there is none.
   std::vector<double> start;
   /// Indices are positions in `variables`, `rows` and `objectives`.

@@ -22,7 +22,7 @@ struct TavFilePlace {
 class TavFileError : public TavException {
  public:
   /// `file` as the message shows it; `what` says what is wrong and what was expected, control characters in it being
-  /// shown as \xHH.
+  /// shown as hexadecimal escapes.
   TavFileError(const std::string& file, TavFilePlace place, const std::string& what);
 
   const char* getMessage() const noexcept override { return _text->c_str(); }

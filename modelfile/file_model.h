@@ -22,29 +22,29 @@ enum class TavFileKind : std::uint8_t {
 
 /// A variable. Bounds are IEEE infinities where there is none; never NaN, lower never +inf, upper never -inf.
 struct TavFileVariable {
-  double lower = 0.0;
-  double upper = std::numeric_limits<double>::infinity();
-  TavFileKind kind = TavFileKind::Continuous;
+  double lower = 0.0;                                      ///< At most `upper`, or no value is allowed.
+  double upper = std::numeric_limits<double>::infinity();  ///< See `lower`.
+  TavFileKind kind = TavFileKind::Continuous;              ///< What values it takes.
 };
 
 /// The bounds of a row's expression, as those of a variable; both infinite in a free row. lower may exceed upper: then
 /// the row cannot be met.
 struct TavFileRow {
-  double lower = -std::numeric_limits<double>::infinity();
-  double upper = std::numeric_limits<double>::infinity();
+  double lower = -std::numeric_limits<double>::infinity();  ///< Of the expression.
+  double upper = std::numeric_limits<double>::infinity();   ///< Of the expression.
 };
 
 /// A coefficient of a linear sum.
 struct TavFileTerm {
-  std::int32_t variable;
-  double value;
+  std::int32_t variable;  ///< Its index.
+  double value;           ///< The coefficient.
 };
 
 /// value * first * second, without any factor of one half; first <= second. No pair occurs twice in one sum.
 struct TavFileProduct {
-  std::int32_t first;
-  std::int32_t second;
-  double value;
+  std::int32_t first;   ///< Index of a variable.
+  std::int32_t second;  ///< Index of a variable.
+  double value;         ///< The coefficient.
 };
 
 /// Operations of non-linear expressions; the numbers are those of the .nl format, except the leaves.
@@ -125,63 +125,69 @@ enum class TavFileOp : std::uint8_t {
 /// One operation or leaf of an expression in prefix order: an operation stands before its arguments. A reader appends
 /// as it goes, a writer walks forwards, an evaluation walks backwards with a stack: none recurses.
 struct TavFileToken {
-  TavFileOp op;
-  std::int32_t arg = 0;
-  double value = 0.0;
+  TavFileOp op;          ///< What it is.
+  std::int32_t arg = 0;  ///< As TavFileOp says; otherwise 0.
+  double value = 0.0;    ///< Of a Number; otherwise 0.
 };
 
 /// The tokens from begin up to, but not at, end in TavFileModel::tokens; empty means 0.
 struct TavFileExpr {
-  std::size_t begin = 0;
-  std::size_t end = 0;
-  bool empty() const noexcept { return begin == end; }
+  std::size_t begin = 0;                                ///< The first token.
+  std::size_t end = 0;                                  ///< Behind the last token.
+  bool empty() const noexcept { return begin == end; }  ///< Whether there is no token.
 };
 
 /// An objective: constant + linear + products + expr.
 struct TavFileObjective {
-  std::string name;
-  bool maximise = false;
-  double constant = 0.0;
+  std::string name;       ///< May be empty.
+  bool maximise = false;  ///< Otherwise minimised.
+  double constant = 0.0;  ///< Finite.
   /// No variable occurs twice.
   std::vector<TavFileTerm> linear;
-  std::vector<TavFileProduct> products;
-  TavFileExpr expr;
+  std::vector<TavFileProduct> products;  ///< No pair occurs twice.
+  TavFileExpr expr;                      ///< The general part.
 };
 
 /// A part of a row beside its linear one: products, an expression, or both.
 struct TavFileRowPart {
-  std::int32_t row;
-  std::vector<TavFileProduct> products;
-  TavFileExpr expr;
+  std::int32_t row;                      ///< Index of the row.
+  std::vector<TavFileProduct> products;  ///< No pair occurs twice.
+  TavFileExpr expr;                      ///< The general part.
 };
 
 /// The row holds only where the variable, which is binary, has the value.
 struct TavFileIndicator {
-  std::int32_t row;
-  std::int32_t variable;
-  bool value;
+  std::int32_t row;       ///< Index of the row.
+  std::int32_t variable;  ///< Index of the variable.
+  bool value;             ///< Where the row holds.
 };
 
 /// At most `type` members, 1 or 2, are not zero; two must be neighbours in the order of the weights.
 struct TavFileSet {
-  std::string name;
-  std::uint8_t type;
+  std::string name;   ///< May be empty.
+  std::uint8_t type;  ///< 1 or 2.
   /// `value` is the weight; in the order of the file.
   std::vector<TavFileTerm> members;
 };
 
 /// A sum that expressions share: linear + expr.
 struct TavFileCommon {
-  std::string name;
-  std::vector<TavFileTerm> linear;
-  TavFileExpr expr;
+  std::string name;                 ///< May be empty.
+  std::vector<TavFileTerm> linear;  ///< No variable occurs twice.
+  TavFileExpr expr;                 ///< The general part.
 };
 
 /// Named values attached to variables, rows, objectives or the problem.
 struct TavFileSuffix {
-  enum class Of : std::uint8_t { Variables, Rows, Objectives, Problem };
-  std::string name;
-  Of of = Of::Variables;
+  /// What values can be attached to.
+  enum class Of : std::uint8_t {
+    Variables,   ///< variables
+    Rows,        ///< rows
+    Objectives,  ///< objectives
+    Problem      ///< the model itself
+  };
+  std::string name;       ///< Not empty.
+  Of of = Of::Variables;  ///< What `values` counts.
   /// Otherwise whole numbers.
   bool real = false;
   /// Index and value; items that are left out have 0.
@@ -190,22 +196,22 @@ struct TavFileSuffix {
 
 /// A model. Its parts refer to each other by index, counted from 0; readers have checked every index.
 struct TavFileModel {
-  std::string name;
+  std::string name;  ///< May be empty.
 
-  std::vector<TavFileVariable> variables;
+  std::vector<TavFileVariable> variables;  ///< In the order of the file.
   /// Names of the variables; all differ. Shorter than `variables` where the last have none.
   TavNameTable variableNames;
   /// Start values: empty, or one a variable, NaN where there is none.
   std::vector<double> start;
 
-  std::vector<TavFileRow> rows;
+  std::vector<TavFileRow> rows;  ///< In the order of the file.
   /// Names of the rows; all differ.
   TavNameTable rowNames;
   /// The linear parts row by row: those of row i stand at linearBegin[i] up to, but not at, linearBegin[i + 1]. One
   /// entry more than rows. No variable occurs twice in a row; zeros are kept.
   std::vector<std::size_t> linearBegin{0};
-  std::vector<std::int32_t> linearVariable;
-  std::vector<double> linearValue;
+  std::vector<std::int32_t> linearVariable;  ///< Indices of variables.
+  std::vector<double> linearValue;           ///< Their coefficients.
   /// What rows have beside their linear part, by ascending row; at most one each.
   std::vector<TavFileRowPart> rowParts;
   /// Start values of the rows' multipliers: empty, or one a row, NaN where there is none.
@@ -216,8 +222,8 @@ struct TavFileModel {
 
   /// By ascending row; at most one each.
   std::vector<TavFileIndicator> indicators;
-  std::vector<TavFileSet> sets;
-  std::vector<TavFileSuffix> suffixes;
+  std::vector<TavFileSet> sets;         ///< In the order of the file.
+  std::vector<TavFileSuffix> suffixes;  ///< In the order of the file.
 
   /// The tokens of all expressions.
   std::vector<TavFileToken> tokens;

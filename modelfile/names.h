@@ -19,8 +19,8 @@ class TavNameTable {
 
   /// What the table compares first: names of up to eight bytes whole, longer ones hashed.
   struct Key {
-    std::uint64_t word;
-    std::uint32_t size;
+    std::uint64_t word;  ///< The bytes or their hash.
+    std::uint32_t size;  ///< Bytes of the name.
   };
 
   /// Number of items that have been given a name, the empty ones included.

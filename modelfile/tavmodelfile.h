@@ -30,7 +30,7 @@ TavFileFormat TavFormatOfName(std::string_view name);
 
 /// How to read.
 struct TavReadOptions {
-  TavFileFormat format = TavFileFormat::Auto;
+  TavFileFormat format = TavFileFormat::Auto;  ///< Auto recognises it.
   /// Bounds of this size and beyond are no bounds.
   double infinity = 1e20;
   /// A compressed file that holds more bytes than this is refused.

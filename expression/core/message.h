@@ -5,7 +5,7 @@
 
 /// The text of a message, null-terminated. Held in a constant, it lives as long as the exceptions that point to it.
 struct TavMessage {
-  char text[112] = {};
+  char text[112] = {};  ///< The characters, and a zero behind them.
 };
 
 /// The parts, one behind the other. Text that does not fit does not compile.

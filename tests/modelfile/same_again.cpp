@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "model_text.h"
+#include "nl_text.h"
 
 namespace {
 
@@ -27,6 +28,7 @@ std::string wrongWith(std::string_view bytes, TavFileFormat format) {
   std::string text;
   try {
     model = TavReadModelText(bytes, "fuzz", options);
+    if (format == TavFileFormat::Nl) markItems(model);
     text = TavWriteModelText(model, format);
   } catch (const TavFileError&) {
     return {};  // refused, or a name that the writer's form of the format has not
@@ -34,7 +36,8 @@ std::string wrongWith(std::string_view bytes, TavFileFormat format) {
   try {
     TavFileModel back = TavReadModelText(text, "written", options);
     if (format == TavFileFormat::Mps) alignRanges(back, model);
-    const std::string before = textOf(model), after = textOf(back);
+    const auto textIn = format == TavFileFormat::Nl ? nlTextOf : textOf;
+    const std::string before = textIn(model), after = textIn(back);
     return before == after ? "" : "read:    " + before + "\nwritten: " + after + "\n" + text;
   } catch (const TavFileError& error) {
     return std::string(error.what()) + "\n" + text;

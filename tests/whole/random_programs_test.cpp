@@ -36,7 +36,7 @@ TEST(RandomPrograms, OfDifferentEnvironmentsNeverMeetOnDifferentThreads) {
 // What fuzzing has found worth keeping; scripts/fuzz looks for more.
 TEST(RandomPrograms, OfTheCorpusAgreeWithTheModel) {
   std::size_t programs = 0;
-  for (const auto& file : std::filesystem::directory_iterator(TAV_SOURCE_DIR "/tests/fuzz/corpus")) {
+  for (const auto& file : std::filesystem::directory_iterator(TAV_SOURCE_DIR "/tests/fuzz/corpus/programs")) {
     std::ifstream in(file.path(), std::ios::binary);
     const std::vector<std::uint8_t> bytes{std::istreambuf_iterator<char>(in), {}};
     ASSERT_EQ(runRandomProgram(Choices(bytes)), "") << file.path();

@@ -1,6 +1,7 @@
 #include "modelfile/nl_header.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 namespace {
@@ -42,7 +43,10 @@ void readOptions(TavNlText& text, TavNlHeader& header) {
   const std::int64_t count = text.integerOr(0);
   if (count < 0 || count > 9) text.fail("expected 0 to 9 options");
   for (std::int64_t i = 0; i < count; ++i) header.options.push_back(static_cast<double>(text.integer()));
-  if (count >= 2 && header.options[1] == 3.0) header.options.push_back(text.number());
+  if (count >= 2 && header.options[1] == 3.0) {
+    header.options.push_back(text.number());
+    if (std::isinf(header.options.back())) text.fail("expected a finite number");
+  }
   text.endLine();
 }
 

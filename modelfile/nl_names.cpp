@@ -95,14 +95,16 @@ void TavNlTakeSets(TavFileModel& model) {
   if (numbers == model.suffixes.end() || weights == model.suffixes.end()) return;
   std::map<std::int32_t, double> weightOf;
   for (const TavFileTerm& weight : weights->values) weightOf[weight.variable] = weight.value;
-  std::map<double, TavFileSet> sets;
+  const auto byNumber = [](double a, double b) {  // the order of the sets
+    return std::pair(std::fabs(a), a) < std::pair(std::fabs(b), b);
+  };
+  std::map<double, TavFileSet, decltype(byNumber)> sets(byNumber);
   for (const TavFileTerm& number : numbers->values) {
     if (number.value == 0.0) continue;
     TavFileSet& set = sets[number.value];
     set.type = number.value > 0.0 ? 1 : 2;
     set.members.push_back({number.variable, weightOf[number.variable]});
   }
-  // By absolute number, which is the order of the sets.
   for (auto& [number, set] : sets) {
     set.name = "set" + std::to_string(static_cast<std::int64_t>(std::fabs(number)));
     model.sets.push_back(std::move(set));

@@ -320,6 +320,9 @@ class NlReader : private TavNlExpressions<Tokens> {
       if (objective.expr.end - objective.expr.begin == 1 && objective.constant != 0.0) objective.expr = {};
       _model.objectives.push_back(std::move(objective));
     }
+    if (std::ssize(_model.objectives) != _header.objectives) {
+      _tokens.fail("the file ends here, expected objective " + text(std::ssize(_model.objectives)));
+    }
     TavNlTakeSets(_model);
     spread(_start, _header.variables, _model.start);
     spread(_dualStart, _header.rows, _model.dualStart);

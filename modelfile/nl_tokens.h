@@ -51,11 +51,11 @@ class TavNlText final : public TavNlTokens {
     const bool negative = *at == '-';
     at += negative || *at == '+';
     const char* first = at;
-    std::int64_t value = 0;
-    for (; static_cast<unsigned char>(*at - '0') < 10; ++at) value = value * 10 + (*at - '0');
+    std::uint64_t value = 0;  // wraps where there are too many digits
+    for (; static_cast<unsigned char>(*at - '0') < 10; ++at) value = value * 10 + static_cast<unsigned char>(*at - '0');
     if (at == first || at - first > kMostDigits || isWordByte(*at)) refuseInteger(first, at);
     _at = at;
-    return negative ? -value : value;
+    return negative ? -static_cast<std::int64_t>(value) : static_cast<std::int64_t>(value);
   }
   std::int64_t shortInteger() { return integer(); }
   /// An integer, or `missing` where the line ends.

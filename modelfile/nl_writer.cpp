@@ -53,6 +53,12 @@ class NlWriter {
         fail(variableLabel(j) + " is semi-continuous, which .nl files cannot say");
       }
     }
+    for (const TavFileSuffix& suffix : _model.suffixes) {
+      const auto ends = [](unsigned char c) { return c <= ' ' || c == '#'; };
+      if (suffix.name.empty() || std::any_of(suffix.name.begin(), suffix.name.end(), ends)) {
+        fail("the suffix \"" + suffix.name + "\" has a name that text .nl files cannot say");
+      }
+    }
     std::vector<bool> inSet(_model.variables.size());
     for (const TavFileSet& set : _model.sets) {
       for (const TavFileTerm& member : set.members) {
@@ -164,7 +170,14 @@ class NlWriter {
     if (options.empty()) options = {1.0, 1.0, 0.0};
     const std::size_t extra = options.size() > 2 && options[1] == 3.0 ? 1 : 0;
     _out << 'g' << number(options.size() - extra);
-    for (const double option : options) _out << ' ' << option;
+    for (std::size_t i = 0; i < options.size(); ++i) {
+      _out << ' ';
+      if (i < options.size() - extra) {
+        _out << std::to_string(static_cast<std::int64_t>(options[i]));
+      } else {
+        _out << options[i];
+      }
+    }
     _out << "\t# " << (_model.name.empty() ? "model" : oneWord(_model.name)) << '\n';
     int ranges = 0, equations = 0;
     for (const TavFileRow& row : _model.rows) {

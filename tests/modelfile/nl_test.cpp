@@ -181,6 +181,8 @@ TEST(Nl, WhatIsWrongOrCannotBeSaidIsRefusedWithItsPlace) {
       {nlText(tail + "J0 2\n0 1\n0 2\n"), "variable 0 occurs twice"},
       {nlText(tail + "J0 2\n0 inf\n1 2\n"), "17:3: expected a finite number"},
       {nlText("b\n3\n3\n"), "14:1: the file ends here, expected the constraints' bounds"},
+      {nlText(tail), "the file ends here, expected objective 0"},
+      {"g2 0 3 inf\n", "1:8: expected a finite number"},
       {nlText("q\n"), "11:1: expected a segment"},
       {nlText(tail, "99999999999 1 1"), "2:2: more than 2^31 - 1 items"},
       {nlText(tail, "1 1 1"), "the numbers of variables of each kind do not fit together"},
@@ -248,7 +250,7 @@ TEST(Nl, AMillionNestedOperationsAreRead) {
   for (const auto& [op, depth] : kNests) {
     std::string lines = "C0\n";
     for (int i = 0; i < depth; ++i) lines += op;
-    lines += "v1\nr\n1 1\nb\n3\n3\n";
+    lines += "v1\nO0 0\nn0\nr\n1 1\nb\n3\n3\n";
     const TavFileModel model = readText(nlText(lines));
     const Built built(model);
     const std::vector<double> x{0.25, 0.75};

@@ -56,7 +56,9 @@ class NlText {
       addExpression(common.expr);
     }
     addSuffixesAndSets();
-    for (const double option : _model.answerOptions) _text << ' ' << option;
+    for (const double option : _model.answerOptions.empty() ? std::vector{1.0, 1.0, 0.0} : _model.answerOptions) {
+      _text << ' ' << option;
+    }
     return _text.str();
   }
 

@@ -9,6 +9,9 @@
 
 #include "modelfile/tavmodelfile.h"
 
+// Exported for the tests and benchmarks of shared builds.
+#pragma GCC visibility push(default)
+
 /// Where bytes come from.
 class TavByteSource {
  public:
@@ -79,3 +82,5 @@ class TavFileInput {
   /// Bytes of the first dropped line that is not complete: those before the buffer on the line of its first byte.
   std::uint64_t _columnsBefore = 0;
 };
+
+#pragma GCC visibility pop

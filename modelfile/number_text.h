@@ -5,6 +5,9 @@
 #include <cstddef>
 #include <cstdint>
 
+// Exported for the tests and benchmarks of shared builds.
+#pragma GCC visibility push(default)
+
 /// What scanning a number found.
 enum class TavNumberFault : std::uint8_t {
   None,
@@ -81,3 +84,5 @@ constexpr std::size_t kTavLongestNumber = 32;
 inline char* TavWriteNumber(char* to, double number) noexcept {
   return std::to_chars(to, to + kTavLongestNumber, number).ptr;
 }
+
+#pragma GCC visibility pop

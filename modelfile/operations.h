@@ -3,6 +3,9 @@
 
 #include "modelfile/file_model.h"
 
+// Exported for the tests and benchmarks of shared builds.
+#pragma GCC visibility push(default)
+
 /// How the arguments of an operation are counted.
 enum class TavFileShape : std::uint8_t {
   Fixed,      ///< as many as the row of the table says
@@ -33,3 +36,5 @@ std::int64_t TavArgumentsOf(const TavFileToken& token) noexcept;
 
 /// A number within the bounds of a row, for the case in which the row does not count.
 double TavWithin(const TavFileRow& row) noexcept;
+
+#pragma GCC visibility pop

@@ -45,7 +45,7 @@ class Page : public TavTest {
   template <class Use>
   void stops(const char* use, const char* sentence, Use run) {
 #ifdef NDEBUG
-    static_cast<void>(sentence), static_cast<void>(run);
+    static_cast<void>(use), static_cast<void>(sentence), static_cast<void>(run);
 #else
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH(run(), std::string(sentence) + "|AddressSanitizer")

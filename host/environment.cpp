@@ -150,7 +150,7 @@ void TavEnvI::destroyNamed(TavExtractableI* object) noexcept {
   destroyUnnamed(object);
 }
 
-inline void TavEnvI::destroyUnnamed(TavExtractableI* object) noexcept {
+void TavEnvI::destroyUnnamed(TavExtractableI* object) noexcept {
   if (_destroying == kMostNested) {
     entryOf(object) = std::exchange(_doomed, object);
     return;

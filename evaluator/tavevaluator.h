@@ -87,26 +87,26 @@ class TavEvaluator {
   };
   /// The place of a value in a Jacobian or Hessian, counted from 0.
   struct Position {
-    std::int32_t row;  ///< Of the matrix.
-    std::int32_t column;  ///< Of the matrix.
+    std::int32_t row;                                                             ///< Of the matrix.
+    std::int32_t column;                                                          ///< Of the matrix.
     friend bool operator==(const Position&, const Position&) noexcept = default;  ///< The same place.
   };
   /// A sparse matrix compressed by rows: the entries of row r stand at starts[r] .. starts[r + 1] - 1, their columns
   /// ascending. Entry k is value order[k] of the evaluator's own order.
   struct CompressedRows {
-    std::vector<std::size_t> starts;  ///< One entry more than rows.
+    std::vector<std::size_t> starts;    ///< One entry more than rows.
     std::vector<std::int32_t> columns;  ///< One an entry.
-    std::vector<std::size_t> order;  ///< One an entry.
+    std::vector<std::size_t> order;     ///< One an entry.
   };
   /// A term of a row's linear part.
   struct LinearTerm {
     std::int32_t column;  ///< Position of the variable.
-    double coefficient;  ///< Its factor.
+    double coefficient;   ///< Its factor.
   };
   /// An entry of a constant Hessian, of its lower triangle.
   struct HessianEntry {
     Position position;  ///< Its place.
-    double value;  ///< The second derivative.
+    double value;       ///< The second derivative.
   };
   /// Number of the objective wherever a row is asked for.
   static constexpr std::size_t kObjective = static_cast<std::size_t>(-1);

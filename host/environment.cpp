@@ -136,7 +136,8 @@ void TavEnvI::change(const TavChange& change) {
   failure.rethrow();
 }
 
-void TavEnvI::destroy(TavExtractableI* object, TavInt) noexcept {
+// Flattened: the usual call is one frame.
+[[gnu::flatten]] void TavEnvI::destroy(TavExtractableI* object, TavInt) noexcept {
   if (entryOf(object) == removedEntry() || !_cloneMaps.empty()) [[unlikely]] {
     destroyNamed(object);
   } else {
@@ -144,7 +145,7 @@ void TavEnvI::destroy(TavExtractableI* object, TavInt) noexcept {
   }
 }
 
-void TavEnvI::destroyNamed(TavExtractableI* object) noexcept {
+[[gnu::noinline]] void TavEnvI::destroyNamed(TavExtractableI* object) noexcept {
   if (entryOf(object) == removedEntry()) forgetMark(object);
   for (TavCloneMap* map : _cloneMaps) map->forget(object);
   destroyUnnamed(object);

@@ -54,13 +54,13 @@ TavFileModel sparseModel(std::size_t nonZeros) {
   model.objectives.emplace_back().name = "cost";
   for (std::int32_t i = 0; i < columns; ++i) {
     model.variables.emplace_back().upper = 1 + draw(100);
-    model.variableNames.append("x" + std::to_string(i));
+    model.variableNames.append(std::string("x").append(std::to_string(i)));
     model.objectives[0].linear.push_back({i, 1.0 + draw(1000)});
   }
   std::vector<std::int32_t> entries(kEntries);
   for (std::int32_t i = 0; i < columns; ++i) {
     model.rows.push_back({1.0 + draw(50), std::numeric_limits<double>::infinity()});
-    model.rowNames.append("c" + std::to_string(i));
+    model.rowNames.append(std::string("c").append(std::to_string(i)));
     for (std::int32_t& entry : entries) entry = draw(columns);
     std::sort(entries.begin(), entries.end());
     entries.erase(std::unique(entries.begin(), entries.end()), entries.end());

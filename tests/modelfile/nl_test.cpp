@@ -7,7 +7,9 @@
 #include <filesystem>
 
 #include "modelfile/formats.h"
-#include "nl_support.h"
+#include "nl_binary.h"
+#include "nl_models.h"
+#include "nl_values.h"
 #include "tests/support/samples.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include <sstream>
 #include <thread>
 
-#include "tests/support/jets.h"
+#include "tests/evaluator/jets.h"
 #include "tests/support/protocol.h"
 #include "tests/support/random_programs.h"
 

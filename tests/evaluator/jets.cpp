@@ -1,4 +1,4 @@
-#include "tests/support/jets.h"
+#include "tests/evaluator/jets.h"
 
 #include <algorithm>
 

@@ -4,7 +4,7 @@
 #include <OsiClpSolverInterface.hpp>
 
 #include "bench/benchmarks.h"
-#include "solver.h"
+#include "solve/engines/cbc.h"
 
 namespace {
 
@@ -29,13 +29,13 @@ TavFileModel someModel(std::size_t nonZeros) {
 class Tavsolve {
  public:
   explicit Tavsolve(const TavFileModel& file) : _model(file) {}
-  void prepare() { _algorithm.emplace(_model.getEnv().getImpl()); }
-  void load() { _algorithm->extract(_model); }
-  void finish() { _algorithm.reset(); }
+  void prepare() { _engine.emplace(_model); }
+  void load() { _engine->extract(); }
+  void finish() { _engine.reset(); }
 
  private:
   tavsolve::Model _model;
-  std::optional<tavsolve::SolverAlgorithmI> _algorithm;
+  std::optional<tavsolve::CbcEngineI> _engine;
 };
 
 class Arrays {

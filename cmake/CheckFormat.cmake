@@ -1,7 +1,7 @@
 # Fails, with their names, when C++ files of the tree are not as clang-format writes them. Needs CLANG_FORMAT.
 get_filename_component(root ${CMAKE_CURRENT_LIST_DIR} DIRECTORY)
 set(files)
-foreach(room host expression evaluator modelfile tests bench examples)
+foreach(room host expression evaluator modelfile solve tests bench examples)
   file(GLOB_RECURSE found RELATIVE ${root} ${root}/${room}/*.h ${root}/${room}/*.cpp ${root}/${room}/*.inc)
   list(APPEND files ${found})
 endforeach()

@@ -1,5 +1,5 @@
 #pragma once
-/// A row: lb <= linear sum <= ub. The library knows constraints in general; this is a concrete kind of our own.
+/// A row: lb <= sum <= ub. The library knows constraints in general; this is a concrete kind of our own.
 
 #include "expression/nodes.h"
 #include "expression/tavexpression.h"
@@ -18,8 +18,11 @@ class RangeConstraintI final : public TavNode<RangeConstraintI, TavConstraintI> 
   double getLB() const { return _lb; }
   double getUB() const { return _ub; }
   TavExpr getSum() const { return _sum; }
-  /// Nobody else holds the sum, so it is edited in place and the algorithms that have extracted it are told.
-  void setCoef(TavNumVar variable, double coef) { _sum.setLinearCoef(variable, coef); }
+  /// Gives the row new bounds; algorithms are notified by a SetRowBounds.
+  void setBounds(double lb, double ub);
+  /// The sum is edited in place, also where an evaluator holds it, and the algorithms that have extracted it are
+  /// notified.
+  void setCoef(TavNumVar variable, double coef) { _sum.getImpl()->setCoef(variable, coef); }
 
   void visitSubExtractables(TavExtractableVisitor* visitor) override;
   /// "TavRange(lb, sum, ub) " or the inequality itself.
@@ -28,6 +31,19 @@ class RangeConstraintI final : public TavNode<RangeConstraintI, TavConstraintI> 
  private:
   double _lb, _ub;
   TavExpr _sum;
+};
+
+/// New bounds of a row, which it has already.
+class SetRowBounds final : public TavChangeRecord<SetRowBounds> {
+ public:
+  static constexpr const char* kTypeName = "SetRowBounds";
+
+  explicit SetRowBounds(RangeConstraintI* row) : TavChangeRecord(row), _row(row) {}
+
+  RangeConstraintI* getRow() const { return _row; }
+
+ private:
+  RangeConstraintI* _row;
 };
 
 }  // namespace tavsolve

@@ -1,48 +1,47 @@
-#include "solver.h"
+#include "solve/engines/engine.h"
 
-/// The class hooks: how each kind of model object and of change record reaches the solver. A slot belongs to one class,
-/// and every object answers `extractToCP` through its own class's slot.
+/// The class hooks: how each kind of model object and of change record reaches an engine. A slot belongs to one class,
+/// and every object answers `extractToCP` through its own class's slot. All engines share these functions: what differs
+/// between them is behind EngineI.
 
 namespace tavsolve {
 
 namespace {
 
-SolverAlgorithmI& solver(TavAlgorithm algorithm) { return static_cast<SolverAlgorithmI&>(*algorithm.getImpl()); }
+EngineI& engine(TavAlgorithm algorithm) { return static_cast<EngineI&>(*algorithm.getImpl()); }
 
 void* extractVariable(TavAlgorithm algorithm, const TavExtractableI* object) {
-  return solver(algorithm).addColumn(static_cast<const TavNumVarI*>(object), 0.0);
+  return engine(algorithm).addColumn(static_cast<const TavNumVarI*>(object), 0.0);
 }
 
 void* extractSemiContinuous(TavAlgorithm algorithm, const TavExtractableI* object) {
   const auto* variable = static_cast<const TavSemiContVarI*>(object);
-  return solver(algorithm).addColumn(variable, variable->getThreshold());
+  return engine(algorithm).addColumn(variable, variable->getThreshold());
 }
 
 void unextractVariable(TavAlgorithm algorithm, const TavExtractableI* object, void*) {
-  solver(algorithm).dropColumn(static_cast<const TavNumVarI*>(object));
+  engine(algorithm).dropColumn(static_cast<const TavNumVarI*>(object));
 }
 
 void modifyVariable(TavAlgorithm algorithm, const TavExtractableI* object, void*) {
-  solver(algorithm).updateColumn(static_cast<const TavNumVarI*>(object));
+  engine(algorithm).updateColumn(static_cast<const TavNumVarI*>(object));
 }
 
 void* extractSum(TavAlgorithm algorithm, const TavExtractableI* object) {
-  return solver(algorithm).addRow(static_cast<const TavNumLinTermI*>(object));
+  return engine(algorithm).addSum(static_cast<const TavNumLinTermI*>(object));
 }
 
 void* extractRange(TavAlgorithm algorithm, const TavExtractableI* object) {
-  return solver(algorithm).boundRow(static_cast<const RangeConstraintI*>(object));
+  return engine(algorithm).addRow(static_cast<const RangeConstraintI*>(object));
 }
 
 void* extractObjective(TavAlgorithm algorithm, const TavExtractableI* object) {
-  return solver(algorithm).takeObjective(static_cast<const ObjectiveI*>(object));
+  return engine(algorithm).takeObjective(static_cast<const ObjectiveI*>(object));
 }
 
 void* extractConversion(TavAlgorithm algorithm, const TavExtractableI* object) {
-  return solver(algorithm).relaxColumns(static_cast<const TavConversionI*>(object));
+  return engine(algorithm).relaxColumns(static_cast<const TavConversionI*>(object));
 }
-
-// ---- change records
 
 void applyBounds(TavAlgorithm algorithm, const TavChange* change, void* data) {
   static_cast<const TavSetNumVarBounds*>(change)->getVar()->modifyCP(algorithm, data);
@@ -50,7 +49,7 @@ void applyBounds(TavAlgorithm algorithm, const TavChange* change, void* data) {
 
 void applyThreshold(TavAlgorithm algorithm, const TavChange* change, void*) {
   const auto* record = static_cast<const TavSetSemiContBound*>(change);
-  solver(algorithm).updateThreshold(record->getVar(), record->getNewThreshold());
+  engine(algorithm).updateThreshold(record->getVar(), record->getNewThreshold());
 }
 
 /// Both records of a linear sum say that a coefficient is new, not what it is: a change from one non-zero value to
@@ -58,16 +57,22 @@ void applyThreshold(TavAlgorithm algorithm, const TavChange* change, void*) {
 template <class Record>
 void applyCoefficient(TavAlgorithm algorithm, const TavChange* change, void*) {
   const auto* record = static_cast<const Record*>(change);
-  solver(algorithm).updateCoefficient(record->getLinear(), record->getVar());
+  engine(algorithm).updateCoefficient(record->getLinear(), record->getVar());
 }
 
 void applyConversionLoss(TavAlgorithm algorithm, const TavChange* change, void*) {
-  solver(algorithm).restoreKind(static_cast<const TavConversionRemoveVar*>(change)->getVar());
+  engine(algorithm).restoreKind(static_cast<const TavConversionRemoveVar*>(change)->getVar());
 }
+
+void applyRowBounds(TavAlgorithm algorithm, const TavChange* change, void*) {
+  engine(algorithm).updateRow(static_cast<const SetRowBounds*>(change)->getRow());
+}
+
+void applySense(TavAlgorithm algorithm, const TavChange*, void*) { engine(algorithm).updateSense(); }
 
 }  // namespace
 
-void installSolverHooks() {
+void installHooks() {
   TavNumVarI::_extractCP = extractVariable;
   TavNumVarI::_unextractCP = unextractVariable;
   TavNumVarI::_modifyCP = modifyVariable;
@@ -84,6 +89,8 @@ void installSolverHooks() {
   TavNumLinTermAddVar::_applyCP = applyCoefficient<TavNumLinTermAddVar>;
   TavNumLinTermRemoveVar::_applyCP = applyCoefficient<TavNumLinTermRemoveVar>;
   TavConversionRemoveVar::_applyCP = applyConversionLoss;
+  SetRowBounds::_applyCP = applyRowBounds;
+  SetSense::_applyCP = applySense;
 }
 
 }  // namespace tavsolve

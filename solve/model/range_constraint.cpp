@@ -1,9 +1,15 @@
-#include "range_constraint.h"
+#include "solve/model/range_constraint.h"
 
 #include <cmath>
 #include <ostream>
 
 namespace tavsolve {
+
+void RangeConstraintI::setBounds(double lb, double ub) {
+  _lb = lb;
+  _ub = ub;
+  notify(SetRowBounds(this));
+}
 
 void RangeConstraintI::visitSubExtractables(TavExtractableVisitor* visitor) {
   visitor->beginVisit(this);

@@ -17,8 +17,11 @@ class ObjectiveI final : public TavNode<ObjectiveI, TavExtractableI> {
 
   TavExpr getSum() const { return _sum; }
   bool isMaximised() const { return _maximise; }
-  /// Nobody else holds the sum, so it is edited in place and the algorithms that have extracted it are told.
-  void setCoef(TavNumVar variable, double coef) { _sum.setLinearCoef(variable, coef); }
+  /// Turns the sense; algorithms are notified by a SetSense.
+  void setMaximised(bool maximise);
+  /// The sum is edited in place, also where an evaluator holds it, and the algorithms that have extracted it are
+  /// notified.
+  void setCoef(TavNumVar variable, double coef) { _sum.getImpl()->setCoef(variable, coef); }
 
   void visitSubExtractables(TavExtractableVisitor* visitor) override;
   /// "TavMinimize(sum) " or "minimize sum"; "Maximize" alike.
@@ -27,6 +30,14 @@ class ObjectiveI final : public TavNode<ObjectiveI, TavExtractableI> {
  private:
   TavExpr _sum;
   bool _maximise;
+};
+
+/// A new sense of the objective, which it has already.
+class SetSense final : public TavChangeRecord<SetSense> {
+ public:
+  static constexpr const char* kTypeName = "SetSense";
+
+  explicit SetSense(ObjectiveI* objective) : TavChangeRecord(objective) {}
 };
 
 }  // namespace tavsolve

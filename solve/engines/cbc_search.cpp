@@ -14,9 +14,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "input_error.h"
-#include "report.h"
-#include "solver.h"
+#include "solve/engines/cbc.h"
+#include "solve/model/errors.h"
 
 /// How the loaded solver is run: as its stand-alone program runs it, with the same cuts, heuristics and tolerances.
 
@@ -69,33 +68,37 @@ class Silence {
 /// Shows the tree search on the terminal. The solver works on clones of the handler it is given.
 class SearchProgress final : public CbcEventHandler {
  public:
-  explicit SearchProgress(Progress& progress) : _progress(&progress) {}
+  explicit SearchProgress(const Controls& controls) : _controls(&controls) {}
   CbcEventHandler* clone() const override { return new SearchProgress(*this); }
 
   CbcAction event(CbcEvent what) override {
+    if (_controls->interrupt && *_controls->interrupt) return stop;
     const CbcModel* search = getModel();
-    if (what == node && !search->parentModel()) {
-      std::string line =
-          std::to_string(search->getNodeCount()) + " nodes, bound " + text(search->getBestPossibleObjValue());
-      if (search->getSolutionCount() > 0) line += ", best " + text(search->getObjValue());
-      _progress->update(line);
+    if (what == node && !search->parentModel() && _controls->progress) {
+      SolverProgress progress;
+      progress.phase = SolverProgress::Phase::Search;
+      progress.nodes = search->getNodeCount();
+      progress.iterations = search->getIterationCount();
+      progress.bound = search->getBestPossibleObjValue();
+      if (search->getSolutionCount() > 0) progress.objective = search->getObjValue();
+      _controls->progress(progress);
     }
     return noAction;
   }
 
  private:
-  Progress* _progress;
+  const Controls* _controls;
 };
 
 int goOn(CbcModel*, int) { return 0; }
 
-void run(CbcModel& search, double seconds) {
+void runSearch(CbcModel& search, double seconds) {
   CbcSolverUsefulData settings;
   CbcMain0(search, settings);
   settings.noPrinting_ = true;
   settings.useSignalHandler_ = false;
   search.setLogLevel(0);
-  const std::string limit = text(seconds);
+  const std::string limit = std::to_string(seconds);
   std::vector<const char*> words{"tavsolve", "-log", "0"};
   if (std::isfinite(seconds)) words.insert(words.end(), {"-timeMode", "elapsed", "-seconds", limit.c_str()});
   words.insert(words.end(), {"-solve", "-quit"});
@@ -112,37 +115,34 @@ Status statusOf(const CbcModel& search) {
 
 }  // namespace
 
-Outcome SolverAlgorithmI::solve(double seconds, Progress& progress) {
-  const auto start = std::chrono::steady_clock::now();
+void CbcEngineI::run(const Controls& controls, Answer& answer) {
   _values.clear();
   _activities.clear();
-  Outcome outcome;
-  if (_columns.empty()) {
-    outcome = solveWithoutColumns();
-  } else {
-    SearchProgress handler(progress);
-    const Silence silence;
-    try {
-      CbcModel search(*_solver);  // a copy: the search tightens and fixes what it works on
-      search.passInEventHandler(&handler);
-      runSearch(search, seconds, outcome);
-    } catch (const CoinError& error) {
-      throw SolverError("the solver failed: " + error.message() + " (" + error.className() + "::" + error.methodName() +
-                        ")");
+  if (columns().empty()) return answerWithoutColumns(answer);
+  SearchProgress handler(controls);
+  const Silence silence;
+  try {
+    CbcModel search(*_solver);  // a copy: the search tightens and fixes what it works on
+    search.passInEventHandler(&handler);
+    addSemiContinuous(search);
+    addSets(search);
+    runSearch(search, controls.seconds);
+    readBack(search, answer);
+    if (controls.interrupt && *controls.interrupt && answer.status == Status::Stopped) {
+      answer.status = Status::Interrupted;
     }
+  } catch (const CoinError& error) {
+    throw SolverError("the solver failed: " + error.message() + " (" + error.className() + "::" + error.methodName() +
+                      ")");
   }
-  outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  return outcome;
 }
 
-void SolverAlgorithmI::runSearch(CbcModel& search, double seconds, Outcome& outcome) {
-  addSemiContinuous(search);
-  addSets(search);
-  run(search, seconds);
-  readBack(search, outcome);
+std::string CbcEngineI::labelOf(int column) const {
+  const char* name = columns()[static_cast<std::size_t>(column)].variable->getName();
+  return name ? name : std::to_string(column + 1);
 }
 
-double SolverAlgorithmI::impliedUpper(int column) const {
+double CbcEngineI::impliedUpper(int column) const {
   const CoinPackedMatrix& byColumn = *_solver->getMatrixByCol();
   const CoinPackedMatrix& byRow = *_solver->getMatrixByRow();
   double upper = COIN_DBL_MAX;
@@ -164,91 +164,68 @@ double SolverAlgorithmI::impliedUpper(int column) const {
   return upper;
 }
 
-void SolverAlgorithmI::addSemiContinuous(CbcModel& search) const {
+void CbcEngineI::addSemiContinuous(CbcModel& search) const {
   constexpr double kGreatest = 1e10;  // the solver's objects over ranges end here
-  for (std::size_t j = 0; j < _columns.size(); ++j) {
-    if (_columns[j].threshold <= 0.0) continue;
+  for (std::size_t j = 0; j < columns().size(); ++j) {
+    if (columns()[j].threshold <= 0.0) continue;
     double upper = _solver->getColUpper()[j];
     if (upper > kGreatest) upper = std::min(upper, impliedUpper(static_cast<int>(j)));
-    const char* name = _columns[j].variable->getName();
-    const std::string label = name ? name : std::to_string(j + 1);
     if (upper > kGreatest) {
-      throw InputError("column " + label +
+      throw InputError("column " + labelOf(static_cast<int>(j)) +
                        " is semi-continuous without an upper bound up to 1e10, which the solver needs");
     }
-    if (upper < _columns[j].threshold) {  // 0 is all that is left
+    if (upper < columns()[j].threshold) {  // 0 is all that is left
       search.solver()->setColUpper(static_cast<int>(j), 0.0);
       continue;
     }
-    const double ranges[] = {0.0, 0.0, _columns[j].threshold, upper};
+    const double ranges[] = {0.0, 0.0, columns()[j].threshold, upper};
     CbcLotsize zeroOrRange(&search, static_cast<int>(j), 2, ranges, true);
     CbcObject* object = &zeroOrRange;
     search.addObjects(1, &object);  // copies it
   }
 }
 
-void SolverAlgorithmI::addSets(CbcModel& search) const {
-  if (!_sets) return;
-  for (std::size_t i = 0; i < _sets->size(); ++i) {
-    const TavModelSet& set = (*_sets)[i];
-    std::vector<int> columns;
-    for (const TavNumVar member : set.members) columns.push_back(placeOf(member.getImpl()));
-    CbcSOS members(&search, static_cast<int>(columns.size()), columns.data(), set.weights.data(), static_cast<int>(i),
+void CbcEngineI::addSets(CbcModel& search) const {
+  for (std::size_t i = 0; i < model().sets().size(); ++i) {
+    const TavModelSet& set = model().sets()[i];
+    std::vector<int> places;
+    for (const TavNumVar member : set.members) places.push_back(placeOf(member.getImpl()));
+    CbcSOS members(&search, static_cast<int>(places.size()), places.data(), set.weights.data(), static_cast<int>(i),
                    set.type);
     CbcObject* object = &members;
     search.addObjects(1, &object);  // copies it
   }
 }
 
-bool SolverAlgorithmI::holds() const {
-  const auto within = [](double lower, double value, double upper) {
-    const double slack = kTolerance * std::max(1.0, std::abs(value));
-    return value >= lower - slack && value <= upper + slack;
-  };
-  for (const Row& row : _rows) {
-    double value = row.constant;
-    for (const auto* term = row.sum->getFirstTerm(); term; term = term->next) {
-      value += term->coef * _values[static_cast<std::size_t>(placeOf(term->var))];
-    }
-    if (!within(row.lb, value, row.ub)) return false;
-  }
-  for (std::size_t j = 0; j < _columns.size(); ++j) {
-    const double threshold = _columns[j].threshold;
-    if (threshold > 0.0 && within(0.0, _values[j], 0.0)) continue;
-    const double lower = threshold > 0.0 ? threshold : _solver->getColLower()[j];
-    if (!within(lower, _values[j], _solver->getColUpper()[j])) return false;
-  }
-  return true;
-}
-
-void SolverAlgorithmI::readBack(const CbcModel& search, Outcome& outcome) {
-  outcome.status = statusOf(search);
+void CbcEngineI::readBack(const CbcModel& search, Answer& answer) {
+  answer.status = statusOf(search);
+  answer.nodes = search.getNodeCount();
+  answer.iterations = search.getIterationCount();
+  answer.bound = search.getBestPossibleObjValue();
   const double* solution = search.bestSolution();
-  outcome.hasSolution = solution && (outcome.status == Status::Optimal ||
-                                     (outcome.status != Status::Infeasible && _solver->getNumIntegers()));
-  if (!outcome.hasSolution) return;
-  outcome.objective = search.getObjValue();
-  _values.assign(solution, solution + _columns.size());
+  answer.hasSolution = solution && (answer.status == Status::Optimal ||
+                                    (answer.status != Status::Infeasible && _solver->getNumIntegers()));
+  if (!answer.hasSolution) return;
+  answer.objective = search.getObjValue();
+  _values.assign(solution, solution + columns().size());
   const double* activities = search.solver()->getRowActivity();
   const int* lengths = _solver->getMatrixByRow()->getVectorLengths();
-  _activities.assign(_rows.size(), 0.0);
-  for (std::size_t i = 0; i < _rows.size(); ++i) {
-    if (lengths[i] > 0) _activities[i] = activities[i];  // presolve leaves a row without coefficients at some bound
+  _activities.resize(rows().size());
+  for (std::size_t i = 0; i < rows().size(); ++i) {
+    // Presolve leaves a row without coefficients at some bound.
+    _activities[i] = rows()[i].constant + (lengths[i] > 0 ? activities[i] : 0.0);
   }
-  if (outcome.status == Status::Optimal && !holds()) outcome.status = Status::Violated;
 }
 
 /// The solver refuses a model without columns: its rows hold as they stand, or not.
-Outcome SolverAlgorithmI::solveWithoutColumns() {
-  Outcome outcome;
-  outcome.status = Status::Optimal;
-  for (const Row& row : _rows) {
-    if (row.constant < row.lb || row.constant > row.ub) outcome.status = Status::Infeasible;
+void CbcEngineI::answerWithoutColumns(Answer& answer) {
+  answer.status = Status::Optimal;
+  for (const Row& row : rows()) {
+    if (row.constant < row.lb || row.constant > row.ub) answer.status = Status::Infeasible;
+    _activities.push_back(row.constant);
   }
-  outcome.hasSolution = outcome.status == Status::Optimal;
-  outcome.objective = _costConstant;
-  _activities.assign(_rows.size(), 0.0);
-  return outcome;
+  answer.hasSolution = answer.status == Status::Optimal;
+  answer.objective = objectiveSum()->getNumConstant();
 }
 
 }  // namespace tavsolve

@@ -1,8 +1,13 @@
-#include "objective.h"
+#include "solve/model/objective.h"
 
 #include <ostream>
 
 namespace tavsolve {
+
+void ObjectiveI::setMaximised(bool maximise) {
+  _maximise = maximise;
+  notify(SetSense(this));
+}
 
 void ObjectiveI::visitSubExtractables(TavExtractableVisitor* visitor) {
   visitor->beginVisit(this);

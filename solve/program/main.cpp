@@ -4,9 +4,12 @@
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <memory>
 
-#include "input_error.h"
-#include "report.h"
+#include "solve/engines/engines.h"
+#include "solve/model/errors.h"
+#include "solve/program/progress.h"
+#include "solve/program/report.h"
 
 /// tavsolve: reads a model, builds it with the expression library, solves it, modifies it in place and solves it again.
 
@@ -16,28 +19,35 @@ using namespace tavsolve;
 
 constexpr int kSolved = 0, kNotSolved = 1, kBadInput = 2, kSolverFailed = 3;
 
-Outcome solveAndReport(const Model& model, SolverAlgorithmI& solver, const Options& options, Progress& progress,
-                       const char* stage) {
+Answer solve(EngineI& engine, const Options& options, Progress& progress, const char* stage) {
+  Controls controls;
+  controls.seconds = options.seconds;
+  controls.progress = [&progress](const SolverProgress& now) { progress.update(describe(now)); };
   progress.begin(stage);
-  const Outcome outcome = solver.solve(options.seconds, progress);
+  Answer answer = engine.solve(controls);
   progress.finish("done");
-  printOutcome(std::cout, model, solver, outcome);
-  return outcome;
+  return answer;
+}
+
+Answer solveAndReport(const Model& model, EngineI& engine, const Options& options, Progress& progress,
+                      const char* stage) {
+  Answer answer = solve(engine, options, progress, stage);
+  printAnswer(std::cout, model, engine, answer);
+  return answer;
 }
 
 /// The two solves may reach the same optimum in different ways.
-bool agree(const Outcome& a, const Outcome& b) {
+bool agree(const Answer& a, const Answer& b) {
   if (a.status != b.status || a.hasSolution != b.hasSolution) return false;
   return !a.hasSolution || std::abs(a.objective - b.objective) <= 1e-6 * std::max(1.0, std::abs(a.objective));
 }
 
-bool confirm(const Model& model, const Outcome& outcome, const Options& options, Progress& progress) {
-  SolverAlgorithmI fresh(model.getEnv().getImpl());
-  progress.begin("check");
-  fresh.extract(model);
-  const Outcome again = fresh.solve(options.seconds, progress);
-  progress.finish("done");
-  const bool same = agree(outcome, again);
+bool confirm(const Model& model, const EngineKind& kind, const Answer& answer, const Options& options,
+             Progress& progress) {
+  const std::unique_ptr<EngineI> fresh = kind.make(model);
+  fresh->extract();
+  const Answer again = solve(*fresh, options, progress, "check");
+  const bool same = agree(answer, again);
   std::cout << "check      a fresh extraction " << (same ? "confirms this" : "DISAGREES");
   if (again.hasSolution) std::cout << ": objective " << text(again.objective);
   std::cout << "\n";
@@ -85,35 +95,35 @@ int run(const Options& options) {
   Model model(std::move(file));
   returnFreeMemory();
   checkEdits(model, options.edits);
-  if (!options.noSolve) SolverAlgorithmI::requireLinear(model);
   if (options.relax) model.relax();
+  const EngineKind* kind = options.noSolve ? nullptr : &chooseEngine(model, options.engine);
   progress.finish(std::to_string(model.getEnv().getImpl()->liveObjectCount()) + " model objects");
   printSummary(std::cout, model);
   if (options.print != PrintForm::None) printModel(std::cout, model, options.print);
 
-  if (options.noSolve) {
+  if (!kind) {
     applyEdits(model, options);
     return kSolved;
   }
   if (options.edits.empty() && !options.write.empty()) model.write(options.write);
 
   progress.begin("extract");
-  SolverAlgorithmI solver(model.getEnv().getImpl());
-  solver.extract(model);
+  const std::unique_ptr<EngineI> engine = kind->make(model);
+  engine->extract();
   progress.finish("done");
 
-  Outcome outcome = solveAndReport(model, solver, options, progress, "solve");
+  Answer answer = solveAndReport(model, *engine, options, progress, "solve");
   if (!options.edits.empty()) {
-    const Outcome before = outcome;
+    const Answer before = answer;
     applyEdits(model, options);
-    outcome = solveAndReport(model, solver, options, progress, "re-solve");
-    if (before.hasSolution && outcome.hasSolution) {
-      std::cout << "both       objective before " << text(before.objective) << ", after " << text(outcome.objective)
+    answer = solveAndReport(model, *engine, options, progress, "re-solve");
+    if (before.hasSolution && answer.hasSolution) {
+      std::cout << "both       objective before " << text(before.objective) << ", after " << text(answer.objective)
                 << "\n";
     }
   }
-  if (options.check && !confirm(model, outcome, options, progress)) return kNotSolved;
-  return outcome.status == Status::Optimal ? kSolved : kNotSolved;
+  if (options.check && !confirm(model, *kind, answer, options, progress)) return kNotSolved;
+  return isSolved(answer.status) ? kSolved : kNotSolved;
 }
 
 }  // namespace

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "edits.h"
+#include "solve/program/edits.h"
 
 namespace tavsolve {
 
@@ -14,6 +14,8 @@ enum class PrintForm { None, Plain, Library };
 struct Options {
   std::string file;
   std::vector<Edit> edits;
+  /// The engine's name; empty for the one that suits the model.
+  std::string engine;
   PrintForm print = PrintForm::None;
   double seconds = std::numeric_limits<double>::infinity();
   bool relax = false;

@@ -1,9 +1,10 @@
-#include "model.h"
+#include "solve/model/model.h"
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
-#include "input_error.h"
+#include "solve/model/errors.h"
 
 namespace tavsolve {
 
@@ -49,8 +50,7 @@ void Model::makeRows(TavModelBuilder& builder, const TavFileModel& file) {
   std::string name;
   for (std::int32_t i = 0; i < builder.rowCount(); ++i) {
     name = file.rowNames[i];
-    _rows.push_back(new (_env.getImpl()) RangeConstraintI(_env.getImpl(), builder.rowLower(i), builder.row(i),
-                                                          builder.rowUpper(i), nameOrNull(name)));
+    addRow(builder.rowLower(i), builder.row(i), builder.rowUpper(i), nameOrNull(name));
   }
 }
 
@@ -82,6 +82,17 @@ TavModelContents Model::contents() const {
 void Model::write(const std::string& path) const {
   const bool nl = TavFormatOfName(path) == TavFileFormat::Nl;
   TavWriteModel(TavFileModelOf(contents(), nl ? TavProductsIn::Expressions : TavProductsIn::Products), path);
+}
+
+TavNumVar Model::addColumn(TavNumVar column) {
+  _columns.push_back(column);
+  if (!_start.empty()) _start.push_back(std::numeric_limits<double>::quiet_NaN());
+  return column;
+}
+
+RangeConstraintI* Model::addRow(double lb, TavExpr sum, double ub, const char* name) {
+  _rows.push_back(new (_env.getImpl()) RangeConstraintI(_env.getImpl(), lb, sum, ub, name));
+  return _rows.back();
 }
 
 void Model::relax() {

@@ -1,4 +1,4 @@
-#include "progress.h"
+#include "solve/program/progress.h"
 
 #include <unistd.h>
 

@@ -4,8 +4,8 @@
 #include <iosfwd>
 #include <string>
 
-#include "options.h"
-#include "solver.h"
+#include "solve/engines/engine.h"
+#include "solve/program/options.h"
 
 namespace tavsolve {
 
@@ -15,10 +15,13 @@ std::string text(double number);
 /// One line on the size and kind of the model.
 void printSummary(std::ostream& os, const Model& model);
 
+/// What a solver is doing, for the line of progress.
+std::string describe(const SolverProgress& progress);
+
 /// The model as text: objective, rows, columns.
 void printModel(std::ostream& os, const Model& model, PrintForm form);
 
 /// Status, objective and time of one solve; with a solution, how far the library's evaluation and the solver differ.
-void printOutcome(std::ostream& os, const Model& model, const SolverAlgorithmI& solver, const Outcome& outcome);
+void printAnswer(std::ostream& os, const Model& model, EngineI& engine, const Answer& answer);
 
 }  // namespace tavsolve

@@ -1,11 +1,11 @@
-#include "edits.h"
+#include "solve/program/edits.h"
 
 #include <cmath>
 #include <set>
 
-#include "input_error.h"
-#include "model.h"
-#include "report.h"
+#include "solve/model/errors.h"
+#include "solve/model/model.h"
+#include "solve/program/report.h"
 
 namespace tavsolve {
 

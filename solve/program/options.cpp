@@ -1,11 +1,11 @@
-#include "options.h"
+#include "solve/program/options.h"
 
 #include <charconv>
 #include <cmath>
 #include <cstring>
 
-#include "input_error.h"
 #include "modelfile/tavmodelfile.h"
+#include "solve/model/errors.h"
 
 namespace tavsolve {
 
@@ -30,6 +30,7 @@ FILE        an MPS file (fixed or free), an LP file or an .nl file (text or bina
   --print=plain|library         writes the model as text first, in either syntax
   --write FILE                  writes the model, after the modifications, as MPS, LP or .nl by the name's extension
   --no-solve                    stops when the model is read, built, modified and written
+  --engine NAME                 solves with this engine instead of the one that suits the model: cbc
   --time SECONDS                stops each solve after that long
   --quiet                       no progress on the terminal
   --help                        this text
@@ -104,6 +105,8 @@ Options parseOptions(int argc, const char* const* argv) {
       options.edits.push_back(parseSetCoef(arguments));
     } else if (name == "--remove") {
       options.edits.push_back(Remove{arguments.word()});
+    } else if (name == "--engine") {
+      options.engine = arguments.word();
     } else if (name == "--time") {
       options.seconds = arguments.number();
       if (options.seconds <= 0) throw InputError("--time: the time must be above zero");

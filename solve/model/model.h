@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "modelfile/build.h"
-#include "objective.h"
-#include "range_constraint.h"
+#include "solve/model/objective.h"
+#include "solve/model/range_constraint.h"
 
 namespace tavsolve {
 
@@ -33,6 +33,15 @@ class Model {
   std::size_t nonZeros() const { return _nonZeros; }
   /// The conversion of all integer columns to continuous ones, or null.
   TavConversionI* relaxation() const { return _relaxation; }
+
+  /// Start values of the file, as far as it has them: one for each column that it has made, NaN where there is none.
+  const std::vector<double>& start() const { return _start; }
+
+  ///@{
+  /// Appends a column or a row. Engines take them up by EngineI::extend().
+  TavNumVar addColumn(TavNumVar column);
+  RangeConstraintI* addRow(double lb, TavExpr sum, double ub, const char* name);
+  ///@}
 
   /// Adds a conversion of all integer columns to the model; the columns themselves stay integer.
   void relax();

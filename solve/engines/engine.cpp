@@ -1,0 +1,182 @@
+#include "solve/engines/engine.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdint>
+
+#include "solve/engines/solution_check.h"
+
+namespace tavsolve {
+
+namespace {
+
+double coefficientIn(const TavNumLinTermI* sum, const TavNumVarI* variable) {
+  double coefficient = 0.0;
+  for (const auto* term = sum->getFirstTerm(); term; term = term->next) {
+    if (term->var == variable) coefficient += term->coef;
+  }
+  return coefficient;
+}
+
+double valueAt(const std::vector<double>& values, int place) {
+  return values.empty() ? std::numeric_limits<double>::quiet_NaN() : values[static_cast<std::size_t>(place)];
+}
+
+}  // namespace
+
+EngineI::EngineI(const Model& model) : TavAlgorithmI(model.getEnv().getImpl()), _model(model) { installHooks(); }
+
+// Extraction
+
+void EngineI::extract() {
+  _columns.reserve(_model.columns().size());
+  _rows.reserve(_model.rows().size());
+  extractNew();
+  _model.objective()->extractToCP(TavAlgorithm(this));
+  if (_model.relaxation()) _model.relaxation()->extractToCP(TavAlgorithm(this));
+  load();
+}
+
+void EngineI::extend() {
+  const int firstColumn = static_cast<int>(_columns.size()), firstRow = static_cast<int>(_rows.size());
+  extractNew();
+  _values.clear();
+  appended(firstColumn, firstRow);
+}
+
+void EngineI::extractNew() {
+  const TavAlgorithm self(this);
+  for (const TavNumVar column : _model.columns()) {
+    if (column && !hasExtracted(column.getImpl())) column.getImpl()->extractToCP(self);
+  }
+  for (const RangeConstraintI* row : _model.rows()) {
+    if (!hasExtracted(row)) row->extractToCP(self);
+  }
+}
+
+int EngineI::placeOf(const TavExtractableI* object) const {
+  const auto id = static_cast<std::size_t>(object->getId());
+  return id < _places.size() ? _places[id] : kNowhere;
+}
+
+void* EngineI::setPlace(const TavExtractableI* object, int place) {
+  const auto id = static_cast<std::size_t>(object->getId());
+  if (id >= _places.size()) _places.resize(std::max(id + 1, 2 * _places.size()), kNowhere);
+  _places[id] = place;
+  return reinterpret_cast<void*>(static_cast<std::intptr_t>(place));
+}
+
+void* EngineI::addColumn(const TavNumVarI* variable, double threshold) {
+  _columns.push_back({variable, threshold, false});
+  return setPlace(variable, static_cast<int>(_columns.size()) - 1);
+}
+
+void* EngineI::addSum(const TavNumLinTermI* sum) { return setPlace(sum, static_cast<int>(_rows.size())); }
+
+void* EngineI::addRow(const RangeConstraintI* constraint) {
+  const TavNumLinTermI* sum = constraint->getSum().getImpl();
+  sum->extractToCP(TavAlgorithm(this));
+  _rows.push_back({sum, constraint->getLB(), constraint->getUB(), sum->getNumConstant()});
+  return setPlace(constraint, static_cast<int>(_rows.size()) - 1);
+}
+
+void* EngineI::takeObjective(const ObjectiveI* objective) {
+  setPlace(objective->getSum().getImpl(), kObjective);
+  return setPlace(objective, kKnown);
+}
+
+void* EngineI::relaxColumns(const TavConversionI* conversion) {
+  const TavNumVarArray variables = conversion->getVars();
+  for (TavInt i = 0; i < variables.getSize(); ++i) {
+    _columns[static_cast<std::size_t>(placeOf(variables[i].getImpl()))].relaxed =
+        conversion->getType() == TavNumVar::Float;
+  }
+  return setPlace(conversion, kKnown);
+}
+
+// Modification
+
+void EngineI::updateColumn(const TavNumVarI* variable) { columnChanged(placeOf(variable)); }
+
+void EngineI::updateThreshold(const TavNumVarI* variable, double threshold) {
+  _columns[static_cast<std::size_t>(placeOf(variable))].threshold = threshold;
+  columnChanged(placeOf(variable));
+}
+
+void EngineI::updateRow(const RangeConstraintI* constraint) {
+  const int row = placeOf(constraint);
+  _rows[static_cast<std::size_t>(row)].lb = constraint->getLB();
+  _rows[static_cast<std::size_t>(row)].ub = constraint->getUB();
+  rowChanged(row);
+}
+
+void EngineI::updateCoefficient(const TavNumLinTermI* sum, const TavNumVarI* variable) {
+  if (getEnv()->isRemoved(variable)) return;  // on its way out: forget() drops the whole column at once
+  coefficientChanged(placeOf(sum), placeOf(variable), coefficientIn(sum, variable));
+}
+
+void EngineI::restoreKind(const TavNumVarI* variable) {
+  const int column = placeOf(variable);
+  _columns[static_cast<std::size_t>(column)].relaxed = false;
+  columnChanged(column);
+}
+
+void EngineI::forget(TavExtractableI* object) {
+  const int place = placeOf(object);
+  if (object->isType(TavNumVarI::GetTypeInfo())) {
+    object->unextractFromCP(TavAlgorithm(this), reinterpret_cast<void*>(static_cast<std::intptr_t>(place)));
+  }
+  setPlace(object, kNowhere);
+}
+
+void EngineI::dropColumn(const TavNumVarI* variable) {
+  const int column = placeOf(variable);
+  columnRemoved(column);
+  _columns.erase(_columns.begin() + column);
+  for (std::vector<double>* numbers : {&_values, &_reducedCosts}) {
+    if (!numbers->empty()) numbers->erase(numbers->begin() + column);
+  }
+  for (std::size_t j = static_cast<std::size_t>(column); j < _columns.size(); ++j) {
+    setPlace(_columns[j].variable, static_cast<int>(j));
+  }
+}
+
+// Solution
+
+Answer EngineI::solve(const Controls& controls) {
+  const auto start = std::chrono::steady_clock::now();
+  _tolerance = controls.tolerance;
+  Answer answer;
+  run(controls, answer);
+  if (answer.hasSolution) {
+    answer.violation = greatestViolation(_model, *this);
+    if (isSolved(answer.status) && answer.violation.amount > _tolerance) answer.status = Status::Violated;
+  }
+  answer.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  return answer;
+}
+
+double EngineI::getValue(const TavNumVarI* variable) const {
+  const int column = placeOf(variable);
+  if (column < 0) throw TavAlgorithm::Exception("the variable is not extracted", 0);
+  if (_values.empty()) throw TavAlgorithm::Exception("there is no solution", 0);
+  return _values[static_cast<std::size_t>(column)];
+}
+
+double EngineI::getValue(const TavIntExprI* constraint) const {
+  const int row = placeOf(constraint);
+  if (row < 0 || _activities.empty()) throw TavAlgorithm::Exception("the constraint has no value", 0);
+  const Row& bounds = _rows[static_cast<std::size_t>(row)];
+  return violationOf(bounds.lb, _activities[static_cast<std::size_t>(row)], bounds.ub) <= _tolerance ? 1.0 : 0.0;
+}
+
+double EngineI::activityOf(const RangeConstraintI* row) const {
+  return _activities[static_cast<std::size_t>(placeOf(row))];
+}
+
+double EngineI::reducedCostOf(const TavNumVarI* column) const { return valueAt(_reducedCosts, placeOf(column)); }
+
+double EngineI::dualOf(const RangeConstraintI* row) const { return valueAt(_duals, placeOf(row)); }
+
+}  // namespace tavsolve

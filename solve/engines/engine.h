@@ -1,0 +1,205 @@
+#pragma once
+/// What all engines have in common. An engine is an algorithm of the expression library over one solver: it extracts a
+/// model through the class hooks, is notified of the model's modifications, solves, and supplies the values.
+
+#include <atomic>
+#include <functional>
+#include <limits>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "solve/model/model.h"
+
+namespace tavsolve {
+
+/// How a solve ended.
+enum class Status {
+  Optimal,            ///< no point is better
+  LocallyOptimal,     ///< no point nearby is better; all that is known where the model need not be convex
+  Infeasible,         ///< no point satisfies all rows and bounds
+  LocallyInfeasible,  ///< no point nearby violates rows and bounds less
+  Unbounded,          ///< the objective can be improved without end
+  Violated,           ///< what the solver calls optimal violates rows or bounds
+  TimeLimit,
+  NodeLimit,
+  Interrupted,
+  Stopped  ///< the solver gave up
+};
+
+/// Whether the question has been answered by a point.
+inline bool isSolved(Status status) { return status == Status::Optimal || status == Status::LocallyOptimal; }
+
+enum class Method { Automatic, Primal, Dual, Barrier };
+
+/// What a solver is doing.
+struct SolverProgress {
+  enum class Phase { Simplex, Barrier, Search };
+  Phase phase = Phase::Simplex;
+  long iterations = 0;
+  long nodes = 0;
+  /// Of the best solution so far, and the bound on all solutions.
+  std::optional<double> objective{}, bound{};
+  /// Sum or maximum of the violations, as the solver measures it.
+  std::optional<double> infeasibility{};
+};
+
+/// What a solve keeps to. An empty value is the solver's default.
+struct Controls {
+  /// Elapsed time of the solve.
+  double seconds = std::numeric_limits<double>::infinity();
+  /// Rows, bounds and whole numbers hold within this much, relative to values above 1.
+  double tolerance = 1e-6;
+  std::optional<double> gap{}, absoluteGap{};
+  std::optional<long> nodes{};
+  std::optional<int> threads{}, seed{};
+  std::optional<bool> presolve{};
+  Method method = Method::Automatic;
+  /// Values to start from, one for each of Model::columns(), NaN for none; empty for those of the file.
+  std::vector<double> start{};
+  /// Options of the solver itself, by its own names.
+  std::vector<std::pair<std::string, std::string>> options{};
+  /// The solve ends in order soon after this has become true; null for never.
+  const std::atomic<bool>* interrupt = nullptr;
+  /// Called now and then; may be empty.
+  std::function<void(const SolverProgress&)> progress{};
+};
+
+/// The greatest violation of a solution.
+struct Violation {
+  /// Absolute for values up to 1, relative above.
+  double amount = 0.0;
+  /// "row NAME", "column NAME" or "set NAME"; empty when nothing is violated.
+  std::string where{};
+};
+
+struct Answer {
+  Status status = Status::Stopped;
+  /// Whether there is a solution; without an optimum, the best one that was found.
+  bool hasSolution = false;
+  double objective = 0.0;
+  /// No solution is better than this; NaN where nothing is known.
+  double bound = std::numeric_limits<double>::quiet_NaN();
+  Violation violation{};
+  long iterations = 0;
+  long nodes = 0;
+  double seconds = 0.0;
+  /// What the solver says about an answer that is not optimal; may be empty.
+  std::string remark{};
+};
+
+/// Columns and rows are numbered in order of extraction. The extraction hooks list them, load() hands them to the
+/// solver at once; from then on change records and forget() edit what is loaded.
+class EngineI : public TavAlgorithmI {
+ public:
+  explicit EngineI(const Model& model);
+
+  /// The engine's name, as the user chooses it.
+  virtual const char* name() const = 0;
+  /// Extracts the whole model and loads the solver, in time linear in the model's size. Once only. Throws InputError,
+  /// naming the row, for what the solver does not take.
+  void extract();
+  /// Extracts the columns and rows that the model got since then.
+  void extend();
+  /// Solves what is loaded, from the last solution where the solver can. Throws InputError, naming the column or row,
+  /// for what the solver cannot be told, and SolverError for what the solver throws.
+  Answer solve(const Controls& controls);
+
+  /// The column's value in the last solution; throws TavAlgorithm::Exception without one.
+  double getValue(const TavNumVarI* variable) const override;
+  /// 1 when the row holds in the last solution within the tolerance, else 0.
+  double getValue(const TavIntExprI* constraint) const override;
+  /// The row's value in the last solution as the solver computed it.
+  double activityOf(const RangeConstraintI* row) const;
+  ///@{
+  /// What the objective changes by for one more of the column, or of the row's bound; NaN where the solver has none.
+  double reducedCostOf(const TavNumVarI* column) const;
+  double dualOf(const RangeConstraintI* row) const;
+  ///@}
+
+  bool hasExtracted(const TavExtractableI* object) const override { return placeOf(object) != kNowhere; }
+  void forget(TavExtractableI* object) override;
+
+  // What the class hooks do (hooks.cpp); each extraction returns the algorithm's object.
+  void* addColumn(const TavNumVarI* variable, double threshold);
+  void* addSum(const TavNumLinTermI* sum);
+  void* addRow(const RangeConstraintI* constraint);
+  void* takeObjective(const ObjectiveI* objective);
+  void* relaxColumns(const TavConversionI* conversion);
+  void updateColumn(const TavNumVarI* variable);
+  void updateThreshold(const TavNumVarI* variable, double threshold);
+  void updateRow(const RangeConstraintI* constraint);
+  void updateCoefficient(const TavNumLinTermI* sum, const TavNumVarI* variable);
+  void updateSense() { senseChanged(); }
+  void restoreKind(const TavNumVarI* variable);
+  void dropColumn(const TavNumVarI* variable);
+
+ protected:
+  struct Column {
+    const TavNumVarI* variable;
+    /// Above 0: the column is 0 or at least this.
+    double threshold;
+    /// Continuous for the solver although the variable is integer.
+    bool relaxed;
+
+    bool isWhole() const { return variable->isInteger() && !relaxed; }
+  };
+  struct Row {
+    const TavNumLinTermI* sum;
+    double lb, ub;
+    /// The sum's constant: a solver that takes linear rows does not know it.
+    double constant;
+  };
+  static constexpr int kNowhere = -1;
+  static constexpr int kObjective = -2;
+  /// Extracted, without a column or row of its own.
+  static constexpr int kKnown = -3;
+
+  const Model& model() const { return _model; }
+  const std::vector<Column>& columns() const { return _columns; }
+  const std::vector<Row>& rows() const { return _rows; }
+  const TavNumLinTermI* objectiveSum() const { return _model.objective()->getSum().getImpl(); }
+  /// The number of a variable's column or of a constraint's row, or one of the constants above.
+  int placeOf(const TavExtractableI* object) const;
+  const std::vector<int>& places() const { return _places; }
+
+  /// Everything is listed: hand it to the solver.
+  virtual void load() = 0;
+  /// Solves and fills in what the solver says, with the values below where there is a solution.
+  virtual void run(const Controls& controls, Answer& answer) = 0;
+
+  // The loaded model has been modified. An engine that reads the model at each solve need not listen.
+  /// A column has new bounds, a new threshold or another kind.
+  virtual void columnChanged(int) {}
+  /// A row has new bounds.
+  virtual void rowChanged(int) {}
+  /// A linear coefficient of a row, or of kObjective, is new.
+  virtual void coefficientChanged(int /*row*/, int /*column*/, double /*value*/) {}
+  /// A column goes; the numbers are still the old ones.
+  virtual void columnRemoved(int) {}
+  /// The columns and rows from these numbers on are new.
+  virtual void appended(int /*firstColumn*/, int /*firstRow*/) {}
+  virtual void senseChanged() {}
+
+  // The solution, by column and by row; empty where the solver has none.
+  std::vector<double> _values, _activities, _reducedCosts, _duals;
+
+ private:
+  void* setPlace(const TavExtractableI* object, int place);
+  void extractNew();
+  void checkSolution(const Controls& controls, Answer& answer);
+
+  const Model& _model;
+  /// By identifier: the number of the object's column or row, or one of the constants above.
+  std::vector<int> _places;
+  std::vector<Column> _columns;
+  std::vector<Row> _rows;
+  /// Of the last solve.
+  double _tolerance = Controls().tolerance;
+};
+
+/// Fills the class hooks with functions that call the engine's; called by the constructor.
+void installHooks();
+
+}  // namespace tavsolve

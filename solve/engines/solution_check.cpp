@@ -1,0 +1,89 @@
+#include "solve/engines/solution_check.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tavsolve {
+
+namespace {
+
+/// Keeps the greatest violation of those it is shown.
+class Greatest {
+ public:
+  template <class Describe>
+  void meet(double amount, Describe describe) {
+    if (amount <= _greatest.amount) return;
+    _greatest.amount = amount;
+    _greatest.where = describe();
+  }
+  Violation take() { return std::move(_greatest); }
+
+ private:
+  Violation _greatest;
+};
+
+std::string label(const char* what, const char* name, std::size_t index) {
+  return std::string(what) + " " + (name ? std::string(name) : std::to_string(index + 1));
+}
+
+double violationOfColumn(TavNumVar column, double value, bool whole) {
+  double amount = violationOf(column.getLB(), value, column.getUB());
+  if (column.getImpl()->isType(TavSemiContVarI::GetTypeInfo())) {
+    const double threshold = static_cast<const TavSemiContVarI*>(column.getImpl())->getThreshold();
+    amount = std::max(amount, std::min(violationOf(0.0, value, 0.0), violationOf(threshold, value, value)));
+  }
+  if (whole) amount = std::max(amount, std::abs(value - std::round(value)));
+  return amount;
+}
+
+/// The least change that leaves at most `type` members other than zero, and these side by side.
+double violationOfSet(const TavModelSet& set, EngineI& engine) {
+  std::vector<std::size_t> order(set.members.size());
+  for (std::size_t k = 0; k < order.size(); ++k) order[k] = k;
+  std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) { return set.weights[a] < set.weights[b]; });
+  const auto size = [&](std::size_t k) { return std::abs(engine.getValue(set.members[order[k]].getImpl())); };
+  const std::size_t width = std::min(static_cast<std::size_t>(set.type), order.size());
+  double least = TavGetInfinity();
+  for (std::size_t first = 0; first + width <= order.size(); ++first) {
+    double outside = 0.0;
+    for (std::size_t k = 0; k < order.size(); ++k) {
+      if (k < first || k >= first + width) outside = std::max(outside, size(k));
+    }
+    least = std::min(least, outside);
+    if (order.size() > 64 && least == 0.0) break;
+  }
+  return least;
+}
+
+}  // namespace
+
+double violationOf(double lb, double value, double ub) {
+  const double outside = std::max(lb - value, value - ub);
+  if (outside <= 0.0) return 0.0;
+  return std::isnan(outside) ? TavGetInfinity() : outside / std::max(1.0, std::abs(value));
+}
+
+Violation greatestViolation(const Model& model, EngineI& engine) {
+  Greatest greatest;
+  const TavAlgorithm algorithm(&engine);
+  for (std::size_t i = 0; i < model.rows().size(); ++i) {
+    const RangeConstraintI* row = model.rows()[i];
+    greatest.meet(violationOf(row->getLB(), row->getSum().eval(algorithm), row->getUB()),
+                  [&] { return label("row", row->getName(), i); });
+  }
+  for (std::size_t j = 0; j < model.columns().size(); ++j) {
+    const TavNumVar column = model.columns()[j];
+    if (!column) continue;
+    const bool whole = column.isInteger() && !model.relaxation();
+    greatest.meet(violationOfColumn(column, engine.getValue(column.getImpl()), whole),
+                  [&] { return label("column", column.getName(), j); });
+  }
+  for (std::size_t i = 0; i < model.sets().size(); ++i) {
+    const TavModelSet& set = model.sets()[i];
+    greatest.meet(violationOfSet(set, engine),
+                  [&] { return label("set", set.name.empty() ? nullptr : set.name.c_str(), i); });
+  }
+  return greatest.take();
+}
+
+}  // namespace tavsolve

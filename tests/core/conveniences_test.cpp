@@ -110,8 +110,8 @@ TEST_F(Conveniences, HandlesAsValues) {
 
 TEST_F(Conveniences, SemiContinuousArraysConstraintsAndElements) {
   const TavSemiContVarArray semis(env, 2, 1.0, 5.0);
-  algorithm.set(semis[0], 2.0);
-  algorithm.set(semis[1], 3.0);
+  algorithm[semis[0]] = 2.0;
+  algorithm[semis[1]] = 3.0;
   EXPECT_EQ(eval(TavSum(semis)), 5.0);
   EXPECT_EQ(eval(TavScalProd(TavNumArray(env, {10.0, 100.0}), semis)), 320.0);
   EXPECT_EQ(semis.toNumVarArray()[1].getImpl(), static_cast<TavNumVar>(semis[1]).getImpl());

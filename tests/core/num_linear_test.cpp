@@ -58,14 +58,14 @@ TEST_F(NumLinear, ARemovedVariableLeavesEverySumInOneSweepOrOneByOne) {
     const std::string sent = records([&] { ended.end(); });
     EXPECT_EQ(shape(node) + shape(whole), "2y <p> 0#2y 0");
     EXPECT_EQ(env.getImpl()->oneByOneRemoval, oneByOne);
-    for (const char* record : {"#RemoveVar ended; ", "; RemoveVar ended; "}) {
-      EXPECT_EQ(("; " + sent).find(record) != sent.npos, oneByOne) << sent;
+    for (const char* record : {"IntLinTermRemoveVar ended; ", "NumLinTermRemoveVar ended; "}) {
+      EXPECT_EQ(sent.find(record) != sent.npos, oneByOne) << sent;
     }
   }
   TavNumLinTermI* node = linear({{1, x}, {2, y}, {3, x}});
-  EXPECT_EQ(records([&] { node->atRemove(x.getImpl(), nullptr); }), "RemoveVar x; ");
+  EXPECT_EQ(records([&] { node->atRemove(x.getImpl(), nullptr); }), "NumLinTermRemoveVar x; ");
   EXPECT_EQ(shape(node), "2y 3x 0");
-  EXPECT_EQ(records([&] { node->atRemove(z.getImpl(), nullptr); }), "RemoveVar z; ");  // unconditionally
+  EXPECT_EQ(records([&] { node->atRemove(z.getImpl(), nullptr); }), "NumLinTermRemoveVar z; ");  // unconditionally
 }
 
 }  // namespace

@@ -176,7 +176,7 @@ class EvaluatorProtocol : public ProtocolTest {
 
 TEST_F(EvaluatorProtocol, KnowsTheDerivativeOfEveryClassOfTheLibrary) {
   forEachNode([this](const NodeSample& sample, TavExtractableI* node) {
-    const std::string name = sample.facts.name;
+    const std::string name = sample.name;
     if (name == "TavConversionI") return;  // no expression
     TavEvaluator evaluator(env, TavNumExprArg(static_cast<TavNumExprI*>(node)), TavNumExprArray());
     const char* without = evaluator.getClassWithoutDerivative(TavEvaluator::kObjective);

@@ -258,7 +258,7 @@ Jet evaluate(const model::Node& node, const std::function<Jet(const model::Node&
     for (const auto& [var, coef] : node.terms) sum = sum + Jet(coef) * jetOf(*var);
     return sum;
   }
-  const auto rule = rules().find(node.sample->facts.name);
+  const auto rule = rules().find(node.sample->name);
   if (rule == rules().end()) throw Undefined();
   Jets operands;
   for (const model::Ref& op : node.ops) operands.push_back(evaluate(*op, jetOf));

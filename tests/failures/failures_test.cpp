@@ -269,8 +269,7 @@ std::vector<Operation> operations() {
       DO(s.conversion.end()), DO(s.node.end()), DO(s.ended.end()), DO(s.nums.endElements()), DO(Extractor(s.home())),
       DO(s.node.setClone(s.sum, s.other)), DO(s.home()->releaseMarkArray(s.home()->getMarkArray())));
   for (const NodeSample& sample : nodeSamples()) {
-    if (!sample.make) continue;
-    const std::string name = sample.facts.name;
+    const std::string name = sample.name;
     if (sample.library)
       all.push_back({"make " + name, [&sample](State& s) { s.keep(TavExtractable(sample.make(s.o))); }});
     all.push_back({"clone " + name, [](State& s) { s.keep(TavExtractable(s.pass->clone(s.cloned))); }, &sample});

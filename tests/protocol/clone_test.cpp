@@ -12,7 +12,7 @@ TEST_F(Clone, IsOfTheSameClassInTheOtherEnvironmentAndNamelessUnlessItIsAPlainVa
     ASSERT_NE(clone, node);
     EXPECT_EQ(clone->getTypeInfo(), node->getTypeInfo());
     EXPECT_EQ(clone->getEnv(), (node == o.truth.getImpl() ? env : other).getImpl());
-    EXPECT_EQ(clone->getName() != nullptr, std::string(sample.facts.name) == "TavNumVarI");
+    EXPECT_EQ(clone->getName() != nullptr, std::string(sample.name) == "TavNumVarI");
     const std::vector<TavExtractableI*> sources = childrenOf(node), copies = childrenOf(clone);
     ASSERT_EQ(copies.size(), sources.size());
     for (std::size_t k = 0; k < copies.size(); ++k) EXPECT_EQ(copies[k], other.getImpl()->getClone(sources[k]));
@@ -23,7 +23,7 @@ TEST_F(Clone, IsOfTheSameClassInTheOtherEnvironmentAndNamelessUnlessItIsAPlainVa
 TEST_F(Clone, FindsOperandsInItsOwnEnvironmentAndThoseOfSumsAndArraysInTheTarget) {
   forEachNode([&](const NodeSample& sample, TavExtractableI* node) {
     if (childrenOf(node).empty() || node->isType(TavConversionI::GetTypeInfo())) return;
-    const bool conditional = std::strstr(sample.facts.name, "Conditional");
+    const bool conditional = std::strstr(sample.name, "Conditional");
     const std::string text = sample.library ? sample.library : conditional ? "%x" : "%X";
     const auto has = [&text](const char* operand) { return text.find(operand) != text.npos; };
     const bool single = has("%x") || has("%i"), array = has("%X") || has("%I");
@@ -70,7 +70,7 @@ TEST_F(Clone, KeepsWhatNoOperandShows) {
   EXPECT_EQ(decreasing->getFunction()(2.0) + decreasing->getSecondFunction()(2.0), 2.5);
 }
 
-TEST_F(Clone, HandlesFindAndRecordClones) {
+TEST_F(Clone, HandlesFindAndRecordClonesAlsoWhileAPassGoesOn) {
   TavNumExpr expression(o.x * o.y), copy(o.x * o.y);
   EXPECT_EQ(expression.getClone().getImpl(), nullptr);
   expression.setClone(copy);
@@ -79,6 +79,21 @@ TEST_F(Clone, HandlesFindAndRecordClones) {
   expression.setClone(copy, other);
   EXPECT_EQ(expression.getClone(other).getImpl(), copy.getImpl());
   EXPECT_EQ(copy.getImpl()->getRefCount(), 1);
+
+  const TavSemiContVar x(env, 2, 10, TavNumVar::Int, "x"), later(env, 0, 1), replacement(other, 1, 1);
+  TavClonePass pass(env.getImpl(), other.getImpl());
+  auto* clone = static_cast<TavSemiContVarI*>(pass.clone(x.getImpl()));
+  EXPECT_EQ(clone->getThreshold(), 2.0);
+  EXPECT_EQ(clone->getDomain(), nullptr);
+  EXPECT_EQ(x.getClone(other).getImpl(), clone);
+  x.setClone(replacement, other);
+  EXPECT_EQ(x.getClone(other).getImpl(), replacement.getImpl());
+  EXPECT_EQ(x.getClone().getImpl(), clone);
+  auto* laterClone = pass.clone(later.getImpl());  // found in both environments, whatever else was set
+  EXPECT_EQ(later.getClone().getImpl(), laterClone);
+  EXPECT_EQ(later.getClone(other).getImpl(), laterClone);
+  x.setClone(replacement);
+  EXPECT_EQ(x.getClone().getImpl(), replacement.getImpl());
 }
 
 TEST_F(Clone, OfASumHoldsAConstraintWhoseCloneStaysInTheOtherEnvironment) {

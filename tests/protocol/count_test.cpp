@@ -61,10 +61,16 @@ TEST_F(Count, AnEndedNodeGivesBackWhatItTookButTheArrayOfAnElementOfNumbers) {
     if (!sample.library) continue;
     const TavInt nodes = e->liveObjectCount(), bytes = env.getImpl()->getMemory()->usedBytes();
     sample.make(o)->end();
-    EXPECT_EQ(e->liveObjectCount(), nodes) << sample.facts.name;
+    EXPECT_EQ(e->liveObjectCount(), nodes) << sample.name;
     const bool keeps = std::strstr(sample.library, "ArrayIndex") && !std::strstr(sample.library, "Expr");
-    EXPECT_EQ(env.getImpl()->getMemory()->usedBytes() > bytes, keeps) << sample.facts.name;
+    EXPECT_EQ(env.getImpl()->getMemory()->usedBytes() > bytes, keeps) << sample.name;
   }
+  const TavInt bytes = env.getImpl()->getMemory()->usedBytes();
+  TavNumVar list(env, o.C), own(env, 0, 10);
+  own.setUB(1);  // two domains that are not shared
+  list.end();
+  own.end();
+  EXPECT_EQ(env.getImpl()->getMemory()->usedBytes(), bytes);
 }
 
 TEST_F(Count, AConditionalGivesItsBranchesBackButNotItsCondition) {

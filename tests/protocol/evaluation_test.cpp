@@ -12,9 +12,9 @@ TEST_F(Evaluation, AsksEveryOperandOnceInTheOrderOfAVisitButForTheseClasses) {
     if (!node->isType(TavNumExprI::GetTypeInfo())) return;
     std::string wanted;
     for (const TavExtractableI* child : childrenOf(node)) wanted += child->isRefCountedExpr() ? child->getName() : "";
-    if (kOthers.count(sample.facts.name)) wanted = kOthers.at(sample.facts.name);
+    if (kOthers.count(sample.name)) wanted = kOthers.at(sample.name);
     evaluatedLeaves = "";
-    if (node->isType(TavNumVarI::GetTypeInfo())) algorithm.set(TavNumVar(static_cast<TavNumVarI*>(node)), 1);
+    if (node->isType(TavNumVarI::GetTypeInfo())) algorithm[TavNumVar(static_cast<TavNumVarI*>(node))] = 1;
     eval(TavNumExprArg(static_cast<TavNumExprI*>(node)));
     EXPECT_EQ(evaluatedLeaves, wanted);
   });

@@ -11,58 +11,56 @@ struct Call {
   bool operator==(const Call&) const = default;
 } call;
 
-template <int Hook>
-void objectHook(TavAlgorithm algorithm, const TavExtractableI* object, void* data) {
+template <int Hook, class Object>
+void hook(TavAlgorithm algorithm, const Object* object, void* data) {
   call = {Hook, object, data, algorithm.getImpl()};
 }
 void* extractHook(TavAlgorithm algorithm, const TavExtractableI* object) {
   call = {1, object, nullptr, algorithm.getImpl()};
   return &call;
 }
-void applyHook(TavAlgorithm algorithm, const TavChange* change, void* data) {
-  call = {4, change, data, algorithm.getImpl()};
+
+/// Gives hooks to the class of this name alone, or to all others alone.
+void install(const std::string& name, bool own) {
+#define TAV_NODE(Class, Base)                                                                                        \
+  if (const bool set = (name == Class::kTypeName) == own; true)                                                      \
+    Class::_extractCP = set ? extractHook : nullptr, Class::_unextractCP = set ? hook<2, TavExtractableI> : nullptr, \
+    Class::_modifyCP = set ? hook<3, TavExtractableI> : nullptr;
+#define TAV_CHANGE(Class) Class::_applyCP = (name == Class::kTypeName) == own ? hook<4, TavChange> : nullptr;
+#include "expression/classes.inc"
 }
 
 using Hooks = ProtocolTest;
 
 TEST_F(Hooks, AClassCallsItsOwnAndFailsWhenAllOtherClassesHaveTheirs) {
   const TavAlgorithm handle(&algorithm);
+  const auto expectCall = [&](int hook, const void* object, void* data) {
+    EXPECT_EQ(call, (Call{hook, object, data, &algorithm}));
+  };
   forEachNode([&](const NodeSample& sample, const TavExtractableI* object) {
-    const auto install = [&](bool own) {
-      for (const NodeSample& each : nodeSamples()) {
-        const bool installed = (&each == &sample) == own;
-        *each.extract = installed ? extractHook : nullptr;
-        *each.unextract = installed ? objectHook<2> : nullptr;
-        *each.modify = installed ? objectHook<3> : nullptr;
-      }
-    };
-    install(false);
+    install(sample.name, false);
     refuses<TavAlgorithm::ExtractFailure>("", {[&] { object->extractToCP(handle); }});
     refuses<TavAlgorithm::RemoveFailure>(
         "", {[&] { object->unextractFromCP(handle, this); }, [&] { object->modifyCP(handle, this); }});
-    install(true);
+    install(sample.name, true);
     EXPECT_EQ(object->extractToCP(handle), &call);
-    EXPECT_EQ(call, (Call{1, object, nullptr, &algorithm}));
+    expectCall(1, object, nullptr);
     object->unextractFromCP(handle, this);
-    EXPECT_EQ(call, (Call{2, object, this, &algorithm}));
+    expectCall(2, object, this);
     object->modifyCP(handle, this);
-    EXPECT_EQ(call, (Call{3, object, this, &algorithm}));
+    expectCall(3, object, this);
   });
-}
-
-TEST_F(Hooks, AChangeRecordIsAppliedByItsOwnHookOrRefused) {
-  const TavAlgorithm handle(&algorithm);
   forEachChange([&](const ChangeSample& sample, const TavChange& change) {
-    for (const ChangeSample& each : changeSamples()) *each.apply = &each == &sample ? nullptr : applyHook;
+    install(sample.name, false);
     try {
       change.applyToCP(handle, this);
       ADD_FAILURE() << "nothing was thrown";
     } catch (const TavAlgorithm::CannotChangeException& refusal) {
       EXPECT_EQ(refusal.getAlgorithm(), &algorithm);
     }
-    for (const ChangeSample& each : changeSamples()) *each.apply = &each == &sample ? applyHook : nullptr;
+    install(sample.name, true);
     change.applyToCP(handle, this);
-    EXPECT_EQ(call, (Call{4, &change, this, &algorithm}));
+    expectCall(4, &change, this);
   });
 }
 

@@ -1,5 +1,5 @@
 #pragma once
-/// The fixture of the protocol's tests: the operands of the samples, named by their letters, each held once.
+/// The fixture of the protocol's tests: the operands of the samples, named by their letters, each retained once.
 
 #include "tests/support/fixture.h"
 #include "tests/support/samples.h"
@@ -19,17 +19,19 @@ class ProtocolTest : public TavTest {
   template <class Check>
   void forEachNode(Check check) {
     for (const NodeSample& sample : nodeSamples()) {
-      SCOPED_TRACE(sample.facts.name);
-      if (sample.make) check(sample, sample.make(o));
+      SCOPED_TRACE(sample.name);
+      check(sample, sample.make(o));
     }
   }
-  /// Calls check(sample, record) with a record of every class of changes.
+  /// Calls check(sample, record) with a record of every class of changes, while it is sent.
   template <class Check>
   void forEachChange(Check check) {
     for (const ChangeSample& sample : changeSamples()) {
-      SCOPED_TRACE(sample.facts.name);
-      sample.with(o, [&](const TavChange& change) { check(sample, change); });
+      SCOPED_TRACE(sample.name);
+      env.getImpl()->setChangeListener([&](const TavChange& change) { check(sample, change); });
+      sample.edit(o);
     }
+    env.getImpl()->setChangeListener(nullptr);
   }
   Operands o;
 };

@@ -156,8 +156,8 @@ long weight(const Ref& n, long limit) {
 
 Ref make(const char* name, std::vector<Ref> ops, Numbers numbers) {
   const auto& all = nodeSamples();
-  const auto sample = std::find_if(all.begin(), all.end(),
-                                   [name](const auto& each) { return std::strcmp(each.facts.name, name) == 0; });
+  const auto sample =
+      std::find_if(all.begin(), all.end(), [name](const auto& each) { return std::strcmp(each.name, name) == 0; });
   return std::make_shared<Node>(Node{&*sample, std::move(ops), std::move(numbers)});
 }
 

@@ -37,7 +37,7 @@ struct Node {
   TavNumVarI* variable = nullptr;
   double value = 0.0;  // of a variable
 
-  bool is(const char* name) const { return std::strcmp(sample->facts.name, name) == 0; }
+  bool is(const char* name) const { return std::strcmp(sample->name, name) == 0; }
   bool isLinear() const { return is("TavNumLinTermI") || is("TavIntLinTermI"); }
   bool isInt() const { return variable ? variable->isInteger() : sample->isInt; }
   /// The one number of a linear node or of a node of operand and constant.

@@ -6,27 +6,18 @@
 namespace {
 
 using O = const Operands&;
-using Use = const std::function<void(const TavChange&)>&;
 using Values = const std::vector<double>&;
 
-template <class Class, class Base>
-NodeSample abstract() {
-  return {factsOf<Class, Base>(), &Class::_extractCP, &Class::_unextractCP, &Class::_modifyCP, false, nullptr};
-}
-
 /// A class that random programs do not compose.
-template <class Class, class Base, class Make>
-NodeSample special(Make make) {
-  NodeSample sample = abstract<Class, Base>();
-  sample.isInt = std::is_base_of_v<TavIntExprI, Class>;
-  sample.make = [make](O o) -> TavExtractableI* { return make(o).getImpl(); };
-  return sample;
+template <class Class, class Make>
+NodeSample special(Make) {
+  return {Class::kTypeName, std::is_base_of_v<TavIntExprI, Class>,
+          [](O o) -> TavExtractableI* { return Make()(o).getImpl(); }};
 }
 
 template <class Class, class Make>
 NodeSample expression(const char* library, const char* plain, Value value, Make make) {
-  using Base = std::conditional_t<std::is_base_of_v<TavIntExprI, Class>, TavIntExprI, TavNumExprI>;
-  NodeSample sample = special<Class, Base>(make);
+  NodeSample sample = special<Class>(make);
   sample.library = library;
   sample.plain = plain;
   sample.value = std::move(value);
@@ -44,11 +35,6 @@ NodeSample following(const char* library, const char* plain, Value value, Make m
 NodeSample folding(NodeSample sample) {
   sample.folds = true;
   return sample;
-}
-
-template <class Class>
-ChangeSample record(void (*with)(O, Use), const char* part) {
-  return {factsOf<Class, TavChange>(), &Class::_applyCP, with, part};
 }
 
 double times(double x, double y) { return x * y; }
@@ -118,25 +104,16 @@ Arg conditional(O o, Arg thenExpr, Arg elseExpr) {
 
 const std::vector<NodeSample>& nodeSamples() {
   static const std::vector<NodeSample> kSamples = {
-      abstract<TavNumExprI, TavExtractableI>(),
-      abstract<TavIntExprI, TavNumExprI>(),
-      abstract<TavNumIndexI, TavNumExprI>(),
-      abstract<TavIntIndexI, TavIntExprI>(),
-      abstract<TavAnyExprI, TavExtractableI>(),
-      abstract<TavTupleSubMapExprI, TavAnyExprI>(),
-      abstract<TavConstraintI, TavIntExprI>(),
-      special<TavNumVarI, TavIntExprI>([](O o) { return o.v; }),
-      special<TavSemiContVarI, TavNumVarI>([](O o) { return TavSemiContVar(o.env, 1.0, 5.0); }),
-      special<TavConstraintIndVarI, TavNumVarI>([](O o) { return TavNumVar(o.truth); }),
-      special<TavConstConstraintI, TavConstraintI>([](O o) { return o.truth; }),
-      special<TavConversionI, TavExtractableI>(
+      special<TavNumVarI>([](O o) { return o.v; }),
+      special<TavSemiContVarI>([](O o) { return TavSemiContVar(o.env, 1.0, 5.0); }),
+      special<TavConstraintIndVarI>([](O o) { return TavNumVar(o.truth); }),
+      special<TavConstConstraintI>([](O o) { return o.truth; }),
+      special<TavConversionI>(
           [](O o) { return TavConversion(o.env, TavNumVarArray(o.env, 2, o.v, o.w), TavNumVar::Int); }),
-      special<TavNumLinTermI, TavNumExprI>([](O o) { return TavNumExprArg(numLinear(o)); }),
-      special<TavIntLinTermI, TavIntExprI>([](O o) { return TavIntExprArg(intLinear(o)); }),
-      special<TavConditionalNumExprI, TavNumExprI>(
-          [](O o) { return conditional<TavConditionalNumExprI>(o, o.x, o.y); }),
-      special<TavConditionalIntExprI, TavIntExprI>(
-          [](O o) { return conditional<TavConditionalIntExprI>(o, o.i, o.j); }),
+      special<TavNumLinTermI>([](O o) { return TavNumExprArg(numLinear(o)); }),
+      special<TavIntLinTermI>([](O o) { return TavIntExprArg(intLinear(o)); }),
+      special<TavConditionalNumExprI>([](O o) { return conditional<TavConditionalNumExprI>(o, o.x, o.y); }),
+      special<TavConditionalIntExprI>([](O o) { return conditional<TavConditionalIntExprI>(o, o.i, o.j); }),
 
       folding(following<TavNumTimesCstI>("( %x* %c) ", "%x * %c", times, [](O o) { return o.x * o.c; })),
       folding(expression<TavIntTimesCstI>("( %i* %k) ", "%i * %k", times, [](O o) { return o.i * o.k; })),
@@ -212,34 +189,17 @@ const std::vector<NodeSample>& nodeSamples() {
 
 const std::vector<ChangeSample>& changeSamples() {
   static const std::vector<ChangeSample> kSamples = {
-      record<TavNumLinTermAddVar>([](O o, Use use) { use(TavNumLinTermAddVar(numLinear(o), o.v.getImpl())); }, "v"),
-      record<TavNumLinTermRemoveVar>([](O o, Use use) { use(TavNumLinTermRemoveVar(numLinear(o), o.v.getImpl())); },
-                                     "v"),
-      record<TavIntLinTermRemoveVar>([](O o, Use use) { use(TavIntLinTermRemoveVar(intLinear(o), o.w.getImpl())); },
-                                     "w"),
-      record<TavSetNumVarBounds>([](O o, Use use) { use(TavSetNumVarBounds(o.v.getImpl(), 1.0, 2.0)); }, ""),
-      record<TavSetNumVarArrayBounds>(
-          [](O o, Use use) {
-            const TavArrayI* vars = TavNumVarArray(o.env, 2, o.v, o.w).getImpl();
-            use(TavSetNumVarArrayBounds(const_cast<TavArrayI*>(vars), o.C.getImpl(), o.C.getImpl()));
-          },
-          ""),
-      record<TavSetNumVarPossibleValues>(
-          [](O o, Use use) { use(TavSetNumVarPossibleValues(o.v.getImpl(), nullptr, nullptr)); }, ""),
-      record<TavSetSemiContBound>(
-          [](O o, Use use) { use(TavSetSemiContBound(TavSemiContVar(o.env, 1.0, 5.0).getImpl(), 1.0, 2.0)); }, ""),
-      record<TavConversionRemoveVar>(
-          [](O o, Use use) {
-            use(TavConversionRemoveVar(o.v.getImpl(), TavConversion(o.env, o.v, TavNumVar::Int).getImpl()));
-          },
-          "v"),
-  };
+      {TavNumLinTermAddVar::kTypeName, "w", [](O o) { numLinear(o)->setCoef(o.w, 3.0); }},
+      {TavNumLinTermRemoveVar::kTypeName, "v", [](O o) { numLinear(o)->setCoef(o.v, 3.0); }},
+      {TavIntLinTermRemoveVar::kTypeName, "w",
+       [](O o) {
+         o.env.getImpl()->oneByOneRemoval = true;
+         intLinear(o)->atRemove(o.w.getImpl(), nullptr);
+       }},
+      {TavSetNumVarBounds::kTypeName, "", [](O o) { o.v.setLB(1.0); }},
+      {TavSetNumVarArrayBounds::kTypeName, "", [](O o) { TavNumVarArray(o.env, 2, o.v, o.w).setBounds(o.C, o.C); }},
+      {TavSetNumVarPossibleValues::kTypeName, "", [](O o) { o.v.setPossibleValues(o.C); }},
+      {TavSetSemiContBound::kTypeName, "", [](O o) { TavSemiContVar(o.env, 1.0, 5.0).setSemiContinuousLb(2.0); }},
+      {TavConversionRemoveVar::kTypeName, "v", [](O o) { TavConversion(o.env, o.v, TavNumVar::Int).removeVar(o.v); }}};
   return kSamples;
-}
-
-std::vector<ClassFacts> allClasses() {
-  std::vector<ClassFacts> all;
-  for (const NodeSample& sample : nodeSamples()) all.push_back(sample.facts);
-  for (const ChangeSample& sample : changeSamples()) all.push_back(sample.facts);
-  return all;
 }

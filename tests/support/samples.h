@@ -1,7 +1,7 @@
 #pragma once
-/// One sample of every class: how it is made, and for an expression both texts, the value and the kind. The tests of
-/// the protocol run over the samples, the random programs compose them. A class that stands in a header of the library
-/// and not here fails a test.
+/// One sample of every class that can be made: how it is made, and for an expression both texts, the value and the
+/// kind. The tests of the protocol run over the samples, the random programs compose them. A class of
+/// expression/classes.inc that has no sample fails a test.
 
 #include <functional>
 #include <string>
@@ -40,35 +40,11 @@ struct Value {
   std::function<double(const std::vector<double>&)> of;
 };
 
-/// The static side of one class.
-struct ClassFacts {
-  const char* name;
-  const char* base;
-  TavInt size;
-  TavTypeInfo (*token)();
-  TavTypeInfo (*baseToken)();
-  TavTypeInfo (*tokenOfBase)();
-  TavInt (*index)();
-  TavInt (*indexOfBase)();
-  TavInt* slot;
-  TavInt* slotOfBase;
-};
-
-template <class Class, class Base>
-ClassFacts factsOf() {
-  return {Class::GetRttiTypeName(), Base::kTypeName,    Class::GetExtractableSize(), &Class::GetTypeInfo,
-          &Class::GetBaseTypeInfo,  &Base::GetTypeInfo, &Class::GetTypeIndex,        &Base::GetTypeIndex,
-          &Class::_rttiIndex,       &Base::_rttiIndex};
-}
-
+/// A class of nodes.
 struct NodeSample {
-  ClassFacts facts;
-  TavExtractHook* extract;
-  TavObjectHook* unextract;
-  TavObjectHook* modify;
+  const char* name;
   bool isInt;
-  /// Empty for an abstract class.
-  std::function<TavExtractableI*(const Operands&)> make;
+  TavExtractableI* (*make)(const Operands&);
   /// Whether a numeric expression is integer when all operands and constants are.
   bool follows = false;
   /// Whether only an operator makes it, which now and then makes something else.
@@ -80,16 +56,14 @@ struct NodeSample {
   Value value = {};
 };
 
+/// A class of change records.
 struct ChangeSample {
-  ClassFacts facts;
-  TavApplyHook* apply;
-  /// Makes a record and hands it on.
-  void (*with)(const Operands&, const std::function<void(const TavChange&)>& use);
+  const char* name;
   /// The name of the variable that visitChange shows, or "".
   const char* part;
+  /// Sends one record of the class.
+  void (*edit)(const Operands&);
 };
 
 const std::vector<NodeSample>& nodeSamples();
 const std::vector<ChangeSample>& changeSamples();
-/// The facts of the node classes, then of the change records.
-std::vector<ClassFacts> allClasses();

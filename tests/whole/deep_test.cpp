@@ -81,7 +81,7 @@ struct Shape {
     if (place == 'I') w.o.I.set(1, whole(e));
     return static_cast<E>(sample->make(w.o));
   }
-  std::string name() const { return std::string(sample->facts.name) + " over " + place; }
+  std::string name() const { return std::string(sample->name) + " over " + place; }
   /// Whether nodes of the class nest there: a node of integer operands is integer itself, and none is asked or printed
   /// twice, folded, or a divisor that becomes zero.
   bool nests() const {
@@ -89,7 +89,7 @@ struct Shape {
                                                   "TavIntTimesCstI over i",        "TavNumDivCstI over x",
                                                   "TavIntModuloI over j",          "TavIntRecModuloCstI over i",
                                                   "TavConditionalNumExprI over y", "TavConditionalIntExprI over j"};
-    const char* cls = sample->facts.name;
+    const char* cls = sample->name;
     if (!sample->library && !std::strstr(cls, "Lin") && !std::strstr(cls, "Conditional")) return false;
     if (kOthers.count(name()) || (std::strchr("ijI", place) && !sample->isInt)) return false;
     World w;

@@ -117,10 +117,14 @@ void CbcEngineI::coefficientChanged(int row, int column, double value) {
   }
 }
 
-void CbcEngineI::columnRemoved(int column) { _solver->deleteCols(1, &column); }
+void CbcEngineI::columnRemoved(int column) {
+  _solver->deleteCols(1, &column);
+  if (!_state.empty()) _state.erase(_state.begin() + column);
+}
 
 void CbcEngineI::appended(int firstColumn, int firstRow) {
   const CoinPackedVector none;
+  extendBasis(firstColumn, firstRow);
   for (int j = firstColumn; j < static_cast<int>(columns().size()); ++j) {
     _solver->addCol(none, 0.0, 0.0, 0.0);
     columnChanged(j);

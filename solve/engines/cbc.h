@@ -1,12 +1,14 @@
 #pragma once
-/// The engine over CLP and CBC, for linear and mixed-integer models. The loaded solver is edited by each modification,
-/// and the simplex starts from the basis of the last solve.
+/// The engine over CLP and CBC, for linear and mixed-integer models. The loaded solver is edited by each modification;
+/// the simplex starts from the basis of the last solve, the search from its solution.
 
 #include <memory>
+#include <utility>
 
 #include "solve/engines/engine.h"
 
 class CbcModel;
+class ClpSimplex;
 class CoinPackedMatrix;
 class OsiClpSolverInterface;
 
@@ -21,26 +23,44 @@ class CbcEngineI final : public EngineI {
 
  protected:
   void load() override;
-  void run(const Controls& controls, Answer& answer) override;
   void columnChanged(int column) override;
   void rowChanged(int row) override;
   void coefficientChanged(int row, int column, double value) override;
   void columnRemoved(int column) override;
   void appended(int firstColumn, int firstRow) override;
   void senseChanged() override;
+  void prepare(const Controls& controls) override;
+  void run(const Controls& controls, Answer& answer) override;
+  bool makeCareful() override { return !std::exchange(_careful, true); }
 
  private:
   /// The coefficients of all rows, column by column, for the solver to own.
   std::unique_ptr<CoinPackedMatrix> gather() const;
   std::string labelOf(int column) const;
-  void addSemiContinuous(CbcModel& search) const;
+
+  // Linear models (cbc_simplex.cpp).
+  void runSimplex(const Controls& controls, Answer& answer);
+  void keepBasis(const ClpSimplex& simplex);
+  bool restoreBasis(ClpSimplex& simplex) const;
+  void extendBasis(int firstColumn, int firstRow);
+
+  // Everything else (cbc_search.cpp).
+  void runSearch(const Controls& controls, Answer& answer);
+  void search(CbcModel& search, const Controls& controls, Answer& answer);
+  Status confirm(const Controls& controls, Status claimed);
+  void addSemiContinuous(OsiClpSolverInterface& solver) const;
   void addSets(CbcModel& search) const;
-  /// The greatest value that the rows leave the column; infinite without one.
-  double impliedUpper(int column) const;
+  void addStart(CbcModel& search, const Controls& controls) const;
   void readBack(const CbcModel& search, Answer& answer);
-  void answerWithoutColumns(Answer& answer);
 
   std::unique_ptr<OsiClpSolverInterface> _solver;
+  /// Of each semi-continuous column, as far as the model has them: the greatest value that it can take.
+  std::vector<std::pair<int, double>> _semiContinuous;
+  /// Without what the solver is known to break down in: presolve, cuts, heuristics.
+  bool _careful = false;
 };
+
+/// Whether CLP finds a point within rows and bounds, whatever it costs.
+bool isFeasible(const ClpSimplex& simplex);
 
 }  // namespace tavsolve

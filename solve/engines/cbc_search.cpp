@@ -1,108 +1,100 @@
-#include <CbcBranchLotsize.hpp>
 #include <CbcEventHandler.hpp>
 #include <CbcModel.hpp>
+#include <CbcOrClpParam.hpp>
 #include <CbcSOS.hpp>
 #include <CbcSolver.hpp>
-#include <CoinError.hpp>
+#include <CoinPackedMatrix.hpp>
+#include <CoinPackedVector.hpp>
 #include <OsiClpSolverInterface.hpp>
-#include <chrono>
+#include <algorithm>
 #include <cmath>
-#include <csignal>
-#include <cstdio>
-#include <iostream>
-
-#include <fcntl.h>
-#include <unistd.h>
+#include <sstream>
 
 #include "solve/engines/cbc.h"
+#include "solve/engines/cbc_bounds.h"
 #include "solve/model/errors.h"
 
-/// How the loaded solver is run: as its stand-alone program runs it, with the same cuts, heuristics and tolerances.
+/// Models with whole numbers, semi-continuous columns or special ordered sets: CBC, run as its stand-alone program runs
+/// it, with the same cuts, heuristics and tolerances.
 
 namespace tavsolve {
 
 namespace {
 
-/// Where the process can write when a solver ends it.
-int realStderr = -1;
-
-/// A solver's assertion or crash: one line, and the exit code for it. Calls nothing that is not safe in a signal
-/// handler.
-extern "C" void endWithOneLine(int) {
-  constexpr char kLine[] = "tavsolve: the solver failed: it broke down on this model\n";
-  if (write(realStderr, kLine, sizeof kLine - 1) < 0) _exit(4);
-  _exit(3);
+std::string text(double number) {
+  std::ostringstream os;
+  os.precision(17);
+  os << number;
+  return os.str();
 }
 
-/// Keeps both streams closed to the solver, which prints past its message handler now and then, and its accidents away
-/// from the user.
-class Silence {
+/// Reports the tree search and ends it when the time is over. CBC works on clones of the handler it is given.
+class SearchEvents final : public CbcEventHandler {
  public:
-  Silence() : _stdout(dup(STDOUT_FILENO)), _stderr(dup(STDERR_FILENO)) {
-    realStderr = _stderr;
-    for (const int signal : kAccidents) std::signal(signal, endWithOneLine);
-    std::cout.flush();
-    std::fflush(nullptr);
-    const int nothing = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    dup2(nothing, STDOUT_FILENO);
-    dup2(nothing, STDERR_FILENO);
-    close(nothing);
-  }
-  Silence(const Silence&) = delete;
-  Silence& operator=(const Silence&) = delete;
-  ~Silence() {
-    std::fflush(nullptr);
-    dup2(_stdout, STDOUT_FILENO);
-    dup2(_stderr, STDERR_FILENO);
-    close(_stdout);
-    close(_stderr);
-    for (const int signal : kAccidents) std::signal(signal, SIG_DFL);
-  }
-
- private:
-  static constexpr int kAccidents[] = {SIGABRT, SIGSEGV, SIGFPE};
-
-  int _stdout, _stderr;
-};
-
-/// Shows the tree search on the terminal. The solver works on clones of the handler it is given.
-class SearchProgress final : public CbcEventHandler {
- public:
-  explicit SearchProgress(const Controls& controls) : _controls(&controls) {}
-  CbcEventHandler* clone() const override { return new SearchProgress(*this); }
+  using Tick = std::function<bool(const SolverProgress&)>;
+  using Found = std::function<void(double objective, const double* values)>;
+  SearchEvents(const Tick& tick, const Found& found, int columns) : _tick(&tick), _found(&found), _columns(columns) {}
+  CbcEventHandler* clone() const override { return new SearchEvents(*this); }
 
   CbcAction event(CbcEvent what) override {
-    if (_controls->interrupt && *_controls->interrupt) return stop;
     const CbcModel* search = getModel();
-    if (what == node && !search->parentModel() && _controls->progress) {
-      SolverProgress progress;
-      progress.phase = SolverProgress::Phase::Search;
-      progress.nodes = search->getNodeCount();
-      progress.iterations = search->getIterationCount();
-      progress.bound = search->getBestPossibleObjValue();
-      if (search->getSolutionCount() > 0) progress.objective = search->getObjValue();
-      _controls->progress(progress);
+    if (search->parentModel()) return noAction;
+    // A search on a presolved model has other columns.
+    if ((what == solution || what == heuristicSolution) && search->bestSolution() && search->getNumCols() == _columns) {
+      (*_found)(search->getObjValue(), search->bestSolution());
     }
-    return noAction;
+    SolverProgress progress;
+    progress.phase = SolverProgress::Phase::Search;
+    progress.nodes = search->getNodeCount();
+    progress.iterations = search->getIterationCount();
+    if (what == node) progress.bound = search->getBestPossibleObjValue();
+    if (search->getSolutionCount() > 0) progress.objective = search->getObjValue();
+    return (*_tick)(progress) ? stop : noAction;
   }
 
  private:
-  const Controls* _controls;
+  const Tick* _tick;
+  const Found* _found;
+  int _columns;
 };
 
 int goOn(CbcModel*, int) { return 0; }
 
-void runSearch(CbcModel& search, double seconds) {
-  CbcSolverUsefulData settings;
-  CbcMain0(search, settings);
-  settings.noPrinting_ = true;
-  settings.useSignalHandler_ = false;
-  search.setLogLevel(0);
-  const std::string limit = std::to_string(seconds);
-  std::vector<const char*> words{"tavsolve", "-log", "0"};
-  if (std::isfinite(seconds)) words.insert(words.end(), {"-timeMode", "elapsed", "-seconds", limit.c_str()});
+/// The words of CBC's command line that say what the controls say.
+std::vector<std::string> wordsFor(const Controls& controls, double seconds, bool careful) {
+  std::vector<std::string> words{"tavsolve", "-log", controls.log.empty() ? "0" : "1"};
+  const auto say = [&words](const char* name, const std::string& value) { words.insert(words.end(), {name, value}); };
+  if (std::isfinite(seconds)) {
+    say("-timeMode", "elapsed");
+    say("-seconds", text(seconds));
+  }
+  if (controls.gap) say("-ratioGap", text(*controls.gap));
+  if (controls.absoluteGap) say("-allowableGap", text(*controls.absoluteGap));
+  if (controls.nodes) say("-maxNodes", std::to_string(*controls.nodes));
+  if (controls.threads && *controls.threads > 1) say("-threads", std::to_string(*controls.threads));
+  if (controls.seed) say("-randomCbcSeed", std::to_string(*controls.seed));
+  if (careful || !controls.presolve.value_or(true)) {
+    say("-preprocess", "off");
+    say("-presolve", "off");
+  }
+  if (careful) {
+    say("-heuristicsOnOff", "off");
+    say("-cutsOnOff", "off");
+  }
+  for (const auto& [name, value] : controls.options) say(("-" + name).c_str(), value);
+  switch (controls.method) {
+    case Method::Primal:
+      words.push_back("-primalSimplex");
+      break;
+    case Method::Barrier:
+      words.push_back("-barrier");
+      break;
+    case Method::Automatic:
+    case Method::Dual:
+      break;
+  }
   words.insert(words.end(), {"-solve", "-quit"});
-  CbcMain1(static_cast<int>(words.size()), words.data(), search, goOn, settings);
+  return words;
 }
 
 Status statusOf(const CbcModel& search) {
@@ -110,78 +102,123 @@ Status statusOf(const CbcModel& search) {
   if (search.isContinuousUnbounded() || search.secondaryStatus() == kLinearUnbounded) return Status::Unbounded;
   if (search.isProvenInfeasible()) return Status::Infeasible;
   if (search.isProvenOptimal()) return Status::Optimal;
+  if (search.isNodeLimitReached()) return Status::NodeLimit;
   return search.isSecondsLimitReached() ? Status::TimeLimit : Status::Stopped;
 }
 
 }  // namespace
-
-void CbcEngineI::run(const Controls& controls, Answer& answer) {
-  _values.clear();
-  _activities.clear();
-  if (columns().empty()) return answerWithoutColumns(answer);
-  SearchProgress handler(controls);
-  const Silence silence;
-  try {
-    CbcModel search(*_solver);  // a copy: the search tightens and fixes what it works on
-    search.passInEventHandler(&handler);
-    addSemiContinuous(search);
-    addSets(search);
-    runSearch(search, controls.seconds);
-    readBack(search, answer);
-    if (controls.interrupt && *controls.interrupt && answer.status == Status::Stopped) {
-      answer.status = Status::Interrupted;
-    }
-  } catch (const CoinError& error) {
-    throw SolverError("the solver failed: " + error.message() + " (" + error.className() + "::" + error.methodName() +
-                      ")");
-  }
-}
 
 std::string CbcEngineI::labelOf(int column) const {
   const char* name = columns()[static_cast<std::size_t>(column)].variable->getName();
   return name ? name : std::to_string(column + 1);
 }
 
-double CbcEngineI::impliedUpper(int column) const {
-  const CoinPackedMatrix& byColumn = *_solver->getMatrixByCol();
-  const CoinPackedMatrix& byRow = *_solver->getMatrixByRow();
-  double upper = COIN_DBL_MAX;
-  for (auto k = byColumn.getVectorFirst(column); k < byColumn.getVectorLast(column); ++k) {
-    const int row = byColumn.getIndices()[k];
-    const double coef = byColumn.getElements()[k];
-    // The row bounds coef * x from the side on which coef pushes x; the others give their least share.
-    double room = coef > 0 ? _solver->getRowUpper()[row] : -_solver->getRowLower()[row];
-    for (auto i = byRow.getVectorFirst(row); i < byRow.getVectorLast(row); ++i) {
-      const int other = byRow.getIndices()[i];
-      const double share = coef > 0 ? byRow.getElements()[i] : -byRow.getElements()[i];
-      if (other == column || share == 0.0) continue;
-      const double bound = share > 0 ? _solver->getColLower()[other] : _solver->getColUpper()[other];
-      room = std::abs(bound) < COIN_DBL_MAX ? room - share * bound : COIN_DBL_MAX;
-      if (room == COIN_DBL_MAX) break;
+void CbcEngineI::prepare(const Controls& controls) {
+  if (!controls.options.empty()) {
+    CbcModel none;
+    CbcSolverUsefulData known;
+    CbcMain0(none, known);
+    for (const auto& [name, value] : controls.options) {
+      const bool matches = std::any_of(known.parameters_.begin(), known.parameters_.end(),
+                                       [&](const CbcOrClpParam& parameter) { return parameter.matches(name) == 1; });
+      if (!matches) throw InputError("engine cbc has no option " + name);
     }
-    if (room < COIN_DBL_MAX && coef != 0.0) upper = std::min(upper, room / std::abs(coef));
   }
-  return upper;
+  _semiContinuous.clear();
+  ColumnBounds bounds;
+  for (int j = 0; j < static_cast<int>(columns().size()); ++j) {
+    if (columns()[static_cast<std::size_t>(j)].threshold <= 0.0) continue;
+    if (bounds.upper.empty()) {
+      bounds.lower.assign(_solver->getColLower(), _solver->getColLower() + columns().size());
+      bounds.upper.assign(_solver->getColUpper(), _solver->getColUpper() + columns().size());
+      propagate(*_solver->getMatrixByRow(), _solver->getRowLower(), _solver->getRowUpper(), bounds);
+    }
+    const double upper = bounds.upper[static_cast<std::size_t>(j)];
+    if (upper >= 1e20) {
+      throw InputError("column " + labelOf(j) +
+                       " is semi-continuous without an upper bound, and the rows imply none; the engine cbc needs one");
+    }
+    _semiContinuous.emplace_back(j, upper);
+  }
 }
 
-void CbcEngineI::addSemiContinuous(CbcModel& search) const {
-  constexpr double kGreatest = 1e10;  // the solver's objects over ranges end here
-  for (std::size_t j = 0; j < columns().size(); ++j) {
-    if (columns()[j].threshold <= 0.0) continue;
-    double upper = _solver->getColUpper()[j];
-    if (upper > kGreatest) upper = std::min(upper, impliedUpper(static_cast<int>(j)));
-    if (upper > kGreatest) {
-      throw InputError("column " + labelOf(static_cast<int>(j)) +
-                       " is semi-continuous without an upper bound up to 1e10, which the solver needs");
-    }
-    if (upper < columns()[j].threshold) {  // 0 is all that is left
-      search.solver()->setColUpper(static_cast<int>(j), 0.0);
+void CbcEngineI::run(const Controls& controls, Answer& answer) {
+  const bool isLinear = _solver->getNumIntegers() == 0 && model().sets().empty() && _semiContinuous.empty();
+  isLinear ? runSimplex(controls, answer) : runSearch(controls, answer);
+}
+
+void CbcEngineI::runSearch(const Controls& controls, Answer& answer) {
+  OsiClpSolverInterface solver(*_solver);  // the search tightens and fixes what it works on
+  addSemiContinuous(solver);
+  CbcModel model(solver);
+  search(model, controls, answer);
+  const bool isBeforeSearch = answer.nodes == 0;
+  if (answer.status == Status::Unbounded || (answer.status == Status::Infeasible && isBeforeSearch)) {
+    answer.status = confirm(controls, answer.status);
+  }
+  readBack(model, answer);
+}
+
+void CbcEngineI::search(CbcModel& search, const Controls& controls, Answer& answer) {
+  const SearchEvents::Tick onTick = [this](const SolverProgress& progress) { return tick(progress); };
+  const SearchEvents::Found onSolution = [this](double value, const double* values) { foundSolution(value, values); };
+  SearchEvents events(onTick, onSolution, search.getNumCols());
+  search.passInEventHandler(&events);
+  addSets(search);
+  addStart(search, controls);
+  CbcSolverUsefulData settings;
+  CbcMain0(search, settings);
+  settings.noPrinting_ = controls.log.empty();
+  settings.useSignalHandler_ = false;
+  search.setLogLevel(controls.log.empty() ? 0 : 1);
+  std::vector<const char*> words;
+  const std::vector<std::string> texts = wordsFor(controls, secondsLeft(), _careful);
+  for (const std::string& word : texts) words.push_back(word.c_str());
+  CbcMain1(static_cast<int>(words.size()), words.data(), search, goOn, settings);
+  answer.status = statusOf(search);
+  answer.nodes = search.getNodeCount();
+  answer.iterations = search.getIterationCount();
+  answer.bound = search.getBestPossibleObjValue();
+  if (answer.status == Status::Stopped && shouldStop()) {
+    answer.status = secondsLeft() > 0.0 ? Status::Interrupted : Status::TimeLimit;
+  }
+}
+
+/// CBC sometimes calls a model infeasible that is unbounded, and one unbounded that has no point with whole numbers.
+/// What is true shows where all costs are zero.
+Status CbcEngineI::confirm(const Controls& controls, Status claimed) {
+  OsiClpSolverInterface solver(*_solver);
+  addSemiContinuous(solver);
+  if (!isFeasible(*solver.getModelPtr())) return Status::Infeasible;
+  const bool isUnbounded = claimed == Status::Unbounded || [&] {
+    solver.getModelPtr()->primal();
+    return solver.getModelPtr()->status() == 2;
+  }();
+  const std::vector<double> zeros(static_cast<std::size_t>(solver.getNumCols()), 0.0);
+  solver.setObjective(zeros.data());
+  CbcModel model(solver);
+  Answer answer;
+  search(model, controls, answer);
+  if (answer.status == Status::Infeasible) return Status::Infeasible;
+  if (answer.status != Status::Optimal) return answer.status;
+  return isUnbounded ? Status::Unbounded : Status::Stopped;
+}
+
+/// x is 0 or within [threshold, upper]: threshold * b <= x <= upper * b with a binary b.
+void CbcEngineI::addSemiContinuous(OsiClpSolverInterface& solver) const {
+  for (const auto& [column, upper] : _semiContinuous) {
+    const double threshold = columns()[static_cast<std::size_t>(column)].threshold;
+    if (upper < threshold) {  // 0 is all that is left
+      solver.setColUpper(column, 0.0);
       continue;
     }
-    const double ranges[] = {0.0, 0.0, columns()[j].threshold, upper};
-    CbcLotsize zeroOrRange(&search, static_cast<int>(j), 2, ranges, true);
-    CbcObject* object = &zeroOrRange;
-    search.addObjects(1, &object);  // copies it
+    const int binary = solver.getNumCols();
+    solver.addCol(CoinPackedVector(), 0.0, 1.0, 0.0);
+    solver.setInteger(binary);
+    const int indices[] = {column, binary};
+    const double most[] = {1.0, -upper}, least[] = {1.0, -threshold};
+    solver.addRow(CoinPackedVector(2, indices, most), -COIN_DBL_MAX, 0.0);
+    solver.addRow(CoinPackedVector(2, indices, least), 0.0, COIN_DBL_MAX);
   }
 }
 
@@ -197,35 +234,28 @@ void CbcEngineI::addSets(CbcModel& search) const {
   }
 }
 
+/// CBC completes the values of whole columns to a solution, and drops them where it cannot.
+void CbcEngineI::addStart(CbcModel& search, const Controls& controls) const {
+  const std::vector<double> values = startValues(controls);
+  std::vector<std::pair<std::string, double>> start;
+  for (std::size_t j = 0; j < values.size(); ++j) {
+    if (!std::isnan(values[j]) && columns()[j].isWhole()) {
+      start.emplace_back(search.solver()->getColName(static_cast<int>(j)), values[j]);
+    }
+  }
+  if (!start.empty()) search.setMIPStart(start);
+}
+
 void CbcEngineI::readBack(const CbcModel& search, Answer& answer) {
-  answer.status = statusOf(search);
-  answer.nodes = search.getNodeCount();
-  answer.iterations = search.getIterationCount();
-  answer.bound = search.getBestPossibleObjValue();
   const double* solution = search.bestSolution();
-  answer.hasSolution = solution && (answer.status == Status::Optimal ||
-                                    (answer.status != Status::Infeasible && _solver->getNumIntegers()));
+  answer.hasSolution = solution && answer.status != Status::Infeasible && answer.status != Status::Unbounded;
   if (!answer.hasSolution) return;
   answer.objective = search.getObjValue();
   _values.assign(solution, solution + columns().size());
-  const double* activities = search.solver()->getRowActivity();
-  const int* lengths = _solver->getMatrixByRow()->getVectorLengths();
+  // By the rows as they were loaded: presolve leaves rows without coefficients at some bound.
   _activities.resize(rows().size());
-  for (std::size_t i = 0; i < rows().size(); ++i) {
-    // Presolve leaves a row without coefficients at some bound.
-    _activities[i] = rows()[i].constant + (lengths[i] > 0 ? activities[i] : 0.0);
-  }
-}
-
-/// The solver refuses a model without columns: its rows hold as they stand, or not.
-void CbcEngineI::answerWithoutColumns(Answer& answer) {
-  answer.status = Status::Optimal;
-  for (const Row& row : rows()) {
-    if (row.constant < row.lb || row.constant > row.ub) answer.status = Status::Infeasible;
-    _activities.push_back(row.constant);
-  }
-  answer.hasSolution = answer.status == Status::Optimal;
-  answer.objective = objectiveSum()->getNumConstant();
+  _solver->getMatrixByCol()->times(solution, _activities.data());
+  for (std::size_t i = 0; i < rows().size(); ++i) _activities[i] += rows()[i].constant;
 }
 
 }  // namespace tavsolve

@@ -1,11 +1,7 @@
 #include "solve/engines/engine.h"
 
 #include <algorithm>
-#include <chrono>
-#include <cmath>
 #include <cstdint>
-
-#include "solve/engines/solution_check.h"
 
 namespace tavsolve {
 
@@ -17,10 +13,6 @@ double coefficientIn(const TavNumLinTermI* sum, const TavNumVarI* variable) {
     if (term->var == variable) coefficient += term->coef;
   }
   return coefficient;
-}
-
-double valueAt(const std::vector<double>& values, int place) {
-  return values.empty() ? std::numeric_limits<double>::quiet_NaN() : values[static_cast<std::size_t>(place)];
 }
 
 }  // namespace
@@ -41,7 +33,8 @@ void EngineI::extract() {
 void EngineI::extend() {
   const int firstColumn = static_cast<int>(_columns.size()), firstRow = static_cast<int>(_rows.size());
   extractNew();
-  _values.clear();
+  for (std::vector<double>* numbers : {&_values, &_activities, &_reducedCosts, &_duals}) numbers->clear();
+  if (!_last.empty()) _last.resize(_columns.size(), std::numeric_limits<double>::quiet_NaN());
   appended(firstColumn, firstRow);
 }
 
@@ -134,49 +127,12 @@ void EngineI::dropColumn(const TavNumVarI* variable) {
   const int column = placeOf(variable);
   columnRemoved(column);
   _columns.erase(_columns.begin() + column);
-  for (std::vector<double>* numbers : {&_values, &_reducedCosts}) {
+  for (std::vector<double>* numbers : {&_values, &_reducedCosts, &_last}) {
     if (!numbers->empty()) numbers->erase(numbers->begin() + column);
   }
   for (std::size_t j = static_cast<std::size_t>(column); j < _columns.size(); ++j) {
     setPlace(_columns[j].variable, static_cast<int>(j));
   }
 }
-
-// Solution
-
-Answer EngineI::solve(const Controls& controls) {
-  const auto start = std::chrono::steady_clock::now();
-  _tolerance = controls.tolerance;
-  Answer answer;
-  run(controls, answer);
-  if (answer.hasSolution) {
-    answer.violation = greatestViolation(_model, *this);
-    if (isSolved(answer.status) && answer.violation.amount > _tolerance) answer.status = Status::Violated;
-  }
-  answer.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  return answer;
-}
-
-double EngineI::getValue(const TavNumVarI* variable) const {
-  const int column = placeOf(variable);
-  if (column < 0) throw TavAlgorithm::Exception("the variable is not extracted", 0);
-  if (_values.empty()) throw TavAlgorithm::Exception("there is no solution", 0);
-  return _values[static_cast<std::size_t>(column)];
-}
-
-double EngineI::getValue(const TavIntExprI* constraint) const {
-  const int row = placeOf(constraint);
-  if (row < 0 || _activities.empty()) throw TavAlgorithm::Exception("the constraint has no value", 0);
-  const Row& bounds = _rows[static_cast<std::size_t>(row)];
-  return violationOf(bounds.lb, _activities[static_cast<std::size_t>(row)], bounds.ub) <= _tolerance ? 1.0 : 0.0;
-}
-
-double EngineI::activityOf(const RangeConstraintI* row) const {
-  return _activities[static_cast<std::size_t>(placeOf(row))];
-}
-
-double EngineI::reducedCostOf(const TavNumVarI* column) const { return valueAt(_reducedCosts, placeOf(column)); }
-
-double EngineI::dualOf(const RangeConstraintI* row) const { return valueAt(_duals, placeOf(row)); }
 
 }  // namespace tavsolve

@@ -3,6 +3,7 @@
 /// model through the class hooks, is notified of the model's modifications, solves, and supplies the values.
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <limits>
 #include <optional>
@@ -13,6 +14,9 @@
 #include "solve/model/model.h"
 
 namespace tavsolve {
+
+class Message;
+class Parent;
 
 /// How a solve ended.
 enum class Status {
@@ -60,6 +64,8 @@ struct Controls {
   std::vector<double> start{};
   /// Options of the solver itself, by its own names.
   std::vector<std::pair<std::string, std::string>> options{};
+  /// A file that what the solver prints is appended to; empty for none.
+  std::string log{};
   /// The solve ends in order soon after this has become true; null for never.
   const std::atomic<bool>* interrupt = nullptr;
   /// Called now and then; may be empty.
@@ -85,6 +91,8 @@ struct Answer {
   long iterations = 0;
   long nodes = 0;
   double seconds = 0.0;
+  /// The part of it in which functions of the model were evaluated, where the engine knows it.
+  double evaluationSeconds = 0.0;
   /// What the solver says about an answer that is not optimal; may be empty.
   std::string remark{};
 };
@@ -102,8 +110,9 @@ class EngineI : public TavAlgorithmI {
   void extract();
   /// Extracts the columns and rows that the model got since then.
   void extend();
-  /// Solves what is loaded, from the last solution where the solver can. Throws InputError, naming the column or row,
-  /// for what the solver cannot be told, and SolverError for what the solver throws.
+  /// Solves what is loaded, from the last solution where the solver can, in a child process: the time limit and an
+  /// interruption are kept whatever the solver does. Throws InputError, naming the column, row or option, for what the
+  /// solver cannot be told, and SolverError, in one line, for what the solver throws or asserts.
   Answer solve(const Controls& controls);
 
   /// The column's value in the last solution; throws TavAlgorithm::Exception without one.
@@ -166,8 +175,24 @@ class EngineI : public TavAlgorithmI {
 
   /// Everything is listed: hand it to the solver.
   virtual void load() = 0;
-  /// Solves and fills in what the solver says, with the values below where there is a solution.
+  /// Called before each solve, in this process: throws for what the solver cannot be told.
+  virtual void prepare(const Controls&) {}
+  /// Solves, in the child process, and fills in what the solver says, with the vectors below.
   virtual void run(const Controls& controls, Answer& answer) = 0;
+  /// The solver broke down: whether it is worth another try, and with what was too much for it left out.
+  virtual bool makeCareful() { return false; }
+
+  ///@{
+  /// For run().
+  double secondsLeft() const;
+  bool shouldStop() const;
+  /// Reports progress, at a slow rate; whether the solver should stop.
+  bool tick(const SolverProgress& progress);
+  /// The best solution so far: one value a column.
+  void foundSolution(double objective, const double* values) const;
+  /// Values to start from, one a column, NaN for none: those given, else the last solution, else those of the file.
+  std::vector<double> startValues(const Controls& controls) const;
+  ///@}
 
   // The loaded model has been modified. An engine that reads the model at each solve need not listen.
   /// A column has new bounds, a new threshold or another kind.
@@ -184,19 +209,32 @@ class EngineI : public TavAlgorithmI {
 
   // The solution, by column and by row; empty where the solver has none.
   std::vector<double> _values, _activities, _reducedCosts, _duals;
+  /// What else the engine wants to know at the next solve.
+  std::vector<double> _state;
 
  private:
   void* setPlace(const TavExtractableI* object, int place);
   void extractNew();
-  void checkSolution(const Controls& controls, Answer& answer);
+  void answerWithoutColumns(Answer& answer);
+  /// One run in a child process; false when the solver broke down, which `failure` describes.
+  bool runOnce(const Controls& controls, Answer& answer, std::string& failure);
+  void receive(Message message, const Controls& controls, Answer& answer, bool& done);
+  void sendAnswer(const Answer& answer) const;
+  void completeSolution(Answer& answer);
 
   const Model& _model;
   /// By identifier: the number of the object's column or row, or one of the constants above.
   std::vector<int> _places;
   std::vector<Column> _columns;
   std::vector<Row> _rows;
+  /// Values of the last solution there was.
+  std::vector<double> _last;
   /// Of the last solve.
   double _tolerance = Controls().tolerance;
+  std::chrono::steady_clock::time_point _start, _reported;
+  double _seconds = std::numeric_limits<double>::infinity();
+  /// In the child process only.
+  const Parent* _parent = nullptr;
 };
 
 /// Fills the class hooks with functions that call the engine's; called by the constructor.

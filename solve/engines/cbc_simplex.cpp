@@ -1,0 +1,162 @@
+#include <ClpEventHandler.hpp>
+#include <ClpSimplex.hpp>
+#include <ClpSolve.hpp>
+#include <OsiClpSolverInterface.hpp>
+#include <algorithm>
+#include <cmath>
+
+#include "solve/engines/cbc.h"
+
+/// Linear models: CLP alone.
+
+namespace tavsolve {
+
+namespace {
+
+/// Reports the progress and ends the solve when the time is over.
+class SimplexEvents final : public ClpEventHandler {
+ public:
+  SimplexEvents(const std::function<bool(const SolverProgress&)>& tick, Method method)
+      : _tick(&tick), _method(method) {}
+  ClpEventHandler* clone() const override { return new SimplexEvents(*this); }
+
+  int event(Event what) override {
+    constexpr int kStop = 1, kContinue = -1;
+    if ((what != endOfIteration && what != endOfFactorization) || !model_) return kContinue;
+    SolverProgress progress;
+    if (_method == Method::Barrier) progress.phase = SolverProgress::Phase::Barrier;
+    progress.iterations = model_->numberIterations();
+    progress.objective = model_->rawObjectiveValue() * model_->optimizationDirection();
+    progress.infeasibility = model_->sumPrimalInfeasibilities();
+    return (*_tick)(progress) ? kStop : kContinue;
+  }
+
+ private:
+  const std::function<bool(const SolverProgress&)>* _tick;
+  Method _method;
+};
+
+ClpSolve optionsFor(const Controls& controls, bool careful) {
+  ClpSolve options;
+  switch (controls.method) {
+    case Method::Primal:
+      options.setSolveType(ClpSolve::usePrimal);
+      break;
+    case Method::Barrier:
+      options.setSolveType(ClpSolve::useBarrier);
+      break;
+    case Method::Automatic:
+    case Method::Dual:
+      options.setSolveType(ClpSolve::useDual);
+      break;
+  }
+  if (careful || !controls.presolve.value_or(true)) options.setPresolveType(ClpSolve::presolveOff);
+  return options;
+}
+
+Status statusOf(const ClpSimplex& simplex) {
+  constexpr int kOptimal = 0, kInfeasible = 1, kUnbounded = 2;
+  if (simplex.status() == kOptimal) return Status::Optimal;
+  if (simplex.status() == kInfeasible) return Status::Infeasible;
+  return simplex.status() == kUnbounded ? Status::Unbounded : Status::Stopped;
+}
+
+}  // namespace
+
+bool isFeasible(const ClpSimplex& simplex) {
+  ClpSimplex copy(simplex);
+  std::fill_n(copy.objective(), copy.numberColumns(), 0.0);
+  copy.allSlackBasis(true);
+  copy.primal();
+  return copy.status() == 0;
+}
+
+void CbcEngineI::runSimplex(const Controls& controls, Answer& answer) {
+  ClpSimplex& simplex = *_solver->getModelPtr();
+  const std::function<bool(const SolverProgress&)> tick = [this](const SolverProgress& progress) {
+    return this->tick(progress);
+  };
+  SimplexEvents events(tick, controls.method);
+  simplex.passInEventHandler(&events);
+  simplex.setLogLevel(controls.log.empty() ? 0 : 1);
+  simplex.setPrimalTolerance(std::min(simplex.primalTolerance(), controls.tolerance));
+  if (controls.seed) simplex.setRandomSeed(*controls.seed);
+  if (restoreBasis(simplex)) {
+    controls.method == Method::Primal ? simplex.primal() : simplex.dual();
+  } else {
+    ClpSolve options = optionsFor(controls, _careful);
+    simplex.initialSolve(options);
+  }
+  answer.iterations = simplex.numberIterations();
+  answer.status = statusOf(simplex);
+  // A solver that has seen one side of it may mistake an unbounded model for an infeasible one, and the other way
+  // round.
+  if (answer.status == Status::Infeasible || answer.status == Status::Unbounded) {
+    const bool feasible = isFeasible(simplex);
+    if (feasible && answer.status == Status::Infeasible) {
+      simplex.allSlackBasis(true);
+      simplex.primal();
+      answer.status = statusOf(simplex);
+    } else if (!feasible) {
+      answer.status = Status::Infeasible;
+    }
+  }
+  if (answer.status == Status::Stopped && shouldStop()) {
+    answer.status = secondsLeft() > 0.0 ? Status::Interrupted : Status::TimeLimit;
+  }
+  answer.hasSolution = answer.status == Status::Optimal || simplex.primalFeasible();
+  if (!answer.hasSolution || answer.status == Status::Infeasible || answer.status == Status::Unbounded) {
+    answer.hasSolution = false;
+    return;
+  }
+  answer.objective = simplex.objectiveValue();
+  if (answer.status == Status::Optimal) answer.bound = answer.objective;
+  const std::size_t columnCount = columns().size(), rowCount = rows().size();
+  const double sense = simplex.optimizationDirection();
+  const double *values = simplex.primalColumnSolution(), *activities = simplex.primalRowSolution();
+  _values.assign(values, values + columnCount);
+  _activities.resize(rowCount);
+  for (std::size_t i = 0; i < rowCount; ++i) _activities[i] = rows()[i].constant + activities[i];
+  _reducedCosts.resize(columnCount);
+  _duals.resize(rowCount);
+  const double *reduced = simplex.dualColumnSolution(), *duals = simplex.dualRowSolution();
+  std::transform(reduced, reduced + columnCount, _reducedCosts.begin(), [&](double d) { return sense * d; });
+  std::transform(duals, duals + rowCount, _duals.begin(), [&](double d) { return sense * d; });
+  keepBasis(simplex);
+}
+
+/// The state is the basis: the status of each column and then of each row.
+void CbcEngineI::keepBasis(const ClpSimplex& simplex) {
+  _state.clear();
+  for (int j = 0; j < simplex.numberColumns(); ++j) _state.push_back(simplex.getColumnStatus(j));
+  for (int i = 0; i < simplex.numberRows(); ++i) _state.push_back(simplex.getRowStatus(i));
+}
+
+/// New columns stand at a bound, new rows are basic.
+void CbcEngineI::extendBasis(int firstColumn, int firstRow) {
+  if (_state.size() != static_cast<std::size_t>(firstColumn + firstRow)) return _state.clear();
+  std::vector<double> added;
+  for (std::size_t j = static_cast<std::size_t>(firstColumn); j < columns().size(); ++j) {
+    const TavNumVarI* variable = columns()[j].variable;
+    added.push_back(std::isfinite(variable->getLB())   ? ClpSimplex::atLowerBound
+                    : std::isfinite(variable->getUB()) ? ClpSimplex::atUpperBound
+                                                       : ClpSimplex::isFree);
+  }
+  _state.insert(_state.begin() + firstColumn, added.begin(), added.end());
+  _state.resize(columns().size() + rows().size(), ClpSimplex::basic);
+}
+
+bool CbcEngineI::restoreBasis(ClpSimplex& simplex) const {
+  if (_state.size() != columns().size() + rows().size()) return false;
+  simplex.createStatus();
+  auto status = _state.begin();
+  for (int j = 0; j < simplex.numberColumns(); ++j) {
+    simplex.setColumnStatus(j, static_cast<ClpSimplex::Status>(static_cast<int>(*status++)));
+  }
+  for (int i = 0; i < simplex.numberRows(); ++i) {
+    simplex.setRowStatus(i, static_cast<ClpSimplex::Status>(static_cast<int>(*status++)));
+  }
+  return true;
+}
+
+}  // namespace tavsolve

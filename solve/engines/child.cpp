@@ -1,0 +1,198 @@
+#include "solve/engines/child.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+#include <system_error>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace tavsolve {
+
+namespace {
+
+constexpr int kFailed = 1;
+volatile std::sig_atomic_t endWanted = 0;
+
+extern "C" void wantEnd(int) { endWanted = 1; }
+
+/// A child process; killed with its owner.
+class Child {
+ public:
+  explicit Child(pid_t id) : _id(id) {}
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+  ~Child() {
+    if (_id <= 0) return;
+    signal(SIGKILL);
+    wait();
+  }
+
+  void signal(int number) const { kill(_id, number); }
+  /// Waits for its end and returns the status.
+  int wait() {
+    int status = 0;
+    while (waitpid(_id, &status, 0) < 0 && errno == EINTR) {
+    }
+    _id = 0;
+    return status;
+  }
+
+ private:
+  pid_t _id;
+};
+
+/// A file descriptor, closed at the end.
+class Descriptor {
+ public:
+  explicit Descriptor(int number) : _number(number) {
+    if (number < 0) throw std::system_error(errno, std::generic_category());
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  ~Descriptor() { close(); }
+
+  int number() const { return _number; }
+  void close() {
+    if (_number >= 0) ::close(_number);
+    _number = -1;
+  }
+
+ private:
+  int _number;
+};
+
+void writeAll(int file, const char* data, std::size_t size) {
+  while (size > 0) {
+    const ssize_t written = write(file, data, size);
+    if (written < 0 && errno != EINTR) _exit(kFailed);  // nobody listens any more
+    if (written < 0) continue;
+    data += written;
+    size -= static_cast<std::size_t>(written);
+  }
+}
+
+/// The child's own life: no output of its own, no core file, an end with the parent.
+[[noreturn]] void live(const std::function<void(const Parent&)>& work, int pipe, int errors, const std::string& log) {
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  const rlimit none{0, 0};
+  setrlimit(RLIMIT_CORE, &none);
+  for (const int number : {SIGABRT, SIGSEGV, SIGFPE, SIGILL, SIGBUS}) std::signal(number, SIG_DFL);
+  std::signal(SIGINT, SIG_IGN);  // a key of the terminal reaches the parent too, which decides
+  std::signal(SIGTERM, wantEnd);
+  const int output = open(log.empty() ? "/dev/null" : log.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+  dup2(output, STDOUT_FILENO);
+  dup2(errors, STDERR_FILENO);
+  try {
+    work(Parent(pipe));
+    std::fflush(nullptr);
+    _exit(0);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+  } catch (...) {
+    std::fprintf(stderr, "an exception of an unknown class\n");
+  }
+  std::fflush(nullptr);
+  _exit(kFailed);
+}
+
+/// The last line of what the child has written to its standard error.
+std::string lastLine(int file) {
+  std::string text(4096, '\0');
+  const off_t size = lseek(file, 0, SEEK_END);
+  const off_t from = size > 4096 ? size - 4096 : 0;
+  const ssize_t count = pread(file, text.data(), text.size(), from);
+  text.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+  while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back()))) text.pop_back();
+  return text.substr(text.rfind('\n') + 1);
+}
+
+std::string failureOf(int status, int errors) {
+  if (WIFEXITED(status) && WEXITSTATUS(status) == 0) return {};
+  std::string line = lastLine(errors);
+  if (WIFSIGNALED(status) && WTERMSIG(status) != SIGABRT) line = strsignal(WTERMSIG(status));
+  return line.empty() ? "it broke down on this model" : line;
+}
+
+/// Cuts whole messages, each behind its length, off the front.
+void deliver(std::string& buffer, const std::function<void(Message)>& receive) {
+  std::size_t at = 0, size = 0;
+  while (buffer.size() - at >= sizeof size) {
+    std::memcpy(&size, buffer.data() + at, sizeof size);
+    if (buffer.size() - at - sizeof size < size) break;
+    Message message;
+    message.bytes = buffer.substr(at + sizeof size, size);
+    at += sizeof size + size;
+    receive(std::move(message));
+  }
+  buffer.erase(0, at);
+}
+
+}  // namespace
+
+void Message::extract(void* data, std::size_t size) {
+  if (bytes.size() - _taken < size) throw std::length_error("a message of the solver ends early");
+  std::memcpy(data, bytes.data() + _taken, size);
+  _taken += size;
+}
+
+void Parent::send(const Message& message) const {
+  const std::size_t size = message.bytes.size();
+  writeAll(_pipe, reinterpret_cast<const char*>(&size), sizeof size);
+  writeAll(_pipe, message.bytes.data(), size);
+}
+
+bool Parent::wantsEnd() { return endWanted != 0; }
+
+ChildEnd runInChild(const std::function<void(const Parent&)>& work, const std::function<void(Message)>& receive,
+                    const std::function<Order()>& decide, const std::string& log) {
+  constexpr int kMilliseconds = 20;
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> errors(std::tmpfile(), std::fclose);
+  int ends[2];
+  if (!errors || pipe2(ends, O_CLOEXEC) < 0) throw std::system_error(errno, std::generic_category());
+  Descriptor reading(ends[0]), writing(ends[1]);
+  std::cout.flush();
+  std::fflush(nullptr);
+  const pid_t id = fork();
+  if (id < 0) throw std::system_error(errno, std::generic_category());
+  if (id == 0) {
+    reading.close();
+    live(work, writing.number(), fileno(errors.get()), log);
+  }
+  writing.close();
+
+  Child child(id);
+  ChildEnd end;
+  std::string buffer;
+  std::vector<char> chunk(1 << 16);
+  bool asked = false;
+  for (;;) {
+    const Order order = decide();
+    if (order == Order::End && !asked) child.signal(SIGTERM);
+    asked = asked || order == Order::End;
+    if (order == Order::Kill && !end.killed) child.signal(SIGKILL);
+    end.killed = end.killed || order == Order::Kill;
+    pollfd ready{reading.number(), POLLIN, 0};
+    if (poll(&ready, 1, kMilliseconds) <= 0) continue;
+    const ssize_t count = read(reading.number(), chunk.data(), chunk.size());
+    if (count == 0) break;  // the child has ended
+    if (count < 0) continue;
+    buffer.append(chunk.data(), static_cast<std::size_t>(count));
+    deliver(buffer, receive);
+  }
+  const int status = child.wait();
+  if (!end.killed) end.failure = failureOf(status, fileno(errors.get()));
+  return end;
+}
+
+}  // namespace tavsolve

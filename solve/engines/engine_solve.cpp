@@ -1,0 +1,235 @@
+#include <algorithm>
+#include <cmath>
+#include <system_error>
+
+#include "solve/engines/child.h"
+#include "solve/engines/engine.h"
+#include "solve/engines/solution_check.h"
+#include "solve/model/errors.h"
+
+/// How every engine solves: in a child process, whose answer is received and checked here.
+
+namespace tavsolve {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// What a message of the child begins with.
+enum class Content : char { Progress, Solution, Answer };
+
+double secondsSince(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
+
+double valueAt(const std::vector<double>& values, int place) {
+  return values.empty() ? std::numeric_limits<double>::quiet_NaN() : values[static_cast<std::size_t>(place)];
+}
+
+/// Asks the child to end when the time is over or the user wants it, and kills it when it does not.
+class Overseer {
+ public:
+  Overseer(const Controls& controls, Clock::time_point start) : _controls(controls), _start(start) {}
+
+  Order operator()() {
+    constexpr double kNotice = 0.05, kPatienceWithUser = 1.0;
+    if (_controls.interrupt && *_controls.interrupt && !_interrupted) {
+      _interrupted = true;
+      _end = std::min(_end, secondsSince(_start));
+      _patience = kPatienceWithUser;
+    }
+    const double now = secondsSince(_start);
+    if (now >= _controls.seconds + kNotice) _end = std::min(_end, now);
+    if (now < _end) return Order::GoOn;
+    return now < _end + _patience ? Order::End : Order::Kill;
+  }
+  bool isInterrupted() const { return _interrupted; }
+
+ private:
+  const Controls& _controls;
+  Clock::time_point _start;
+  bool _interrupted = false;
+  double _patience = 0.2;
+  double _end = std::numeric_limits<double>::infinity();
+};
+
+}  // namespace
+
+Answer EngineI::solve(const Controls& controls) {
+  _start = Clock::now();
+  _seconds = controls.seconds;
+  _tolerance = controls.tolerance;
+  Answer answer;
+  if (_columns.empty()) {
+    answerWithoutColumns(answer);
+  } else {
+    prepare(controls);
+    std::string failure;
+    while (!runOnce(controls, answer, failure)) {
+      if (!makeCareful()) throw SolverError("the solver failed: " + failure);
+      answer = Answer();
+    }
+    completeSolution(answer);
+  }
+  answer.seconds = secondsSince(_start);
+  return answer;
+}
+
+bool EngineI::runOnce(const Controls& controls, Answer& answer, std::string& failure) {
+  bool done = false;
+  std::vector<double> state = _state;  // what a broken child said of it does not count
+  for (std::vector<double>* numbers : {&_values, &_activities, &_reducedCosts, &_duals}) numbers->clear();
+  Overseer overseer(controls, _start);
+  const auto work = [&](const Parent& parent) {
+    _parent = &parent;
+    run(controls, answer);
+    sendAnswer(answer);
+  };
+  ChildEnd end;
+  try {
+    end = runInChild(
+        work, [&](Message message) { receive(std::move(message), controls, answer, done); }, [&] { return overseer(); },
+        controls.log);
+  } catch (const std::system_error& error) {
+    throw SolverError(std::string("the solver cannot be started: ") + error.what());
+  }
+  if (!done && !end.killed) {
+    _state = std::move(state);
+    _values.clear();
+    failure = end.failure;
+    return false;
+  }
+  if (!done) answer.status = overseer.isInterrupted() ? Status::Interrupted : Status::TimeLimit;
+  return true;
+}
+
+void EngineI::receive(Message message, const Controls& controls, Answer& answer, bool& done) {
+  Content content{};
+  message.take(content);
+  if (content == Content::Progress) {
+    SolverProgress progress;
+    message.take(progress);
+    answer.iterations = progress.iterations;
+    answer.nodes = progress.nodes;
+    if (progress.bound) answer.bound = *progress.bound;
+    if (controls.progress) controls.progress(progress);
+  } else if (content == Content::Solution) {
+    message.take(answer.objective);
+    message.take(_values);
+    answer.hasSolution = true;
+  } else {
+    message.take(answer.status);
+    message.take(answer.hasSolution);
+    message.take(answer.objective);
+    message.take(answer.bound);
+    message.take(answer.iterations);
+    message.take(answer.nodes);
+    message.take(answer.evaluationSeconds);
+    message.take(answer.remark);
+    for (std::vector<double>* numbers : {&_values, &_activities, &_reducedCosts, &_duals, &_state}) {
+      message.take(*numbers);
+    }
+    done = true;
+  }
+}
+
+void EngineI::sendAnswer(const Answer& answer) const {
+  Message message;
+  message.put(Content::Answer);
+  message.put(answer.status);
+  message.put(answer.hasSolution);
+  message.put(answer.objective);
+  message.put(answer.bound);
+  message.put(answer.iterations);
+  message.put(answer.nodes);
+  message.put(answer.evaluationSeconds);
+  message.put(answer.remark);
+  for (const std::vector<double>* numbers : {&_values, &_activities, &_reducedCosts, &_duals, &_state}) {
+    message.put(*numbers);
+  }
+  _parent->send(message);
+}
+
+double EngineI::secondsLeft() const { return std::max(0.0, _seconds - secondsSince(_start)); }
+
+bool EngineI::shouldStop() const { return Parent::wantsEnd() || secondsSince(_start) >= _seconds; }
+
+bool EngineI::tick(const SolverProgress& progress) {
+  constexpr double kInterval = 0.1;
+  if (secondsSince(_reported) >= kInterval) {
+    _reported = Clock::now();
+    Message message;
+    message.put(Content::Progress);
+    message.put(progress);
+    _parent->send(message);
+  }
+  return shouldStop();
+}
+
+void EngineI::foundSolution(double objective, const double* values) const {
+  Message message;
+  message.put(Content::Solution);
+  message.put(objective);
+  message.put(std::vector<double>(values, values + _columns.size()));
+  _parent->send(message);
+}
+
+std::vector<double> EngineI::startValues(const Controls& controls) const {
+  if (controls.start.empty() && !_last.empty()) return _last;
+  std::vector<double> values(_columns.size(), std::numeric_limits<double>::quiet_NaN());
+  const std::vector<double>& given = controls.start.empty() ? _model.start() : controls.start;
+  for (std::size_t j = 0; j < given.size(); ++j) {
+    const TavNumVar column = _model.columns()[j];
+    if (column) values[static_cast<std::size_t>(placeOf(column.getImpl()))] = given[j];
+  }
+  return values;
+}
+
+/// A solver refuses a model without columns: its rows hold as they stand, or not.
+void EngineI::answerWithoutColumns(Answer& answer) {
+  _activities.clear();
+  for (const Row& row : _rows) _activities.push_back(row.sum->eval(TavAlgorithm(this)));
+  answer.hasSolution = true;
+  answer.status = Status::Optimal;
+  answer.objective = objectiveSum()->eval(TavAlgorithm(this));
+  answer.bound = answer.objective;
+  answer.violation = greatestViolation(_model, *this);
+  if (answer.violation.amount <= _tolerance) return;
+  answer.hasSolution = false;
+  answer.status = Status::Infeasible;
+}
+
+void EngineI::completeSolution(Answer& answer) {
+  if (!answer.hasSolution) {
+    _values.clear();
+    return;
+  }
+  _last = _values;
+  if (_activities.empty()) {
+    for (const Row& row : _rows) _activities.push_back(row.sum->eval(TavAlgorithm(this)));
+  }
+  answer.violation = greatestViolation(_model, *this);
+  if (isSolved(answer.status) && answer.violation.amount > _tolerance) answer.status = Status::Violated;
+}
+
+double EngineI::getValue(const TavNumVarI* variable) const {
+  const int column = placeOf(variable);
+  if (column < 0) throw TavAlgorithm::Exception("the variable is not extracted", 0);
+  if (_values.empty()) throw TavAlgorithm::Exception("there is no solution", 0);
+  return _values[static_cast<std::size_t>(column)];
+}
+
+double EngineI::getValue(const TavIntExprI* constraint) const {
+  const int row = placeOf(constraint);
+  if (row < 0 || _activities.empty()) throw TavAlgorithm::Exception("the constraint has no value", 0);
+  const Row& bounds = _rows[static_cast<std::size_t>(row)];
+  return violationOf(bounds.lb, _activities[static_cast<std::size_t>(row)], bounds.ub) <= _tolerance ? 1.0 : 0.0;
+}
+
+double EngineI::activityOf(const RangeConstraintI* row) const {
+  return _activities[static_cast<std::size_t>(placeOf(row))];
+}
+
+double EngineI::reducedCostOf(const TavNumVarI* column) const { return valueAt(_reducedCosts, placeOf(column)); }
+
+double EngineI::dualOf(const RangeConstraintI* row) const { return valueAt(_duals, placeOf(row)); }
+
+}  // namespace tavsolve

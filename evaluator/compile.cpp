@@ -15,15 +15,17 @@ class Compilation {
 
   Code run(const std::vector<TavNumExprI*>& constraints, TavNumExprI* objective, std::vector<bool>& watched) {
     readRows(constraints, objective, watched);
-    _drafts = Elements(_rows, _columns.size(), static_cast<std::uint32_t>(constraints.size()),
-                       _options.mode == TavEvaluator::Mode::Exact)
-                  .collect();
+    _drafts =
+        Elements(_rows, static_cast<std::uint32_t>(constraints.size()), _options.mode == TavEvaluator::Mode::Exact)
+            .collect();
     keepRowFacts();
     compileShapes();
     keepLooseRows();
     layOutJacobian();
     layOutHessian();
     _code.tables = std::move(_rows.tables);
+    _code.tape.shrink();
+    _code.shapes.shrink_to_fit();
     return std::move(_code);
   }
 
@@ -58,21 +60,26 @@ class Compilation {
 
   void compileShapes() {
     ShapeCompiler compiler;
-    _code.shapes.resize(_drafts.size());
-    _plans.resize(_drafts.size());
-    for (std::size_t s = 0; s < _drafts.size(); ++s) {
-      ShapeDraft& draft = _drafts[s];
-      Shape& shape = _code.shapes[s];
-      compiler.compile(draft, _options.derivatives, _code.runner.lanes, shape, _plans[s]);
-      draft.parameters = {};
-      for (const Program& program : shape.programs) {
-        _code.registers = std::max(_code.registers, std::size_t{program.registers} * shape.lanes);
+    TapeCompiler tape;
+    std::vector<char> degrees;
+    for (std::size_t s = 0; s < _drafts.shapes.size(); ++s) {
+      const ShapeDraft draft(_drafts, s);
+      if (TapeCompiler::takes(draft)) {
+        _tapeDrafts.push_back(draft);
+        tape.add(draft, _options.derivatives, _code.tape, degrees);
+      } else {
+        Shape& shape = _code.shapes.emplace_back();
+        _shapeDrafts.push_back(draft);
+        compiler.compile(draft, _options.derivatives, _code.runner.lanes, shape, _plans.emplace_back());
+        for (const Program& program : shape.programs) {
+          _code.registers = std::max(_code.registers, std::size_t{program.registers} * shape.lanes);
+        }
+        degrees = std::move(_plans.back().degree);
       }
       for (std::uint32_t k = 0; k < draft.outputCount; ++k) {
-        if (_plans[s].degree[k] <= 2) continue;
-        for (std::uint32_t e = 0; e < draft.count; ++e) {
-          _code.rows[draft.rows[std::size_t{e} * draft.outputCount + k]].kind = TavEvaluator::Kind::NonLinear;
-        }
+        if (degrees[k] <= 2) continue;
+        for (std::uint32_t e = 0; e < draft.count; ++e)
+          _code.rows[draft.rows(e)[k]].kind = TavEvaluator::Kind::NonLinear;
       }
     }
   }
@@ -80,41 +87,35 @@ class Compilation {
   /// Where the shapes put each summand; kNone for those that are part of a whole output.
   std::vector<std::uint32_t> placeSummands() {
     std::vector<std::uint32_t> placeOf(_rows.summands.size(), kNone);
-    for (std::size_t s = 0; s < _drafts.size(); ++s) {
-      const ShapeDraft& draft = _drafts[s];
+    for (std::size_t s = 0; s < _code.shapes.size(); ++s) {
+      const ShapeDraft& draft = _shapeDrafts[s];
       Shape& shape = _code.shapes[s];
       shape.firstValue = static_cast<std::uint32_t>(_code.valueCount);
       for (std::uint32_t e = 0; e < draft.count; ++e) {
         const std::uint32_t block = e / shape.lanes * shape.lanes * draft.valueCount;
         for (std::uint32_t k = 0; k < draft.valueCount; ++k) {
-          placeOf[draft.values[std::size_t{e} * draft.valueCount + k]] =
-              shape.firstValue + block + k * shape.lanes + e % shape.lanes;
+          placeOf[draft.values(e)[k]] = shape.firstValue + block + k * shape.lanes + e % shape.lanes;
         }
       }
       _code.valueCount += std::size_t{shape.blockCount()} * shape.lanes * draft.valueCount;
     }
-    return placeOf;
-  }
-
-  std::vector<bool> findWholeRows() const {
-    std::vector<bool> isWhole(_code.rows.size());
-    for (std::size_t s = 0; s < _drafts.size(); ++s) {
-      const ShapeDraft& draft = _drafts[s];
-      for (const std::uint32_t output : _code.shapes[s].wholeOutputs) {
-        for (std::uint32_t e = 0; e < draft.count; ++e) {
-          isWhole[draft.rows[std::size_t{e} * draft.outputCount + output]] = true;
+    for (std::size_t s = 0; s < _code.tape.shapes.size(); ++s) {
+      const ShapeDraft& draft = _tapeDrafts[s];
+      _code.tape.shapes[s].firstValue = static_cast<std::uint32_t>(_code.valueCount);
+      for (std::uint32_t e = 0; e < draft.count; ++e) {
+        for (std::uint32_t k = 0; k < draft.valueCount; ++k) {
+          placeOf[draft.values(e)[k]] = static_cast<std::uint32_t>(_code.valueCount++);
         }
       }
     }
-    return isWhole;
+    return placeOf;
   }
 
   void keepLooseRows() {
     const std::vector<std::uint32_t> placeOf = placeSummands();
-    const std::vector<bool> isWhole = findWholeRows();
     for (std::uint32_t r = 0; r < _rows.rows.size(); ++r) {
       const Row& row = _rows.rows[r];
-      if (isWhole[r]) continue;
+      if (_drafts.isWhole[r]) continue;
       const bool isInOrder = row.whole == Row::kInOrder;
       Code::LooseRow loose{row.constant, row.firstTerm, _code.summands.size(), 0, 0, r};
       loose.termCount = static_cast<std::uint32_t>(row.termEnd - row.firstTerm);
@@ -143,45 +144,52 @@ class Compilation {
     const std::size_t sharedCount = shared.size();
     shared.insert(shared.end(), alone.begin(), alone.end());
     std::vector<ShapeEntries> entries;
-    for (std::size_t s = 0; s < _drafts.size(); ++s) {
-      const ShapeDraft& draft = _drafts[s];
+    for (std::size_t s = 0; s < _code.shapes.size(); ++s) {
       const auto& derivatives = _plans[s].jacobian;
-      entries.push_back(
-          {&_code.shapes[s], static_cast<std::uint32_t>(derivatives.size()),
-           [&draft, &derivatives](std::uint32_t e, std::uint32_t k) {
-             const Derivative& d = derivatives[k];
-             const auto row = draft.rows[std::size_t{e} * draft.outputCount + d.row];
-             const auto column = draft.variables[std::size_t{e} * draft.variableCount + d.column];
-             return TavEvaluator::Position{static_cast<std::int32_t>(row), static_cast<std::int32_t>(column)};
-           },
-           &_code.shapes[s].jacobian});
+      entries.push_back({&_code.shapes[s], static_cast<std::uint32_t>(derivatives.size()),
+                         [&draft = _shapeDrafts[s], &derivatives](std::uint32_t e, std::uint32_t k) {
+                           const Derivative& d = derivatives[k];
+                           return TavEvaluator::Position{static_cast<std::int32_t>(draft.rows(e)[d.row]),
+                                                         static_cast<std::int32_t>(draft.variables(e)[d.column])};
+                         },
+                         &_code.shapes[s].jacobian});
     }
-    _code.jacobian = layOut(entries, shared, sharedCount);
+    Tape& tape = _code.tape;
+    std::vector<TavEvaluator::Position> positions;
+    for (TapeShape& shape : tape.shapes) {
+      shape.jacobian = static_cast<std::uint32_t>(positions.size());
+      for (std::uint32_t e = 0; e < shape.count; ++e) tape.appendJacobian(shape, e, positions);
+    }
+    _code.jacobian = layOut(entries, positions, tape.jacobian, shared, sharedCount);
   }
 
   void layOutHessian() {
     if (_options.derivatives < 2) return;
     std::vector<ShapeEntries> entries;
-    for (std::size_t s = 0; s < _drafts.size(); ++s) {
-      const ShapeDraft& draft = _drafts[s];
+    for (std::size_t s = 0; s < _code.shapes.size(); ++s) {
       const auto& derivatives = _plans[s].hessian;
       entries.push_back({&_code.shapes[s], static_cast<std::uint32_t>(derivatives.size()),
-                         [&draft, &derivatives](std::uint32_t e, std::uint32_t k) {
-                           const auto* variables = draft.variables.data() + std::size_t{e} * draft.variableCount;
-                           const auto i = static_cast<std::int32_t>(variables[derivatives[k].row]);
-                           const auto j = static_cast<std::int32_t>(variables[derivatives[k].column]);
-                           return TavEvaluator::Position{std::max(i, j), std::min(i, j)};
+                         [&draft = _shapeDrafts[s], &derivatives](std::uint32_t e, std::uint32_t k) {
+                           const auto* variables = draft.variables(e);
+                           return lowerTriangle(variables[derivatives[k].row], variables[derivatives[k].column]);
                          },
                          &_code.shapes[s].hessian});
     }
-    _code.hessian = layOut(entries, {}, 0);
+    Tape& tape = _code.tape;
+    std::vector<TavEvaluator::Position> positions;
+    for (TapeShape& shape : tape.shapes) {
+      shape.hessian = static_cast<std::uint32_t>(positions.size());
+      for (std::uint32_t e = 0; e < shape.count; ++e) tape.appendHessian(shape, e, positions);
+    }
+    _code.hessian = layOut(entries, positions, tape.hessian, {}, 0);
   }
 
   Columns& _columns;
   const TavEvaluator::Options& _options;
   Rows _rows;
-  std::vector<ShapeDraft> _drafts;
-  std::vector<ShapePlan> _plans;
+  Drafts _drafts;
+  std::vector<ShapeDraft> _shapeDrafts, _tapeDrafts;  // as the shapes of the program and of its tape
+  std::vector<ShapePlan> _plans;                      // as the shapes of the program
   Code _code;
 };
 
@@ -196,7 +204,7 @@ std::size_t Code::bytes() const noexcept {
   std::size_t sum = rows.capacity() * sizeof(RowFacts) + looseRows.capacity() * sizeof(LooseRow) +
                     summands.capacity() * sizeof(std::uint32_t) + terms.capacity() * sizeof(TavEvaluator::LinearTerm) +
                     byObjects.capacity() * sizeof(std::uint32_t) + shapes.capacity() * sizeof(Shape) +
-                    gradientStart.capacity() * sizeof(double) + jacobian.bytes() + hessian.bytes();
+                    gradientStart.capacity() * sizeof(double) + jacobian.bytes() + hessian.bytes() + tape.bytes();
   for (const Shape& shape : shapes) {
     sum += (shape.parameters.capacity() + shape.uniforms.capacity()) * sizeof(double) + shape.variables.bytes() +
            shape.rows.bytes() + shape.jacobian.bytes() + shape.hessian.bytes();

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <bit>
 
+#include "evaluator/tape.h"
+
 namespace taveval {
 
 void Indices::append(const std::uint32_t* lane, std::uint32_t count, std::uint32_t width) {
@@ -47,59 +49,41 @@ void ShapeCompiler::endOutput(std::uint32_t uses) {
   _sum = _value = kNone;
 }
 
-void ShapeCompiler::readKey(const ShapeDraft& draft) {
+/// Reads a key into the graph.
+struct ShapeCompiler::Reading {
+  ShapeCompiler& to;
+  std::uint32_t variables = 0, parameters = 0;
+
+  void node(Op op, double value, const std::uint32_t* of) {
+    const auto node = [this](std::uint32_t number) { return number == kNone ? kNone : to._nodeOf[number]; };
+    to._nodeOf.push_back(op == Op::Variable    ? to._graph.leaf(op, variables++)
+                         : op == Op::Parameter ? to._graph.leaf(op, parameters++)
+                         : op == Op::Constant  ? to._graph.constant(value)
+                                               : to._graph.apply(op, node(of[0]), node(of[1]), node(of[2])));
+  }
+  void mark(KeyMark mark, std::uint32_t node) {
+    to.readMark(mark, node == kNone ? kNone : to._nodeOf[node], parameters);
+  }
+  void output(std::uint32_t uses) { to.endOutput(uses); }
+};
+
+void ShapeCompiler::readDraft(const ShapeDraft& draft) {
   _graph.clear();
   _nodeOf.clear();
   for (auto* numbers : {&_outputs, &_uses, &_wholeValues}) numbers->clear();
   for (auto& roots : _roots) roots.clear();
   // Variables have the lowest numbers: second derivatives end at them.
   for (std::uint32_t v = 0; v < draft.variableCount; ++v) _graph.leaf(Op::Variable, v);
-  std::uint32_t variables = 0, parameters = 0;
-  const std::vector<std::uint32_t>& key = draft.key;
-  for (std::size_t i = 0; i < key.size();) {
-    const std::uint32_t word = key[i++];
-    if (word >= static_cast<std::uint32_t>(KeyMark::Plus)) {
-      const auto mark = static_cast<KeyMark>(word);
-      if (mark == KeyMark::Output) {
-        endOutput(key[i++]);
-      } else {
-        readMark(mark, mark == KeyMark::LinearNumber ? kNone : _nodeOf[key[i++]], parameters);
-      }
-      continue;
-    }
-    const auto op = static_cast<Op>(word);
-    if (op == Op::Variable) {
-      _nodeOf.push_back(_graph.leaf(op, variables++));
-    } else if (op == Op::Parameter) {
-      _nodeOf.push_back(_graph.leaf(op, parameters++));
-    } else if (op == Op::Constant) {
-      _nodeOf.push_back(_graph.constant(std::bit_cast<double>(std::uint64_t{key[i]} << 32 | key[i + 1])));
-      i += 2;
-    } else {
-      const int operands = operandCount(op);
-      std::uint32_t of[3] = {kNone, kNone, kNone};
-      for (int k = 0; k < operands; ++k) of[k] = _nodeOf[key[i++]];
-      _nodeOf.push_back(_graph.apply(op, of[0], of[1], of[2]));
-    }
-  }
+  readKey(draft.key(), Reading{*this});
 }
 
 void ShapeCompiler::findDegrees(ShapePlan& plan) const {
   std::vector<int> degree(_graph.size());
   for (std::uint32_t k = 0; k < _graph.size(); ++k) {
     const Graph::Node& node = _graph[k];
-    const std::uint32_t of[] = {node.a, node.b, node.c};
-    int most = node.op == Op::Variable ? 1 : 0, sum = most;
-    for (int i = 0; i < operandCount(node.op); ++i) {
-      most = std::max(most, degree[of[i]]);
-      sum += degree[of[i]];
-    }
-    int result = most == 0 ? 0 : 3;
-    if (node.op == Op::Variable || node.op == Op::Add || node.op == Op::Sub || node.op == Op::Neg) result = most;
-    if (node.op == Op::Mul) result = sum;
-    if (node.op == Op::Square) result = 2 * sum;
-    if (node.op == Op::Div && degree[node.b] == 0) result = most;
-    degree[k] = std::min(result, 3);
+    const int operands = operandCount(node.op);
+    degree[k] = degreeOf(node.op, operands > 0 ? degree[node.a] : 0, operands > 1 ? degree[node.b] : 0,
+                         operands > 2 ? degree[node.c] : 0);
   }
   for (std::size_t k = 0; k < _outputs.size(); ++k) {
     plan.degree.push_back(_uses[k] & kDerivatives ? static_cast<char>(degree[_outputs[k]]) : char{0});
@@ -154,7 +138,7 @@ void ShapeCompiler::fillParameters(const ShapeDraft& draft, Shape& shape) {
   std::vector<double> values(std::size_t{all} * draft.count), scratch;
   for (std::uint32_t e = 0; e < draft.count; ++e) {
     double* to = values.data() + std::size_t{e} * all;
-    std::copy_n(draft.parameters.data() + std::size_t{e} * own, own, to);
+    std::copy_n(draft.parameters(e), own, to);
     recipe.compute(to, to + own, scratch);
   }
   // Parameters that no program reads are left out; those that are equal in all elements are kept once.
@@ -197,23 +181,25 @@ void ShapeCompiler::fillParameters(const ShapeDraft& draft, Shape& shape) {
 
 void ShapeCompiler::fillIndices(const ShapeDraft& draft, Shape& shape) const {
   std::vector<std::uint32_t> lanes(shape.lanes);
-  const auto fill = [&](Indices& indices, const std::vector<std::uint32_t>& numbers, std::uint32_t width) {
+  const auto fill = [&](Indices& indices, auto numbersOf, std::uint32_t width) {
     for (std::uint32_t first = 0; first < shape.count; first += shape.lanes) {
       const std::uint32_t live = std::min(shape.lanes, shape.count - first);
       for (std::uint32_t k = 0; k < width; ++k) {
-        for (std::uint32_t i = 0; i < live; ++i) lanes[i] = numbers[std::size_t{first + i} * width + k];
+        for (std::uint32_t i = 0; i < live; ++i) lanes[i] = numbersOf(first + i)[k];
         indices.append(lanes.data(), live, shape.lanes);
       }
     }
     indices.shrink();
   };
-  fill(shape.variables, draft.variables, draft.variableCount);
-  fill(shape.rows, draft.rows, draft.outputCount);
+  fill(
+      shape.variables, [&](std::uint32_t e) { return draft.variables(e); }, draft.variableCount);
+  fill(
+      shape.rows, [&](std::uint32_t e) { return draft.rows(e); }, draft.outputCount);
 }
 
 void ShapeCompiler::compile(const ShapeDraft& draft, int derivatives, std::uint32_t lanes, Shape& shape,
                             ShapePlan& plan) {
-  readKey(draft);
+  readDraft(draft);
   _derived.begin(draft.parameterCount);
   findDegrees(plan);
   shape.count = draft.count;

@@ -25,7 +25,8 @@ class ShapeCompiler {
   void compile(const ShapeDraft& draft, int derivatives, std::uint32_t lanes, Shape& shape, ShapePlan& plan);
 
  private:
-  void readKey(const ShapeDraft& draft);
+  struct Reading;
+  void readDraft(const ShapeDraft& draft);
   std::vector<std::uint32_t>& rootsOf(Section section) { return _roots[static_cast<std::size_t>(section)]; }
   void readMark(KeyMark mark, std::uint32_t node, std::uint32_t& parameters);
   void endOutput(std::uint32_t uses);

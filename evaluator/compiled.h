@@ -36,6 +36,7 @@ struct Code {
   std::vector<TavEvaluator::LinearTerm> terms;
   std::vector<std::uint32_t> byObjects;  ///< Rows whose values come from their objects.
   std::vector<Shape> shapes;
+  Tape tape;
   BlockRunner runner = blockRunner();  ///< That the shapes' blocks are made for.
   Tables tables;
   Structure jacobian, hessian;

@@ -2,7 +2,43 @@
 
 #include <algorithm>
 
+#include "evaluator/derivative_rules.h"
+
 namespace taveval {
+
+namespace {
+
+/// Formulas that are nodes of a graph.
+class NodeFormula : public FormulaOperators<NodeFormula> {
+ public:
+  NodeFormula() = default;
+  NodeFormula(Graph& graph, std::uint32_t node) : _graph(&graph), _node(node) {}
+  std::uint32_t node() const noexcept { return _node; }
+  NodeFormula number(double value) const { return {*_graph, _graph->constant(value)}; }
+  NodeFormula of(Op op) const { return {*_graph, _graph->apply(op, _node)}; }
+  NodeFormula with(Op op, NodeFormula b) const { return {*_graph, _graph->apply(op, _node, b._node)}; }
+
+ private:
+  Graph* _graph = nullptr;
+  std::uint32_t _node = kNone;
+};
+
+}  // namespace
+
+/// The rule of a node, and the nodes that its partials are by.
+struct Differentiator::NodeRule : Rule<NodeFormula> {
+  std::uint32_t operand[2] = {kNone, kNone};
+};
+
+Differentiator::NodeRule Differentiator::ruleOfNode(Graph& graph, std::uint32_t k) const {
+  const Graph::Node node = graph[k];
+  const std::uint32_t of[] = {node.a, node.b, node.c};
+  NodeRule rule{taveval::ruleOf(node.op, NodeFormula(graph, node.a), NodeFormula(graph, node.b), NodeFormula(graph, k),
+                                node.b == kNone || !_active[node.b]),
+                {}};
+  for (int i = 0; i < rule.count; ++i) rule.operand[i] = of[rule.first[i].operand];
+  return rule;
+}
 
 void Differentiator::begin(const Graph& graph, std::uint32_t count) {
   _active.assign(count, 0);
@@ -28,14 +64,16 @@ std::uint32_t Differentiator::product(Graph& graph, std::uint32_t factor, std::u
   return graph.select(w, result, graph.constant(0));
 }
 
+template <class Partial>
 std::uint32_t Differentiator::times(Graph& graph, const Partial& partial, std::uint32_t w) const {
+  const std::uint32_t node = partial.formula.node();
   switch (partial.kind) {
-    case Partial::Kind::IfTrue:
-      return graph.select(partial.node, w, graph.constant(0));
-    case Partial::Kind::IfFalse:
-      return graph.select(partial.node, graph.constant(0), w);
+    case NodeRule::Kind::IfTrue:
+      return graph.select(node, w, graph.constant(0));
+    case NodeRule::Kind::IfFalse:
+      return graph.select(node, graph.constant(0), w);
     default:
-      return product(graph, partial.node, w);
+      return product(graph, node, w);
   }
 }
 
@@ -59,7 +97,7 @@ void Differentiator::first(Graph& graph, std::uint32_t count, std::uint32_t outp
       result.push_back({row, graph[k].a, adjoint});
       continue;
     }
-    const Rule rule = ruleOf(graph, k);
+    const NodeRule rule = ruleOfNode(graph, k);
     for (int i = 0; i < rule.count; ++i) {
       if (_active[rule.operand[i]]) addAdjoint(graph, rule.operand[i], times(graph, rule.first[i], adjoint));
     }
@@ -117,7 +155,7 @@ void Differentiator::second(Graph& graph, std::uint32_t count, const std::vector
     }
     const std::uint32_t adjoint = _adjoint[k];
     if (adjoint == kNone && _firstEdge[k] == kNone) continue;
-    const Rule rule = ruleOf(graph, k);
+    const NodeRule rule = ruleOfNode(graph, k);
     // Push the edges that end here to the operands.
     for (std::uint32_t e = _firstEdge[k]; e != kNone; e = _edges[e].next) {
       const Edge edge = _edges[e];
@@ -140,8 +178,8 @@ void Differentiator::second(Graph& graph, std::uint32_t count, const std::vector
     // Create the edges of this node, then pass its adjoint on.
     for (int i = 0, pair = 0; i < rule.count; ++i) {
       for (int j = 0; j <= i; ++j, ++pair) {
-        if (rule.second[pair] == kNone) continue;
-        const std::uint32_t created = product(graph, rule.second[pair], adjoint);
+        if (!(rule.seconds & 1 << pair)) continue;
+        const std::uint32_t created = product(graph, rule.second[pair].node(), adjoint);
         const bool doubled = i != j && rule.operand[i] == rule.operand[j];
         addEdge(graph, rule.operand[i], rule.operand[j], doubled ? graph.mul(graph.constant(2), created) : created);
       }

@@ -3,7 +3,6 @@
 
 #include <vector>
 
-#include "evaluator/derivative_rules.h"
 #include "evaluator/graph.h"
 
 namespace taveval {
@@ -44,6 +43,9 @@ class Differentiator {
   void begin(const Graph& graph, std::uint32_t count);
   void addTo(Graph& graph, std::uint32_t& sum, std::uint32_t summand) const;
   std::uint32_t product(Graph& graph, std::uint32_t factor, std::uint32_t w) const;
+  struct NodeRule;
+  NodeRule ruleOfNode(Graph& graph, std::uint32_t node) const;
+  template <class Partial>
   std::uint32_t times(Graph& graph, const Partial& partial, std::uint32_t w) const;
   void addAdjoint(Graph& graph, std::uint32_t node, std::uint32_t summand);
   void addEdge(Graph& graph, std::uint32_t i, std::uint32_t j, std::uint32_t weight);

@@ -73,11 +73,10 @@ void Elements::addToLocal(Local& into, const Local& from) {
 /// The element of this row that the summands may join, or kNone.
 std::uint32_t Elements::homeOf(const Local& local) {
   if (local.variableCount == 0) return _merged.empty() || _merged[0].summandCount >= kMostSummands ? kNone : 0;
-  const auto& candidates = _localsOfColumn[_sets[local.firstVariable]];
-  std::uint32_t tried = 0;
-  for (std::size_t i = candidates.size(); i-- > 0 && tried < kMostCandidates; ++tried) {
-    const Local& candidate = _merged[candidates[i]];
-    if (candidate.summandCount < kMostSummands && isSubset(local, candidate)) return candidates[i];
+  std::uint32_t link = _lastLocal.get(_sets[local.firstVariable]);
+  for (std::uint32_t tried = 0; link != kNone && tried < kMostCandidates; link = _sharing[link].next, ++tried) {
+    const std::uint32_t number = _sharing[link].summand;
+    if (_merged[number].summandCount < kMostSummands && isSubset(local, _merged[number])) return number;
   }
   return kNone;
 }
@@ -128,7 +127,7 @@ void Elements::mergeLocals(std::uint32_t number) {
   // Large sets first, so that smaller ones find them.
   std::stable_sort(_locals.begin(), _locals.end(),
                    [](const Local& x, const Local& y) { return x.variableCount > y.variableCount; });
-  _localsOfColumn.resize(_columnStamp.size());
+  _sharing.clear();
   for (const Local& local : _locals) {
     const std::uint32_t home = homeOf(local);
     if (home != kNone) {
@@ -136,12 +135,14 @@ void Elements::mergeLocals(std::uint32_t number) {
       continue;
     }
     for (std::uint32_t i = 0; i < local.variableCount; ++i) {
-      _localsOfColumn[_sets[local.firstVariable + i]].push_back(static_cast<std::uint32_t>(_merged.size()));
+      std::uint32_t& last = _lastLocal[_sets[local.firstVariable + i]];
+      _sharing.push_back({static_cast<std::uint32_t>(_merged.size()), last});
+      last = static_cast<std::uint32_t>(_sharing.size() - 1);
     }
     _merged.push_back(local);
   }
   for (const Local& local : _merged) {
-    for (std::uint32_t i = 0; i < local.variableCount; ++i) _localsOfColumn[_sets[local.firstVariable + i]].clear();
+    for (std::uint32_t i = 0; i < local.variableCount; ++i) _lastLocal[_sets[local.firstVariable + i]] = kNone;
   }
 }
 
@@ -196,6 +197,7 @@ std::uint32_t Elements::elementOf(const Local& local, std::uint32_t row) {
 }
 
 void Elements::addOutput(const Local& local, std::uint32_t number, std::uint32_t uses) {
+  if (uses & kWhole) _drafts.isWhole[number] = true;
   Element& element = _elements[elementOf(local, number)];
   const auto output = static_cast<std::uint32_t>(_outputs.size());
   _outputs.push_back({number, local.firstSummand, kNone, uses});
@@ -227,11 +229,11 @@ void Elements::writeRecord(std::uint32_t root) {
     _numberOf[at] = _written++;
     _key.push_back(static_cast<std::uint32_t>(record.op));
     if (record.op == Op::Variable) {
-      _variables.push_back(record.a);
+      _drafts.variables.push_back(record.a);
       _columnStamp[record.a] = _stamp;
       _numberOfColumn[record.a] = _numberOf[at];
     } else if (record.op == Op::Parameter) {
-      _parameters.push_back(record.number());
+      _drafts.parameters.push_back(record.number());
     } else if (record.op == Op::Constant) {
       _key.insert(_key.end(), {record.a, record.b});
     } else {
@@ -245,7 +247,7 @@ void Elements::writeColumn(std::uint32_t column) {
   _columnStamp[column] = _stamp;
   _numberOfColumn[column] = _written++;
   _key.push_back(static_cast<std::uint32_t>(Op::Variable));
-  _variables.push_back(column);
+  _drafts.variables.push_back(column);
 }
 
 void Elements::writeLinearPart(const Row& row) {
@@ -257,34 +259,44 @@ void Elements::writeLinearPart(const Row& row) {
                          : coefficient == -1.0 ? KeyMark::LinearMinus
                                                : KeyMark::LinearScaled;
     _key.insert(_key.end(), {static_cast<std::uint32_t>(mark), _numberOfColumn[column]});
-    if (mark == KeyMark::LinearScaled) _parameters.push_back(coefficient);
+    if (mark == KeyMark::LinearScaled) _drafts.parameters.push_back(coefficient);
   }
   if (row.constant != 0.0) {
     _key.push_back(static_cast<std::uint32_t>(KeyMark::LinearNumber));
-    _parameters.push_back(row.constant);
+    _drafts.parameters.push_back(row.constant);
   }
 }
 
-std::uint32_t Elements::draftOf(std::vector<ShapeDraft>& shapes) {
-  if (shapes.size() >= _shapesOfHash.size()) {
-    _shapesOfHash.assign(std::max<std::size_t>(256, 4 * _shapesOfHash.size()), {});
-    for (std::uint32_t s = 0; s < shapes.size(); ++s) {
-      const auto& key = shapes[s].key;
-      _shapesOfHash[hashOf(key.data(), key.size()) & (_shapesOfHash.size() - 1)].push_back(s);
+void Elements::growShapeTable() {
+  _shapeOfHash.assign(std::max<std::size_t>(256, 4 * _shapeOfHash.size()), kNone);
+  for (std::uint32_t s = 0; s < _drafts.shapes.size(); ++s) {
+    auto& head = _shapeOfHash[_drafts.shapes[s].hash & (_shapeOfHash.size() - 1)];
+    _drafts.shapes[s].nextOfHash = head;
+    head = s;
+  }
+}
+
+/// The shape of the key; a new one if there is none. The element's data lies at the end of the drafts.
+std::uint32_t Elements::shapeOfKey(const Drafts::Element& from) {
+  auto& shapes = _drafts.shapes;
+  if (shapes.size() >= _shapeOfHash.size()) growShapeTable();
+  const std::uint64_t hash = hashOf(_key.data(), _key.size());
+  auto& head = _shapeOfHash[hash & (_shapeOfHash.size() - 1)];
+  for (std::uint32_t s = head; s != kNone; s = shapes[s].nextOfHash) {
+    if (shapes[s].hash == hash && shapes[s].wordCount == _key.size() &&
+        std::equal(_key.begin(), _key.end(),
+                   _drafts.words.begin() + static_cast<std::ptrdiff_t>(shapes[s].firstWord))) {
+      return s;
     }
   }
-  auto& candidates = _shapesOfHash[hashOf(_key.data(), _key.size()) & (_shapesOfHash.size() - 1)];
-  for (const std::uint32_t s : candidates) {
-    if (shapes[s].key == _key) return s;
-  }
-  candidates.push_back(static_cast<std::uint32_t>(shapes.size()));
-  ShapeDraft& shape = shapes.emplace_back();
-  shape.key = _key;
-  shape.variableCount = static_cast<std::uint32_t>(_variables.size());
-  shape.parameterCount = static_cast<std::uint32_t>(_parameters.size());
-  shape.outputCount = static_cast<std::uint32_t>(_rowsOfOutputs.size());
-  shape.valueCount = static_cast<std::uint32_t>(_objectiveValues.size() + _values.size());
-  return candidates.back();
+  const auto number = [](std::size_t count) { return static_cast<std::uint32_t>(count); };
+  shapes.push_back({_drafts.words.size(), number(_key.size()), number(_drafts.variables.size() - from.variables),
+                    number(_drafts.parameters.size() - from.parameters), number(_drafts.rows.size() - from.rows),
+                    number(_drafts.values.size() - from.values), _written, number(_objectiveValues.size()), 0, 0, head,
+                    hash});
+  _drafts.words.insert(_drafts.words.end(), _key.begin(), _key.end());
+  head = number(shapes.size() - 1);
+  return head;
 }
 
 void Elements::writeOutput(const Output& output) {
@@ -302,40 +314,54 @@ void Elements::writeOutput(const Output& output) {
                                                      : KeyMark::Minus;
     _key.push_back(static_cast<std::uint32_t>(mark));
     _key.push_back(_numberOf[summand.record]);
-    if (summand.isScaled) _parameters.push_back(summand.coefficient);
+    if (summand.isScaled) _drafts.parameters.push_back(summand.coefficient);
   }
   if (output.uses & kWhole) writeLinearPart(_rows.rows[output.row]);
   _key.push_back(static_cast<std::uint32_t>(KeyMark::Output));
   _key.push_back(output.uses);
-  _rowsOfOutputs.push_back(output.row);
+  _drafts.rows.push_back(output.row);
   auto& values = output.uses & kOfObjective ? _objectiveValues : _values;
   if (output.uses & kSum) values.push_back(_summands[0]);
   if (output.uses & kEach) values.insert(values.end(), _summands.begin(), _summands.end());
 }
 
-void Elements::addToShape(const Element& element, std::vector<ShapeDraft>& shapes) {
-  for (auto* list : {&_key, &_variables, &_rowsOfOutputs, &_values, &_objectiveValues}) list->clear();
-  _parameters.clear();
+void Elements::addToShape(const Element& element) {
+  for (auto* list : {&_key, &_values, &_objectiveValues}) list->clear();
   _written = 0;
   ++_stamp;
+  const auto number = [](std::size_t count) { return static_cast<std::uint32_t>(count); };
+  Drafts::Element draft{0, number(_drafts.variables.size()), number(_drafts.rows.size()), number(_drafts.values.size()),
+                        _drafts.parameters.size()};
   for (std::uint32_t o = element.firstOutput; o != kNone; o = _outputs[o].next) writeOutput(_outputs[o]);
-  ShapeDraft& shape = shapes[draftOf(shapes)];
-  ++shape.count;
-  const auto append = [](auto& to, const auto& from) { to.insert(to.end(), from.begin(), from.end()); };
-  append(shape.variables, _variables);
-  append(shape.parameters, _parameters);
-  append(shape.rows, _rowsOfOutputs);
-  append(shape.values, _objectiveValues);
-  append(shape.values, _values);
+  for (const auto* values : {&_objectiveValues, &_values}) {
+    _drafts.values.insert(_drafts.values.end(), values->begin(), values->end());
+  }
+  draft.shape = shapeOfKey(draft);
+  ++_drafts.shapes[draft.shape].count;
+  _drafts.elements.push_back(draft);
 }
 
-std::vector<ShapeDraft> Elements::collect() {
+void Elements::sortByShape() {
+  std::uint32_t next = 0;
+  for (Drafts::Shape& shape : _drafts.shapes) {
+    shape.firstInOrder = next;
+    next += shape.count;
+    shape.count = 0;
+  }
+  _drafts.order.resize(next);
+  for (std::uint32_t e = 0; e < next; ++e) {
+    Drafts::Shape& shape = _drafts.shapes[_drafts.elements[e].shape];
+    _drafts.order[shape.firstInOrder + shape.count++] = e;
+  }
+}
+
+Drafts Elements::collect() {
+  _drafts.isWhole.resize(_rows.rows.size());
   for (std::uint32_t row = 0; row < _rows.rows.size(); ++row) splitRow(row);
   _numberOf.resize(_rows.records.size());
-  _numberOfColumn.resize(_columnStamp.size());
-  std::vector<ShapeDraft> shapes;
-  for (const Element& element : _elements) addToShape(element, shapes);
-  return shapes;
+  for (const Element& element : _elements) addToShape(element);
+  sortByShape();
+  return std::move(_drafts);
 }
 
 }  // namespace taveval

@@ -2,22 +2,57 @@
 /// From rows to shapes. Summands over the same variables, also those of different rows, form one element, so that they
 /// share subexpressions; elements of equal structure form a shape.
 
+#include <bit>
+#include <span>
 #include <vector>
 
+#include "evaluator/pages.h"
 #include "evaluator/rows.h"
 
 namespace taveval {
 
-/// A shape before its programs: the structure that its elements share, and their data.
-struct ShapeDraft {
-  std::vector<std::uint32_t> key;  ///< The structure, for readKey.
-  std::uint32_t count = 0;
-  std::uint32_t variableCount = 0, parameterCount = 0, outputCount = 0;
-  std::vector<std::uint32_t> variables;  ///< Columns, by element.
-  std::vector<double> parameters;        ///< By element.
-  std::vector<std::uint32_t> rows;       ///< Rows of the outputs, by element; the objective is the row behind the last.
-  std::uint32_t valueCount = 0;          ///< Summands that an element gives, the objective's first.
-  std::vector<std::uint32_t> values;     ///< Numbers of these summands, by element.
+/// What elements are made of, before programs: structures and, for each element, its data.
+struct Drafts {
+  /// Elements of one structure.
+  struct Shape {
+    std::size_t firstWord;  ///< Of the key, in `words`.
+    std::uint32_t wordCount;
+    std::uint32_t variableCount, parameterCount, outputCount, valueCount, nodeCount;
+    std::uint32_t objectiveValueCount;  ///< Of the values; they come first.
+    std::uint32_t count, firstInOrder;  ///< Of its elements, in `order`.
+    std::uint32_t nextOfHash;
+    std::uint64_t hash;
+  };
+  /// Where the data of an element begins.
+  struct Element {
+    std::uint32_t shape;
+    std::uint32_t variables, rows, values;
+    std::size_t parameters;
+  };
+  std::vector<Shape> shapes;
+  std::vector<Element> elements;
+  std::vector<std::uint32_t> order;      ///< Elements by shape.
+  std::vector<std::uint32_t> words;      ///< Keys.
+  std::vector<std::uint32_t> variables;  ///< Columns.
+  std::vector<std::uint32_t> rows;       ///< Rows of the outputs; the objective is the row behind the last.
+  std::vector<std::uint32_t> values;     ///< Numbers of the summands whose values an element gives.
+  std::vector<double> parameters;
+  std::vector<bool> isWhole;  ///< By row: it is an output of an element.
+};
+
+/// One shape of drafts.
+class ShapeDraft : public Drafts::Shape {
+ public:
+  ShapeDraft(const Drafts& drafts, std::size_t shape) : Shape(drafts.shapes[shape]), _drafts(drafts) {}
+  std::span<const std::uint32_t> key() const { return std::span(_drafts.words).subspan(firstWord, wordCount); }
+  const std::uint32_t* variables(std::uint32_t e) const { return _drafts.variables.data() + element(e).variables; }
+  const std::uint32_t* rows(std::uint32_t e) const { return _drafts.rows.data() + element(e).rows; }
+  const std::uint32_t* values(std::uint32_t e) const { return _drafts.values.data() + element(e).values; }
+  const double* parameters(std::uint32_t e) const { return _drafts.parameters.data() + element(e).parameters; }
+
+ private:
+  const Drafts::Element& element(std::uint32_t e) const { return _drafts.elements[_drafts.order[firstInOrder + e]]; }
+  const Drafts& _drafts;
 };
 
 /// Marks in a key, beside the numbers of operations.
@@ -32,6 +67,31 @@ enum class KeyMark : std::uint32_t {
   Output,        ///< The output is complete; its uses follow.
 };
 
+/// Calls the receiver for each item of a key: node(op, value of a constant, operands), mark(mark, node) and
+/// output(uses). Nodes are numbered as they come.
+template <class Receiver>
+void readKey(std::span<const std::uint32_t> key, Receiver&& receiver) {
+  for (std::size_t i = 0; i < key.size();) {
+    const std::uint32_t word = key[i++];
+    if (word == static_cast<std::uint32_t>(KeyMark::Output)) {
+      receiver.output(key[i++]);
+    } else if (word >= static_cast<std::uint32_t>(KeyMark::Plus)) {
+      const auto mark = static_cast<KeyMark>(word);
+      receiver.mark(mark, mark == KeyMark::LinearNumber ? kNone : key[i++]);
+    } else {
+      const auto op = static_cast<Op>(word);
+      double value = 0.0;
+      std::uint32_t of[3] = {kNone, kNone, kNone};
+      if (op == Op::Constant) {
+        value = std::bit_cast<double>(std::uint64_t{key[i]} << 32 | key[i + 1]);
+        i += 2;
+      }
+      for (int k = 0; k < operandCount(op); ++k) of[k] = key[i++];
+      receiver.node(op, value, of);
+    }
+  }
+}
+
 /// What an output is used for.
 enum OutputUse : std::uint32_t {
   kOfObjective = 1,  ///< It belongs to the objective.
@@ -45,13 +105,9 @@ enum OutputUse : std::uint32_t {
 class Elements {
  public:
   /// `byObjects`: no values are computed here.
-  Elements(const Rows& rows, std::size_t columns, std::uint32_t objectiveRow, bool byObjects)
-      : _byObjects(byObjects),
-        _rows(rows),
-        _objectiveRow(objectiveRow),
-        _recordStamp(rows.records.size()),
-        _columnStamp(columns) {}
-  std::vector<ShapeDraft> collect();
+  Elements(const Rows& rows, std::uint32_t objectiveRow, bool byObjects)
+      : _byObjects(byObjects), _rows(rows), _objectiveRow(objectiveRow), _recordStamp(rows.records.size()) {}
+  Drafts collect();
 
  private:
   /// Summands of one row over a set of variables, on their way to an element.
@@ -97,18 +153,20 @@ class Elements {
   std::uint32_t elementOf(const Local& local, std::uint32_t row);
   void growTable();
 
-  void addToShape(const Element& element, std::vector<ShapeDraft>& shapes);
+  void addToShape(const Element& element);
   void writeOutput(const Output& output);
   void writeRecord(std::uint32_t record);
   void writeColumn(std::uint32_t column);
   void writeLinearPart(const Row& row);
-  std::uint32_t draftOf(std::vector<ShapeDraft>& shapes);
+  std::uint32_t shapeOfKey(const Drafts::Element& from);
+  void growShapeTable();
+  void sortByShape();
 
   const bool _byObjects;
   const Rows& _rows;
   const std::uint32_t _objectiveRow;
   std::uint32_t _stamp = 0;
-  std::vector<std::uint32_t> _recordStamp, _columnStamp;
+  std::vector<std::uint32_t> _recordStamp;
   std::vector<std::uint32_t> _stack;
   std::vector<std::uint32_t> _sets;
   std::vector<Local> _locals, _merged;
@@ -116,15 +174,17 @@ class Elements {
   std::vector<Output> _outputs;
   std::vector<Element> _elements;
   std::vector<std::uint32_t> _elementOfHash;  // heads of chains
-  std::vector<std::vector<std::uint32_t>> _localsOfColumn;
+  Pages<std::uint32_t, kNone> _lastLocal;     // by column, of this row: heads of chains in _sharing
+  std::vector<Link> _sharing;                 // numbers in _merged, in the place of summands
 
   // Of the element that is being written to a key.
-  std::vector<std::uint32_t> _numberOf;        // by record
-  std::vector<std::uint32_t> _numberOfColumn;  // valid where _columnStamp has the stamp
-  std::vector<std::uint32_t> _key, _variables, _rowsOfOutputs, _summands, _values, _objectiveValues;
-  std::vector<double> _parameters;
+  std::vector<std::uint32_t> _numberOf;         // by record
+  Pages<std::uint32_t, kNone> _numberOfColumn;  // valid where the stamp is that of the element
+  Pages<std::uint32_t, 0> _columnStamp;
+  std::vector<std::uint32_t> _key, _summands, _values, _objectiveValues;
   std::uint32_t _written = 0;
-  std::vector<std::vector<std::uint32_t>> _shapesOfHash;
+  Drafts _drafts;
+  std::vector<std::uint32_t> _shapeOfHash;  // heads of chains
 };
 
 }  // namespace taveval

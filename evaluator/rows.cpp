@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <utility>
 
 namespace taveval {
 
@@ -19,11 +20,10 @@ std::string labelOf(const TavNumVarI* variable) {
 }  // namespace
 
 bool Columns::add(TavNumVarI* variable) {
-  const auto id = static_cast<std::size_t>(variable->getId());
-  if (id >= _columnOf.size()) _columnOf.resize(id + id / 2 + 1, kNone);
-  if (_columnOf[id] != kNone) return false;
+  std::uint32_t& column = _columnOf[static_cast<std::size_t>(variable->getId())];
+  if (column != kNone) return false;
   _variables.push_back(variable);
-  _columnOf[id] = static_cast<std::uint32_t>(_variables.size() - 1);
+  column = static_cast<std::uint32_t>(_variables.size() - 1);
   return true;
 }
 
@@ -37,8 +37,7 @@ void Columns::remove(const TavNumVarI* variable) noexcept {
 }
 
 std::uint32_t Columns::find(const TavNumVarI* variable) const noexcept {
-  const auto id = static_cast<std::size_t>(variable->getId());
-  return id < _columnOf.size() ? _columnOf[id] : kNone;
+  return _columnOf.get(static_cast<std::size_t>(variable->getId()));
 }
 
 std::uint32_t Columns::demand(const TavNumVarI* variable) const {
@@ -55,12 +54,6 @@ std::uint32_t Columns::require(TavNumVarI* variable) {
 }
 
 // Records
-
-void Reader::setRecord(const TavNumExprI* node, std::uint32_t record) {
-  const std::size_t id = idOf(node);
-  if (id >= _recordOf.size()) _recordOf.resize(id + id / 2 + 1, kNone);
-  _recordOf[id] = record;
-}
 
 std::uint32_t Reader::put(Op op, std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint8_t flags) {
   const std::uint32_t of[] = {a, b, c};
@@ -135,18 +128,14 @@ std::uint32_t Reader::read(const TavNumExprI* root) {
 // Rows
 
 bool Reader::metBefore(const TavNumExprI* node) {
-  const std::size_t id = idOf(node);
-  if (id >= _metInRow.size()) _metInRow.resize(id + id / 2 + 1, kNone);
   const auto row = static_cast<std::uint32_t>(_rows.rows.size());
-  if (_metInRow[id] == row) return true;
-  _metInRow[id] = row;
-  return false;
+  std::uint32_t& met = _metInRow[idOf(node)];
+  return std::exchange(met, row) == row;
 }
 
 void Reader::addTerm(TavNumVarI* variable, double coefficient) {
   const std::uint32_t column = _columns.require(variable);
-  if (column >= _termOf.size()) _termOf.resize(column + column / 2 + 1, static_cast<std::size_t>(-1));
-  const std::size_t at = _termOf[column];
+  std::size_t& at = _termOf[column];
   auto& terms = _rows.terms;
   if (at != static_cast<std::size_t>(-1) && at >= _rows.rows.back().firstTerm) {
     terms[at].coefficient += coefficient;
@@ -154,7 +143,7 @@ void Reader::addTerm(TavNumVarI* variable, double coefficient) {
     return;
   }
   watch(variable);
-  _termOf[column] = terms.size();
+  at = terms.size();
   terms.push_back({static_cast<std::int32_t>(column), coefficient});
 }
 

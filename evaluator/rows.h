@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "evaluator/operations.h"
+#include "evaluator/pages.h"
 #include "evaluator/program.h"
 #include "evaluator/tavevaluator.h"
 #include "expression/nodes.h"
@@ -108,7 +109,7 @@ class Columns {
 
  private:
   std::vector<TavNumVarI*> _variables;
-  std::vector<std::uint32_t> _columnOf;  // by identifier
+  Pages<std::uint32_t, kNone> _columnOf;  // by identifier
   bool _isOpen = false;
 };
 
@@ -128,7 +129,7 @@ class Reader {
     if (operand) _asked.push_back(operand);
   }
   /// The record of an operand that has been read; null throws when it is evaluated.
-  std::uint32_t of(const TavNumExprI* operand) { return operand ? _recordOf[idOf(operand)] : throwing(); }
+  std::uint32_t of(const TavNumExprI* operand) { return operand ? _recordOf.get(idOf(operand)) : throwing(); }
   /// The record of what throws when it is evaluated.
   std::uint32_t throwing() { return put(Op::Constant, 0, 0, kNone, Record::kByObjects); }
   std::uint32_t put(Op op, std::uint32_t a, std::uint32_t b = kNone, std::uint32_t c = kNone, std::uint8_t flags = 0);
@@ -158,8 +159,8 @@ class Reader {
   std::uint32_t putNumber(Op op, double value);
   std::uint32_t read(const TavNumExprI* node);
   const ClassRow& rowFor(const TavNumExprI* node);
-  bool isRead(const TavNumExprI* node) const { return idOf(node) < _recordOf.size() && _recordOf[idOf(node)] != kNone; }
-  void setRecord(const TavNumExprI* node, std::uint32_t record);
+  bool isRead(const TavNumExprI* node) const { return _recordOf.get(idOf(node)) != kNone; }
+  void setRecord(const TavNumExprI* node, std::uint32_t record) { _recordOf[idOf(node)] = record; }
   template <class Linear>
   void splitSum(const Linear* sum, const Pending& pending);
   void splitScaled(const Pending& pending, const ClassRow& row);
@@ -171,9 +172,9 @@ class Reader {
   Rows& _rows;
   Columns& _columns;
   std::vector<bool>& _watched;
-  std::vector<std::uint32_t> _recordOf;  // by identifier
-  std::vector<std::uint32_t> _metInRow;  // by identifier: the row that met a sum last
-  std::vector<std::size_t> _termOf;      // by column: the row's term, if it is one of this row
+  Pages<std::uint32_t, kNone> _recordOf;                     // by identifier
+  Pages<std::uint32_t, kNone> _metInRow;                     // by identifier: the row that met a sum last
+  Pages<std::size_t, static_cast<std::size_t>(-1)> _termOf;  // by column: the row's term, if it is of this row
   std::vector<Frame> _frames;
   std::vector<const TavNumExprI*> _asked;
   std::vector<Pending> _pending;

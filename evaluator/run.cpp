@@ -2,6 +2,7 @@
 
 #include "evaluator/functions.h"
 #include "evaluator/run_block.h"
+#include "evaluator/run_tape.h"
 
 namespace taveval {
 
@@ -20,7 +21,7 @@ BlockRunner blockRunner() {
     case tavdetail::TavInstructionSet::Avx2:
       return avx2Runner();
     default:
-      return TAV_INSTRUCTION_SET::kBlockRunner;
+      return TAV_INSTRUCTION_SET::kRunner;
   }
 }
 

@@ -2,6 +2,7 @@
 /// Runs programs over the elements of their shapes.
 
 #include "evaluator/program.h"
+#include "evaluator/tape.h"
 
 namespace taveval {
 
@@ -13,6 +14,9 @@ struct Task {
   std::array<double*, kSections> results;  ///< The first one is not used: the objective is a sum of summands.
   double* summands;                        ///< Of the objective and of rows; they are added when all are there.
   double* registers;                       ///< At the start of a cache line, enough for program and lanes.
+  TapeNode* nodes;                         ///< Enough for the elements of the tape.
+  double* tangents;                        ///< The same, 2 * Tape::kDirections for each node.
+  std::size_t firstAddedOfJacobian, firstAddedOfHessian;  ///< Values before these are stored, not added.
   const Tables* tables;
 };
 
@@ -23,10 +27,11 @@ using Runner = void (*)(const Shape& shape, const Program& program, const Task& 
 /// For shapes of one lane.
 void runSingles(const Shape& shape, const Program& program, const Task& task, std::uint32_t first, std::uint32_t end);
 
-/// Runs blocks of some number of lanes.
+/// Runs blocks of some number of lanes, and the elements of tapes.
 struct BlockRunner {
   Runner run;
   std::uint32_t lanes;
+  void (*runTape)(const Tape& tape, const Task& task);
 };
 
 /// The runner by the widest vectors that the processor has.

@@ -305,6 +305,4 @@ class Machine {
   Machine<Block>(shape, program, task).run(first, end);
 }
 
-static constexpr BlockRunner kBlockRunner{runBlocks, Block::kWidth};
-
 }  // namespace taveval::TAV_INSTRUCTION_SET

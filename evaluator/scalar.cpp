@@ -46,19 +46,9 @@ const TavExprPiecewiseLinearI& piecewise(const Tables& tables, double number) {
 }  // namespace
 
 double applyScalar(Op op, double a, double b, double c, const Tables* tables) {
+  double result = 0.0;
+  if (applyArithmetic(op, a, b, result)) return result;
   switch (op) {
-    case Op::Add:
-      return a + b;
-    case Op::Sub:
-      return a - b;
-    case Op::Mul:
-      return a * b;
-    case Op::Div:
-      return a / b;
-    case Op::Neg:
-      return -a;
-    case Op::Square:
-      return a * a;
     case Op::Sin:
       return TavSinI::apply(a);
     case Op::Cos:

@@ -33,6 +33,10 @@ const Code& Scratch::code() {
   const Code& code = _compiled.code();
   if (_registers.size() < code.registers) _registers.resize(code.registers);
   if (_values.size() < code.valueCount) _values.resize(code.valueCount);
+  if (_nodes.size() < code.tape.mostNodes) {
+    _tangents.resize(std::size_t{2} * Tape::kDirections * code.tape.mostNodes);
+    _nodes.resize(code.tape.mostNodes);
+  }
   return code;
 }
 
@@ -93,6 +97,10 @@ void Scratch::evaluate(const double* x, double sigma, const double* lambda, cons
                   {results.objective, results.rows, results.gradient, results.jacobian, results.hessian},
                   _values.data(),
                   _registers.data(),
+                  _nodes.data(),
+                  _tangents.data(),
+                  code.jacobian.firstAdded,
+                  code.hessian.firstAdded,
                   &code.tables};
   const bool isAll = results.objective && results.rows && results.gradient && results.jacobian && results.hessian;
   for (const Shape& shape : code.shapes) {
@@ -106,6 +114,7 @@ void Scratch::evaluate(const double* x, double sigma, const double* lambda, cons
       run(shape, shape.programs[section], task, 0, shape.blockCount());
     }
   }
+  if (!code.tape.shapes.empty()) code.runner.runTape(code.tape, task);
   addUp(code, x, results);
   if (!code.byObjects.empty()) evaluateByObjects(code, x, results);
 }

@@ -39,6 +39,8 @@ class Scratch {
   Compiled& _compiled;
   AlignedDoubles _registers;
   AlignedDoubles _values;  // summands of rows
+  std::vector<TapeNode> _nodes;
+  AlignedDoubles _tangents;
   std::vector<double> _matrix;
   std::unique_ptr<Point> _point;
 };

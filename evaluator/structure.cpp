@@ -42,18 +42,30 @@ class Places {
 
 class Layout {
  public:
-  Layout(const std::vector<ShapeEntries>& shapes, const std::vector<FixedEntry>& fixed, std::size_t shared)
-      : _shapes(shapes), _fixed(fixed), _shared(shared), _places(countEntries(shapes) + shared) {}
+  Layout(const std::vector<ShapeEntries>& shapes, const std::vector<Position>& singles,
+         std::vector<std::uint32_t>& placesOfSingles, const std::vector<FixedEntry>& fixed, std::size_t shared)
+      : _shapes(shapes),
+        _singles(singles),
+        _placesOfSingles(placesOfSingles),
+        _fixed(fixed),
+        _shared(shared),
+        _places(countEntries(shapes) + singles.size() + shared) {}
 
   Structure make() {
     meetAll();
     for (std::size_t s = 0; s < _shapes.size(); ++s) placeOwnRuns(s);
+    for (std::size_t i = 0; i < _singles.size(); ++i) {
+      if (_places.isAlone(_placesOfSingles[i])) _places.place(_placesOfSingles[i]) = newPlace(_singles[i]);
+    }
     _structure.firstAdded = _structure.positions.size();
     for (std::size_t i = 0; i < _shared; ++i) {
       _places.place(_slotOfFixed[i]) = newPlace(_fixed[i].position);
       _structure.start.push_back(_fixed[i].value);
     }
     for (std::size_t s = 0; s < _shapes.size(); ++s) fillIndices(s);
+    for (std::size_t i = 0; i < _singles.size(); ++i) {
+      _placesOfSingles[i] = placeOrNew(_placesOfSingles[i], _singles[i]);  // instead of the slot
+    }
     for (std::size_t i = _shared; i < _fixed.size(); ++i) {
       newPlace(_fixed[i].position);
       _structure.start.push_back(_fixed[i].value);
@@ -82,6 +94,17 @@ class Layout {
         for (std::uint32_t k = 0; k < entries.width; ++k) slots.push_back(_places.meet(entries.position(e, k)));
       }
     }
+    _placesOfSingles.resize(_singles.size());
+    for (std::size_t i = 0; i < _singles.size(); ++i) _placesOfSingles[i] = _places.meet(_singles[i]);
+  }
+  /// The place of a slot's position, which starts from 0 if it is new.
+  std::uint32_t placeOrNew(std::uint32_t slot, Position position) {
+    std::uint32_t& place = _places.place(slot);
+    if (place == kNone) {
+      place = newPlace(position);
+      _structure.start.push_back(0.0);
+    }
+    return place;
   }
   template <class Visit>
   void forEachBlock(const ShapeEntries& entries, Visit visit) {
@@ -109,12 +132,7 @@ class Layout {
     std::vector<std::uint32_t> lanes(entries.shape->lanes);
     forEachBlock(entries, [&](std::uint32_t first, std::uint32_t end, std::uint32_t k) {
       for (std::uint32_t e = first; e < end; ++e) {
-        std::uint32_t& place = _places.place(slots[std::size_t{e} * entries.width + k]);
-        if (place == kNone) {
-          place = newPlace(entries.position(e, k));
-          _structure.start.push_back(0.0);
-        }
-        lanes[e - first] = place;
+        lanes[e - first] = placeOrNew(slots[std::size_t{e} * entries.width + k], entries.position(e, k));
       }
       if (lanes[0] < _structure.firstAdded) {
         entries.indices->appendOwn(lanes[0]);
@@ -126,6 +144,8 @@ class Layout {
   }
 
   const std::vector<ShapeEntries>& _shapes;
+  const std::vector<Position>& _singles;
+  std::vector<std::uint32_t>& _placesOfSingles;
   const std::vector<FixedEntry>& _fixed;
   const std::size_t _shared;
   Places _places;
@@ -140,8 +160,10 @@ std::size_t Structure::bytes() const noexcept {
   return positions.capacity() * sizeof(Position) + start.capacity() * sizeof(double);
 }
 
-Structure layOut(const std::vector<ShapeEntries>& shapes, const std::vector<FixedEntry>& fixed, std::size_t shared) {
-  return Layout(shapes, fixed, shared).make();
+Structure layOut(const std::vector<ShapeEntries>& shapes, const std::vector<Position>& singles,
+                 std::vector<std::uint32_t>& placesOfSingles, const std::vector<FixedEntry>& fixed,
+                 std::size_t shared) {
+  return Layout(shapes, singles, placesOfSingles, fixed, shared).make();
 }
 
 }  // namespace taveval

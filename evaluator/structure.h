@@ -33,8 +33,14 @@ struct FixedEntry {
   double value;
 };
 
-/// Lays a matrix out and fills the shapes' indices. Entries of `fixed` have distinct positions; those behind
-/// `shared` of them share theirs with no shape.
-Structure layOut(const std::vector<ShapeEntries>& shapes, const std::vector<FixedEntry>& fixed, std::size_t shared);
+/// Lays a matrix out, fills the shapes' indices, and writes the places of the entries `singles` to `placesOfSingles`.
+/// Entries of `fixed` have distinct positions; those behind `shared` of them share theirs with no other entry.
+Structure layOut(const std::vector<ShapeEntries>& shapes, const std::vector<TavEvaluator::Position>& singles,
+                 std::vector<std::uint32_t>& placesOfSingles, const std::vector<FixedEntry>& fixed, std::size_t shared);
+
+/// The position of a second derivative by two columns.
+inline TavEvaluator::Position lowerTriangle(std::uint32_t i, std::uint32_t j) noexcept {
+  return {static_cast<std::int32_t>(i > j ? i : j), static_cast<std::int32_t>(i > j ? j : i)};
+}
 
 }  // namespace taveval

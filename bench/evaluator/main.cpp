@@ -47,6 +47,7 @@ int main(int argc, char** argv) {
   registerProblem<Rosenbrock>("rosenbrock", {10'000, 100'000});
   registerBenchmark<AllFive, Evaluator<RandomRows>, ByHand<RandomRows>>("random", {RandomRows::kRows});
   registerBenchmark<Values, Evaluator<RandomRows>, ByHand<RandomRows>>("randomValues", {RandomRows::kRows});
+  registerBenchmark<Compile, Evaluator<RandomRows>, ByHand<RandomRows>>("randomCompile", {RandomRows::kRows});
   registerBenchmark<Values, Evaluator<RandomRows>, Objects<RandomRows>>("randomValues", {RandomRows::kRows});
   return runRaces(argc, argv);
 }

@@ -6,20 +6,14 @@
 
 namespace {
 
-template <class Class>
-ClassView viewOf() {
-  ClassView view{Class::kTypeName, Class::GetTypeInfo(), nullptr, &Class::_rttiIndex, nullptr};
-  if constexpr (requires { Class::GetBaseTypeInfo(); }) view.base = Class::GetBaseTypeInfo();
-  if constexpr (requires { Class::_extractCP; }) view.hook = &Class::_extractCP;
-  if constexpr (requires { Class::_applyCP; }) view.hook = &Class::_applyCP;
-  return view;
-}
-
 std::vector<ClassView> viewsOfAllClasses() {
   return {
-#define VIEW(Class) viewOf<Class>(),
-#include "all_classes.inc"
-#undef VIEW
+      {"TavExtractableI", TavExtractableI::GetTypeInfo(), nullptr, &TavExtractableI::_rttiIndex, nullptr},
+      {"TavChange", TavChange::GetTypeInfo(), nullptr, &TavChange::_rttiIndex, nullptr},
+#define VIEW(Class, hook) {Class::kTypeName, Class::GetTypeInfo(), Class::GetBaseTypeInfo(), &Class::_rttiIndex, &hook},
+#define TAV_NODE(Class, Base) VIEW(Class, Class::_extractCP)
+#define TAV_CHANGE(Class) VIEW(Class, Class::_applyCP)
+#include "expression/classes.inc"
   };
 }
 

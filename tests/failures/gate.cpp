@@ -2,18 +2,17 @@
 
 #include <cstdlib>
 #include <new>
-#include <utility>
 
 namespace {
 
 struct {
-  bool armed = false, forGood = false, failed = false, open = false;
+  bool armed = false, forGood = false, failed = false;
   long left = 0;
   Gate::Kind kind = Gate::Allocations;
 } gate;
 
 bool refuses(Gate::Kind kind) {
-  if (!gate.armed || gate.kind != kind || (gate.open && kind == Gate::Allocations) || gate.left-- > 0) return false;
+  if (!gate.armed || gate.kind != kind || gate.left-- > 0) return false;
   gate.failed = true;
   gate.armed = gate.forGood;
   gate.left = 0;
@@ -22,15 +21,13 @@ bool refuses(Gate::Kind kind) {
 
 }  // namespace
 
-Gate::Gate(long let, Kind kind, bool forGood) { gate = {true, forGood, false, gate.open, let, kind}; }
+Gate::Gate(long let, Kind kind, bool forGood) { gate = {true, forGood, false, let, kind}; }
 Gate::~Gate() { gate.armed = false; }
 bool Gate::hasFailed() const { return gate.failed; }
 
 void clientCall() {
   if (refuses(Gate::Calls)) throw ClientFailure();
 }
-GateOpen::GateOpen() : _wasOpen(std::exchange(gate.open, true)) {}
-GateOpen::~GateOpen() { gate.open = _wasOpen; }
 
 extern "C" {
 void* __real_malloc(std::size_t bytes);

@@ -19,15 +19,3 @@ class Gate {
 
 /// Called where the library calls client code. Throws ClientFailure when it is the turn of this call.
 void clientCall();
-
-/// Within it no allocation fails: for client code.
-class GateOpen {
- public:
-  GateOpen();
-  GateOpen(const GateOpen&) = delete;
-  GateOpen& operator=(const GateOpen&) = delete;
-  ~GateOpen();
-
- private:
-  bool _wasOpen;
-};

@@ -38,29 +38,20 @@ void onSmallStack(std::size_t bytes, const std::function<void()>& body, std::siz
 }
 
 /// An environment whose variables have values, and the operands of the samples.
-struct World final : TavAlgorithmI {
-  World() : World(TavEnv()) {}
-  ~World() override { env.end(); }
-  using TavAlgorithmI::getValue;
-  double getValue(const TavNumVarI* variable) const override {
-    const std::string name = variable->getName();
-    if (name == "nowhere") throw TavAlgorithm::Exception("no value", 0);
-    return name == "x" ? x : name == "y" ? 0.999999 : 1.0;  // a million factors make 1 / e
-  }
-
-  TavEnv env;
-  double x = 1.0;
-  TavIntVar leaf{env, 0, 1, "x"}, y{env, 0, 1, "y"}, i{env, 0, 1, "i"};
-  Operands o{env};
-
- private:
-  explicit World(TavEnv home) : TavAlgorithmI(home.getImpl()), env(home) {
+struct World {
+  World() {
     env.getImpl()->librarySyntaxDisplay = true;
+    at[y] = 0.999999;  // a million factors make 1 / e
+    at[leaf] = at[i] = 1.0;
     o.x = o.y = y, o.i = o.j = i, o.v = y, o.w = i;
     o.c = 2, o.d = 1, o.k = 4;
     for (const int k : {0, 1}) o.X.add(y), o.I.add(i), o.C.add(k), o.K.add(1);
     for (const int k : {0, 1, 2}) o.D.add(k);
   }
+  TavScopedEnv env;
+  TavValues at{env};
+  TavIntVar leaf{env, 0, 1, "x"}, y{env, 0, 1, "y"}, i{env, 0, 1, "i"};
+  Operands o{env};
 };
 
 using E = TavNumExprI*;
@@ -98,43 +89,39 @@ struct Shape {
   }
 };
 
-std::string textOf(const TavExtractableI* object) {
-  std::ostringstream os;
-  object->display(os);
-  return os.str();
-}
-
 /// Builds, prints, evaluates, clones and ends so many levels of the shape; what one level does is learned from one
 /// node.
 void liveThrough(const Shape& shape, TavInt levels) {
   SCOPED_TRACE(shape.name());
   World w, copies, single;
   const E one = shape.over(single, single.leaf.getImpl());
-  const std::string leaf = textOf(w.leaf.getImpl()), around = textOf(one);
+  const std::string leaf = TavToString(w.leaf), around = TavToString(num(one));
   const std::size_t at = around.find(leaf);
+  double& value = single.at[single.leaf];
   std::string text;
   for (TavInt i = 0; i < levels; ++i) {
     text += around.substr(0, at);
-    single.x = one->eval(&single);
+    value = one->eval(single.at);
   }
   text += leaf;
   for (TavInt i = 0; i < levels; ++i) text += around.substr(at + leaf.size());
 
-  TavEnvI* env = w.env.getImpl();
-  const TavInt atFirst = env->liveObjectCount();
+  const TavInt atFirst = w.env.getImpl()->liveObjectCount();
   E e = w.leaf.getImpl();
   for (TavInt i = 0; i < levels; ++i) e = shape.over(w, e);
   TavNumExpr all{num(e)};
-  auto* clone = static_cast<E>(TavClonePass(env, copies.env.getImpl()).clone(e));
-  for (const auto& [node, world] : {std::pair{e, &w}, std::pair{clone, &copies}}) {
-    EXPECT_TRUE(textOf(node) == text);
-    EXPECT_EQ(node->isInteger(), one->isInteger());
-    const double value = node->eval(world);
-    EXPECT_TRUE(value == single.x || (value != value && single.x != single.x)) << value;
+  TavClonePass pass(w.env.getImpl(), copies.env.getImpl());
+  const TavNumExpr clone = TavClone(all, pass);
+  for (const TavIntVar v : {w.leaf, w.y, w.i}) copies.at[TavClone(v, pass)] = w.at[v];
+  for (const auto& [expr, values] : {std::pair{all, &w.at}, std::pair{clone, &copies.at}}) {
+    EXPECT_TRUE(TavToString(expr) == text);
+    EXPECT_EQ(expr.getImpl()->isInteger(), one->isInteger());
+    const double found = expr.eval(*values);
+    EXPECT_TRUE(found == value || (found != found && value != value)) << found;
   }
   all.end();
   if (shape.name() == "TavConditionalIntExprI over i") return;  // a condition is never given back
-  EXPECT_EQ(env->liveObjectCount(), atFirst);
+  EXPECT_EQ(w.env.getImpl()->liveObjectCount(), atFirst);
 }
 
 TEST(Deep, EveryClassNestsBeyondTheStackInThePlaceOfEveryOperand) {
@@ -167,44 +154,42 @@ TEST(Deep, FactorsReachThePartsOfNestedSums) {
       integral = linearOver<TavIntLinTermI, TavIntExprI>(integral);
       factors = new (w.env.getImpl()) TavNumTimesCstI(w.env.getImpl(), factors, -1.0);
     }
-    EXPECT_EQ((num(numeric) / 2.0).eval(&w), 50'000.5);
-    EXPECT_EQ((whole(integral) * 2).eval(&w), 200'002.0);
-    EXPECT_EQ((num(factors) * 2.0).eval(&w), 2.0);
+    EXPECT_EQ((num(numeric) / 2.0).eval(w.at), 50'000.5);
+    EXPECT_EQ((whole(integral) * 2).eval(w.at), 200'002.0);
+    EXPECT_EQ((num(factors) * 2.0).eval(w.at), 2.0);
   });
 }
 
 /// `check` with a tower of absolute values over the leaf, which is 1 before and after.
-void underAbsoluteValues(const std::function<void(World&, TavNumExprArg)>& check, std::size_t threads) {
+void underAbsoluteValues(std::size_t threads, const std::function<void(World&, TavNumExprArg)>& check) {
   const auto run = [&check] {
     World w;
-    E e = w.leaf.getImpl();
-    for (int i = 0; i < 100'000; ++i) e = TavAbs(num(e)).getImpl();
-    check(w, num(e));
-    EXPECT_EQ(e->eval(&w), 1.0);
+    TavNumExprArg e = w.leaf;
+    for (int i = 0; i < 100'000; ++i) e = TavAbs(e);
+    check(w, e);
+    EXPECT_EQ(e.eval(w.at), 1.0);
   };
   onSmallStack(std::size_t{1} << 17, run, threads);
 }
 
 TEST(Deep, FailuresComeBackFromTheBottomOnEveryThread) {
-  const auto fail = [](World& w, TavNumExprArg e) {
-    w.leaf.setName("nowhere");
-    EXPECT_THROW(e.eval(&w), TavAlgorithm::Exception);
-    w.leaf.setName("x");
-  };
-  underAbsoluteValues(fail, 2);
+  underAbsoluteValues(2, [](World& w, TavNumExprArg e) {
+    w.at.erase(w.leaf);
+    EXPECT_THROW(e.eval(w.at), TavModelEvaluator::Unbound);
+    w.at[w.leaf] = 1.0;
+  });
 }
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // they need room of their own
 TEST(Deep, WithoutMemoryForMoreStackBadAllocComesOut) {
-  const auto fail = [](World& w, TavNumExprArg e) {
+  underAbsoluteValues(1, [](World& w, TavNumExprArg e) {
     rlimit limit;
     getrlimit(RLIMIT_AS, &limit);
     const rlimit none{0, limit.rlim_max};
     setrlimit(RLIMIT_AS, &none);
-    EXPECT_THROW(e.eval(&w), std::bad_alloc);
+    EXPECT_THROW(e.eval(w.at), std::bad_alloc);
     setrlimit(RLIMIT_AS, &limit);
-  };
-  underAbsoluteValues(fail, 1);
+  });
 }
 #endif
 

@@ -2,12 +2,16 @@
 
 #include <algorithm>
 
+#include "solve/engines/bonmin.h"
 #include "solve/engines/cbc.h"
+#include "solve/engines/ipopt.h"
 #include "solve/model/errors.h"
 
 namespace tavsolve {
 
 namespace {
+
+using Make = std::unique_ptr<EngineI> (*)(const Model& model);
 
 template <class Engine>
 std::unique_ptr<EngineI> make(const Model& model) {
@@ -15,10 +19,23 @@ std::unique_ptr<EngineI> make(const Model& model) {
 }
 
 // An engine that was not built has a row all the same, so that refusals can name its package.
+constexpr Make kMakeCbc =
 #ifdef TAV_ENGINE_CBC
-constexpr auto kMakeCbc = make<CbcEngineI>;
+    make<CbcEngineI>;
 #else
-constexpr std::nullptr_t kMakeCbc = nullptr;
+    nullptr;
+#endif
+constexpr Make kMakeIpopt =
+#ifdef TAV_ENGINE_IPOPT
+    make<IpoptEngineI>;
+#else
+    nullptr;
+#endif
+constexpr Make kMakeBonmin =
+#ifdef TAV_ENGINE_BONMIN
+    make<BonminEngineI>;
+#else
+    nullptr;
 #endif
 
 using Kind = TavEvaluator::Kind;
@@ -27,9 +44,9 @@ constexpr EngineKind kKinds[] = {
     {"cbc", "linear and mixed-integer models", "coinor-libcbc-dev",
      [](const ModelClass& c) { return c.kind == Kind::Linear; }, kMakeCbc},
     {"ipopt", "quadratic and non-linear models without integers", "coinor-libipopt-dev",
-     [](const ModelClass& c) { return !c.integers && !c.choices && !c.withoutDerivative; }, nullptr},
+     [](const ModelClass& c) { return !c.integers && !c.choices && !c.withoutDerivative; }, kMakeIpopt},
     {"bonmin", "quadratic and non-linear models with integers", "coinor-libbonmin-dev",
-     [](const ModelClass& c) { return !c.choices && !c.withoutDerivative; }, nullptr},
+     [](const ModelClass& c) { return !c.choices && !c.withoutDerivative; }, kMakeBonmin},
 };
 
 /// "objective COST is quadratic" and the like, for a model that is not linear.

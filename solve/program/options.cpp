@@ -12,8 +12,7 @@ namespace tavsolve {
 const char* const kHelp =
     R"(usage: tavsolve [OPTION]... FILE
 
-Reads a model, solves it, and can then modify it and solve it again. The solver takes linear and mixed-integer
-models; others can be read, printed, modified and written.
+Reads a model, solves it with the engine for its class, and can then modify it and solve it again.
 
 FILE        an MPS file (fixed or free), an LP file or an .nl file (text or binary), told by the name's extension and
             else by the contents; also compressed (gzip, bzip2); - is standard input
@@ -30,13 +29,14 @@ FILE        an MPS file (fixed or free), an LP file or an .nl file (text or bina
   --print=plain|library         writes the model as text first, in either syntax
   --write FILE                  writes the model, after the modifications, as MPS, LP or .nl by the name's extension
   --no-solve                    stops when the model is read, built, modified and written
-  --engine NAME                 solves with this engine instead of the one that suits the model: cbc
+  --engine NAME                 solves with this engine instead of the one that suits the model:
+                                cbc, ipopt or bonmin
   --time SECONDS                stops each solve after that long
   --quiet                       no progress on the terminal
   --help                        this text
 
-Semi-continuous columns and special ordered sets are solved too; quadratic and non-linear rows and indicator rows are
-refused by name.
+Linear and mixed-integer models, also with semi-continuous columns and special ordered sets, are solved by cbc,
+quadratic and non-linear ones by ipopt, and by bonmin where they have integers.
 
 exit code: 0 solved; 1 infeasible, unbounded or not solved; 2 bad usage, unreadable file or failed output; 3 the solver
 failed

@@ -1,0 +1,24 @@
+#pragma once
+/// The engine over Ipopt, for models without integers. Optima of models that are not known to be convex are local.
+/// A further solve starts from the point and the multipliers of the last one.
+
+#include "solve/engines/nonlinear.h"
+
+namespace tavsolve {
+
+class IpoptEngineI final : public NonLinearEngineI {
+ public:
+  using NonLinearEngineI::NonLinearEngineI;
+
+  const char* name() const override { return "ipopt"; }
+
+ protected:
+  void prepare(const Controls& controls) override;
+  void run(const Controls& controls, Answer& answer) override;
+
+ private:
+  /// One run of the solver; `isWarm` where the start has the multipliers.
+  void optimise(const Controls& controls, Functions& functions, bool isWarm, Answer& answer);
+};
+
+}  // namespace tavsolve

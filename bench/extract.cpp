@@ -45,8 +45,8 @@ class Arrays {
 
   explicit Arrays(const TavFileModel& file)
       : _start(file.linearBegin.begin(), file.linearBegin.end()),
-        _column(file.linearVariable),
-        _value(file.linearValue) {
+        _column(file.linearVariable.begin(), file.linearVariable.end()),
+        _value(file.linearValue.begin(), file.linearValue.end()) {
     for (const auto& column : file.variables) {
       _columnLower.push_back(column.lower);
       _columnUpper.push_back(column.upper);

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "modelfile/file_array.h"
 #include "modelfile/names.h"
 
 #pragma GCC visibility push(default)
@@ -198,20 +199,20 @@ struct TavFileSuffix {
 struct TavFileModel {
   std::string name;  ///< May be empty.
 
-  std::vector<TavFileVariable> variables;  ///< In the order of the file.
+  TavFileArray<TavFileVariable> variables;  ///< In the order of the file.
   /// Names of the variables; all differ. Shorter than `variables` where the last have none.
   TavNameTable variableNames;
   /// Start values: empty, or one a variable, NaN where there is none.
   std::vector<double> start;
 
-  std::vector<TavFileRow> rows;  ///< In the order of the file.
+  TavFileArray<TavFileRow> rows;  ///< In the order of the file.
   /// Names of the rows; all differ.
   TavNameTable rowNames;
   /// The linear parts row by row: those of row i stand at linearBegin[i] up to, but not at, linearBegin[i + 1]. One
   /// entry more than rows. No variable occurs twice in a row; zeros are kept.
-  std::vector<std::size_t> linearBegin{0};
-  std::vector<std::int32_t> linearVariable;  ///< Indices of variables.
-  std::vector<double> linearValue;           ///< Their coefficients.
+  TavFileArray<std::size_t> linearBegin{0};
+  TavFileArray<std::int32_t> linearVariable;  ///< Indices of variables.
+  TavFileArray<double> linearValue;           ///< Their coefficients.
   /// What rows have beside their linear part, by ascending row; at most one each.
   std::vector<TavFileRowPart> rowParts;
   /// Start values of the rows' multipliers: empty, or one a row, NaN where there is none.
@@ -226,7 +227,7 @@ struct TavFileModel {
   std::vector<TavFileSuffix> suffixes;  ///< In the order of the file.
 
   /// The tokens of all expressions.
-  std::vector<TavFileToken> tokens;
+  TavFileArray<TavFileToken> tokens;
   /// Each refers only to those before it.
   std::vector<TavFileCommon> commons;
   /// Expressions that must be true.

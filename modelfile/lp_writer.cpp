@@ -1,5 +1,4 @@
 #include <cmath>
-#include <unordered_set>
 
 #include "modelfile/formats.h"
 #include "modelfile/lp_names.h"
@@ -245,13 +244,8 @@ class LpWriter {
 
   void writeSets() {
     if (!_model.sets.empty()) _out << "SOS\n";
-    std::unordered_set<std::string> names;
-    for (const TavFileSet& set : _model.sets) names.insert(set.name);
-    std::size_t number = 0;
     for (const TavFileSet& set : _model.sets) {
-      std::string name = set.name.empty() ? "s" + std::to_string(++number) : set.name;
-      while (set.name.empty() && !names.insert(name).second) name += '_';
-      begin(name);
+      begin(set.name);
       put(set.type == 1 ? " S1::" : " S2::");
       for (const TavFileTerm& member : set.members) {
         if (_column > kLine) {

@@ -29,6 +29,7 @@ void TavMpsReader::rowLine() {
   if (isObjective) {
     _hasObjective = true;
     _objectiveName = name;
+    _objectiveKey = TavNameTable::keyOf(name);
     return;
   }
   const std::int32_t before = _model.rowNames.size();
@@ -61,6 +62,7 @@ void TavMpsReader::columnLine() {
 /// The names are compared at the end of the section, all at once.
 void TavMpsReader::beginColumn(std::string_view name) {
   _model.variableNames.append(name);
+  _columnKey = TavNameTable::keyOf(name);
   _columnPlaces.push_back(_lines.placeOf(name));
   TavFileVariable variable;
   variable.kind = _integerColumns ? TavFileKind::Integer : TavFileKind::Continuous;
@@ -78,38 +80,42 @@ void TavMpsReader::addEntry(std::string_view row, std::string_view text) {
     settleEntries();
     value = number(text, "a coefficient");
   }
+  const TavNameTable::Key key = TavNameTable::keyOf(row);
+  if (isObjective(row.data(), key) && _lastColumnOfObjective == _model.variableNames.size() - 1) {
+    settleEntries();
+    _lines.fail(row, "a second entry of the column in row " + TavQuoted(row) + ", expected one");
+  }
+  takeEntry(row.data(), key, value);
+}
+
+/// An entry of the column at hand, which has none in the objective if that is the row.
+void TavMpsReader::takeEntry(const char* row, const TavNameTable::Key& key, double value) {
   const std::int32_t column = _model.variableNames.size() - 1;
-  if (_hasObjective && row == _objectiveName) {
-    if (_lastColumnOfObjective == column) {
-      settleEntries();
-      _lines.fail(row, "a second entry of the column in row " + TavQuoted(row) + ", expected one");
-    }
+  if (isObjective(row, key)) {
     _lastColumnOfObjective = column;
     if (value != 0.0) _objective.linear.push_back({column, value});
     return;
   }
-  Pending& pending = _pending[_pendingCount++];
-  pending = {row, TavNameTable::keyOf(row), value, column, TavNameTable::kNone, _lines.placeOf(row)};
-  _model.rowNames.prefetch(pending.key);
-  if (_pendingCount == kMostPending) settleEntries();
+  _model.rowNames.prefetch(key);
+  _pending[_pendingCount++] = {row, key, value, column, TavNameTable::kNone};
+  if (_pendingCount == kMostPending) settleEntries(kKeptPending);
 }
 
-/// Looks up the rows of the pending entries and takes these.
-void TavMpsReader::settleEntries() {
-  const int count = std::exchange(_pendingCount, 0);
-  for (Pending* entry = _pending; entry != _pending + count; ++entry) {
-    entry->found = _model.rowNames.find(entry->row, entry->key);
+void TavMpsReader::settleEntries(int kept) {
+  const int pending = std::exchange(_pendingCount, 0);
+  kept = std::min(kept, pending);
+  Pending* const end = _pending + (pending - kept);
+  for (Pending* entry = _pending; entry != end; ++entry) {
+    entry->found = _model.rowNames.find(entry->name(), entry->key);
     if (entry->found == TavNameTable::kNone) {
-      throw TavFileError(_input.name(), entry->place,
-                         "no row " + TavQuoted(entry->row) + ", expected one of the section ROWS");
+      _input.fail(entry->row, "no row " + TavQuoted(entry->name()) + ", expected one of the section ROWS");
     }
     __builtin_prefetch(&_rowUses[static_cast<std::size_t>(entry->found)], 1);
   }
-  for (const Pending* entry = _pending; entry != _pending + count; ++entry) {
+  for (const Pending* entry = _pending; entry != end; ++entry) {
     RowUse& use = _rowUses[static_cast<std::size_t>(entry->found)];
     if (use.lastColumn == entry->column) {
-      throw TavFileError(_input.name(), entry->place,
-                         "a second entry of the column in row " + TavQuoted(entry->row) + ", expected one");
+      _input.fail(entry->row, "a second entry of the column in row " + TavQuoted(entry->name()) + ", expected one");
     }
     use.lastColumn = entry->column;
     if (entry->value == 0.0) continue;
@@ -118,6 +124,8 @@ void TavMpsReader::settleEntries() {
     _entryRow.push_back(entry->found);
     _entryValue.push_back(entry->value);
   }
+  std::copy(end, end + kept, _pending);
+  _pendingCount = kept;
 }
 
 void TavMpsReader::endColumns() {
@@ -254,19 +262,20 @@ void TavMpsReader::finish() {
 /// The entries, which have come column by column, row by row.
 void TavMpsReader::transpose() {
   const std::size_t rows = _rowUses.size();
-  std::vector<std::size_t>& begin = _model.linearBegin;
+  TavFileArray<std::size_t>& begin = _model.linearBegin;
   begin.assign(rows + 1, 0);
   for (std::size_t row = 0; row < rows; ++row) {
     begin[row + 1] = begin[row] + static_cast<std::size_t>(_rowUses[row].entries);
   }
-  std::vector<std::size_t> next(begin.begin(), begin.end() - 1);
-  _model.linearVariable.resize(_entryRow.size());
-  _model.linearValue.resize(_entryRow.size());
+  TavFileArray<std::size_t> next;
+  next.assign(begin.begin(), begin.end() - 1);
+  std::int32_t* const variables = _model.linearVariable.append(_entryRow.size());
+  double* const values = _model.linearValue.append(_entryRow.size());
   for (std::size_t column = 0; column + 1 < _columnBegin.size(); ++column) {
     for (std::size_t entry = _columnBegin[column]; entry != _columnBegin[column + 1]; ++entry) {
       const std::size_t place = next[static_cast<std::size_t>(_entryRow[entry])]++;
-      _model.linearVariable[place] = static_cast<std::int32_t>(column);
-      _model.linearValue[place] = _entryValue[entry];
+      variables[place] = static_cast<std::int32_t>(column);
+      values[place] = _entryValue[entry];
     }
   }
 }

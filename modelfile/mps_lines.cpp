@@ -92,6 +92,12 @@ bool TavMpsLines::cutAtColumns(TavMpsFields& fields) const {
   return line.size() <= behind;
 }
 
+bool TavMpsLines::isInColumns(const char* line, int field, const char* begin, const char* end) const noexcept {
+  const int first = kColumns[field][0], last = kColumns[field][1];
+  if (_layout == Layout::Fixed || begin - line < first || end - line > last + 1) return false;
+  return field == 3 || field == 5 || begin - line == first;
+}
+
 bool TavMpsLines::eachFieldInItsColumns() const noexcept {
   int column = 0;
   for (int i = 0; i < _fields.count; ++i) {

@@ -37,6 +37,18 @@ class TavMpsLines {
   const TavMpsFields& fields(Plausible plausible);
   /// The next line moves the window: what refers to the text must be settled before.
   bool lastOfWindow() const noexcept { return _next == _input.end(); }
+  /// Where the next line begins if it is in the window; null otherwise.
+  const char* ahead() const noexcept { return _next == _input.end() ? nullptr : _next; }
+  /// Passes over the next line, which the reader has taken by itself; behind it `next` begins.
+  void pass(const char* next) noexcept {
+    _line = _next;
+    _next = next;
+    ++_number;
+  }
+  bool isFree() const noexcept { return _layout == Layout::Free; }
+  /// Whether the text from begin to end is all of this field, counted from 0, in a line of the fixed format that reads
+  /// the same as a free one. False when the file is known to be of the fixed format.
+  bool isInColumns(const char* line, int field, const char* begin, const char* end) const noexcept;
   /// The file says that it is free.
   void setFree() noexcept { _layout = Layout::Free; }
 

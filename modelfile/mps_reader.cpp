@@ -56,7 +56,9 @@ const TavMpsReader::Section TavMpsReader::kSections[] = {
 TavFileModel TavReadMps(TavFileInput& input) { return TavMpsReader(input).read(); }
 
 TavFileModel TavMpsReader::read() {
-  while (_lines.next()) {
+  for (;;) {
+    if (_section && _section->line == &Mps::columnLine) plainColumnLines();
+    if (!_lines.next()) break;
     if (_lines.isHeader()) {
       readHeader();
     } else if (!_section) {

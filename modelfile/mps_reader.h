@@ -83,9 +83,15 @@ class TavMpsReader {
   void columnLine();
   void beginColumn(std::string_view name);
   void addEntry(std::string_view row, std::string_view value);
-  void settleEntries();
+  void takeEntry(const char* row, const TavNameTable::Key& key, double value);
+  /// Looks up the rows of the pending entries but for the last `kept`, and takes these.
+  void settleEntries(int kept = 0);
   void endColumns();
   void marker(const TavMpsFields& fields);
+  bool isObjective(const char* row, const TavNameTable::Key& key) const noexcept {
+    return _hasObjective && key.word == _objectiveKey.word && key.size == _objectiveKey.size &&
+           (key.size <= 8 || std::string_view(row, key.size) == _objectiveName);
+  }
   int pairs(const TavMpsFields& fields, int& first) const;
   void rhsLine();
   void setRhs(std::string_view row, std::string_view value);
@@ -94,6 +100,12 @@ class TavMpsReader {
   void finish();
   void finishRow(std::int32_t row);
   void transpose();
+
+  // mps_plain_lines.cpp: most lines of COLUMNS
+  struct PlainEntry;
+  void plainColumnLines();
+  bool plainColumnLine(const char* line);
+  bool plainEntry(const char*& at, PlainEntry& entry) const;
 
   // mps_bounds.cpp: BOUNDS
   void boundLine();
@@ -131,32 +143,37 @@ class TavMpsReader {
   std::string _wantedObjective;
   bool _hasObjective = false;
   std::string _objectiveName;
+  TavNameTable::Key _objectiveKey{0, 0};
   bool _hasObjectiveRhs = false;
   TavFileObjective _objective;
 
-  std::vector<RowState> _rowStates;
-  std::vector<RowUse> _rowUses;
-  std::vector<ColumnState> _columnStates;
+  TavFileArray<RowState> _rowStates;
+  TavFileArray<RowUse> _rowUses;
+  TavFileArray<ColumnState> _columnStates;
   bool _integerColumns = false;
+  /// Of the column at hand.
+  TavNameTable::Key _columnKey{0, 0};
   std::int32_t _lastColumnOfObjective = -1;
   /// An entry whose row has not been looked up yet. The processor fetches what the look-up needs in the meantime.
   struct Pending {
-    std::string_view row;
+    const char* row;
     TavNameTable::Key key;
     double value;
     std::int32_t column;
     std::int32_t found;
-    TavFilePlace place;
+    std::string_view name() const noexcept { return {row, key.size}; }
   };
-  static constexpr int kMostPending = 48;
+  static constexpr int kMostPending = 64;
+  /// Entries that stay pending, so that what their look-up needs has time to arrive.
+  static constexpr int kKeptPending = 16;
   Pending _pending[kMostPending];
   int _pendingCount = 0;
   /// Where each column begins in the file.
-  std::vector<TavFilePlace> _columnPlaces;
+  TavFileArray<TavFilePlace> _columnPlaces;
   /// The entries column by column.
-  std::vector<std::size_t> _columnBegin;
-  std::vector<std::int32_t> _entryRow;
-  std::vector<double> _entryValue;
+  TavFileArray<std::size_t> _columnBegin;
+  TavFileArray<std::int32_t> _entryRow;
+  TavFileArray<double> _entryValue;
   std::string _rhsName, _rangeName, _boundName;
   /// The row and the column that a line of RHS or BOUNDS is about if these come in order.
   mutable std::int32_t _nextRow = 0;

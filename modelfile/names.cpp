@@ -25,9 +25,14 @@ void TavNameTable::append(std::string_view name) {
   if (_end.size() >= static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
     throw std::length_error("more than 2^31 - 1 names");
   }
-  if (_end.size() == _end.capacity()) _end.reserve(_end.size() * 2 + 16);
-  _text.insert(_text.end(), name.begin(), name.end());
-  _end.push_back(_text.size());
+  const std::size_t begin = _text.size();
+  if (!name.empty()) std::memcpy(_text.append(name.size()), name.data(), name.size());
+  try {
+    _end.push_back(begin + name.size());
+  } catch (...) {
+    _text.resize(begin);
+    throw;
+  }
 }
 
 std::int32_t TavNameTable::insertNew(std::string_view name, const Key& key) {
@@ -73,7 +78,8 @@ void TavNameTable::grow(std::size_t items) {
   std::size_t wanted = 32;
   int bits = 5;
   for (; 2 * wanted < 3 * (items + 1); wanted *= 2) ++bits;
-  std::vector<Slot> before(wanted);
+  TavFileArray<Slot> before;
+  before.resize(wanted);
   before.swap(_slots);
   _shift = 64 - bits;
   for (const Slot& slot : before) {

@@ -1,12 +1,13 @@
 #pragma once
 /// The names of a model's variables or rows.
 
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
-#include <vector>
+
+#include "modelfile/file_array.h"
+#include "modelfile/number_text.h"
 
 #pragma GCC visibility push(default)
 
@@ -38,8 +39,24 @@ class TavNameTable {
     const auto size = static_cast<std::uint32_t>(name.size());
     return {size <= 8 ? shortWord(name.data(), size) : longWord(name), size};
   }
-  /// Has the processor fetch what find and insert will look at.
-  void prefetch(const Key& key) const noexcept {
+  /// The key of the name at `at`, which ends in front of the first byte that is a blank or less. Eight bytes behind it
+  /// may be read.
+  static Key keyOfWord(const char* at) noexcept {
+    if constexpr (kTavWordsBeginLow) {
+      std::uint64_t word;
+      std::memcpy(&word, at, sizeof word);
+      const std::uint64_t ends = (word - 0x2121212121212121) & ~word & 0x8080808080808080;
+      // Bits in front of the first end; none when it is the first byte.
+      if (ends != 0)
+        return {word & ((ends & -ends) / 0x80 - 1), static_cast<std::uint32_t>(std::countr_zero(ends)) / 8};
+    }
+    const char* end = at;
+    while (static_cast<unsigned char>(*end) > ' ') ++end;
+    return keyOf({at, static_cast<std::size_t>(end - at)});
+  }
+  /// Has the processor fetch what find and insert will look at. Inlined early: g++ drops calls of functions that only
+  /// prefetch, since they have no effect.
+  [[gnu::always_inline]] void prefetch(const Key& key) const noexcept {
     if (!_slots.empty()) __builtin_prefetch(&_slots[placeOf(key)]);
   }
   /// The item that `insert` or `rehash` entered under this name, or kNone. `key` is the name's.
@@ -72,7 +89,7 @@ class TavNameTable {
 
   static std::uint64_t shortWord(const char* at, std::uint32_t size) noexcept {
     std::uint64_t word = 0;
-    if (std::endian::native != std::endian::little) {
+    if constexpr (!kTavWordsBeginLow) {
       std::memcpy(&word, at, size);
     } else if (size == 8) {
       std::memcpy(&word, at, 8);
@@ -107,11 +124,11 @@ class TavNameTable {
   /// Odd, and another one in each process: no file can be made to collide.
   static const std::uint64_t _factor;
 
-  std::vector<char> _text;
+  TavFileArray<char> _text;
   /// Where the name of each item ends in the arena; it begins where the one before ends.
-  std::vector<std::size_t> _end;
+  TavFileArray<std::size_t> _end;
   /// Open addressing, a power of two slots, at most two thirds of them used.
-  std::vector<Slot> _slots;
+  TavFileArray<Slot> _slots;
   std::size_t _used = 0;
   int _shift = 63;
 };

@@ -362,8 +362,8 @@ class NlReader : private TavNlExpressions<Tokens> {
       pieces[i].end = i + 1 < pieces.size() ? pieces[i + 1].begin : _model.linearVariable.size();
     }
     std::stable_sort(pieces.begin(), pieces.end(), byRow);
-    std::vector<std::int32_t> variables;
-    std::vector<double> values;
+    TavFileArray<std::int32_t> variables;
+    TavFileArray<double> values;
     variables.reserve(_model.linearVariable.size());
     values.reserve(_model.linearValue.size());
     _pieces.clear();

@@ -51,8 +51,8 @@ class TavNlText final : public TavNlTokens {
     const bool negative = *at == '-';
     at += negative || *at == '+';
     const char* first = at;
-    std::uint64_t value = 0;  // wraps where there are too many digits
-    for (; static_cast<unsigned char>(*at - '0') < 10; ++at) value = value * 10 + static_cast<unsigned char>(*at - '0');
+    std::uint64_t value = 0;
+    at = TavScanDigits(at, value);
     if (at == first || at - first > kMostDigits || isWordByte(*at)) refuseInteger(first, at);
     _at = at;
     return negative ? -static_cast<std::int64_t>(value) : static_cast<std::int64_t>(value);

@@ -1,9 +1,11 @@
 #pragma once
 /// Class header of readers and writers: decimal numbers from and to text.
 
+#include <bit>
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 // Exported for the tests and benchmarks of shared builds.
 #pragma GCC visibility push(default)
@@ -28,26 +30,55 @@ struct TavScannedNumber {
 /// are to be multiplied by ten to the power of `exponent`.
 TavScannedNumber TavScanHardNumber(const char* begin, const char* end, std::int64_t exponent);
 
+/// The first bytes of a text where it is cut, eight at a time: a byte that begins a number or a name is in the lowest
+/// bits of the word.
+constexpr bool kTavWordsBeginLow = std::endian::native == std::endian::little;
+
+/// Appends the decimal digits that begin at `at` to `value`, which wraps where there are too many, and returns their
+/// end. Eight bytes behind the digits may be read.
+inline const char* TavScanDigits(const char* at, std::uint64_t& value) noexcept {
+  if constexpr (!kTavWordsBeginLow) {
+    for (; static_cast<unsigned char>(*at - '0') < 10; ++at) value = value * 10 + static_cast<unsigned char>(*at - '0');
+    return at;
+  }
+  constexpr std::uint64_t kTens[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
+  for (;;) {
+    std::uint64_t word;
+    std::memcpy(&word, at, sizeof word);
+    word ^= 0x3030303030303030;  // digits become 0 to 9
+    const std::uint64_t others = ((word + 0x7676767676767676) | word) & 0x8080808080808080;
+    const int count = std::countr_zero(others) / 8;
+    if (count == 0) return at;
+    word <<= 64 - 8 * count;  // zeros in front
+    // Neighbours are added up: digits, then pairs, then fours.
+    word = (word * 10 + (word >> 8)) & 0x00ff00ff00ff00ff;
+    word = (word * 100 + (word >> 16)) & 0x0000ffff0000ffff;
+    word = (word * 10000 + (word >> 32)) & 0x00000000ffffffff;
+    value = value * kTens[count] + word;
+    at += count;
+    if (count != 8) return at;
+  }
+}
+
 /// Reads the unsigned decimal number that begins at `at`: digits with or without a point among them, then perhaps an
-/// exponent, e or E, and d or D when `FortranExponents`. What follows an e without digits is no exponent. The byte
-/// behind the text is no digit. Gives the double that is nearest.
+/// exponent, e or E, and d or D when `FortranExponents`. What follows an e without digits is no exponent. Eight
+/// bytes behind the text may be read, and the first is no digit. Gives the double that is nearest.
 ///
 /// Mantissas up to 2^53 with powers of ten up to 10^22 are both doubles without rounding, so one multiplication or
 /// division rounds correctly (W. D. Clinger, How to read floating point numbers accurately, 1990).
 template <bool FortranExponents = false>
-inline TavScannedNumber TavScanNumber(const char* at) {
+[[gnu::always_inline]] inline TavScannedNumber TavScanNumber(const char* at) {
   constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
                                 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
   const auto digit = [](char c) { return static_cast<unsigned>(c) - static_cast<unsigned>('0'); };
   std::uint64_t mantissa = 0;
-  const char* end = at;
-  for (; digit(*end) < 10; ++end) mantissa = mantissa * 10 + digit(*end);
+  const char* end = TavScanDigits(at, mantissa);
   std::int64_t digits = end - at;
   std::int64_t exponent = 0;
   if (*end == '.') {
-    const char* point = end++;
-    for (; digit(*end) < 10; ++end) mantissa = mantissa * 10 + digit(*end);
-    exponent = point + 1 - end;
+    const char* const fraction = end + 1;
+    end = TavScanDigits(fraction, mantissa);
+    exponent = fraction - end;
     digits -= exponent;
   }
   if (digits == 0) return {at, 0.0, TavNumberFault::NoNumber};

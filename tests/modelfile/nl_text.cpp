@@ -132,6 +132,7 @@ class NlText {
 }  // namespace
 
 void markItems(TavFileModel& model) {
+  std::erase_if(model.suffixes, [](const TavFileSuffix& suffix) { return suffix.name == "_from"; });
   for (const auto& [of, size] : {std::pair{Of::Variables, model.variables.size()}, {Of::Rows, model.rows.size()}}) {
     TavFileSuffix suffix{"_from", of, false, {}};
     for (std::size_t i = 0; i < size; ++i) {

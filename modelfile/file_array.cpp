@@ -1,0 +1,79 @@
+#include "modelfile/file_array.h"
+
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+#ifdef __linux__
+
+/// Size and alignment of a huge page.
+constexpr std::size_t kPiece = std::size_t{1} << 21;
+
+/// Whether the block is mapped; smaller ones come from the heap.
+bool isMapped(std::size_t bytes) noexcept { return bytes >= kPiece; }
+
+std::size_t wholePieces(std::size_t bytes) noexcept { return (bytes + kPiece - 1) & ~(kPiece - 1); }
+
+/// Aligned so that its pages can be huge ones. The system sets memory aside when it is written to.
+void* map(std::size_t bytes) {
+  const std::size_t size = wholePieces(bytes);
+  void* const raw =
+      ::mmap(nullptr, size + kPiece, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (raw == MAP_FAILED) throw std::bad_alloc();
+  char* const begin = static_cast<char*>(raw);
+  const std::size_t front = -reinterpret_cast<std::uintptr_t>(raw) & (kPiece - 1);
+  if (front != 0) ::munmap(begin, front);
+  ::munmap(begin + front + size, kPiece - front);
+  ::madvise(begin + front, size, MADV_HUGEPAGE);  // where it is refused, pages are small ones
+  return begin + front;
+}
+
+void* growMapped(void* block, std::size_t before, std::size_t bytes) {
+  const std::size_t size = wholePieces(before);
+  if (wholePieces(bytes) == size) return block;
+  void* const larger = map(bytes);
+  if (::mremap(block, size, size, MREMAP_MAYMOVE | MREMAP_FIXED, larger) != MAP_FAILED) return larger;
+  ::munmap(larger, wholePieces(bytes));
+  throw std::bad_alloc();
+}
+
+#else
+
+bool isMapped(std::size_t) noexcept { return false; }
+void* map(std::size_t) { throw std::bad_alloc(); }
+void* growMapped(void*, std::size_t, std::size_t) { throw std::bad_alloc(); }
+
+#endif
+
+}  // namespace
+
+void* TavGrowBlock(void* block, std::size_t before, std::size_t bytes) {
+  if (isMapped(before)) return growMapped(block, before, bytes);
+  if (!isMapped(bytes)) {
+    void* const larger = std::realloc(block, bytes);
+    if (!larger) throw std::bad_alloc();
+    return larger;
+  }
+  void* const mapped = map(bytes);
+  if (before != 0) std::memcpy(mapped, block, before);
+  std::free(block);
+  return mapped;
+}
+
+void TavFreeBlock(void* block, std::size_t bytes) noexcept {
+#ifdef __linux__
+  if (isMapped(bytes)) {
+    ::munmap(block, wholePieces(bytes));
+    return;
+  }
+#else
+  static_cast<void>(bytes);
+#endif
+  std::free(block);
+}

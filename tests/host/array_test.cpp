@@ -73,41 +73,13 @@ TEST_F(Arrays, FollowAPlainVectorThroughRandomEdits) {
   }
 }
 
-TEST_F(Arrays, DropMarkedObjectsAndFollowClones) {
+TEST_F(Arrays, DropMarkedObjectsAndEmptyElements) {
   const TavExtractable a(makeObject(env)), b(makeObject(env));
   auto array = arrayOf<TavExtractableArray>({a, b, a, TavExtractable()});
-  const TavExtractableArray before = array;
-  env.getImpl()->setClone(a.getImpl(), b.getImpl());
-  array.replaceByClone(env.getImpl());
-  EXPECT_EQ(before[0], a);
-  EXPECT_EQ(array.getSize(), 4);
-  EXPECT_EQ(array[0], b);
-  EXPECT_EQ(array[1], TavExtractable());
   env.getImpl()->markRemoved(a.getImpl());
-  array = before;
   array.removeMarked(env.getImpl());
   ASSERT_EQ(array.getSize(), 2);
   EXPECT_EQ(array[0], b);
-}
-
-TEST_F(Arrays, DomainsAreSharedByTheBitsOfTheirBounds) {
-  const auto num = [&](double lb, double ub) { return env.getImpl()->getOrMakeSharedDomain(lb, ub); };
-  const auto whole = [&](TavInt lb, TavInt ub) { return env.getImpl()->getOrMakeSharedDomain(lb, ub); };
-  const double nan = std::numeric_limits<double>::quiet_NaN();
-  TavVarDomainI* domain = num(0.0, 5.0);
-  EXPECT_TRUE(domain->isShared());
-  EXPECT_EQ(num(0.0, 5.0), domain);
-  EXPECT_EQ(env.getImpl()->getOrMakeSharedDomain(TavNumRange(env, 0.0, 5.0).getImpl()), domain);
-  EXPECT_NE(whole(0, 5), domain);
-  EXPECT_EQ(whole(0, 5), env.getImpl()->getOrMakeSharedDomain(TavIntRange(env, 0, 5).getImpl()));
-  EXPECT_EQ(whole(0, 1)->getType(), TavNumVarKind::Int);
-  EXPECT_TRUE(std::signbit(num(-0.0, 5.0)->getLB()));
-  EXPECT_EQ(num(nan, 5.0), num(nan, 5.0));
-  domain->setUB(9.0);  // an edit in place: the key lies from now on
-  TavVarDomainI* fresh = num(0.0, 5.0);
-  EXPECT_NE(fresh, domain);
-  EXPECT_EQ(fresh->getUB(), 5.0);
-  EXPECT_EQ(num(0.0, 5.0), fresh);
 }
 
 }  // namespace

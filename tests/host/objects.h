@@ -6,7 +6,7 @@
 
 #include "host/tavhost.h"
 
-/// A model object that owns memory of its own, has children, and counts destructions.
+/// A model object that owns memory of its own, has children, and notes its destruction.
 class TestObject : public TavExtractableI {
  public:
   TestObject(TavEnvI* env, const char* name, std::vector<TavExtractableI*> operands = {})
@@ -25,10 +25,9 @@ class TestObject : public TavExtractableI {
     for (TavExtractableI* child : children) copies.push_back(getEnv()->getClone(child));
     return new (target) TestObject(target, getName(), copies);
   }
-  void atRemove(TavExtractableI* removed, void*) override { removals.push_back(removed); }
 
   std::string text;
-  std::vector<TavExtractableI*> children, removals;
+  std::vector<TavExtractableI*> children;
   mutable int clones = 0;
   /// Takes the identifiers of destroyed objects, when set.
   std::vector<TavInt>* destroyed = nullptr;
@@ -57,10 +56,8 @@ class TestAlgorithm : public TavAlgorithmI {
     TavAlgorithmI::change(change);
     if (failure) throw TavException(failure);
   }
-  void forget(TavExtractableI* object) override { forgotten.push_back(object); }
 
   TavExtractableI* extracted = nullptr;
   const char* failure = nullptr;
   int changes = 0;
-  std::vector<TavExtractableI*> forgotten;
 };

@@ -2,6 +2,7 @@
 /// What the tests that are made of the pages call; see tests/docs/page.awk.
 
 #include <array>
+#include <atomic>
 #include <charconv>
 
 #include "tests/support/fixture.h"

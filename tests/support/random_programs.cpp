@@ -20,14 +20,6 @@ struct Difference {
   std::string what;
 };
 
-/// Values by variable.
-class Valuation : public TavAlgorithmI {
- public:
-  using TavAlgorithmI::TavAlgorithmI;
-  std::map<const TavNumVarI*, double> values;
-  double getValue(const TavNumVarI* variable) const override { return values.at(variable); }
-};
-
 /// The sign of a not-a-number is the processor's affair.
 std::string withoutNanSigns(std::string text) {
   for (std::size_t at; (at = text.find("-nan")) != std::string::npos;) text.erase(at, 1);
@@ -44,18 +36,14 @@ void require(bool holds, const std::string& what, const Ref& node = nullptr) {
   if (!holds) throw Difference{what + (node ? " of " + model::text(node, true, ownVariable) : "")};
 }
 
-/// A node of the library and its model.
-struct Expr {
-  Ref model;
-  TavNumExprI* real;
-};
-TavNumExprArg num(const Expr& e) { return TavNumExprArg(e.real); }
-TavIntExprArg whole(const Expr& e) { return TavIntExprArg(static_cast<TavIntExprI*>(e.real)); }
+using Expr = ProgramExpression;
+TavNumExprArg num(const Expr& e) { return TavNumExprArg(e.object); }
+TavIntExprArg whole(const Expr& e) { return TavIntExprArg(static_cast<TavIntExprI*>(e.object)); }
 
 class Program {
  public:
   Program(Choices choices, Shortage* shortage)
-      : _choices(choices), _shortage(shortage), _valuation(_env.getImpl()), _cloneValuation(_target.getImpl()) {}
+      : _choices(choices), _shortage(shortage), _valuation(_env), _cloneValuation(_target) {}
   ~Program() {
     _env.end();
     _target.end();
@@ -70,15 +58,10 @@ class Program {
       if (_shortage && i == statements / 2) _shortage->exhaust(_env.getImpl());
       statement();
     }
-    std::vector<ProgramExpression> variables, expressions;
-    for (const Handle& handle : _handles) {
-      const Expr e = handle.expr();
-      check(e);
-      expressions.push_back({e.model, e.real});
-    }
-    for (const Expr& var : _vars) variables.push_back({var.model, var.real});
+    std::vector<Expr> expressions;
+    for (const Handle& handle : _handles) check(expressions.emplace_back(handle.expr()));
     if (inspect) {
-      const std::string difference = inspect(_env, variables, expressions);
+      const std::string difference = inspect(_env, _vars, expressions);
       require(difference.empty(), difference);
     }
     checkClone();
@@ -117,12 +100,12 @@ class Program {
   void attempt(const std::vector<Expr>& operands, const std::function<void()>& call) {
     if (!_shortage) return call();
     std::vector<std::pair<Expr, TavInt>> watched;
-    for (const Expr& e : operands) watched.emplace_back(e, e.real->getRefCount());
-    for (const Handle& handle : _handles) watched.emplace_back(handle.expr(), handle.expr().real->getRefCount());
+    for (const Expr& e : operands) watched.emplace_back(e, e.object->getRefCount());
+    for (const Handle& handle : _handles) watched.emplace_back(handle.expr(), handle.expr().object->getRefCount());
     for (_before = balance(); _shortage->refuses(call);) {
       require(balance() == _before, "a failed call has left something");
       for (const auto& [e, count] : watched) {
-        require(e.real->getRefCount() == count, "count", e.model);
+        require(e.object->getRefCount() == count, "count", e.model);
         if (model::weight(e.model, 60) <= 60) check(e);
       }
     }
@@ -168,7 +151,7 @@ class Program {
       Node node = *model::make(cls, {}, {});
       node.variable = var.getImpl();
       node.value = var.isInteger() && pick(3) > 0 ? static_cast<double>(pick(9) - 4) : constant();
-      _valuation.values[var.getImpl()] = node.value;
+      _valuation[var] = node.value;
       _vars.push_back({std::make_shared<Node>(node), var.getImpl()});
     };
     add(TavNumVar(_env, -1.0, 8.5, "x"), "TavNumVarI");
@@ -209,8 +192,8 @@ class Program {
                  c = kInt ? static_cast<Number>(small) : k;
     const Number minusK = static_cast<Number>(kInt ? static_cast<Number>(TavWrapNegate(any)) : -k);
     const auto coef = static_cast<double>(c), intCoef = static_cast<double>(any);
-    const Var x(static_cast<TavNumVarI*>(v.real));
-    const TavIntVar i(static_cast<TavNumVarI*>(w.real));
+    const Var x(static_cast<TavNumVarI*>(v.object));
+    const TavIntVar i(static_cast<TavNumVarI*>(w.object));
     const Arg p = operand<Arg>(a), q = operand<Arg>(b);
     const Ref &m = a.model, &n = b.model;
     const Number minusOne = -1;
@@ -375,8 +358,8 @@ class Program {
     const double d = constant();
     const TavInt k = smallInteger();
     const Expr v = anyVar(false), w = anyVar(true);
-    const TavNumVar x(static_cast<TavNumVarI*>(v.real));
-    const TavIntVar i(static_cast<TavNumVarI*>(w.real));
+    const TavNumVar x(static_cast<TavNumVarI*>(v.object));
+    const TavIntVar i(static_cast<TavNumVarI*>(w.object));
     const auto plus = [&] { return model::sum(old, operand.model, false); };
     const auto minus = [&] {
       return operand.model->variable ? model::withTerm(old, operand.model, -1.0, false, false)
@@ -417,7 +400,7 @@ class Program {
         .model;
   }
 
-  void checkAgainst(const Ref& node, TavNumExprI* real, Valuation& valuation, const model::VariableOf& variable) {
+  void checkAgainst(const Ref& node, TavNumExprI* real, TavValues& valuation, const model::VariableOf& variable) {
     for (const bool library : {true, false}) {
       real->getEnv()->librarySyntaxDisplay = library;
       std::ostringstream os;
@@ -428,15 +411,15 @@ class Program {
     }
     require(model::isInteger(node, variable) == real->isInteger(), "isInteger", node);
     try {
-      const double wanted = model::eval(node), got = real->eval(TavAlgorithm(&valuation));
+      const double wanted = model::eval(node), got = real->eval(valuation);
       require(sameValue(wanted, got), std::to_string(got) + " is not the value " + std::to_string(wanted), node);
     } catch (const Undefined&) {
     }
   }
 
   void check(const Expr& e) {
-    checkAgainst(e.model, e.real, _valuation, ownVariable);
-    const std::vector<TavExtractableI*> seen = childrenOf(e.real);
+    checkAgainst(e.model, e.object, _valuation, ownVariable);
+    const std::vector<TavExtractableI*> seen = childrenOf(e.object);
     const std::vector<Ref> wanted = model::children(e.model);
     require(wanted.size() == seen.size(), "number of the sub-objects", e.model);
     for (std::size_t at = 0; at < seen.size(); ++at) {
@@ -449,11 +432,13 @@ class Program {
     if (_handles.empty()) return;
     const Expr e = oneOf(_handles).expr();
     TavClonePass pass(_env.getImpl(), _target.getImpl());
-    auto* clone = static_cast<TavNumExprI*>(pass.clone(e.real));
+    auto* clone = static_cast<TavNumExprI*>(pass.clone(e.object));
     const auto variable = [this](const Node& var) {
       return static_cast<TavNumVarI*>(_target.getImpl()->getClone(var.variable));
     };
-    for (const Expr& var : _vars) _cloneValuation.values[variable(*var.model)] = var.model->value;
+    for (const Expr& var : _vars) {
+      if (TavNumVarI* copy = variable(*var.model)) _cloneValuation[TavNumVar(copy)] = var.model->value;
+    }
     require(e.model->variable || clone->getRefCount() == 0, "a clone starts uncounted");
     checkAgainst(e.model, clone, _cloneValuation, variable);
   }
@@ -461,7 +446,7 @@ class Program {
   Choices _choices;
   Shortage* _shortage;
   TavEnv _env, _target;
-  Valuation _valuation, _cloneValuation;
+  TavValues _valuation, _cloneValuation;
   std::vector<Expr> _vars;
   std::vector<Handle> _handles;
   std::array<TavInt, 3> _before{};

@@ -1,13 +1,24 @@
 #include "fit.h"
 
-#include "examples/ipopt/solver.h"
+#include "solve/engines/engines.h"
 
-Fit fit(TavEnv env, const LeastSquares& problem, const std::vector<double>& start) {
-  TavExpr sumOfSquares(env);
+void fill(tavsolve::Model& model, const LeastSquares& problem) {
+  for (const TavNumVar parameter : problem.parameters) model.addColumn(parameter);
+  TavExpr sumOfSquares(model.getEnv());
   for (const TavNumExpr& residual : problem.residuals) sumOfSquares += TavSquare(residual);
-  TavNumVarArray parameters(env);
-  for (const TavNumVar parameter : problem.parameters) parameters.add(parameter);
-  TavEvaluator evaluator(env, sumOfSquares, TavNumExprArray(env), parameters, {});
-  const Solution solution = solve(evaluator, {}, start, 1e-11);
-  return {solution.solved, solution.failure, solution.values, solution.objective};
+  model.setObjective(sumOfSquares, false);
+}
+
+Fit fit(const tavsolve::Model& model, const LeastSquares& problem, const std::vector<double>& start) {
+  const auto engine = tavsolve::chooseEngine(model, "ipopt").make(model);
+  engine->extract();
+  tavsolve::Controls controls;
+  controls.start = start;
+  controls.tolerance = 1e-11;
+  const tavsolve::Answer answer = engine->solve(controls);
+  if (!tavsolve::isSolved(answer.status)) return {false, answer.remark, {}, 0};
+  Fit result{true, {}, {}, answer.objective};
+  for (const TavNumVar parameter : problem.parameters)
+    result.parameters.push_back(engine->getValue(parameter.getImpl()));
+  return result;
 }

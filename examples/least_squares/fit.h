@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "expression/tavexpression.h"
+#include "solve/model/model.h"
 
 /// Expressions over the parameters, whose sum of squares is to be least.
 struct LeastSquares {
@@ -20,5 +20,8 @@ struct Fit {
   double sumOfSquares = 0;
 };
 
+/// Makes the sum of squares the objective of an empty model, in whose environment the problem is.
+void fill(tavsolve::Model& model, const LeastSquares& problem);
+
 /// Minimises from `start`, with the evaluator's derivatives.
-Fit fit(TavEnv env, const LeastSquares& problem, const std::vector<double>& start);
+Fit fit(const tavsolve::Model& model, const LeastSquares& problem, const std::vector<double>& start);

@@ -33,12 +33,13 @@ double sharedDigits(double value, double certified) {
 }  // namespace
 
 int main() {
-  TavEnv env;
-  const LeastSquares problem = misra1a(env);
+  tavsolve::Model model;
+  const LeastSquares problem = misra1a(model.getEnv());
+  fill(model, problem);
   std::cout << "first residual: " << problem.residuals.front() << "\n\n";
   bool good = true;
   for (const std::vector<double>& start : {std::vector<double>{500, 0.0001}, {250, 0.0005}}) {
-    const Fit found = fit(env, problem, start);
+    const Fit found = fit(model, problem, start);
     std::cout << "from b1 = " << start[0] << ", b2 = " << start[1] << ":\n";
     if (!found.converged) {
       std::cout << found.failure << '\n';
@@ -56,6 +57,5 @@ int main() {
     std::cout << std::setprecision(6);
   }
   std::cout << (good ? "all agree to 8 digits or more\n" : "NOT the certified fit\n");
-  env.end();
   return good ? 0 : 1;
 }

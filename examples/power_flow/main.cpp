@@ -1,18 +1,20 @@
 // The cheapest operation of a power network: reads a case, builds the model as expressions, solves it with Ipopt and
 // exact derivatives, and prints the cost.
 
+#include <algorithm>
 #include <cmath>
 #include <exception>
 #include <iomanip>
 #include <iostream>
+#include <memory>
 #include <numbers>
 #include <optional>
 #include <stdexcept>
 #include <string>
 
-#include "examples/ipopt/solver.h"
 #include "model.h"
 #include "picture.h"
+#include "solve/engines/engines.h"
 
 namespace {
 
@@ -48,11 +50,21 @@ Arguments parse(int argc, char** argv) {
   return arguments;
 }
 
-/// The values of some columns.
-std::vector<double> valuesOf(const TavEvaluator& evaluator, const std::vector<TavNumVar>& variables,
-                             const std::vector<double>& values) {
+/// Hands the parts of the model to tavsolve's engines; voltages start at 1, everything else at 0.
+void fill(tavsolve::Model& model, const PowerFlowModel& flow, tavsolve::Controls& controls) {
+  const TavNumVarArray columns = flow.columns();
+  for (TavInt i = 0; i < columns.getSize(); ++i) model.addColumn(columns[i]);
+  controls.start.assign(model.columns().size(), 0.0);
+  std::fill_n(controls.start.begin() + static_cast<std::ptrdiff_t>(flow.angle.size()), flow.voltage.size(), 1.0);
+  model.setObjective(flow.cost, false);
+  for (std::size_t i = 0; i < flow.limits.size(); ++i) {
+    model.addRow(flow.limits[i].least, TavExpr(flow.constraints[static_cast<TavInt>(i)]), flow.limits[i].most);
+  }
+}
+
+std::vector<double> valuesOf(const tavsolve::EngineI& engine, const std::vector<TavNumVar>& variables) {
   std::vector<double> result;
-  for (const TavNumVar variable : variables) result.push_back(values[evaluator.getColumnOf(variable)]);
+  for (const TavNumVar variable : variables) result.push_back(engine.getValue(variable.getImpl()));
   return result;
 }
 
@@ -67,30 +79,29 @@ void printTable(const Network& network, const std::vector<double>& voltages, con
 
 int run(const Arguments& arguments) {
   const Network network = readNetwork(*arguments.path);
-  TavEnv env;
-  const PowerFlowModel model = makeModel(env, network);
-  TavEvaluator evaluator(env, model.cost, model.constraints, model.columns(), {});
-
-  std::vector<double> start(evaluator.getColumnCount(), 0.0);
-  for (const TavNumVar voltage : model.voltage) start[evaluator.getColumnOf(voltage)] = 1.0;
-  const Solution solution = solve(evaluator, model.limits, start);
-  if (!solution.solved) {
-    std::cerr << "power_flow: " << solution.failure << '\n';
+  tavsolve::Model model;
+  const PowerFlowModel flow = makeModel(model.getEnv(), network);
+  tavsolve::Controls controls;
+  fill(model, flow, controls);
+  const std::unique_ptr<tavsolve::EngineI> engine = tavsolve::chooseEngine(model, "ipopt").make(model);
+  engine->extract();
+  const tavsolve::Answer answer = engine->solve(controls);
+  if (!tavsolve::isSolved(answer.status)) {
+    std::cerr << "power_flow: not solved: " << answer.remark << '\n';
     return 1;
   }
   std::cout << network.buses.size() << " buses, " << network.generators.size() << " generators, "
             << network.branches.size() << " branches\n"
-            << std::fixed << std::setprecision(1) << "cost " << solution.objective << " $/h\n";
-  const std::vector<double> angles = valuesOf(evaluator, model.angle, solution.values);
-  if (arguments.table) printTable(network, valuesOf(evaluator, model.voltage, solution.values), angles);
+            << std::fixed << std::setprecision(1) << "cost " << answer.objective << " $/h\n";
+  const std::vector<double> angles = valuesOf(*engine, flow.angle);
+  if (arguments.table) printTable(network, valuesOf(*engine, flow.voltage), angles);
   if (arguments.time) {
-    std::cout << std::setprecision(2) << solution.iterations << " iterations, " << solution.seconds << " s, "
-              << 100 * solution.evaluatorSeconds / solution.seconds << " % of it in the evaluator\n";
+    std::cout << std::setprecision(2) << answer.iterations << " iterations, " << answer.seconds << " s, "
+              << 100 * answer.evaluationSeconds / answer.seconds << " % of it in the evaluator\n";
   }
   if (arguments.picture) {
-    drawPicture(graphOf(network, angles, valuesOf(evaluator, model.activeIn, solution.values)), *arguments.picture);
+    drawPicture(graphOf(network, angles, valuesOf(*engine, flow.activeIn)), *arguments.picture);
   }
-  env.end();
   return 0;
 }
 

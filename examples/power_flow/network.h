@@ -6,7 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "examples/ipopt/range.h"
+/// An interval.
+struct Range {
+  double least, most;
+};
 
 struct Network {
   struct Bus {

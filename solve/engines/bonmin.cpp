@@ -185,7 +185,7 @@ void BonminEngineI::run(const Controls& controls, Answer& answer) {
   answer.iterations = search.iterationCount();
   answer.bound = functions->sign * search.bestBound();
   if (problem->solution.values.empty() || !search.bestSolution()) return;
-  takeSolution(problem->solution, *functions, answer);
+  takeSolution(problem->solution, *functions, controls.tolerance, answer);
 }
 
 }  // namespace tavsolve

@@ -144,7 +144,8 @@ void IpoptEngineI::optimise(const Controls& controls, Functions& functions, bool
   _reducedCosts.clear();
   _duals.clear();
   const bool isInfeasible = answer.status == Status::Infeasible || answer.status == Status::LocallyInfeasible;
-  if (!problem->solution.values.empty() && !isInfeasible) takeSolution(problem->solution, functions, answer);
+  if (!problem->solution.values.empty() && !isInfeasible)
+    takeSolution(problem->solution, functions, controls.tolerance, answer);
 }
 
 }  // namespace tavsolve

@@ -53,6 +53,7 @@ void setCommonOptions(Ipopt::OptionsList& options, const Controls& controls) {
   options.SetNumericValue("tol", std::min(1e-8, controls.tolerance));
   options.SetNumericValue("constr_viol_tol", controls.tolerance);
   options.SetNumericValue("acceptable_constr_viol_tol", controls.tolerance);
+  options.SetStringValue("honor_original_bounds", "no");  // see NonLinearEngineI::takeSolution
 }
 
 }  // namespace tavsolve

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "solve/engines/convexity.h"
+#include "solve/engines/solution_check.h"
 
 namespace tavsolve {
 
@@ -65,9 +66,23 @@ bool NonLinearEngineI::isConvex() const {
   return true;
 }
 
-void NonLinearEngineI::takeSolution(const PrimalDualPoint& point, Functions& functions, Answer& answer) {
+bool NonLinearEngineI::holdsRows(Functions& functions, const std::vector<double>& values, double tolerance) const {
+  std::vector<double> activities(rows().size());
+  functions.evaluation.constraints(values, activities);
+  for (std::size_t i = 0; i < rows().size(); ++i) {
+    if (violationOf(rows()[i].lb, activities[i], rows()[i].ub) > tolerance) return false;
+  }
+  return true;
+}
+
+void NonLinearEngineI::takeSolution(const PrimalDualPoint& point, Functions& functions, double tolerance,
+                                    Answer& answer) {
   const double sign = functions.sign;
   _values = point.values;
+  for (std::size_t j = 0; j < columns().size(); ++j) {
+    _values[j] = std::min(std::max(_values[j], functions.columnLower[j]), functions.columnUpper[j]);
+  }
+  if (!holdsRows(functions, _values, tolerance)) _values = point.values;
   answer.hasSolution = true;
   answer.objective = functions.evaluation.objective(_values);
   if (answer.status == Status::Optimal) answer.bound = answer.objective;

@@ -25,13 +25,15 @@ class NonLinearEngineI : public EngineI {
   std::unique_ptr<Functions> functions(const Controls& controls);
   /// Whether a local optimum is known to be a global one.
   bool isConvex() const;
-  /// Takes over a solution; the multipliers become the state and the duals. The objective is that of the point, which
-  /// a solver reports for bounds that it has relaxed.
-  void takeSolution(const PrimalDualPoint& point, Functions& functions, Answer& answer);
+  /// Takes over a solution; the multipliers become the state and the duals. Ipopt relaxes bounds by a little: the point
+  /// is moved back within them where the rows still hold then. The objective is that of the point.
+  void takeSolution(const PrimalDualPoint& point, Functions& functions, double tolerance, Answer& answer);
   /// The multipliers of the last solution, when they belong to the values that the solve starts from.
   bool restoreMultipliers(const Controls& controls, PrimalDualPoint& point) const;
 
  private:
+  bool holdsRows(Functions& functions, const std::vector<double>& values, double tolerance) const;
+
   std::unique_ptr<TavEvaluator> _evaluator;
 };
 

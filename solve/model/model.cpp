@@ -24,10 +24,15 @@ TavInt wholeLowerBound(double lb) { return TavTrunc(std::clamp(std::ceil(lb), -k
 
 TavInt wholeUpperBound(double ub) { return TavTrunc(std::clamp(std::floor(ub), -kMaxInt, kMaxInt)); }
 
-Model::Model(TavFileModel file) : _name(file.name), _nonZeros(file.linearValue.size()) {
+Model::Model() {
   // Each sum that loses a removed column says so in a change record of its own.
   _env.getImpl()->oneByOneRemoval = true;
+  setObjective(TavExpr(_env), false);
+}
 
+Model::Model(TavFileModel file) : Model() {
+  _name = file.name;
+  _nonZeros = file.linearValue.size();
   TavModelBuilder builder(_env, file);
   _columns = builder.variables();
   file.variableNames = {};  // the variables have them
@@ -36,10 +41,9 @@ Model::Model(TavFileModel file) : _name(file.name), _nonZeros(file.linearValue.s
     _semiContinuous.emplace(column.getId(), TavSemiContVar(static_cast<TavSemiContVarI*>(column.getImpl())));
   }
   makeRows(builder, file);
-  const bool some = !file.objectives.empty();
-  const TavExpr sum = some ? builder.objective(0) : TavExpr(_env);
-  _objective = new (_env.getImpl()) ObjectiveI(_env.getImpl(), sum, some && file.objectives[0].maximise,
-                                               some ? nameOrNull(file.objectives[0].name) : nullptr);
+  if (!file.objectives.empty()) {
+    setObjective(builder.objective(0), file.objectives[0].maximise, nameOrNull(file.objectives[0].name));
+  }
   _sets = builder.sets();
   _start = std::move(file.start);
   _suffixes = std::move(file.suffixes);
@@ -82,6 +86,11 @@ TavModelContents Model::contents() const {
 void Model::write(const std::string& path) const {
   const bool nl = TavFormatOfName(path) == TavFileFormat::Nl;
   TavWriteModel(TavFileModelOf(contents(), nl ? TavProductsIn::Expressions : TavProductsIn::Products), path);
+}
+
+void Model::setObjective(TavExpr sum, bool maximise, const char* name) {
+  if (_objective) _objective->end();
+  _objective = new (_env.getImpl()) ObjectiveI(_env.getImpl(), sum, maximise, name);
 }
 
 TavNumVar Model::addColumn(TavNumVar column) {

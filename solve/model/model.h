@@ -14,6 +14,8 @@ namespace tavsolve {
 /// Owns the environment and so everything in it.
 class Model {
  public:
+  /// An empty model, whose objective is 0.
+  Model();
   /// Makes a variable per column (by kind and bounds), a sum per row and for the first objective. Linear in the size of
   /// the file, which is used up. Throws TavFileError for a column that has no counterpart.
   explicit Model(TavFileModel file);
@@ -37,10 +39,13 @@ class Model {
   /// Start values of the file, as far as it has them: one for each column that it has made, NaN where there is none.
   const std::vector<double>& start() const { return _start; }
 
+  /// Replaces the objective; before an engine extracts the model.
+  void setObjective(TavExpr sum, bool maximise, const char* name = nullptr);
   ///@{
-  /// Appends a column or a row. Engines take them up by EngineI::extend().
+  /// Appends a column or a row. Engines that have extracted the model take them up by EngineI::extend(). A row takes
+  /// over the reference that its sum holds.
   TavNumVar addColumn(TavNumVar column);
-  RangeConstraintI* addRow(double lb, TavExpr sum, double ub, const char* name);
+  RangeConstraintI* addRow(double lb, TavExpr sum, double ub, const char* name = nullptr);
   ///@}
 
   /// Adds a conversion of all integer columns to the model; the columns themselves stay integer.

@@ -13,7 +13,7 @@ class ObjectiveI final : public TavNode<ObjectiveI, TavExtractableI> {
   /// Takes over the reference that `sum` holds.
   ObjectiveI(TavEnvI* env, TavExpr sum, bool maximise, const char* name)
       : TavNode(env, name), _sum(sum), _maximise(maximise) {}
-  ~ObjectiveI() override { _sum.end(); }
+  ~ObjectiveI() override { getEnv()->release(_sum.getImpl()); }
 
   TavExpr getSum() const { return _sum; }
   bool isMaximised() const { return _maximise; }

@@ -13,7 +13,7 @@ class RangeConstraintI final : public TavNode<RangeConstraintI, TavConstraintI> 
   /// Takes over the reference that `sum` holds. An infinite bound is no bound.
   RangeConstraintI(TavEnvI* env, double lb, TavExpr sum, double ub, const char* name)
       : TavNode(env, name), _lb(lb), _ub(ub), _sum(sum) {}
-  ~RangeConstraintI() override { _sum.end(); }
+  ~RangeConstraintI() override { getEnv()->release(_sum.getImpl()); }
 
   double getLB() const { return _lb; }
   double getUB() const { return _ub; }

@@ -1,6 +1,0 @@
-#pragma once
-/// An interval.
-
-struct Range {
-  double least, most;
-};

@@ -57,19 +57,20 @@ TavNumVar makeVariable(TavEnv env, const TavFileVariable& variable, const char* 
   return made;
 }
 
-std::vector<TavNumVar> makeVariables(TavEnv env, const TavFileModel& model) {
-  std::vector<TavNumVar> variables;
-  variables.reserve(model.variables.size());
+std::vector<TavNumVar> makeVariables(TavEnv env, const TavFileModel& model, std::vector<TavNumVar> variables) {
+  variables.resize(model.variables.size());
   NameText name;
-  for (const TavFileVariable& variable : model.variables) {
-    const std::string_view label = model.variableNames[static_cast<std::int32_t>(variables.size())];
+  for (std::size_t j = 0; j < variables.size(); ++j) {
+    if (variables[j]) continue;
+    const TavFileVariable& variable = model.variables[j];
+    const std::string_view label = model.variableNames[static_cast<std::int32_t>(j)];
     const bool semi = variable.kind == TavFileKind::SemiContinuous || variable.kind == TavFileKind::SemiInteger;
     if (semi && variable.upper < 0.0) {
       throw TavFileError(model.name, {},
                          "variable " + std::string(label) +
                              ": semi-continuous with a range below 0, expected an upper bound of 0 or more");
     }
-    variables.push_back(makeVariable(env, variable, name.of(label)));
+    variables[j] = makeVariable(env, variable, name.of(label));
   }
   return variables;
 }
@@ -77,10 +78,10 @@ std::vector<TavNumVar> makeVariables(TavEnv env, const TavFileModel& model) {
 }  // namespace
 
 struct TavModelBuilder::Parts {
-  Parts(TavEnv environment, const TavFileModel& file)
+  Parts(TavEnv environment, const TavFileModel& file, std::vector<TavNumVar> known)
       : env(environment.getImpl()),
         model(file),
-        variables(makeVariables(environment, file)),
+        variables(makeVariables(environment, file, std::move(known))),
         builder(env, file, variables) {}
 
   /// The next part, if it is this row's.
@@ -116,7 +117,8 @@ struct TavModelBuilder::Parts {
   TavExprBuilder builder;
 };
 
-TavModelBuilder::TavModelBuilder(TavEnv env, const TavFileModel& model) : _parts(std::make_unique<Parts>(env, model)) {}
+TavModelBuilder::TavModelBuilder(TavEnv env, const TavFileModel& model, std::vector<TavNumVar> known)
+    : _parts(std::make_unique<Parts>(env, model, std::move(known))) {}
 
 TavModelBuilder::~TavModelBuilder() = default;
 

@@ -63,9 +63,10 @@ struct TavModelContents {
 class TavModelBuilder {
  public:
   /// Makes the variables, by kind, bounds and name, and the common expressions. `model` must outlive the builder.
+  /// `known` is empty or has one element a variable of the file: one that is not empty is used in its place.
   /// Throws TavFileError, naming the variable, for a semi-continuous one whose range lies below 0, and std::bad_alloc.
   /// Cost: linear.
-  TavModelBuilder(TavEnv env, const TavFileModel& model);
+  TavModelBuilder(TavEnv env, const TavFileModel& model, std::vector<TavNumVar> known = {});
   TavModelBuilder(const TavModelBuilder&) = delete;
   TavModelBuilder& operator=(const TavModelBuilder&) = delete;
   ~TavModelBuilder();

@@ -14,8 +14,26 @@ constexpr double kMaxInt = static_cast<double>(TavIntVar::kMaxInt);
 
 const char* nameOrNull(const std::string& name) { return name.empty() ? nullptr : name.c_str(); }
 
-bool hasName(const TavExtractableI* object, const std::string& name) {
-  return object->getName() && name == object->getName();
+constexpr std::size_t kNowhere = ~std::size_t{0}, kShared = kNowhere - 1;
+
+const TavExtractableI* objectOf(TavNumVar column) { return column.getImpl(); }
+const TavExtractableI* objectOf(const RangeConstraintI* row) { return row; }
+
+/// The place of the object of this name.
+template <class Objects, class Index>
+std::size_t find(const Objects& objects, Index& index, const std::string& name, const char* what) {
+  if (index.empty()) {
+    for (std::size_t i = 0; i < objects.size(); ++i) {
+      const TavExtractableI* object = objectOf(objects[i]);
+      if (!object || !object->getName()) continue;
+      const auto [known, isNew] = index.emplace(object->getName(), i);
+      if (!isNew) known->second = kShared;
+    }
+  }
+  const auto found = index.find(name);
+  if (found == index.end()) return kNowhere;
+  if (found->second == kShared) throw InputError(std::string("two ") + what + " are named " + name);
+  return found->second;
 }
 
 }  // namespace
@@ -36,10 +54,7 @@ Model::Model(TavFileModel file) : Model() {
   TavModelBuilder builder(_env, file);
   _columns = builder.variables();
   file.variableNames = {};  // the variables have them
-  for (const TavNumVar column : _columns) {
-    if (!column.getImpl()->isType(TavSemiContVarI::GetTypeInfo())) continue;
-    _semiContinuous.emplace(column.getId(), TavSemiContVar(static_cast<TavSemiContVarI*>(column.getImpl())));
-  }
+  for (const TavNumVar column : _columns) noteKind(column);
   makeRows(builder, file);
   if (!file.objectives.empty()) {
     setObjective(builder.objective(0), file.objectives[0].maximise, nameOrNull(file.objectives[0].name));
@@ -47,6 +62,11 @@ Model::Model(TavFileModel file) : Model() {
   _sets = builder.sets();
   _start = std::move(file.start);
   _suffixes = std::move(file.suffixes);
+}
+
+void Model::noteKind(TavNumVar column) {
+  if (!column.getImpl()->isType(TavSemiContVarI::GetTypeInfo())) return;
+  _semiContinuous.emplace(column.getId(), TavSemiContVar(static_cast<TavSemiContVarI*>(column.getImpl())));
 }
 
 void Model::makeRows(TavModelBuilder& builder, const TavFileModel& file) {
@@ -95,11 +115,14 @@ void Model::setObjective(TavExpr sum, bool maximise, const char* name) {
 
 TavNumVar Model::addColumn(TavNumVar column) {
   _columns.push_back(column);
+  noteKind(column);
+  _columnIndex.clear();
   if (!_start.empty()) _start.push_back(std::numeric_limits<double>::quiet_NaN());
   return column;
 }
 
 RangeConstraintI* Model::addRow(double lb, TavExpr sum, double ub, const char* name) {
+  _rowIndex.clear();
   _rows.push_back(new (_env.getImpl()) RangeConstraintI(_env.getImpl(), lb, sum, ub, name));
   return _rows.back();
 }
@@ -114,23 +137,13 @@ void Model::relax() {
 }
 
 TavNumVar Model::findColumn(const std::string& name) const {
-  TavNumVar found;
-  for (const TavNumVar column : _columns) {
-    if (!column || !hasName(column.getImpl(), name)) continue;
-    if (found) throw InputError("two columns are named " + name);
-    found = column;
-  }
-  return found;
+  const std::size_t place = find(_columns, _columnIndex, name, "columns");
+  return place == kNowhere ? TavNumVar() : _columns[place];
 }
 
 RangeConstraintI* Model::findRow(const std::string& name) const {
-  RangeConstraintI* found = nullptr;
-  for (RangeConstraintI* row : _rows) {
-    if (!hasName(row, name)) continue;
-    if (found) throw InputError("two rows are named " + name);
-    found = row;
-  }
-  return found;
+  const std::size_t place = find(_rows, _rowIndex, name, "rows");
+  return place == kNowhere ? nullptr : _rows[place];
 }
 
 bool Model::isSemiContinuous(TavNumVar column) const { return _semiContinuous.contains(column.getId()); }
@@ -139,11 +152,12 @@ void Model::setBounds(TavNumVar column, double lb, double ub) {
   const auto semiContinuous = _semiContinuous.find(column.getId());
   if (semiContinuous == _semiContinuous.end()) return column.setBounds(lb, ub);
   semiContinuous->second.setSemiContinuousLb(lb);
-  column.setUB(ub);
+  column.setBounds(0.0, ub);
 }
 
 void Model::remove(TavNumVar column) {
   _semiContinuous.erase(column.getId());
+  _columnIndex.clear();
   const auto same = [column](TavNumVar other) { return other.getImpl() == column.getImpl(); };
   *std::find_if(_columns.begin(), _columns.end(), same) = TavNumVar();
   for (TavModelSet& set : _sets) {

@@ -2,6 +2,7 @@
 /// The model in memory, built from a file through the library's public calls.
 
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -51,20 +52,25 @@ class Model {
   /// Adds a conversion of all integer columns to the model; the columns themselves stay integer.
   void relax();
 
-  /// The column of this name, or an empty handle. Throws InputError when two columns share the name.
+  ///@{
+  /// The column of this name, or an empty handle; the row, or null. Throws InputError when two share the name.
+  /// Cost: constant, except at the first call after a column or row has come or gone.
   TavNumVar findColumn(const std::string& name) const;
-  /// The row of this name, or null. Throws InputError when two rows share the name.
   RangeConstraintI* findRow(const std::string& name) const;
+  ///@}
   bool isSemiContinuous(TavNumVar column) const;
 
   /// Gives a column new bounds; on a semi-continuous one the lower bound is the threshold.
   void setBounds(TavNumVar column, double lb, double ub);
+  /// Fixes a column; the value is possible for a column of its kind.
+  void fix(TavNumVar column, double value) { column.setBounds(value, value); }
   /// Takes a column out of every sum and set and out of the algorithms, then ends it.
   void remove(TavNumVar column);
   /// Writes the model as it stands; the name's extension says the format. Throws TavFileError.
   void write(const std::string& path) const;
 
  private:
+  void noteKind(TavNumVar column);
   void makeRows(TavModelBuilder& builder, const TavFileModel& file);
   TavModelContents contents() const;
 
@@ -80,6 +86,9 @@ class Model {
   /// Start values and suffixes of the file, for writing.
   std::vector<double> _start;
   std::vector<TavFileSuffix> _suffixes;
+  /// Places by name, kShared where two have it; empty until the first search.
+  using Index = std::unordered_map<std::string_view, std::size_t>;
+  mutable Index _columnIndex, _rowIndex;
 };
 
 /// A bound of an integer column brought to the nearest whole number within it, and to what a double counts exactly.

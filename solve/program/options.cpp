@@ -1,144 +1,151 @@
 #include "solve/program/options.h"
 
-#include <charconv>
-#include <cmath>
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <numeric>
 
-#include "modelfile/tavmodelfile.h"
+#include "solve/edits/words.h"
 #include "solve/model/errors.h"
 
 namespace tavsolve {
 
-const char* const kHelp =
-    R"(usage: tavsolve [OPTION]... FILE
-
-Reads a model, solves it with the engine for its class, and can then modify it and solve it again.
-
-FILE        an MPS file (fixed or free), an LP file or an .nl file (text or binary), told by the name's extension and
-            else by the contents; also compressed (gzip, bzip2); - is standard input
-
-  --set-bounds COLUMN LB UB     new bounds of a column; -inf and inf stand for none. On a semi-continuous
-                                column LB is the threshold
-  --set-coef ROW COLUMN VALUE   new coefficient; ROW may be the objective's name
-  --remove COLUMN               removes a column from the model
-                                These three repeat, are applied in order, and all are checked before the first
-                                is applied. The model stays loaded in the solver, which is told of each change.
-  --check                       after the modifications, extracts the model afresh into a second solver and
-                                confirms its objective
-  --relax                       solves the continuous relaxation; the model itself stays as it is
-  --print=plain|library         writes the model as text first, in either syntax
-  --write FILE                  writes the model, after the modifications, as MPS, LP or .nl by the name's extension
-  --no-solve                    stops when the model is read, built, modified and written
-  --engine NAME                 solves with this engine instead of the one that suits the model:
-                                cbc, ipopt or bonmin
-  --time SECONDS                stops each solve after that long
-  --quiet                       no progress on the terminal
-  --help                        this text
-
-Linear and mixed-integer models, also with semi-continuous columns and special ordered sets, are solved by cbc,
-quadratic and non-linear ones by ipopt, and by bonmin where they have integers.
-
-exit code: 0 solved; 1 infeasible, unbounded or not solved; 2 bad usage, unreadable file or failed output; 3 the solver
-failed
-)";
-
 namespace {
 
-double parseNumber(const std::string& option, const char* text) {
-  const char* first = *text == '+' ? text + 1 : text;
-  const char* last = text + std::strlen(text);
-  double value = 0.0;
-  const auto [end, error] = std::from_chars(first, last, value);
-  if (error != std::errc() || end != last || std::isnan(value)) {
-    throw InputError(option + ": \"" + text + "\" is not a number");
+const OptionRow* findOption(std::string_view name) {
+  for (const OptionSection& section : optionTable()) {
+    for (const OptionRow& row : section.rows) {
+      if (row.name == name) return &row;
+    }
   }
-  return value;
+  return nullptr;
 }
 
-/// Walks the arguments; `name` is the option being read.
-class Arguments {
- public:
-  Arguments(int argc, const char* const* argv) : _next(argv + 1), _end(argv + argc) {}
-
-  bool advance() {
-    if (_next == _end) return false;
-    name = *_next++;
-    return true;
+/// How many letters must be inserted, left out or replaced (V. I. Levenshtein, 1966).
+std::size_t distance(std::string_view a, std::string_view b) {
+  std::vector<std::size_t> last(b.size() + 1), row(b.size() + 1);
+  std::iota(last.begin(), last.end(), std::size_t{0});
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    row[0] = i + 1;
+    for (std::size_t j = 0; j < b.size(); ++j) {
+      row[j + 1] = std::min({last[j] + (a[i] != b[j]), last[j + 1] + 1, row[j] + 1});
+    }
+    std::swap(last, row);
   }
-  const char* word() {
-    if (_next == _end) throw InputError(name + ": too few arguments (see --help)");
-    return *_next++;
-  }
-  double number() { return parseNumber(name, word()); }
-
-  std::string name;
-
- private:
-  const char* const* _next;
-  const char* const* _end;
-};
-
-Edit parseSetBounds(Arguments& arguments) {
-  SetBounds edit{arguments.word(), 0.0, 0.0};
-  edit.lb = arguments.number();
-  edit.ub = arguments.number();
-  return edit;
+  return last.back();
 }
 
-Edit parseSetCoef(Arguments& arguments) {
-  SetCoef edit{arguments.word(), {}, 0.0};
-  edit.column = arguments.word();
-  edit.value = arguments.number();
-  return edit;
+[[noreturn]] void failUnknown(const std::string& dashes, const std::string& name) {
+  const OptionRow* nearest = nullptr;
+  std::size_t least = std::max<std::size_t>(2, name.size() / 3) + 1;
+  for (const OptionSection& section : optionTable()) {
+    for (const OptionRow& row : section.rows) {
+      const std::size_t far = std::string_view(row.name).starts_with(name) ? 1 : distance(name, row.name);
+      if (far >= least) continue;
+      least = far;
+      nearest = &row;
+    }
+  }
+  const std::string unknown = "unknown option " + dashes + name;
+  if (!nearest) throw InputError(unknown + " (see --help)");
+  throw InputError(unknown + ": did you mean " + dashes + nearest->name + "?");
+}
+
+void set(Options& options, const OptionRow& row, const std::string& label, Operands operands) {
+  try {
+    if (row.verb) {
+      options.stages.back().push_back(row.verb->parse(operands));
+    } else {
+      row.set(options, operands);
+    }
+  } catch (const InputError& error) {
+    throw InputError(label + ": " + error.what());
+  }
+}
+
+void takeFile(Options& options, const std::string& file) {
+  if (!options.file.empty()) throw InputError("more than one file: " + options.file + " and " + file);
+  options.file = file;
+}
+
+/// Walks the arguments of a person.
+void parseWords(Options& options, const std::vector<std::string>& words) {
+  bool onlyFiles = false;
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    const std::string& word = words[i];
+    if (!onlyFiles && word == "--") {
+      onlyFiles = true;
+      continue;
+    }
+    if (onlyFiles || word == "-" || word[0] != '-') {
+      takeFile(options, word);
+      continue;
+    }
+    const std::size_t sign = word.starts_with("--") ? word.find('=') : std::string::npos;
+    const std::string label = word == "-h" ? "--help" : word.substr(0, sign);
+    const OptionRow* row = label.starts_with("--") ? findOption(label.substr(2)) : nullptr;
+    if (!row) failUnknown(label.starts_with("--") ? "--" : "-", label.substr(label.starts_with("--") ? 2 : 1));
+    std::vector<std::string> operands;
+    if (sign != std::string::npos) operands.push_back(word.substr(sign + 1));
+    if (operands.size() > row->operandCount()) throw InputError(label + ": takes no value");
+    while (operands.size() < row->operandCount()) {
+      if (++i == words.size()) throw InputError(label + ": too few arguments: expected " + row->operands);
+      operands.push_back(words[i]);
+    }
+    set(options, *row, label, operands);
+    if (options.help || options.version) return;
+  }
+}
+
+/// "key=value", or "key" alone for an option without operands; underscores stand for the dashes within names.
+void parseKeyword(Options& options, const std::string& word) {
+  const std::size_t sign = word.find('=');
+  std::string name = word.substr(0, sign);
+  std::replace(name.begin(), name.end(), '_', '-');
+  const OptionRow* row = findOption(name);
+  if (!row) failUnknown("", name);
+  std::vector<std::string> operands;
+  if (sign != std::string::npos) operands.push_back(word.substr(sign + 1));
+  if (operands.size() != row->operandCount()) throw InputError(name + ": expected " + name + "=" + row->operands);
+  set(options, *row, name, operands);
+}
+
+/// Walks the arguments of a modelling system: stub -AMPL [key=value …].
+void parseCall(Options& options, const std::vector<std::string>& words) {
+  if (const char* environment = std::getenv("tavsolve_options")) {
+    CommandReader reader(environment, "tavsolve_options");
+    for (std::vector<std::string> keywords; reader.next(keywords);) {
+      for (const std::string& keyword : keywords) parseKeyword(options, keyword);
+    }
+  }
+  for (const std::string& word : words) {
+    if (word == "-AMPL") continue;
+    if (options.file.empty()) {
+      options.file = word.ends_with(".nl") ? word : word + ".nl";
+    } else {
+      parseKeyword(options, word);
+    }
+  }
+  if (!options.file.empty()) options.solution = options.file.substr(0, options.file.size() - 2) + "sol";
 }
 
 }  // namespace
 
 Options parseOptions(int argc, const char* const* argv) {
   Options options;
-  Arguments arguments(argc, argv);
-  while (arguments.advance()) {
-    const std::string& name = arguments.name;
-    if (name == "--set-bounds") {
-      options.edits.push_back(parseSetBounds(arguments));
-    } else if (name == "--set-coef") {
-      options.edits.push_back(parseSetCoef(arguments));
-    } else if (name == "--remove") {
-      options.edits.push_back(Remove{arguments.word()});
-    } else if (name == "--engine") {
-      options.engine = arguments.word();
-    } else if (name == "--time") {
-      options.seconds = arguments.number();
-      if (options.seconds <= 0) throw InputError("--time: the time must be above zero");
-    } else if (name == "--print=plain") {
-      options.print = PrintForm::Plain;
-    } else if (name == "--print=library") {
-      options.print = PrintForm::Library;
-    } else if (name == "--relax") {
-      options.relax = true;
-    } else if (name == "--check") {
-      options.check = true;
-    } else if (name == "--write") {
-      options.write = arguments.word();
-      if (TavFormatOfName(options.write) == TavFileFormat::Auto) {
-        throw InputError("--write: " + options.write +
-                         " says no format: expected a name that ends with .mps, .lp or .nl");
-      }
-    } else if (name == "--no-solve") {
-      options.noSolve = true;
-    } else if (name == "--quiet") {
-      options.quiet = true;
-    } else if (name == "--help" || name == "-h") {
-      options.help = true;
-      return options;
-    } else if (name.size() > 1 && name[0] == '-') {
-      throw InputError("unknown option " + name + " (see --help)");
-    } else if (options.file.empty()) {
-      options.file = name;
-    } else {
-      throw InputError("more than one file: " + options.file + " and " + name);
-    }
+  const std::vector<std::string> words(argv + 1, argv + argc);
+  if (words.size() == 1 && (words[0] == "-v" || words[0] == "-=")) {
+    options.version = words[0] == "-v";
+    options.listKeywords = words[0] == "-=";
+    return options;
   }
+  options.protocol = std::find(words.begin(), words.end(), "-AMPL") != words.end();
+  if (options.protocol) {
+    parseCall(options, words);
+  } else {
+    parseWords(options, words);
+  }
+  if (options.help || options.version) return options;
   if (options.file.empty()) throw InputError("no model file given (see --help)");
   return options;
 }

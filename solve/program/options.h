@@ -1,11 +1,14 @@
 #pragma once
 /// The command line.
 
-#include <limits>
+#include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "solve/program/edits.h"
+#include "solve/edits/edit.h"
+#include "solve/engines/engine.h"
 
 namespace tavsolve {
 
@@ -13,24 +16,58 @@ enum class PrintForm { None, Plain, Library };
 
 struct Options {
   std::string file;
-  std::vector<Edit> edits;
+  /// What is done after the first solve, stage by stage.
+  std::vector<EditStage> stages{1};
   /// The engine's name; empty for the one that suits the model.
   std::string engine;
-  PrintForm print = PrintForm::None;
-  double seconds = std::numeric_limits<double>::infinity();
+  /// What every solve keeps to; the seconds are for the whole run.
+  Controls controls;
+  /// Overrides the sense of the file.
+  std::optional<bool> maximise;
   bool relax = false;
   bool check = false;
-  /// Where the model is to be written; empty for nowhere.
-  std::string write;
   bool noSolve = false;
+  PrintForm print = PrintForm::None;
+  // Names of files; empty for none.
+  std::string start, write, solution, log;
+  bool printValues = false;
   bool quiet = false;
   bool help = false;
+  bool version = false;
+  // As a modelling system calls it.
+  bool protocol = false;
+  bool listKeywords = false;
 };
 
-/// Reads the command line. Throws InputError.
-Options parseOptions(int argc, const char* const* argv);
+using Operands = std::span<const std::string>;
 
-/// The text of `--help`.
-extern const char* const kHelp;
+/// One row of the table that command line, help, man page and completion come from.
+struct OptionRow {
+  /// Without the dashes in front.
+  const char* name;
+  /// The operands for people, separated by blanks; empty for none.
+  const char* operands;
+  /// Sentences on what it does.
+  const char* help;
+  /// Throws InputError for operands that make no sense.
+  void (*set)(Options& options, Operands operands);
+  /// Of an option that is an edit, and then `set` is null.
+  const EditVerb* verb = nullptr;
+
+  std::size_t operandCount() const;
+};
+
+struct OptionSection {
+  const char* title;
+  /// What holds for all of them; may be empty.
+  const char* remark;
+  std::vector<OptionRow> rows;
+};
+
+/// All options.
+const std::vector<OptionSection>& optionTable();
+
+/// Reads the command line, and in a call by a modelling system the options in the environment. Throws InputError.
+Options parseOptions(int argc, const char* const* argv);
 
 }  // namespace tavsolve

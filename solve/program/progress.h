@@ -1,20 +1,18 @@
 #pragma once
-/// Progress of long work on the terminal.
+/// Progress of long work.
 
 #include <chrono>
-#include <cstdio>
 #include <string>
+
+#include "solve/program/output.h"
 
 namespace tavsolve {
 
-/// Writes stages with counts and elapsed time to standard error, also while that is captured; says nothing when it is
-/// no terminal.
+/// Writes stages with counts and elapsed time to standard error: on a terminal one line a stage, which is updated;
+/// elsewhere a line now and then, the slower the longer it takes. The log has the lines of the stages too.
 class Progress {
  public:
-  explicit Progress(bool quiet);
-  Progress(const Progress&) = delete;
-  Progress& operator=(const Progress&) = delete;
-  ~Progress();
+  Progress(bool quiet, Output& output);
 
   /// A stage begins: the line shows what is being done, until finish() completes it.
   void begin(const std::string& stage);
@@ -26,13 +24,16 @@ class Progress {
  private:
   using Clock = std::chrono::steady_clock;
 
-  void write(const std::string& detail, bool last);
+  std::string lineOf(const std::string& detail) const;
+  void show(const std::string& detail, const char* end);
 
-  /// A stream of its own on the terminal, or null.
-  std::FILE* _terminal = nullptr;
+  Output& _output;
+  bool _quiet, _onTerminal;
   std::string _stage;
   Clock::time_point _start = Clock::now();
   Clock::time_point _written;
+  /// When the next line is due that is not for a terminal.
+  std::chrono::duration<double> _due{2.0};
 };
 
 }  // namespace tavsolve

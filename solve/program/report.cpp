@@ -5,11 +5,14 @@
 #include <cstdio>
 #include <ostream>
 
+#include "solve/edits/words.h"
+
 namespace tavsolve {
 
 namespace {
 
-const char* wordsFor(Status status) {
+/// The status as a sentence.
+const char* sentenceFor(Status status) {
   switch (status) {
     case Status::Optimal:
       return "optimal";
@@ -39,10 +42,11 @@ std::string count(std::size_t n, const char* what) { return std::to_string(n) + 
 
 }  // namespace
 
-std::string text(double number) {
-  char buffer[32];
-  std::snprintf(buffer, sizeof buffer, "%.12g", number);
-  return buffer;
+const char* wordsFor(Status status) {
+  static constexpr const char* kWords[] = {"optimal",     "locally optimal", "infeasible", "locally infeasible",
+                                           "unbounded",   "violated",        "time limit", "node limit",
+                                           "interrupted", "stopped"};
+  return kWords[static_cast<std::size_t>(status)];
 }
 
 void printSummary(std::ostream& os, const Model& model) {
@@ -82,36 +86,57 @@ void printModel(std::ostream& os, const Model& model, PrintForm form) {
   os.precision(precision);
 }
 
-void printAnswer(std::ostream& os, const Model& model, EngineI& engine, const Answer& answer) {
-  os << "status     " << wordsFor(answer.status);
-  if (answer.status == Status::Violated) {
-    os << " (" << answer.violation.where << " by " << text(answer.violation.amount) << ")";
+namespace {
+
+/// How far the values of expressions and of the solver differ: a difference is a fault of the engine.
+void printAgreement(std::ostream& os, const Solution& solution) {
+  const Model& model = solution.model;
+  const TavAlgorithm algorithm(&const_cast<EngineI&>(solution.engine));
+  double rowDifference = 0.0;
+  std::size_t held = 0;
+  for (const RangeConstraintI* row : model.rows()) {
+    rowDifference = std::max(rowDifference, std::abs(row->getSum().eval(algorithm) - solution.engine.activityOf(row)));
+    held += row->eval(algorithm) == 1.0;
   }
-  os << "\n";
+  const double objective = model.objective()->getSum().eval(algorithm);
+  const double difference = std::abs(objective - solution.answer.objective);
+  os << "agreement  largest difference of eval to the solver: rows " << text(rowDifference) << ", objective "
+     << text(difference) << "; " << held << " of " << model.rows().size() << " rows hold\n";
+  if (difference > 1e-6 * std::max(1.0, std::abs(objective))) {
+    os << "warning    the objective of the solver's own solution is " << text(objective) << "\n";
+  }
+}
+
+}  // namespace
+
+void printAnswer(std::ostream& os, const Solution& solution, double tolerance) {
+  const Answer& answer = solution.answer;
+  os << "status     " << sentenceFor(answer.status) << "\n";
+  if (!answer.remark.empty()) os << "remark     " << answer.remark << "\n";
   if (answer.hasSolution) {
-    const TavAlgorithm algorithm(&engine);
-    double rowDifference = 0.0;
-    std::size_t held = 0;
-    for (const RangeConstraintI* row : model.rows()) {
-      rowDifference = std::max(rowDifference, std::abs(row->getSum().eval(algorithm) - engine.activityOf(row)));
-      held += row->eval(algorithm) == 1.0;
+    os << "objective  " << text(answer.objective) << (isSolved(answer.status) ? "\n" : " (best found)\n");
+  }
+  if (std::isfinite(answer.bound)) {
+    os << "bound      " << text(answer.bound);
+    if (answer.hasSolution) {
+      const double gap = std::abs(answer.objective - answer.bound) / std::max(1e-10, std::abs(answer.objective));
+      char percent[32];
+      std::snprintf(percent, sizeof percent, "%.4g", 100.0 * gap);
+      os << " (gap " << (answer.objective == answer.bound ? "0" : percent) << " %)";
     }
-    const double objective = model.objective()->getSum().eval(algorithm);
-    os << "objective  " << text(answer.objective);
-    if (!isSolved(answer.status)) os << " (best found)";
-    os << "\nagreement  largest difference of eval to the solver: rows " << text(rowDifference) << ", objective "
-       << text(std::abs(objective - answer.objective)) << "; " << held << " of " << model.rows().size()
-       << " rows hold\n";
-    if (held < model.rows().size()) {
-      os << "warning    rows violated by the solver's own solution: " << model.rows().size() - held << "\n";
-    }
-    if (std::abs(objective - answer.objective) > 1e-6 * std::max(1.0, std::abs(objective))) {
-      os << "warning    the objective of the solver's own solution is " << text(objective) << "\n";
-    }
+    os << "\n";
+  }
+  if (answer.hasSolution) {
+    const Violation& violation = answer.violation;
+    os << "violation  " << text(violation.amount);
+    if (!violation.where.empty()) os << " (" << violation.where << ")";
+    os << ", tolerance " << text(tolerance) << "\n";
+    printAgreement(os, solution);
   }
   char seconds[32];
   std::snprintf(seconds, sizeof seconds, "%.3f", answer.seconds);
-  os << "time       " << seconds << " s in the solver\n";
+  os << "effort     " << answer.iterations << " iterations, " << answer.nodes << " nodes\n"
+     << "time       " << seconds << " s in the solver\n";
 }
 
 }  // namespace tavsolve

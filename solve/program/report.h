@@ -6,11 +6,12 @@
 
 #include "solve/engines/engine.h"
 #include "solve/program/options.h"
+#include "solve/program/solution_file.h"
 
 namespace tavsolve {
 
-/// Twelve significant digits.
-std::string text(double number);
+/// The status in a word or two, as files and programs have it.
+const char* wordsFor(Status status);
 
 /// One line on the size and kind of the model.
 void printSummary(std::ostream& os, const Model& model);
@@ -21,7 +22,8 @@ std::string describe(const SolverProgress& progress);
 /// The model as text: objective, rows, columns.
 void printModel(std::ostream& os, const Model& model, PrintForm form);
 
-/// Status, objective and time of one solve; with a solution, how far the library's evaluation and the solver differ.
-void printAnswer(std::ostream& os, const Model& model, EngineI& engine, const Answer& answer);
+/// Status, objective, bound, violation, effort and time of one solve; with a solution, how far the library's evaluation
+/// and the solver differ.
+void printAnswer(std::ostream& os, const Solution& solution, double tolerance);
 
 }  // namespace tavsolve

@@ -1,0 +1,120 @@
+#include "solve/edits/words.h"
+
+#include <cerrno>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+
+#include "solve/model/errors.h"
+
+namespace tavsolve {
+
+namespace {
+
+bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
+
+}  // namespace
+
+bool CommandReader::next(std::vector<std::string>& words) {
+  words.clear();
+  while (!atEnd()) {
+    const char c = _text[_at];
+    if (isBlank(c)) {
+      ++_at;
+    } else if (c == '\n') {
+      ++_at;
+      ++_line;
+      if (!words.empty()) return true;
+    } else if (c == '#') {
+      _at = std::min(_text.find('\n', _at), _text.size());
+    } else {
+      if (words.empty()) _lineOfCommand = _line;
+      if (c == '"') {
+        words.push_back(quotedWord());
+        continue;
+      }
+      std::string word;
+      const bool ended = plainWord(word);
+      if (!word.empty()) words.push_back(std::move(word));
+      if (ended && !words.empty()) return true;
+    }
+  }
+  return !words.empty();
+}
+
+std::string CommandReader::quotedWord() {
+  std::string word;
+  for (++_at; !atEnd() && _text[_at] != '\n'; ++_at) {
+    if (_text[_at] == '"') {
+      ++_at;
+      return word;
+    }
+    const bool escaped = _text[_at] == '\\' && _at + 1 < _text.size() && std::strchr("\"\\", _text[_at + 1]);
+    word += _text[escaped ? ++_at : _at];
+  }
+  fail("a quote is not closed");
+}
+
+bool CommandReader::plainWord(std::string& word) {
+  while (!atEnd() && !isBlank(_text[_at]) && _text[_at] != '\n') word += _text[_at++];
+  if (word.back() != ';') return false;
+  word.pop_back();
+  return true;
+}
+
+void CommandReader::fail(const std::string& what) const {
+  throw InputError(_file + ":" + std::to_string(_lineOfCommand) + ": " + what);
+}
+
+std::string quoted(std::string_view name) {
+  if (!name.empty() && name[0] != '#' && name.back() != ';' && name.find_first_of(" \t\"") == name.npos) {
+    return std::string(name);
+  }
+  std::string word = "\"";
+  for (const char c : name) {
+    if (c == '"' || c == '\\') word += '\\';
+    word += c;
+  }
+  return word + '"';
+}
+
+double numberOf(const std::string& word) {
+  const char* first = word.c_str() + (word[0] == '+');
+  const char* last = word.c_str() + word.size();
+  double value = 0.0;
+  const auto [end, error] = std::from_chars(first, last, value);
+  if (error != std::errc() || end != last || std::isnan(value)) throw InputError("\"" + word + "\" is not a number");
+  return value;
+}
+
+std::string text(double number) {
+  char buffer[32];
+  std::snprintf(buffer, sizeof buffer, "%.12g", number);
+  return buffer;
+}
+
+std::string exactText(double number) {
+  char buffer[32];
+  return {buffer, std::to_chars(buffer, buffer + sizeof buffer, number).ptr};
+}
+
+std::string contentsOf(const std::string& path) {
+  const auto all = [](std::istream& is) {
+    return std::string(std::istreambuf_iterator<char>(is), std::istreambuf_iterator<char>());
+  };
+  if (path == "-") return all(std::cin);
+  errno = 0;
+  std::ifstream is(path, std::ios::binary);
+  std::string contents;
+  if (is && is.peek() != std::ifstream::traits_type::eof()) contents = all(is);
+  if (is.bad() || !is.is_open() || errno == EISDIR) {
+    throw InputError(path + ": cannot be read: " + std::strerror(errno ? errno : EIO));
+  }
+  return contents;
+}
+
+}  // namespace tavsolve

@@ -1,0 +1,49 @@
+#pragma once
+/// One run of the program over a model.
+
+#include <memory>
+#include <string>
+
+#include "solve/engines/engines.h"
+#include "solve/program/options.h"
+#include "solve/program/output.h"
+#include "solve/program/progress.h"
+#include "solve/program/solution_file.h"
+
+namespace tavsolve {
+
+enum ExitCode : int { kSolved = 0, kNotSolved = 1, kBadInput = 2, kSolverFailed = 3 };
+
+class Session {
+ public:
+  explicit Session(const Options& options);
+
+  /// Reads, solves, edits and solves again. Throws InputError, TavFileError and SolverError.
+  ExitCode run();
+
+ private:
+  void load();
+  void makeEngine();
+  Answer solve(EngineI& engine, const char* stage);
+  void solveAndReport(const char* stage);
+  void applyStage(const EditStage& stage);
+  void reportBoth(const Answer& before);
+  bool confirm();
+  void printValuesOf(const Answer& answer);
+  void writeAnswer();
+  Solution solution() const { return {*_model, *_engine, _answer, _stub}; }
+
+  const Options& _options;
+  Output _output;
+  Progress _progress;
+  StubFacts _stub;
+  std::unique_ptr<Model> _model;
+  const EngineKind* _kind = nullptr;
+  std::unique_ptr<EngineI> _engine;
+  Controls _controls;
+  /// Of the last solve, and their number.
+  Answer _answer;
+  int _solves = 0;
+};
+
+}  // namespace tavsolve

@@ -3,7 +3,6 @@
 #include <array>
 #include <bit>
 #include <cmath>
-#include <optional>
 #include <sstream>
 #include <variant>
 
@@ -102,8 +101,8 @@ class Program {
     std::vector<std::pair<Expr, TavInt>> watched;
     for (const Expr& e : operands) watched.emplace_back(e, e.object->getRefCount());
     for (const Handle& handle : _handles) watched.emplace_back(handle.expr(), handle.expr().object->getRefCount());
-    for (_before = balance(); _shortage->refuses(call);) {
-      require(balance() == _before, "a failed call has left something");
+    for (const auto before = balance(); _shortage->refuses(call);) {
+      require(balance() == before, "a failed call has left something");
       for (const auto& [e, count] : watched) {
         require(e.object->getRefCount() == count, "count", e.model);
         if (model::weight(e.model, 60) <= 60) check(e);
@@ -115,21 +114,13 @@ class Program {
     TavEnvI* env = _env.getImpl();
     return {env->liveObjectCount(), env->liveTermCount(), env->getMemory()->usedBytes()};
   }
-  /// A term that an operation takes; when the operation fails it stays as it is for the next attempt.
+  /// A term that an operation takes; while the operation fails it stays as it is.
   template <class Term>
-  struct Loose {
-    std::optional<Term> term;
-    double coef = 0.0;
-  };
-  template <class Term, class Make>
-  Term take(Loose<Term>& loose, Make make) {
-    if (!loose.term) {
-      loose.term = make();
-      loose.coef = loose.term->getCoef();
-      _before = balance();
-    }
-    require(sameValue(loose.term->getCoef(), loose.coef), "a failed call has changed a term");
-    return *loose.term;
+  static auto loose(Term term) {
+    return [term, coef = term.getCoef()] {
+      require(sameValue(term.getCoef(), coef), "a failed call has changed a term");
+      return term;
+    };
   }
 
   double constant() {
@@ -197,9 +188,7 @@ class Program {
     const Arg p = operand<Arg>(a), q = operand<Arg>(b);
     const Ref &m = a.model, &n = b.model;
     const Number minusOne = -1;
-    Loose<decltype(x * c)> xTerm;
-    Loose<TavIntLinExprTerm> iTerm;
-    const auto cx = [&] { return take(xTerm, [&] { return x * c; }); };
+    const auto cx = loose(x * c);
     std::vector<Operation> operations = {
         {[&] { return p + q; }, [&] { return model::sum(m, n, kInt); }},
         {[&] { return p + q; }, [&] { return model::sum(m, n, kInt); }},
@@ -216,7 +205,7 @@ class Program {
         {[&] { return cx() - p; },
          [&] { return model::withTerm(model::times(m, minusOne), v.model, coef, kInt, true); }}};
     if constexpr (!kInt) {
-      const auto ki = [&] { return take(iTerm, [&] { return i * any; }); };
+      const auto ki = loose(i * any);
       const std::vector<Operation> numeric = {
           {[&, ki] { return ki() + cx(); },
            [&] { return model::withTerm(model::times(w.model, intCoef), v.model, d, false, false); }},
@@ -372,10 +361,8 @@ class Program {
       return std::make_shared<Node>(n);
     };
     const auto same = [](double answer, double wanted) { require(sameValue(answer, wanted), "what an edit answers"); };
-    Loose<TavNumLinExprTerm> xTerm;
-    Loose<TavIntLinExprTerm> iTerm;
-    const auto dx = [&] { return take(xTerm, [&] { return x * d; }); };
-    const auto ki = [&] { return take(iTerm, [&] { return i * k; }); };
+    const auto dx = loose(x * d);
+    const auto ki = loose(i * k);
     bool none = false;
     double before = 0.0;
     return run({operand},
@@ -449,7 +436,6 @@ class Program {
   TavValues _valuation, _cloneValuation;
   std::vector<Expr> _vars;
   std::vector<Handle> _handles;
-  std::array<TavInt, 3> _before{};
 };
 
 }  // namespace

@@ -30,26 +30,25 @@ std::vector<double> tellingNumbers() {
 }
 
 TEST(TextWriter, WritesWhatInsertionWrites) {
-  const std::vector<void (*)(std::ostream&)> states{
-      [](std::ostream&) {},
-      [](std::ostream& os) { os << std::setprecision(0); },
-      [](std::ostream& os) { os << std::setprecision(3); },
-      [](std::ostream& os) { os << std::setprecision(17); },
-      [](std::ostream& os) { os << std::setprecision(60); },
-      [](std::ostream& os) { os << std::setprecision(-1); },
-      [](std::ostream& os) { os << std::fixed; },
-      [](std::ostream& os) { os << std::scientific << std::uppercase; },
-      [](std::ostream& os) { os << std::showpos << std::showpoint; },
-      [](std::ostream& os) { os << std::hex << std::showbase; },
-      [](std::ostream& os) { os << std::setw(12) << std::setfill('*') << std::left; },
-      [](std::ostream& os) { os << std::unitbuf; },
-      [](std::ostream& os) { os.imbue(std::locale(std::locale::classic(), new Commas)); },
+  struct State {
+    std::ios::fmtflags flags;
+    std::streamsize precision = 6, width = 0;
+    std::locale locale = std::locale::classic();
   };
+  using os = std::ios;
+  std::vector<State> states{{os::left | os::dec, 6, 12}, {os::dec, 6, 0, {std::locale::classic(), new Commas}}};
+  for (const int precision : {6, 0, 3, 17, 60, -1}) states.push_back({os::dec, precision});
+  for (const auto flags : {os::fixed, os::scientific | os::uppercase, os::showpos | os::showpoint, os::unitbuf}) {
+    states.push_back({flags | os::dec});
+  }
+  states.push_back({os::hex | os::showbase});
   const std::string longName(2000, 'n');
-  for (std::size_t state = 0; state < states.size(); ++state) {
+  for (const State& state : states) {
     std::ostringstream expected, written;
-    states[state](expected);
-    states[state](written);
+    for (std::ostringstream* stream : {&expected, &written}) {
+      stream->flags(state.flags), stream->precision(state.precision);
+      stream->width(state.width), stream->fill('*'), stream->imbue(state.locale);
+    }
     TavTextWriter out(written);
     for (double number : tellingNumbers()) {
       expected << number << " * " << static_cast<TavInt>(std::fmod(number, 1e15)) << ", ";
@@ -58,7 +57,7 @@ TEST(TextWriter, WritesWhatInsertionWrites) {
     expected << longName << 2.5;
     out << longName << 2.5;
     out.flush();
-    ASSERT_EQ(written.str(), expected.str()) << "state " << state;
+    ASSERT_EQ(written.str(), expected.str()) << "state " << &state - states.data();
   }
 }
 

@@ -62,32 +62,4 @@ TEST_F(VarArrays, OfExpressionsLockReleaseAndEndTheirElements) {
   EXPECT_EQ(env.getImpl()->liveObjectCount(), objects);
 }
 
-TEST_F(VarArrays, FollowTheClonesOfOneEnvironmentOrOfEachElements) {
-  const TavIntVar i(env, 0, 1), j(env, 0, 1), inOther(other, 0, 1), atHome(env, 0, 1);
-  other.getImpl()->setClone(i.getImpl(), inOther.getImpl());
-  env.getImpl()->setClone(i.getImpl(), atHome.getImpl());
-  const TavIntVarArray array(env, 3, i, TavIntVar(), j);
-  const auto check = [&](auto clones, TavIntVar expected, TavEnv home) {
-    ASSERT_EQ(clones.getSize(), 3);
-    EXPECT_EQ(clones[0].getImpl(), expected.getImpl());
-    EXPECT_EQ(clones[1].getImpl(), nullptr);
-    EXPECT_EQ(clones[2].getImpl(), nullptr);
-    EXPECT_EQ(clones.getEnv(), home);
-  };
-  check(array.getClone(other.getImpl()), inOther, other);
-  check(array.getClone(nullptr), atHome, env);
-  other.getImpl()->setClone(inOther.getImpl(), j.getImpl());  // an element of another environment is asked there
-  EXPECT_EQ(TavIntVarArray(env, 1, inOther).getClone(nullptr)[0].getImpl(), j.getImpl());
-  check(array.toNumVarArray().getClone(other.getImpl()), inOther, other);
-  check(TavBoolVarArray(array.getImpl()).getClone(nullptr), atHome, env);
-  TavIntExprArray exprs = array.toIntExprArray();
-  TavNumExprArray numExprs = array.toNumVarArray().toNumExprArray();
-  const TavIntExprArray before = exprs;
-  exprs.replaceByClone(other.getImpl());
-  check(exprs, inOther, other);
-  EXPECT_EQ(before[0].getImpl(), i.getImpl());
-  numExprs.replaceByClone(other.getImpl());
-  check(numExprs, inOther, other);
-}
-
 }  // namespace

@@ -1,11 +1,22 @@
 // From expressions to a compiled program: rows, elements, shapes, structures.
 
 #include <algorithm>
+#include <array>
 
+#include "evaluator/code.h"
 #include "evaluator/compile_shape.h"
-#include "evaluator/compiled.h"
 
 namespace taveval {
+
+TavEvaluator::Kind kindOf(const Row& row) noexcept {
+  if (row.withoutDerivative) return TavEvaluator::Kind::NonLinear;
+  return row.firstSummand == row.summandEnd ? TavEvaluator::Kind::Linear : TavEvaluator::Kind::Quadratic;
+}
+
+Code::LooseRow looseRowOf(const Row& row, std::size_t firstTerm, std::uint32_t number) noexcept {
+  if (row.whole != Row::kInOrder) return {0.0, firstTerm, 0, 0, 0, number};  // the whole expression is a summand
+  return {row.constant, firstTerm, 0, static_cast<std::uint32_t>(row.termEnd - row.firstTerm), 0, number};
+}
 
 namespace {
 
@@ -13,8 +24,8 @@ class Compilation {
  public:
   Compilation(Columns& columns, const TavEvaluator::Options& options) : _columns(columns), _options(options) {}
 
-  Code run(const std::vector<TavNumExprI*>& constraints, TavNumExprI* objective, std::vector<bool>& watched) {
-    readRows(constraints, objective, watched);
+  Code run(const std::vector<TavNumExprI*>& constraints, TavNumExprI* objective, Watch& watch) {
+    readRows(constraints, objective, watch);
     _drafts =
         Elements(_rows, static_cast<std::uint32_t>(constraints.size()), _options.mode == TavEvaluator::Mode::Exact)
             .collect();
@@ -30,21 +41,18 @@ class Compilation {
   }
 
  private:
-  void readRows(const std::vector<TavNumExprI*>& constraints, TavNumExprI* objective, std::vector<bool>& watched) {
-    Reader reader(_rows, _columns, watched);
-    reader.readRow(objective);  // first, for the order of the columns
-    for (TavNumExprI* constraint : constraints) reader.readRow(constraint);
+  void readRows(const std::vector<TavNumExprI*>& constraints, TavNumExprI* objective, Watch& watch) {
+    Reader reader(_rows, _columns, watch);
+    const auto count = static_cast<std::uint32_t>(constraints.size());
+    reader.readRow(objective, count);  // first, for the order of the columns
+    for (std::uint32_t r = 0; r < count; ++r) reader.readRow(constraints[r], r);
     std::rotate(_rows.rows.begin(), _rows.rows.begin() + 1, _rows.rows.end());
   }
 
   void keepRowFacts() {
     for (std::uint32_t r = 0; r < _rows.rows.size(); ++r) {
       const Row& row = _rows.rows[r];
-      const bool isLinear = row.firstSummand == row.summandEnd;
-      _code.rows.push_back({row.constant, row.firstTerm, row.termEnd, row.withoutDerivative,
-                            row.withoutDerivative ? TavEvaluator::Kind::NonLinear
-                            : isLinear            ? TavEvaluator::Kind::Linear
-                                                  : TavEvaluator::Kind::Quadratic});
+      _code.rows.push_back({row.constant, row.firstTerm, row.termEnd, row.withoutDerivative, kindOf(row)});
       if (row.byObjects || _options.mode == TavEvaluator::Mode::Exact) _code.byObjects.push_back(r);
       const bool isObjective = r + 1 == _rows.rows.size();
       if (row.withoutDerivative) (isObjective ? _code.withoutGradient : _code.withoutJacobian) = row.withoutDerivative;
@@ -58,6 +66,12 @@ class Compilation {
     }
   }
 
+  static constexpr auto kFirstElements = [] {
+    std::array<std::uint32_t, TapeCompiler::kFewest> numbers{};
+    for (std::uint32_t e = 0; e < numbers.size(); ++e) numbers[e] = e;
+    return numbers;
+  }();
+
   void compileShapes() {
     ShapeCompiler compiler;
     TapeCompiler tape;
@@ -66,7 +80,9 @@ class Compilation {
       const ShapeDraft draft(_drafts, s);
       if (TapeCompiler::takes(draft)) {
         _tapeDrafts.push_back(draft);
-        tape.add(draft, _options.derivatives, _code.tape, degrees);
+        tape.read(draft);
+        tape.findDegrees(degrees);
+        tape.add(draft, std::span(kFirstElements).first(draft.count), _options.derivatives, _code.tape);
       } else {
         Shape& shape = _code.shapes.emplace_back();
         _shapeDrafts.push_back(draft);
@@ -116,12 +132,9 @@ class Compilation {
     for (std::uint32_t r = 0; r < _rows.rows.size(); ++r) {
       const Row& row = _rows.rows[r];
       if (_drafts.isWhole[r]) continue;
-      const bool isInOrder = row.whole == Row::kInOrder;
-      Code::LooseRow loose{row.constant, row.firstTerm, _code.summands.size(), 0, 0, r};
-      loose.termCount = static_cast<std::uint32_t>(row.termEnd - row.firstTerm);
-      if (!isInOrder) loose.constant = loose.termCount = 0;  // the whole expression is a summand
-      const std::size_t first = isInOrder ? row.firstSummand : row.whole, end = isInOrder ? row.summandEnd : first + 1;
-      for (std::size_t s = first; s < end; ++s) {
+      Code::LooseRow loose = looseRowOf(row, row.firstTerm, r);
+      loose.firstSummand = _code.summands.size();
+      for (std::size_t s = row.firstValue(); s < row.valueEnd(); ++s) {
         if (placeOf[s] != kNone) _code.summands.push_back(placeOf[s]);
       }
       loose.summandCount = static_cast<std::uint32_t>(_code.summands.size() - loose.firstSummand);
@@ -141,7 +154,7 @@ class Compilation {
         entries.push_back({{static_cast<std::int32_t>(r), _code.terms[t].column}, _code.terms[t].coefficient});
       }
     }
-    const std::size_t sharedCount = shared.size();
+    const std::size_t sharedCount = shared.size(), aloneCount = alone.size();
     shared.insert(shared.end(), alone.begin(), alone.end());
     std::vector<ShapeEntries> entries;
     for (std::size_t s = 0; s < _code.shapes.size(); ++s) {
@@ -161,6 +174,18 @@ class Compilation {
       for (std::uint32_t e = 0; e < shape.count; ++e) tape.appendJacobian(shape, e, positions);
     }
     _code.jacobian = layOut(entries, positions, tape.jacobian, shared, sharedCount);
+    keepTermPlaces(_code.jacobian.positions.size() - aloneCount);
+  }
+
+  void keepTermPlaces(std::size_t nextAlone) {
+    _code.termPlaces.assign(_code.terms.size(), kNone);
+    std::size_t nextShared = _code.jacobian.firstAdded;
+    for (std::size_t r = 0; r + 1 < _code.rows.size(); ++r) {
+      const Code::RowFacts& row = _code.rows[r];
+      std::size_t& next = row.kind == TavEvaluator::Kind::Linear ? nextAlone : nextShared;
+      for (std::size_t t = row.firstTerm; t < row.termEnd; ++t)
+        _code.termPlaces[t] = static_cast<std::uint32_t>(next++);
+    }
   }
 
   void layOutHessian() {
@@ -196,18 +221,21 @@ class Compilation {
 }  // namespace
 
 Code compile(const std::vector<TavNumExprI*>& constraints, TavNumExprI* objective, Columns& columns,
-             const TavEvaluator::Options& options, std::vector<bool>& watched) {
-  return Compilation(columns, options).run(constraints, objective, watched);
+             const TavEvaluator::Options& options, Watch& watch) {
+  return Compilation(columns, options).run(constraints, objective, watch);
 }
 
 std::size_t Code::bytes() const noexcept {
   std::size_t sum = rows.capacity() * sizeof(RowFacts) + looseRows.capacity() * sizeof(LooseRow) +
-                    summands.capacity() * sizeof(std::uint32_t) + terms.capacity() * sizeof(TavEvaluator::LinearTerm) +
-                    byObjects.capacity() * sizeof(std::uint32_t) + shapes.capacity() * sizeof(Shape) +
-                    gradientStart.capacity() * sizeof(double) + jacobian.bytes() + hessian.bytes() + tape.bytes();
+                    (summands.capacity() + termPlaces.capacity()) * sizeof(std::uint32_t) +
+                    terms.capacity() * sizeof(TavEvaluator::LinearTerm) + byObjects.capacity() * sizeof(std::uint32_t) +
+                    shapes.capacity() * sizeof(Shape) + gradientStart.capacity() * sizeof(double) + jacobian.bytes() +
+                    hessian.bytes() + tape.bytes();
   for (const Shape& shape : shapes) {
     sum += (shape.parameters.capacity() + shape.uniforms.capacity()) * sizeof(double) + shape.variables.bytes() +
-           shape.rows.bytes() + shape.jacobian.bytes() + shape.hessian.bytes();
+           shape.rows.bytes() + shape.jacobian.bytes() + shape.hessian.bytes() +
+           (shape.key.capacity() + shape.parameterPlace.capacity() + shape.dead.capacity()) * sizeof(std::uint32_t) +
+           shape.recipe.nodes.capacity() * sizeof(Graph::Node);
     for (const Program& program : shape.programs) {
       sum += program.code.capacity() * sizeof(Instruction) +
              (program.variables.capacity() + program.weights.capacity()) * sizeof(Load);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 
+#include "evaluator/pages.h"
 #include "evaluator/tape.h"
 
 namespace taveval {
@@ -21,6 +22,41 @@ void Indices::append(const std::uint32_t* lane, std::uint32_t count, std::uint32
     _entries.push_back({static_cast<std::uint32_t>(_lanes.size()), Kind::Scattered});
     _lanes.insert(_lanes.end(), lane, lane + count);
     _lanes.insert(_lanes.end(), width - count, lane[count - 1]);
+  }
+}
+
+std::uint32_t Indices::of(std::size_t entry, std::uint32_t lane) const noexcept {
+  const Entry& its = _entries[entry];
+  switch (its.kind) {
+    case Kind::Same:
+      return its.at;
+    case Kind::Run:
+    case Kind::Own:
+      return its.at + lane;
+    default:
+      return _lanes[its.at + lane];
+  }
+}
+
+void Indices::reserve(std::size_t count, std::uint32_t width) { makeRoom(_lanes, count * width); }
+
+void Indices::set(std::size_t entry, std::uint32_t lane, std::uint32_t place, std::uint32_t live, std::uint32_t width) {
+  Entry& its = _entries[entry];
+  if (its.kind == Kind::Run || its.kind == Kind::Own || its.kind == Kind::Same) {
+    const auto list = static_cast<std::uint32_t>(_lanes.size());
+    for (std::uint32_t i = 0; i < width; ++i) _lanes.push_back(i < live ? of(entry, i) : kNone);
+    its.at = list;
+  }
+  its.kind = Kind::Mixed;
+  _lanes[its.at + lane] = place;
+}
+
+void Indices::renumber(const std::vector<std::uint32_t>& renumbered) noexcept {
+  for (Entry& entry : _entries) {
+    if (entry.kind == Kind::Run || entry.kind == Kind::Own || entry.kind == Kind::Same) entry.at = renumbered[entry.at];
+  }
+  for (std::uint32_t& place : _lanes) {
+    if (place != kNone) place = renumbered[place];
   }
 }
 
@@ -133,7 +169,8 @@ void ShapeCompiler::chooseLanes(std::uint32_t lanes, Shape& shape) {
 }
 
 void ShapeCompiler::fillParameters(const ShapeDraft& draft, Shape& shape) {
-  const DerivedParameters::Recipe recipe = _derived.recipe(_graph);
+  shape.recipe = _derived.recipe(_graph);
+  const ParameterRecipe& recipe = shape.recipe;
   const std::uint32_t own = draft.parameterCount, all = own + static_cast<std::uint32_t>(recipe.results.size());
   std::vector<double> values(std::size_t{all} * draft.count), scratch;
   for (std::uint32_t e = 0; e < draft.count; ++e) {
@@ -146,7 +183,8 @@ void ShapeCompiler::fillParameters(const ShapeDraft& draft, Shape& shape) {
   forEachOperand(shape.programs, [&](Operand& operand) {
     if (placeOf(operand) == Place::Parameter) used[numberOf(operand)] = 1;
   });
-  std::vector<Operand> placeOfParameter(all, 0);
+  std::vector<Operand>& placeOfParameter = shape.parameterPlace;
+  placeOfParameter.assign(all, 0);
   std::vector<std::uint32_t> varying;
   for (std::uint32_t p = 0; p < all; ++p) {
     if (!used[p]) continue;
@@ -215,6 +253,7 @@ void ShapeCompiler::compile(const ShapeDraft& draft, int derivatives, std::uint3
     if (_uses[k] & kWhole) shape.wholeOutputs.push_back(k);
   }
   for (const Derivative& d : plan.gradient) shape.gradientVariables.push_back(d.column);
+  shape.key.assign(draft.key().begin(), draft.key().end());
   fillParameters(draft, shape);
   fillIndices(draft, shape);
 }

@@ -1,5 +1,6 @@
 #include "evaluator/compiled.h"
 
+#include <algorithm>
 #include <cassert>
 #include <utility>
 
@@ -14,27 +15,39 @@ double Follower::getValue(const TavNumVarI*) const {
 }
 
 bool Follower::hasExtracted(const TavExtractableI* object) const {
-  const auto id = static_cast<std::size_t>(object->getId());
-  return id < _compiled._watched.size() && _compiled._watched[id];
+  return _compiled._watch.byObject.has(static_cast<std::size_t>(object->getId()));
 }
 
 void Follower::change(const TavChange& change) {
   // Bounds and domains do not enter values.
   const TavTypeInfo type = change.getTypeInfo();
-  if (type == TavNumLinTermAddVar::GetTypeInfo() || type == TavNumLinTermRemoveVar::GetTypeInfo() ||
-      type == TavIntLinTermRemoveVar::GetTypeInfo()) {
-    _compiled._isStale = true;
+  if (type == TavNumLinTermAddVar::GetTypeInfo()) {
+    modify(static_cast<const TavNumLinTermAddVar&>(change).getLinear());
+  } else if (type == TavNumLinTermRemoveVar::GetTypeInfo()) {
+    modify(static_cast<const TavNumLinTermRemoveVar&>(change).getLinear());
+  } else if (type == TavIntLinTermRemoveVar::GetTypeInfo()) {
+    modify(static_cast<const TavIntLinTermRemoveVar&>(change).getLinear());
   }
 }
 
 void Follower::forget(TavExtractableI* object) {
-  _compiled._isStale = true;
-  _compiled._watched[static_cast<std::size_t>(object->getId())] = false;
-  if (object->isType(TavNumVarI::GetTypeInfo())) _compiled._columns.remove(static_cast<TavNumVarI*>(object));
-  for (TavNumExprI*& constraint : _compiled._constraints) {
-    if (constraint == object) constraint = nullptr;
+  modify(object);
+  _compiled._watch.byObject.remove(static_cast<std::size_t>(object->getId()));
+  if (object->isType(TavNumVarI::GetTypeInfo())) {
+    _compiled._columns.remove(static_cast<TavNumVarI*>(object));
+    _compiled._isStale = true;
   }
-  if (_compiled._objective == object) _compiled._objective = nullptr;
+  for (std::uint32_t row = 0; row <= _compiled.objectiveRow(); ++row) {
+    TavNumExprI*& expression = row < _compiled.objectiveRow() ? _compiled._constraints[row] : _compiled._objective;
+    if (expression != object) continue;
+    expression = nullptr;
+    _compiled.modify(row);
+  }
+}
+
+void Follower::modify(const TavExtractableI* object) noexcept {
+  _compiled._watch.byObject.forEach(static_cast<std::size_t>(object->getId()),
+                                    [this](std::uint32_t row) { _compiled.modify(row); });
 }
 
 // Compiled
@@ -55,7 +68,8 @@ Compiled::Compiled(TavEnvI* env, TavNumExprArg objective, std::span<const TavNum
     if (!_columns.add(column.getImpl())) throw TavWrongUsage("TavEvaluator: a variable is given as a column twice");
   }
   _columns.setOpen(!_columnsAreGiven);
-  _code = compile(_constraints, _objective, _columns, _options, _watched);
+  _code = compile(_constraints, _objective, _columns, _options, _watch);
+  _modified = RowSet(_constraints.size() + 1);
   _follower = std::make_unique<Follower>(env, *this);
   for (TavNumExprI* constraint : _constraints) retain(constraint);
   retain(_objective);
@@ -91,17 +105,50 @@ const Code::RowFacts& Compiled::factsOf(std::size_t row) {
   return current.rows[row];
 }
 
+void Compiled::modify(std::uint32_t row) noexcept {
+  _modified.add(row);
+  _hasModified = true;
+}
+
+void Compiled::clearModified() noexcept {
+  _modified.clear();
+  _hasModified = false;
+}
+
+/// False if the whole is to be compiled.
+bool Compiled::patch() {
+  // Patched elements are evaluated one by one.
+  if (_code.patched > 256 + _code.rows.size() / 4) return false;
+  std::vector<std::uint32_t> rows;
+  _modified.forEach([&rows](std::uint32_t row) { rows.push_back(row); });
+  for (std::size_t i = 0; i < rows.size(); ++i) {  // and those that depend on what they read
+    _watch.byRow.forEach(rows[i], [&](std::uint32_t other) {
+      if (!_modified.has(other)) rows.push_back(other), modify(other);
+    });
+  }
+  std::sort(rows.begin(), rows.end());
+  Patch patch(_code, _elementsOfRow, _columns, _watch, {_constraints, _objective}, _options);
+  if (!patch.prepare(rows)) return false;
+  if (patch.commit()) ++_version;
+  clearModified();
+  return true;
+}
+
+void Compiled::followModifications() {
+  if (_isStale || !patch()) recompile();
+}
+
 void Compiled::recompile() {
   Columns columns = _columns;
-  columns.setOpen(false);
-  if (!_columnsAreGiven) columns.begin(true);
-  std::vector<bool> watched;
-  Code code = compile(_constraints, _objective, columns, _options, watched);
+  Watch watch;
+  Code code = compile(_constraints, _objective, columns, _options, watch);
   const bool isOther = code.jacobian.positions != _code.jacobian.positions ||
                        code.hessian.positions != _code.hessian.positions || columns.variables() != _columns.variables();
   _code = std::move(code);
   _columns = std::move(columns);
-  _watched = std::move(watched);
+  _watch = std::move(watch);
+  _elementsOfRow.clear();
+  clearModified();
   _isStale = false;
   if (isOther) ++_version;
 }
@@ -110,12 +157,16 @@ void Compiled::replace(std::size_t row, TavNumExprArg expression) {
   TavNumExprI* fresh = expression.getImpl();
   if (!fresh && row < _constraints.size()) throw TavEmptyHandleException();
   if (fresh) requireHome(fresh);
-  TavNumExprI*& place = row < _constraints.size() ? _constraints[row] : _objective;
+  const std::uint32_t number = row < _constraints.size() ? static_cast<std::uint32_t>(row) : objectiveRow();
+  TavNumExprI*& place = number == objectiveRow() ? _objective : _constraints[number];
+  code();
   TavNumExprI* old = std::exchange(place, fresh);
   try {
-    recompile();
+    modify(number);
+    code();
   } catch (...) {
     place = old;
+    clearModified();
     throw;
   }
   retain(fresh);

@@ -197,6 +197,7 @@ std::uint32_t Elements::elementOf(const Local& local, std::uint32_t row) {
 }
 
 void Elements::addOutput(const Local& local, std::uint32_t number, std::uint32_t uses) {
+  if (_wanted && !(*_wanted)(number, std::span(_sets).subspan(local.firstVariable, local.variableCount))) return;
   if (uses & kWhole) _drafts.isWhole[number] = true;
   Element& element = _elements[elementOf(local, number)];
   const auto output = static_cast<std::uint32_t>(_outputs.size());
@@ -355,7 +356,8 @@ void Elements::sortByShape() {
   }
 }
 
-Drafts Elements::collect() {
+Drafts Elements::collect(const Filter& wanted) {
+  if (wanted) _wanted = &wanted;
   _drafts.isWhole.resize(_rows.rows.size());
   for (std::uint32_t row = 0; row < _rows.rows.size(); ++row) splitRow(row);
   _numberOf.resize(_rows.records.size());

@@ -3,6 +3,7 @@
 /// share subexpressions; elements of equal structure form a shape.
 
 #include <bit>
+#include <functional>
 #include <span>
 #include <vector>
 
@@ -107,7 +108,9 @@ class Elements {
   /// `byObjects`: no values are computed here.
   Elements(const Rows& rows, std::uint32_t objectiveRow, bool byObjects)
       : _byObjects(byObjects), _rows(rows), _objectiveRow(objectiveRow), _recordStamp(rows.records.size()) {}
-  Drafts collect();
+  /// Takes of each row only what `wanted` accepts, by row and variables; all if it is empty.
+  using Filter = std::function<bool(std::uint32_t row, std::span<const std::uint32_t> variables)>;
+  Drafts collect(const Filter& wanted = {});
 
  private:
   /// Summands of one row over a set of variables, on their way to an element.
@@ -162,6 +165,7 @@ class Elements {
   void growShapeTable();
   void sortByShape();
 
+  const Filter* _wanted = nullptr;
   const bool _byObjects;
   const Rows& _rows;
   const std::uint32_t _objectiveRow;

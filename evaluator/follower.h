@@ -18,6 +18,8 @@ class Follower final : public TavAlgorithmI {
   void forget(TavExtractableI* object) override;
 
  private:
+  void modify(const TavExtractableI* object) noexcept;
+
   Compiled& _compiled;
 };
 

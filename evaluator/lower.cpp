@@ -22,7 +22,7 @@ std::uint32_t DerivedParameters::of(const Graph& graph, std::uint32_t node) {
   return _numberOf[node];
 }
 
-DerivedParameters::Recipe DerivedParameters::recipe(const Graph& graph) const {
+ParameterRecipe DerivedParameters::recipe(const Graph& graph) const {
   std::vector<char> needed(_nodes.empty() ? 0 : graph.size(), 0);
   for (const std::uint32_t node : _nodes) needed[node] = 1;
   for (std::size_t k = needed.size(); k-- > 0;) {
@@ -30,7 +30,7 @@ DerivedParameters::Recipe DerivedParameters::recipe(const Graph& graph) const {
     const std::uint32_t of[] = {node.a, node.b, node.c};
     for (int i = 0; needed[k] && i < operandCount(node.op); ++i) needed[of[i]] = 1;
   }
-  Recipe recipe;
+  ParameterRecipe recipe;
   std::vector<std::uint32_t> placeOf(needed.size(), kNone);
   for (std::uint32_t k = 0; k < needed.size(); ++k) {
     if (!needed[k]) continue;
@@ -44,7 +44,7 @@ DerivedParameters::Recipe DerivedParameters::recipe(const Graph& graph) const {
   return recipe;
 }
 
-void DerivedParameters::Recipe::compute(const double* own, double* result, std::vector<double>& values) const {
+void ParameterRecipe::compute(const double* own, double* result, std::vector<double>& values) const {
   values.resize(nodes.size());
   for (std::size_t k = 0; k < nodes.size(); ++k) {
     const Graph::Node& node = nodes[k];

@@ -12,20 +12,12 @@ namespace taveval {
 /// the programs, behind the shape's own.
 class DerivedParameters {
  public:
-  /// Computes the derived parameters of elements from their own ones. Nodes have operands among themselves.
-  struct Recipe {
-    std::vector<Graph::Node> nodes;
-    std::vector<std::uint32_t> results;  ///< The node of each derived parameter.
-    /// Writes the derived parameters behind the `own` parameters; `values` is working space.
-    void compute(const double* own, double* result, std::vector<double>& values) const;
-  };
-
   /// For a new graph, whose elements have `own` parameters.
   void begin(std::uint32_t own);
   /// The parameter of a fixed node; one more, unless the node has one.
   std::uint32_t of(const Graph& graph, std::uint32_t node);
   /// How those beyond the shape's own are computed, in their order.
-  Recipe recipe(const Graph& graph) const;
+  ParameterRecipe recipe(const Graph& graph) const;
 
  private:
   std::uint32_t _own = 0;

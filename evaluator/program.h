@@ -7,6 +7,7 @@
 #include <new>
 #include <vector>
 
+#include "evaluator/graph.h"
 #include "evaluator/operations.h"
 
 class TavExprPiecewiseLinearI;
@@ -78,6 +79,14 @@ void forEachOperand(Programs& programs, Visit visit) {
   }
 }
 
+/// Computes parameters that follow from others, once for each element.
+struct ParameterRecipe {
+  std::vector<Graph::Node> nodes;      ///< With operands among themselves.
+  std::vector<std::uint32_t> results;  ///< The node of each parameter.
+  /// Computes them from `own`; `values` is working space.
+  void compute(const double* own, double* result, std::vector<double>& values) const;
+};
+
 /// Allocates at the start of cache lines, for aligned vector loads.
 template <class T>
 struct CacheAligned {
@@ -99,6 +108,7 @@ class Indices {
     Same,       ///< All lanes `at`.
     Scattered,  ///< A list of their own, which begins at position `at` of `lanes`.
     Own,        ///< A run that nothing else writes to: it is stored, not added.
+    Mixed,      ///< A list like Scattered: kNone for lanes that write nothing; places of own runs are stored.
   };
   struct Entry {
     std::uint32_t at;
@@ -117,6 +127,17 @@ class Indices {
     _entries.shrink_to_fit();
     _lanes.shrink_to_fit();
   }
+
+  // For modifications.
+
+  /// What a lane of an entry reads or writes.
+  std::uint32_t of(std::size_t entry, std::uint32_t lane) const noexcept;
+  /// Makes room for `count` calls of set.
+  void reserve(std::size_t count, std::uint32_t width);
+  /// Gives a lane another place; `live` lanes of `width` are in use. Allocates nothing if there is room.
+  void set(std::size_t entry, std::uint32_t lane, std::uint32_t place, std::uint32_t live, std::uint32_t width);
+  /// Replaces places by what `renumbered` has for them; those of runs stay next to each other.
+  void renumber(const std::vector<std::uint32_t>& renumbered) noexcept;
 
  private:
   std::vector<Entry> _entries;
@@ -141,6 +162,12 @@ struct Shape {
   std::vector<std::uint32_t> wholeOutputs;
   std::uint32_t variableCount = 0;
   Programs programs;
+
+  // For modifications.
+  std::vector<std::uint32_t> key;       ///< The structure.
+  ParameterRecipe recipe;               ///< Of parameters that follow from those of the key.
+  std::vector<Operand> parameterPlace;  ///< By parameter of the key and of the recipe; 0 for unused ones.
+  std::vector<std::uint32_t> dead;      ///< Elements that give no derivatives any more, ascending.
 
   std::uint32_t blockCount() const noexcept { return (count + lanes - 1) / lanes; }
 };

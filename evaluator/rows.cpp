@@ -70,15 +70,9 @@ std::uint32_t Reader::putNumber(Op op, double value) {
 std::uint32_t Reader::column(const TavNumVarI* variable) {
   if (!isRead(variable)) {
     setRecord(variable, put(Op::Variable, _columns.require(const_cast<TavNumVarI*>(variable))));
-    watch(variable);
+    _watch.byObject.note(idOf(variable));
   }
   return of(variable);
-}
-
-void Reader::watch(const TavExtractableI* object) {
-  const auto id = static_cast<std::size_t>(object->getId());
-  if (id >= _watched.size()) _watched.resize(id + id / 2 + 1);
-  _watched[id] = true;
 }
 
 std::uint32_t Reader::plus(std::uint32_t sum, double coefficient, std::uint32_t record) {
@@ -97,12 +91,20 @@ const ClassRow& Reader::rowFor(const TavNumExprI* node) {
   return *classRowOf(node->isType(TavNumVarI::GetTypeInfo()) ? TavNumVarI::GetTypeInfo() : TavNumExprI::GetTypeInfo());
 }
 
+/// Notes that the row depends on what an earlier row has read.
+void Reader::share(std::uint32_t record) {
+  if (record >= _firstRecords.back().record || _rows.records[record].op == Op::Variable) return;
+  const auto owner = std::partition_point(_firstRecords.begin(), _firstRecords.end(),
+                                          [record](const FirstRecord& first) { return first.record <= record; });
+  _watch.byRow.add((owner - 1)->row, _number);
+}
+
 std::uint32_t Reader::read(const TavNumExprI* root) {
-  if (isRead(root)) return of(root);
   _frames.push_back({root, nullptr});
   while (!_frames.empty()) {
     const Frame frame = _frames.back();
     if (isRead(frame.node)) {
+      share(of(frame.node));
       _frames.pop_back();
     } else if (frame.row) {
       _frames.pop_back();
@@ -142,7 +144,7 @@ void Reader::addTerm(TavNumVarI* variable, double coefficient) {
     _isInOrder = false;
     return;
   }
-  watch(variable);
+  _watch.byObject.note(idOf(variable));
   at = terms.size();
   terms.push_back({static_cast<std::int32_t>(column), coefficient});
 }
@@ -188,7 +190,9 @@ void Reader::splitScaled(const Pending& pending, const ClassRow& row) {
   }
 }
 
-void Reader::readRow(TavNumExprI* root) {
+void Reader::readRow(TavNumExprI* root, std::uint32_t number) {
+  _number = number;
+  _firstRecords.push_back({_rows.records.size(), number});
   Row& fresh = _rows.rows.emplace_back();
   fresh.firstTerm = _rows.terms.size();
   fresh.firstSummand = _rows.summands.size();

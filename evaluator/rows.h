@@ -10,6 +10,7 @@
 #include "evaluator/pages.h"
 #include "evaluator/program.h"
 #include "evaluator/tavevaluator.h"
+#include "evaluator/watch.h"
 #include "expression/nodes.h"
 
 namespace taveval {
@@ -47,6 +48,12 @@ struct Row {
   static constexpr std::size_t kInOrder = static_cast<std::size_t>(-1);
   bool byObjects = false;
   const char* withoutDerivative = nullptr;  ///< The name of a class, or null.
+
+  ///@{
+  /// The summands that make up the row's value.
+  std::size_t firstValue() const noexcept { return whole == kInOrder ? firstSummand : whole; }
+  std::size_t valueEnd() const noexcept { return whole == kInOrder ? summandEnd : whole + 1; }
+  ///@}
 };
 
 /// All that was read.
@@ -86,12 +93,7 @@ const ClassRow* classRowOf(TavTypeInfo token);
 /// The variables that are columns.
 class Columns {
  public:
-  /// No columns; `isOpen`: variables become columns when they are met.
-  void begin(bool isOpen) {
-    _isOpen = isOpen;
-    _variables.clear();
-    _columnOf.clear();
-  }
+  /// Whether variables become columns when they are met.
   void setOpen(bool isOpen) noexcept { _isOpen = isOpen; }
   std::size_t size() const noexcept { return _variables.size(); }
   TavNumVarI* variable(std::size_t column) const { return _variables[column]; }
@@ -100,6 +102,10 @@ class Columns {
   bool add(TavNumVarI* variable);
   /// Takes a column out; those behind it move up.
   void remove(const TavNumVarI* variable) noexcept;
+  /// Takes out the columns from `count` on.
+  void truncate(std::size_t count) noexcept {
+    while (_variables.size() > count) remove(_variables.back());
+  }
   /// The column, kNone for none.
   std::uint32_t find(const TavNumVarI* variable) const noexcept;
   /// The column. Throws UnknownVariable.
@@ -116,11 +122,10 @@ class Columns {
 /// Reads expressions into rows, without recursion.
 class Reader {
  public:
-  /// `watched` receives true at the identifiers of linear nodes and variables.
-  Reader(Rows& rows, Columns& columns, std::vector<bool>& watched)
-      : _rows(rows), _columns(columns), _watched(watched) {}
-  /// Appends a row for the expression; null is 0.
-  void readRow(TavNumExprI* root);
+  /// `watch` receives linear nodes and variables.
+  Reader(Rows& rows, Columns& columns, Watch& watch) : _rows(rows), _columns(columns), _watch(watch) {}
+  /// Appends a row for the expression; null is 0. `number` is that of the row in the whole program.
+  void readRow(TavNumExprI* root, std::uint32_t number);
 
   // For the rows of the table.
 
@@ -140,8 +145,8 @@ class Reader {
   /// coefficient * record, where 1 and -1 are structural; added to `sum` unless that is kNone.
   std::uint32_t plus(std::uint32_t sum, double coefficient, std::uint32_t record);
   Tables& tables() { return _rows.tables; }
-  /// Modifications of this object matter.
-  void watch(const TavExtractableI* object);
+  /// Modifications of this linear node matter to the row.
+  void watch(const TavExtractableI* sum) { _watch.byObject.add(static_cast<std::size_t>(sum->getId()), _number); }
 
  private:
   struct Frame {
@@ -167,11 +172,18 @@ class Reader {
   void addTerm(TavNumVarI* variable, double coefficient);
   void addSummand(const Pending& pending);
   bool metBefore(const TavNumExprI* node);
+  void share(std::uint32_t record);
   const char* nameWithoutDerivative(std::uint32_t record) const;
 
   Rows& _rows;
   Columns& _columns;
-  std::vector<bool>& _watched;
+  Watch& _watch;
+  std::uint32_t _number = 0;  // of the row that is read
+  struct FirstRecord {
+    std::size_t record;
+    std::uint32_t row;
+  };
+  std::vector<FirstRecord> _firstRecords;                    // of the rows read
   Pages<std::uint32_t, kNone> _recordOf;                     // by identifier
   Pages<std::uint32_t, kNone> _metInRow;                     // by identifier: the row that met a sum last
   Pages<std::size_t, static_cast<std::size_t>(-1)> _termOf;  // by column: the row's term, if it is of this row

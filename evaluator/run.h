@@ -14,6 +14,7 @@ struct Task {
   std::array<double*, kSections> results;  ///< The first one is not used: the objective is a sum of summands.
   double* summands;                        ///< Of the objective and of rows; they are added when all are there.
   double* registers;                       ///< At the start of a cache line, enough for program and lanes.
+  double* living;                          ///< At the start of a cache line, enough for a block.
   TapeNode* nodes;                         ///< Enough for the elements of the tape.
   double* tangents;                        ///< The same, 2 * Tape::kDirections for each node.
   std::size_t firstAddedOfJacobian, firstAddedOfHessian;  ///< Values before these are stored, not added.

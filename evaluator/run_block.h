@@ -60,10 +60,11 @@ class Machine {
       _live = block + 1 == _shape.blockCount() ? _shape.count - block * kWidth : kWidth;
       load(block);
       for (const Instruction& instruction : _program.code) execute(instruction);
+      while (_nextDead < _shape.dead.size() && _shape.dead[_nextDead] / kWidth < block) ++_nextDead;
       storeRows(block);
       addGradient(block);
-      storeEntries(Section::Jacobian, _shape.jacobian, block);
-      storeEntries(Section::Hessian, _shape.hessian, block);
+      storeEntries(Section::Jacobian, _shape.jacobian, _task.firstAddedOfJacobian, block);
+      storeEntries(Section::Hessian, _shape.hessian, _task.firstAddedOfHessian, block);
     }
   }
 
@@ -213,6 +214,12 @@ class Machine {
     }
   }
 
+  void putMixed(double* to, const double* from, const std::uint32_t* lane, std::size_t firstAdded) const noexcept {
+    for (std::uint32_t i = 0; i < _live; ++i) {
+      if (lane[i] != kNone) to[lane[i]] = lane[i] < firstAdded ? from[i] : to[lane[i]] + from[i];
+    }
+  }
+
   void storeTo(double* to, const double* from, const Indices& indices, const Indices::Entry& entry) const noexcept {
     if (entry.kind == Indices::Kind::Run) {
       storeRun(to + entry.at, from);
@@ -273,13 +280,26 @@ class Machine {
   void addGradient(std::uint32_t block) const noexcept {
     const auto& operands = _program.sections[static_cast<int>(Section::Gradient)];
     const Indices::Entry* variables = _shape.variables.entries() + std::size_t{block} * _shape.variableCount;
+    double* result = _task.results[static_cast<int>(Section::Gradient)];
     for (std::size_t k = 0; k < operands.size(); ++k) {
-      addTo(_task.results[static_cast<int>(Section::Gradient)], at(operands[k]), _shape.variables,
-            variables[_shape.gradientVariables[k]]);
+      addTo(result, withoutDead(at(operands[k]), block), _shape.variables, variables[_shape.gradientVariables[k]]);
     }
   }
 
-  void storeEntries(Section section, const Indices& indices, std::uint32_t block) const noexcept {
+  /// The values of a block, with 0 for elements that are dead.
+  const double* withoutDead(const double* from, std::uint32_t block) const noexcept {
+    if (_shape.dead.empty()) [[likely]]
+      return from;
+    double* values = _task.living;
+    copy(values, from);
+    for (std::size_t k = _nextDead; k < _shape.dead.size() && _shape.dead[k] / kWidth == block; ++k) {
+      values[_shape.dead[k] % kWidth] = 0.0;
+    }
+    return values;
+  }
+
+  void storeEntries(Section section, const Indices& indices, std::size_t firstAdded,
+                    std::uint32_t block) const noexcept {
     const auto& operands = _program.sections[static_cast<std::size_t>(section)];
     double* to = _task.results[static_cast<std::size_t>(section)];
     const Indices::Entry* entries = indices.entries() + block * operands.size();
@@ -287,6 +307,8 @@ class Machine {
       const double* from = at(operands[k]);
       if (entries[k].kind == Indices::Kind::Own) {
         storeRun(to + entries[k].at, from);
+      } else if (entries[k].kind == Indices::Kind::Mixed) {
+        putMixed(to, from, indices.lanes(entries[k]), firstAdded);
       } else {
         addTo(to, from, indices, entries[k]);
       }
@@ -298,6 +320,7 @@ class Machine {
   const Task& _task;
   const double* _bases[3] = {};
   std::uint32_t _live = 0;
+  std::size_t _nextDead = 0;
 };
 
 [[gnu::flatten]] static void runBlocks(const Shape& shape, const Program& program, const Task& task,

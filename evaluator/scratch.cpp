@@ -31,6 +31,7 @@ Scratch::~Scratch() = default;
 
 const Code& Scratch::code() {
   const Code& code = _compiled.code();
+  if (_living.empty()) _living.resize(code.runner.lanes);
   if (_registers.size() < code.registers) _registers.resize(code.registers);
   if (_values.size() < code.valueCount) _values.resize(code.valueCount);
   if (_nodes.size() < code.tape.mostNodes) {
@@ -97,6 +98,7 @@ void Scratch::evaluate(const double* x, double sigma, const double* lambda, cons
                   {results.objective, results.rows, results.gradient, results.jacobian, results.hessian},
                   _values.data(),
                   _registers.data(),
+                  _living.data(),
                   _nodes.data(),
                   _tangents.data(),
                   code.jacobian.firstAdded,

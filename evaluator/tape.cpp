@@ -212,14 +212,22 @@ void TapeCompiler::findDegrees(std::vector<char>& degrees) {
   }
 }
 
-void TapeCompiler::add(const ShapeDraft& draft, int derivatives, Tape& tape, std::vector<char>& degrees) {
-  const auto number = [](std::size_t size) { return static_cast<std::uint32_t>(size); };
+void TapeCompiler::read(const ShapeDraft& draft) {
   _nodes.clear(), _uses.clear(), _ends.clear(), _summands.clear();
   readKey(draft.key(), Reading{*this});
+}
+
+void TapeCompiler::write(const ShapeDraft& draft, std::vector<std::uint8_t>& code) const {
+  Writing writing{_uses, code};
+  writing.begin();
+  readKey(draft.key(), writing);
+}
+
+void TapeCompiler::add(const ShapeDraft& draft, std::span<const std::uint32_t> elements, int derivatives, Tape& tape) {
+  const auto number = [](std::size_t size) { return static_cast<std::uint32_t>(size); };
   findVariables();
-  findDegrees(degrees);
   TapeShape shape{};
-  shape.count = draft.count;
+  shape.count = number(elements.size());
   shape.code = number(tape.code.size());
   shape.pattern = number(tape.pattern.size());
   shape.variables = number(tape.variables.size());
@@ -231,12 +239,10 @@ void TapeCompiler::add(const ShapeDraft& draft, int derivatives, Tape& tape, std
   shape.valueCount = static_cast<std::uint16_t>(draft.valueCount);
   shape.objectiveValueCount = static_cast<std::uint16_t>(draft.objectiveValueCount);
   for (const std::uint32_t uses : _uses) shape.hasRows = shape.hasRows || !(uses & kOfObjective);
-  Writing writing{_uses, tape.code};
-  writing.begin();
-  readKey(draft.key(), writing);
+  write(draft, tape.code);
   shape.codeEnd = number(tape.code.size());
   writePattern(derivatives, shape, tape.pattern);
-  for (std::uint32_t e = 0; e < draft.count; ++e) {
+  for (const std::uint32_t e : elements) {
     append(tape.variables, draft.variables(e), draft.variableCount);
     append(tape.rows, draft.rows(e), draft.outputCount);
     append(tape.parameters, draft.parameters(e), draft.parameterCount);

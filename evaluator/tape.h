@@ -4,6 +4,7 @@
 /// are read, forwards for second derivatives' directions, backwards for adjoints.
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "evaluator/elements.h"
@@ -90,13 +91,19 @@ class TapeCompiler {
   static bool takes(const ShapeDraft& draft) noexcept {
     return draft.count < kFewest && draft.variableCount <= Tape::kMostVariables;
   }
-  /// Appends the elements of a shape. Places of values are not known yet. `degrees` receives 0, 1, 2 or 3 for more, for
-  /// each output.
-  void add(const ShapeDraft& draft, int derivatives, Tape& tape, std::vector<char>& degrees);
+  /// Reads a structure, which the following are about.
+  void read(const ShapeDraft& draft);
+  /// 0, 1, 2 or 3 for more, for each output.
+  void findDegrees(std::vector<char>& degrees);
+  /// The structure's code.
+  void write(const ShapeDraft& draft, std::vector<std::uint8_t>& code) const;
+  /// Appends elements of the shape. Places of values are not known yet.
+  void add(const ShapeDraft& draft, std::span<const std::uint32_t> elements, int derivatives, Tape& tape);
 
- private:
   /// Structures of fewer elements are not worth programs.
   static constexpr std::uint32_t kFewest = 12;
+
+ private:
   struct Node {
     Op op;
     std::uint32_t a, b, c;
@@ -109,7 +116,6 @@ class TapeCompiler {
   void findVariables();
   void findInteractions(std::uint32_t variableCount);
   void writePattern(int derivatives, TapeShape& shape, std::vector<std::uint8_t>& pattern);
-  void findDegrees(std::vector<char>& degrees);
 
   std::vector<Node> _nodes;
   std::vector<std::uint32_t> _uses, _ends;  // of outputs: uses; ends of their nodes in _summands

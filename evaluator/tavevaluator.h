@@ -65,9 +65,11 @@ class Scratch;
 ///
 /// **Modifications.** The evaluator is told of modifications of the linear nodes in its expressions by their change
 /// records: a new coefficient, a new or removed variable, and the removal of variables. It takes them over when it is
-/// used next: see update(). It holds the nodes that it was given: a modification through a handle copies a node that is
-/// shared, so modify the node itself (`handle.getImpl()->setCoef(x, 2)`). What the library reports to nobody is taken
-/// over by refresh():
+/// used next: see update(). A new coefficient of a row of the same structure costs as much as reading the row; new and
+/// removed terms and other expressions compile their row alone, and positions that remain keep their order. Columns
+/// stay until their variable is destroyed; without columns given, new variables become columns behind the others. It
+/// holds the nodes that it was given: a modification through a handle copies a node that is shared, so modify the node
+/// itself (`handle.getImpl()->setCoef(x, 2)`). What the library reports to nobody is taken over by refresh():
 /// - setConstant, clear and normalize of a linear node, and terms and parts appended to it;
 /// - elements of the arrays that element nodes look into.
 /// Another expression in the place of one is given by setObjective and setConstraint.
@@ -186,11 +188,13 @@ class TavEvaluator {
   /// Bytes that the compiled program takes.
   std::size_t getMemoryUse() const noexcept;
 
-  /// Takes over the modifications reported since the last call, by compiling all expressions again. Every use of a
-  /// TavEvaluation and every question above does it; a program of several threads calls it before the threads start.
+  /// Takes over the modifications reported since the last call. Every use of a TavEvaluation and every question above
+  /// does it; a program of several threads calls it before the threads start. Values that were computed one row at a
+  /// time after modifications may differ in the last digits from those of a new evaluator. After modifications of a
+  /// quarter of the rows, of a variable's existence, or of a function of more than 64 variables, all is compiled again.
   /// Throws as the constructor; the compiled program is then as it was.
   void update();
-  /// Takes over every modification, reported or not: reads all expressions again.
+  /// Takes over every modification, reported or not: compiles all expressions again.
   void refresh();
   ///@{
   /// Replaces an expression. Throws as the constructor; the compiled program is then as it was.

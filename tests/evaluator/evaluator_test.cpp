@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <bit>
 #include <iomanip>
 #include <map>
 #include <memory>
+#include <random>
 #include <sstream>
 #include <thread>
 
@@ -192,8 +194,9 @@ class Model {
     for (int i = 0; i + 1 < size; ++i) {
       const double c = 0.1 * i + 0.3;
       objective += c * TavSquare(x[i + 1] - TavSquare(x[i])) + x[i];
-      rows.add(TavExpr(c * TavSin(x[i] - x[i + 1]) * x[i] + TavExponent(c * x[i]) - 2.0 * x[i + 1]));
-      rows.add(TavExpr(TavCos(x[i] - x[i + 1]) / (2.0 + c * x[i] * x[i]) + TavLog(3.0 + x[i]) + 1.0));
+      angles.push_back(TavExpr(x[i] - x[i + 1]));  // one node in two rows
+      rows.add(TavExpr(c * TavSin(angles.back()) * x[i] + TavExponent(c * x[i]) - 2.0 * x[i + 1]));
+      rows.add(TavExpr(TavCos(angles.back()) / (2.0 + c * x[i] * x[i]) + TavLog(3.0 + x[i]) + 1.0));
       rows.add(TavExpr(x[i] * x[i + 1] + c * TavSquare(x[i]) - 3.0 * x[i] + TavSquare(x[(i + 7) % size])));
       rows.add(TavExpr(TavPower(TavAbs(x[i]) + c, 1.5) + TavMax(x[i], x[i + 1]) + TavTan(x[i])));
       rows.add(TavExpr(x[i] - c * x[i + 1]));
@@ -214,6 +217,7 @@ class Model {
   TavNumVarArray x{env};
   TavExpr objective{env, 0.0};
   TavExprArray rows{env};
+  std::vector<TavExpr> angles;
   std::vector<double> point, lambda;
 };
 
@@ -301,25 +305,88 @@ TEST(Evaluator, EachCallAloneGivesWhatAllTogetherGive) {
   for (std::thread& thread : threads) thread.join();
 }
 
-TEST(Evaluator, FollowsModifications) {
-  Model model(30);
-  TavEvaluator evaluator(model.env, model.objective, model.rows, model.x, {});
-  const auto row = [&model](TavInt r) { return static_cast<TavNumLinTermI*>(model.rows[r].getImpl()); };
-  const std::function<void()> modifications[] = {
-      [&] { row(2)->setCoef(model.x[0], 4.0); },
-      [&] { row(2)->setCoef(model.x[9], 1.5); },
-      [&] { row(4)->setCoef(model.x[1], 0.0); },
-      [&] { model.objective.getImpl()->setCoef(model.x[3], -7.0); },
-      [&] { row(7)->setConstant(5.0), evaluator.refresh(); },
-      [&] { evaluator.setConstraint(3, TavExpr(TavSin(model.x[5]) * model.x[6])); },
-      [&] { evaluator.setObjective(TavExpr(TavSquare(model.x[2]) + model.x[0])); },
-  };
-  TavExpr third = TavExpr(TavSin(model.x[5]) * model.x[6]);
-  for (std::size_t i = 0; i < std::size(modifications); ++i) {
-    modifications[i]();
-    if (i == 5) model.rows.set(3, third);
-    if (i == 6) model.objective = TavExpr(TavSquare(model.x[2]) + model.x[0]);
-    expectClose(resultsOf(evaluator, model.point, 0.7, model.lambda), model.results());
+/// Modifies a model and its evaluator at random.
+class Modifier {
+ public:
+  Modifier(Model& model, TavEvaluator& evaluator, unsigned seed)
+      : _model(model), _evaluator(evaluator), _random(seed) {}
+
+  void modify() {
+    switch (number(12)) {
+      case 0:  // a constant, which is not reported
+        row()->setConstant(_random() % 2 ? 0.0 : coefficient());
+        return _evaluator.refresh();
+      case 1:
+        return replace(static_cast<TavInt>(number(_model.rows.getSize())));
+      case 2:
+        return replace(-1);
+      case 3:
+        if (number(4) != 0) return modify();
+        _model.x.add(TavNumVar(_model.env));
+        _model.point.push_back(0.3);
+        return void(row()->setCoef(_model.x[_model.x.getSize() - 1], 2.0));
+      case 4:
+      case 5:
+        return void(_model.objective.getImpl()->setCoef(variable(), coefficient()));
+      case 6:
+      case 7:  // within functions
+        return void(_model.angles[number(_model.angles.size())].getImpl()->setCoef(variable(), coefficient()));
+      default:
+        return void(row()->setCoef(variable(), coefficient()));
+    }
+  }
+
+ private:
+  template <class Count>
+  std::size_t number(Count below) {
+    return _random() % static_cast<std::size_t>(below);
+  }
+  double coefficient() { return std::array{0.0, 1.0, -1.0, 2.5, 0.75, 1.5}[number(6)]; }
+  TavNumVar variable() { return _model.x[static_cast<TavInt>(number(_model.x.getSize()))]; }
+  TavNumLinTermI* row() {
+    return static_cast<TavNumLinTermI*>(_model.rows[static_cast<TavInt>(number(_model.rows.getSize()))].getImpl());
+  }
+  void replace(TavInt r) {
+    const TavNumVar a = variable(), b = variable(), c = variable();
+    const TavExpr expressions[] = {TavExpr(TavSin(a) * b + c), TavExpr(2.0 * a - c),
+                                   TavExpr(coefficient() * TavSin(a - b) * a + TavExponent(2.0 * a) - 2.0 * b),
+                                   TavExpr(a * b + TavSquare(c) + 1.5 * TavSquare(a - b * c) + b * c + 3.0)};
+    const TavExpr expression = expressions[number(4)];
+    if (r < 0) {
+      _evaluator.setObjective(_model.objective = expression);
+    } else {
+      _model.rows.set(r, expression);
+      _evaluator.setConstraint(static_cast<std::size_t>(r), expression);
+    }
+  }
+
+  Model& _model;
+  TavEvaluator& _evaluator;
+  std::mt19937 _random;
+};
+
+TEST(Evaluator, GivesWhatAFreshOneDoesAfterModifications) {
+  for (unsigned seed = 1; seed <= 12; ++seed) {
+    Model model(seed % 3 ? 30 : 6);
+    TavEvaluator evaluator(model.env, model.objective, model.rows);
+    Modifier modifier(model, evaluator, seed);
+    for (int step = 0; step < 60; ++step) {
+      for (unsigned k = 0; k <= seed % 4; ++k) modifier.modify();
+      SCOPED_TRACE("seed " + std::to_string(seed) + ", step " + std::to_string(step));
+      evaluator.update();
+      TavNumVarArray columns(model.env);
+      for (std::size_t i = 0; i < evaluator.getColumnCount(); ++i) columns.add(evaluator.getColumn(i));
+      TavEvaluator fresh(model.env, model.objective, model.rows, columns, {});
+      expectClose(resultsOf(evaluator, model.point, 0.7, model.lambda),
+                  resultsOf(fresh, model.point, 0.7, model.lambda));
+      for (std::size_t r = 0; r <= model.lambda.size(); ++r) {
+        const std::size_t row = r < model.lambda.size() ? r : TavEvaluator::kObjective;
+        ASSERT_EQ(evaluator.getKind(row), fresh.getKind(row)) << "row " << r;
+        ASSERT_EQ(evaluator.getLinearPart(row).size(), fresh.getLinearPart(row).size());
+        ASSERT_EQ(evaluator.getConstant(row), fresh.getConstant(row));
+      }
+      if (testing::Test::HasFailure()) return;
+    }
   }
 }
 

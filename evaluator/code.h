@@ -1,0 +1,62 @@
+#pragma once
+/// A compiled program, and how it is made of expressions.
+
+#include <vector>
+
+#include "evaluator/rows.h"
+#include "evaluator/run.h"
+#include "evaluator/structure.h"
+#include "evaluator/tape.h"
+
+namespace taveval {
+
+/// The compiled program itself: nothing in it changes while it is evaluated.
+struct Code {
+  /// What is kept of a row.
+  struct RowFacts {
+    double constant;
+    std::size_t firstTerm, termEnd;  ///< In `terms`.
+    const char* withoutDerivative;
+    TavEvaluator::Kind kind;
+  };
+
+  /// A row whose value is added up: its summands, then linear terms, then the constant. Others are whole outputs of a
+  /// shape.
+  struct LooseRow {
+    double constant;
+    std::size_t firstTerm, firstSummand;
+    std::uint32_t termCount, summandCount, row;
+  };
+
+  std::vector<RowFacts> rows;           ///< The constraints, then the objective.
+  std::vector<LooseRow> looseRows;      ///< The objective is the last.
+  std::vector<std::uint32_t> summands;  ///< Of loose rows: places of values that shapes compute.
+  std::size_t valueCount = 0;           ///< Places that these values take.
+  std::vector<TavEvaluator::LinearTerm> terms;
+  std::vector<std::uint32_t> termPlaces;  ///< Of the terms, in the Jacobian; kNone for the objective's.
+  std::vector<std::uint32_t> byObjects;   ///< Rows whose values come from their objects.
+  std::vector<Shape> shapes;
+  Tape tape;
+  BlockRunner runner = blockRunner();  ///< That the shapes' blocks are made for.
+  Tables tables;
+  Structure jacobian, hessian;
+  std::vector<double> gradientStart;      ///< The gradient of the objective's linear part.
+  std::size_t patched = 0;                ///< Elements that have come since the program was compiled.
+  std::size_t registers = 0;              ///< That the largest program needs, in doubles.
+  const char* withoutJacobian = nullptr;  ///< Class without derivatives in a constraint, or null.
+  const char* withoutGradient = nullptr;  ///< The same of the objective.
+
+  std::size_t constraintCount() const noexcept { return rows.size() - 1; }
+  std::size_t bytes() const noexcept;
+};
+
+/// Reads the expressions and compiles them; null stands for 0. Columns that are met may be added to `columns`.
+Code compile(const std::vector<TavNumExprI*>& constraints, TavNumExprI* objective, Columns& columns,
+             const TavEvaluator::Options& options, Watch& watch);
+
+/// Of a row, when nothing is known of the degrees of its summands: Quadratic if it has any.
+TavEvaluator::Kind kindOf(const Row& row) noexcept;
+/// A row that is added up, without its summands.
+Code::LooseRow looseRowOf(const Row& row, std::size_t firstTerm, std::uint32_t number) noexcept;
+
+}  // namespace taveval

@@ -13,14 +13,15 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 std::int32_t TavLpReader::variableOf(std::string_view name) {
   settleNames();
-  return enter(name, TavNameTable::keyOf(name), placeOf(name.data()));
+  return enter(name, TavNameTable::keyOf(name));
 }
 
-/// The variable of this name, a new one where there is none. Only new names are checked: known ones have been.
-std::int32_t TavLpReader::enter(std::string_view name, const TavNameTable::Key& key, TavFilePlace place) {
+/// The variable of this name, which stands in the window; a new one where there is none. Only new names are checked:
+/// known ones have been.
+std::int32_t TavLpReader::enter(std::string_view name, const TavNameTable::Key& key) {
   const std::int32_t variable = _model.variableNames.insert(name, key);
   if (static_cast<std::size_t>(variable) == _model.variables.size()) {
-    checkName(name, place);
+    checkName(name);
     _model.variables.emplace_back();
     _states.emplace_back();
     _lastPlace.push_back(static_cast<std::size_t>(-1));

@@ -66,7 +66,7 @@ TavLpSection TavLpSectionAt(const char* at, const char*& end) noexcept {
   return TavLpSection::None;
 }
 
-const char* TavLpNameEnd(const char* at) noexcept {
+const char* TavLpLongNameEnd(const char* at) noexcept {
   const char* end = at + 1;
   int open = 0;
   for (;; ++end) {
@@ -99,8 +99,8 @@ const char* TavLpNameFault(std::string_view name) noexcept {
 }
 
 const char* TavLpNameProblem(std::string_view name, bool ofVariable) {
-  // With a line feed behind it the scans end.
-  const std::string text = std::string(name) + '\n';
+  // With line feeds behind it the scans end.
+  const std::string text = std::string(name).append(16, '\n');
   if (name.empty() || !kTavLpBytes.beginsName(name.front())) return "does not begin as a name of the LP format";
   if (TavLpNameEnd(text.data()) != text.data() + name.size())
     return "has a character that no name of the LP format has";

@@ -45,11 +45,12 @@ class TavLpReader {
 
   /// A term whose variable has not been looked up yet. The processor fetches what the look-up needs in the meantime.
   struct Pending {
-    std::string_view name;
+    const char* text;
     TavNameTable::Key key;
     double value;
+    std::int32_t row;
     std::int32_t variable;
-    TavFilePlace place;
+    std::string_view name() const noexcept { return {text, key.size}; }
   };
 
   // lp_text.cpp: characters, names, numbers
@@ -65,7 +66,7 @@ class TavLpReader {
   bool atLabel(const char* nameEnd) const noexcept;
   std::string_view name();
   std::string_view takeName();
-  void checkName(std::string_view name, TavFilePlace place) const;
+  void checkName(std::string_view name) const;
   double number();
   bool relation(Relation& relation);
   bool infinityAt(const char*& end) const noexcept;
@@ -97,14 +98,19 @@ class TavLpReader {
   void readName(Side& side, double coefficient, double factor);
   void readProducts(Place place, double factor);
   void readProduct(double factor, double scale);
+  void plainTerms();
   void addTerm(std::string_view name, double value);
   void addTerm(std::int32_t variable, double value);
-  void settleNames();
+  /// Looks up the names of the pending terms but for the last `kept`, and adds these terms to their rows. With 0, all
+  /// rows before the one at hand are closed.
+  void settleNames(int kept = 0);
+  /// Rows get their terms late: closes those before `row`.
+  void closeRowsBefore(std::int32_t row);
   void finishRow(const Side& left, Relation relation, const Side& right);
   void finishRange(const Side& left, Relation relation, const Side& middle, const Side& right);
   void setRowBound(TavFileRow& row, Relation relation, double value, int infinite);
   void readIndicator(const Side& left, Relation relation, const Side& right);
-  void settleTerms();
+  void compactTerms(TavFilePlace place);
   void negateTerms();
   static Relation turned(Relation relation) noexcept {
     return relation == Relation::Equal ? relation : relation == Relation::AtMost ? Relation::AtLeast : Relation::AtMost;
@@ -119,7 +125,7 @@ class TavLpReader {
   void setUpper(std::int32_t variable, double value, TavFilePlace place);
   std::int32_t knownVariable(std::string_view name) const;
   std::int32_t variableOf(std::string_view name);
-  std::int32_t enter(std::string_view name, const TavNameTable::Key& key, TavFilePlace place);
+  std::int32_t enter(std::string_view name, const TavNameTable::Key& key);
 
   TavFileInput& _input;
   const char* _at = nullptr;
@@ -130,10 +136,12 @@ class TavLpReader {
 
   TavFileModel _model;
   TavFileObjective _objective;
-  std::vector<Variable> _states;
+  TavFileArray<Variable> _states;
   /// Where in the arrays of terms a variable stands last; true only where that place has the variable.
-  std::vector<std::size_t> _lastPlace;
-  static constexpr int kMostPending = 48;
+  TavFileArray<std::size_t> _lastPlace;
+  static constexpr int kMostPending = 64;
+  /// Terms that stay pending, so that what their look-up needs has time to arrive.
+  static constexpr int kKeptPending = 16;
   Pending _pending[kMostPending];
   int _pendingCount = 0;
   /// First term of the row at hand, and whether terms of it were added up.
@@ -144,7 +152,7 @@ class TavLpReader {
   /// The variable that a bound is about if bounds come in the order of the variables.
   mutable std::int32_t _nextVariable = 0;
   /// Where the rows begin in the file.
-  std::vector<TavFilePlace> _rowPlaces;
+  TavFileArray<TavFilePlace> _rowPlaces;
   /// Upper bounds below 0 and where they stand.
   std::unordered_map<std::int32_t, TavFilePlace> _negativeUppers;
 };

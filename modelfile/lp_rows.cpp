@@ -1,9 +1,11 @@
 /// Objective and rows of the LP reader.
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
 #include "modelfile/lp_reader.h"
+#include "modelfile/words.h"
 
 namespace {
 
@@ -22,7 +24,9 @@ void TavLpReader::readObjective() {
   }
   const Side side = readSide(Place::Objective, 1.0);
   if (side.infinite != 0) fail("an infinite objective, expected finite numbers");
-  settleTerms();
+  settleNames();
+  compactTerms(placeOf(_at));
+  _objective.linear.reserve(_model.linearValue.size());
   for (std::size_t i = 0; i < _model.linearValue.size(); ++i) {
     _objective.linear.push_back({_model.linearVariable[i], _model.linearValue[i]});
   }
@@ -41,6 +45,8 @@ void TavLpReader::readRows() {
     if (kTavLpBytes.beginsName(c) && _atLineStart && atSection(section, end)) break;
     readRow();
   }
+  settleNames();
+  closeRowsBefore(static_cast<std::int32_t>(_model.rows.size()));
   compareRowNames();
 }
 
@@ -85,13 +91,10 @@ void TavLpReader::readRow() {
   } else {
     finishRow(left, relation, right);
   }
-  settleTerms();
   std::vector<TavFileProduct> products = _products.take();
   if (!products.empty()) {
     _model.rowParts.push_back({static_cast<std::int32_t>(_model.rows.size()) - 1, std::move(products), {}});
   }
-  _model.linearBegin.push_back(_model.linearValue.size());
-  _rowBegin = _model.linearValue.size();
 }
 
 /// The row holds where a binary variable is 0 or 1: left is the variable alone.
@@ -130,6 +133,7 @@ TavLpReader::Side TavLpReader::readSide(Place place, double factor) {
   double sign = 1.0;
   bool signedAlready = false;
   for (;;) {
+    if (operand == Operand::Had && place != Place::Later && side.hasVariables) plainTerms();
     const char c = peek();
     if (sideEnds(side, place, operand)) return side;
     const bool begins = (c >= '0' && c <= '9') || c == '.' || c == '[' || kTavLpBytes.beginsName(c);
@@ -191,21 +195,71 @@ void TavLpReader::readName(Side& side, double coefficient, double factor) {
   side.hasVariables = true;
 }
 
-void TavLpReader::addTerm(std::string_view name, double value) {
-  Pending& pending = _pending[_pendingCount++];
-  pending = {name, TavNameTable::keyOf(name), value, TavNameTable::kNone, placeOf(name.data())};
-  _model.variableNames.prefetch(pending.key);
-  if (_pendingCount == kMostPending) settleNames();
+/// Takes terms that are a sign, perhaps a number, and a name on one line. What is something else is left to readSide.
+void TavLpReader::plainTerms() {
+  for (;;) {
+    const char* at = _at;
+    const char* lineBegin = _lineBegin;
+    std::uint64_t line = _line;
+    for (; *at == ' ' || *at == '\n'; ++at) {
+      if (*at == ' ') continue;
+      if (at + 1 == _input.end()) return;
+      lineBegin = at + 1;
+      ++line;
+    }
+    if (*at != '+' && *at != '-') return;
+    double value = *at == '-' ? -1.0 : 1.0;
+    for (++at; *at == ' '; ++at) {
+    }
+    if ((*at >= '0' && *at <= '9') || *at == '.') {
+      const TavScannedNumber scanned = TavScanNumber(at);
+      if (scanned.fault != TavNumberFault::None) return;
+      value *= scanned.value;
+      for (at = scanned.end; *at == ' '; ++at) {
+      }
+    }
+    if (!kTavLpBytes.beginsName(*at) || TavLowerLetter(*at) == 'i') return;  // perhaps an infinity
+    const char* const end = TavLpNameEnd(at);
+    if (atLabel(end)) return;
+    _line = line;
+    _lineBegin = lineBegin;
+    _at = end;
+    _atLineStart = false;
+    addTerm({at, static_cast<std::size_t>(end - at)}, value);
+  }
 }
 
-/// Looks up the names of the pending terms and adds these to the row at hand.
-void TavLpReader::settleNames() {
-  const int count = std::exchange(_pendingCount, 0);
-  for (Pending* term = _pending; term != _pending + count; ++term) {
-    term->variable = enter(term->name, term->key, term->place);
+void TavLpReader::addTerm(std::string_view name, double value) {
+  const TavNameTable::Key key = TavNameTable::keyOf(name);
+  _model.variableNames.prefetch(key);
+  const auto row = static_cast<std::int32_t>(_model.rows.size()) - 1;
+  _pending[_pendingCount++] = {name.data(), key, value, row, TavNameTable::kNone};
+  if (_pendingCount == kMostPending) settleNames(kKeptPending);
+}
+
+void TavLpReader::settleNames(int kept) {
+  const int pending = std::exchange(_pendingCount, 0);
+  kept = std::min(kept, pending);
+  Pending* const end = _pending + (pending - kept);
+  for (Pending* term = _pending; term != end; ++term) {
+    term->variable = enter(term->name(), term->key);
     __builtin_prefetch(&_lastPlace[static_cast<std::size_t>(term->variable)], 1);
   }
-  for (const Pending* term = _pending; term != _pending + count; ++term) addTerm(term->variable, term->value);
+  for (const Pending* term = _pending; term != end; ++term) {
+    closeRowsBefore(term->row);
+    addTerm(term->variable, term->value);
+  }
+  std::copy(end, end + kept, _pending);
+  _pendingCount = kept;
+  if (kept == 0) closeRowsBefore(static_cast<std::int32_t>(_model.rows.size()) - 1);
+}
+
+void TavLpReader::closeRowsBefore(std::int32_t row) {
+  for (auto closed = static_cast<std::int32_t>(_model.linearBegin.size()) - 1; closed < row; ++closed) {
+    if (_addedUp) compactTerms(_rowPlaces[static_cast<std::size_t>(closed)]);
+    _rowBegin = _model.linearValue.size();
+    _model.linearBegin.push_back(_rowBegin);
+  }
 }
 
 void TavLpReader::addTerm(std::int32_t variable, double value) {
@@ -221,15 +275,13 @@ void TavLpReader::addTerm(std::int32_t variable, double value) {
   }
 }
 
-/// What was added up may be 0 or too large now.
-void TavLpReader::settleTerms() {
-  settleNames();
-  if (!_addedUp) return;
+/// Of the terms that were added up in the row or the objective at `place`, some may be 0 or too large now.
+void TavLpReader::compactTerms(TavFilePlace place) {
   _addedUp = false;
   std::size_t to = _rowBegin;
   for (std::size_t from = _rowBegin; from != _model.linearValue.size(); ++from) {
     const double value = _model.linearValue[from];
-    if (std::isinf(value)) fail("coefficients add up beyond the range of a double, expected smaller ones");
+    if (std::isinf(value)) fail(place, "coefficients add up beyond the range of a double, expected smaller ones");
     if (value == 0.0) continue;
     _model.linearVariable[to] = _model.linearVariable[from];
     _model.linearValue[to++] = value;

@@ -89,14 +89,15 @@ std::string_view TavLpReader::takeName() {
 
 /// Takes a name.
 std::string_view TavLpReader::name() {
-  const TavFilePlace place = placeOf(_at);
   const std::string_view name = takeName();
-  checkName(name, place);
+  checkName(name);
   return name;
 }
 
-void TavLpReader::checkName(std::string_view name, TavFilePlace place) const {
-  if (const char* fault = TavLpNameFault(name)) fail(place, '"' + std::string(name) + "\" " + fault);
+/// Of a name in the window.
+void TavLpReader::checkName(std::string_view name) const {
+  if (const char* fault = TavLpNameFault(name))
+    fail(_input.placeOf(name.data()), '"' + std::string(name) + "\" " + fault);
 }
 
 /// Takes a number without a sign.

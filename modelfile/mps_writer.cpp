@@ -287,7 +287,8 @@ class MpsWriter {
     for (const TavFileSet& set : _model.sets) {
       std::string name = set.name.empty() ? "s" + std::to_string(++number) : set.name;
       while (set.name.empty() && !names.insert(name).second) name += '_';
-      _out << " S" << static_cast<char>('0' + set.type) << " SOS " << name << '\n';
+      // The second blank keeps the line from reading as one of the fixed format.
+      _out << "  S" << static_cast<char>('0' + set.type) << " SOS " << name << '\n';
       for (const TavFileTerm& member : set.members) {
         _out << " SOS " << _variables[member.variable] << ' ' << member.value << '\n';
       }

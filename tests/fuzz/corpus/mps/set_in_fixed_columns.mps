@@ -1,0 +1,7 @@
+*NAME ÿ*
+ROWS
+
+COLUMNS
+SOS
+ S2 OS
+ENDATA

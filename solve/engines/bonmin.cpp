@@ -108,21 +108,6 @@ class Events final : public CbcEventHandler {
   double _sign;
 };
 
-void setUp(Bonmin::BonminSetup& setup, const Controls& controls, double seconds) {
-  setup.initializeOptionsAndJournalist();
-  Ipopt::OptionsList& options = *setup.options();
-  setCommonOptions(options, controls);
-  const int level = controls.log.empty() ? 0 : 1;
-  for (const char* name : {"bonmin.bb_log_level", "bonmin.nlp_log_level", "bonmin.lp_log_level"}) {
-    options.SetIntegerValue(name, level);
-  }
-  if (std::isfinite(seconds)) options.SetNumericValue("bonmin.time_limit", std::max(0.01, seconds));
-  if (controls.gap) options.SetNumericValue("bonmin.allowable_fraction_gap", *controls.gap);
-  if (controls.absoluteGap) options.SetNumericValue("bonmin.allowable_gap", *controls.absoluteGap);
-  if (controls.nodes) options.SetIntegerValue("bonmin.node_limit", static_cast<int>(*controls.nodes));
-  setOptions(options, *setup.roptions(), controls, "bonmin");
-}
-
 Status statusOf(const Bonmin::Bab& search, TMINLP::SolverReturn status, bool isConvex) {
   switch (status) {
     case TMINLP::SUCCESS:
@@ -142,6 +127,28 @@ Status statusOf(const Bonmin::Bab& search, TMINLP::SolverReturn status, bool isC
 }
 
 }  // namespace
+
+void BonminEngineI::setUp(Bonmin::BonminSetup& setup, const Controls& controls, double seconds) const {
+  setup.initializeOptionsAndJournalist();
+  Ipopt::OptionsList& options = *setup.options();
+  setCommonOptions(options, controls);
+  const int level = controls.log.empty() ? 0 : 1;
+  for (const char* name : {"bonmin.bb_log_level", "bonmin.nlp_log_level", "bonmin.lp_log_level"}) {
+    options.SetIntegerValue(name, level);
+  }
+  if (std::isfinite(seconds)) options.SetNumericValue("bonmin.time_limit", std::max(0.01, seconds));
+  if (controls.gap) options.SetNumericValue("bonmin.allowable_fraction_gap", *controls.gap);
+  if (controls.absoluteGap) options.SetNumericValue("bonmin.allowable_gap", *controls.absoluteGap);
+  if (controls.nodes) options.SetIntegerValue("bonmin.node_limit", static_cast<int>(*controls.nodes));
+  if (_careful) {
+    for (const char* name :
+         {"heuristic_dive_MIP_fractional", "heuristic_dive_MIP_vectorLength", "heuristic_dive_fractional",
+          "heuristic_dive_vectorLength", "heuristic_feasibility_pump"}) {
+      options.SetStringValue(std::string("bonmin.") + name, "no");
+    }
+  }
+  setOptions(options, *setup.roptions(), controls, "bonmin");
+}
 
 void BonminEngineI::prepare(const Controls& controls) {
   NonLinearEngineI::prepare(controls);

@@ -18,6 +18,15 @@ double solverBound(double bound, bool whole = false) {
   return bound <= -last ? -COIN_DBL_MAX : bound;
 }
 
+void add(CoinPackedVector& vector, int index, double value) {
+  const int known = vector.findIndex(index);
+  if (known < 0) {
+    vector.insert(index, value);
+  } else {
+    vector.setElement(known, vector.getElements()[known] + value);
+  }
+}
+
 }  // namespace
 
 CbcEngineI::CbcEngineI(const Model& model) : EngineI(model), _solver(std::make_unique<OsiClpSolverInterface>()) {
@@ -63,10 +72,17 @@ std::unique_ptr<CoinPackedMatrix> CbcEngineI::gather() const {
   return matrix;
 }
 
+std::vector<double> CbcEngineI::costs() const {
+  std::vector<double> result(columns().size());
+  for (const auto* term = objectiveSum()->getFirstTerm(); term; term = term->next) {
+    result[static_cast<std::size_t>(placeOf(term->var))] += sign() * term->coef;
+  }
+  return result;
+}
+
 void CbcEngineI::load() {
   const std::size_t rowCount = rows().size(), columnCount = columns().size();
-  std::vector<double> rowLower(rowCount), rowUpper(rowCount), lower(columnCount), upper(columnCount),
-      costs(columnCount);
+  std::vector<double> rowLower(rowCount), rowUpper(rowCount), lower(columnCount), upper(columnCount);
   std::vector<int> integers;
   for (std::size_t i = 0; i < rowCount; ++i) {
     rowLower[i] = solverBound(rows()[i].lb - rows()[i].constant);
@@ -79,16 +95,12 @@ void CbcEngineI::load() {
     upper[j] = solverBound(column.variable->getUB(), whole);
     if (whole && !column.relaxed) integers.push_back(static_cast<int>(j));
   }
-  for (const auto* term = objectiveSum()->getFirstTerm(); term; term = term->next) {
-    costs[static_cast<std::size_t>(placeOf(term->var))] += term->coef;
-  }
   // Loaded without a coefficient, the solver then takes the matrix as it is instead of a copy.
   CoinPackedMatrix none;
   none.setDimensions(static_cast<int>(rowCount), static_cast<int>(columnCount));
-  _solver->loadProblem(none, lower.data(), upper.data(), costs.data(), rowLower.data(), rowUpper.data());
+  _solver->loadProblem(none, lower.data(), upper.data(), costs().data(), rowLower.data(), rowUpper.data());
   _solver->getModelPtr()->replaceMatrix(gather().release(), true);
-  senseChanged();
-  _solver->setDblParam(OsiObjOffset, -objectiveSum()->getNumConstant());
+  _solver->setDblParam(OsiObjOffset, -sign() * objectiveSum()->getNumConstant());
   if (!integers.empty()) _solver->setInteger(integers.data(), static_cast<int>(integers.size()));
 }
 
@@ -111,7 +123,7 @@ void CbcEngineI::rowChanged(int row) {
 
 void CbcEngineI::coefficientChanged(int row, int column, double value) {
   if (row == kObjective) {
-    _solver->setObjCoeff(column, value);
+    _solver->setObjCoeff(column, sign() * value);
   } else {
     _solver->modifyCoefficient(row, column, value);
   }
@@ -123,31 +135,36 @@ void CbcEngineI::columnRemoved(int column) {
 }
 
 void CbcEngineI::appended(int firstColumn, int firstRow) {
-  const CoinPackedVector none;
   extendBasis(firstColumn, firstRow);
+  std::vector<CoinPackedVector> inOldRows(columns().size() - static_cast<std::size_t>(firstColumn));
+  for (int i = 0; i < firstRow; ++i) {
+    for (const auto* term = rows()[static_cast<std::size_t>(i)].sum->getFirstTerm(); term; term = term->next) {
+      const int column = placeOf(term->var);
+      if (column >= firstColumn) add(inOldRows[static_cast<std::size_t>(column - firstColumn)], i, term->coef);
+    }
+  }
   for (int j = firstColumn; j < static_cast<int>(columns().size()); ++j) {
-    _solver->addCol(none, 0.0, 0.0, 0.0);
+    _solver->addCol(inOldRows[static_cast<std::size_t>(j - firstColumn)], 0.0, 0.0, 0.0);
     columnChanged(j);
   }
   for (const auto* term = objectiveSum()->getFirstTerm(); term; term = term->next) {
     const int column = placeOf(term->var);
-    if (column >= firstColumn) _solver->setObjCoeff(column, _solver->getObjCoefficients()[column] + term->coef);
+    if (column >= firstColumn)
+      _solver->setObjCoeff(column, _solver->getObjCoefficients()[column] + sign() * term->coef);
   }
   for (std::size_t i = static_cast<std::size_t>(firstRow); i < rows().size(); ++i) {
     CoinPackedVector terms;
     for (const auto* term = rows()[i].sum->getFirstTerm(); term; term = term->next) {
-      const int column = placeOf(term->var), known = terms.findIndex(column);
-      if (known < 0) {
-        terms.insert(column, term->coef);
-      } else {
-        terms.setElement(known, terms.getElements()[known] + term->coef);
-      }
+      add(terms, placeOf(term->var), term->coef);
     }
     _solver->addRow(terms, solverBound(rows()[i].lb - rows()[i].constant),
                     solverBound(rows()[i].ub - rows()[i].constant));
   }
 }
 
-void CbcEngineI::senseChanged() { _solver->setObjSense(model().objective()->isMaximised() ? -1.0 : 1.0); }
+void CbcEngineI::senseChanged() {
+  _solver->setObjective(costs().data());
+  _solver->setDblParam(OsiObjOffset, -sign() * objectiveSum()->getNumConstant());
+}
 
 }  // namespace tavsolve

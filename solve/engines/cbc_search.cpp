@@ -33,7 +33,8 @@ class SearchEvents final : public CbcEventHandler {
  public:
   using Tick = std::function<bool(const SolverProgress&)>;
   using Found = std::function<void(double objective, const double* values)>;
-  SearchEvents(const Tick& tick, const Found& found, int columns) : _tick(&tick), _found(&found), _columns(columns) {}
+  SearchEvents(const Tick& tick, const Found& found, int columns, double sign)
+      : _tick(&tick), _found(&found), _columns(columns), _sign(sign) {}
   CbcEventHandler* clone() const override { return new SearchEvents(*this); }
 
   CbcAction event(CbcEvent what) override {
@@ -41,14 +42,14 @@ class SearchEvents final : public CbcEventHandler {
     if (search->parentModel()) return noAction;
     // A search on a presolved model has other columns.
     if ((what == solution || what == heuristicSolution) && search->bestSolution() && search->getNumCols() == _columns) {
-      (*_found)(search->getObjValue(), search->bestSolution());
+      (*_found)(_sign * search->getObjValue(), search->bestSolution());
     }
     SolverProgress progress;
     progress.phase = SolverProgress::Phase::Search;
     progress.nodes = search->getNodeCount();
     progress.iterations = search->getIterationCount();
-    if (what == node) progress.bound = search->getBestPossibleObjValue();
-    if (search->getSolutionCount() > 0) progress.objective = search->getObjValue();
+    if (what == node) progress.bound = _sign * search->getBestPossibleObjValue();
+    if (search->getSolutionCount() > 0) progress.objective = _sign * search->getObjValue();
     return (*_tick)(progress) ? stop : noAction;
   }
 
@@ -56,6 +57,7 @@ class SearchEvents final : public CbcEventHandler {
   const Tick* _tick;
   const Found* _found;
   int _columns;
+  double _sign;
 };
 
 int goOn(CbcModel*, int) { return 0; }
@@ -162,7 +164,7 @@ void CbcEngineI::runSearch(const Controls& controls, Answer& answer) {
 void CbcEngineI::search(CbcModel& search, const Controls& controls, Answer& answer) {
   const SearchEvents::Tick onTick = [this](const SolverProgress& progress) { return tick(progress); };
   const SearchEvents::Found onSolution = [this](double value, const double* values) { foundSolution(value, values); };
-  SearchEvents events(onTick, onSolution, search.getNumCols());
+  SearchEvents events(onTick, onSolution, search.getNumCols(), sign());
   search.passInEventHandler(&events);
   addSets(search);
   addStart(search, controls);
@@ -178,7 +180,7 @@ void CbcEngineI::search(CbcModel& search, const Controls& controls, Answer& answ
   answer.status = statusOf(search);
   answer.nodes = search.getNodeCount();
   answer.iterations = search.getIterationCount();
-  answer.bound = search.getBestPossibleObjValue();
+  answer.bound = sign() * search.getBestPossibleObjValue();
   if (answer.status == Status::Stopped && shouldStop()) {
     answer.status = secondsLeft() > 0.0 ? Status::Interrupted : Status::TimeLimit;
   }
@@ -250,7 +252,7 @@ void CbcEngineI::readBack(const CbcModel& search, Answer& answer) {
   const double* solution = search.bestSolution();
   answer.hasSolution = solution && answer.status != Status::Infeasible && answer.status != Status::Unbounded;
   if (!answer.hasSolution) return;
-  answer.objective = search.getObjValue();
+  answer.objective = sign() * search.getObjValue();
   _values.assign(solution, solution + columns().size());
   // By the rows as they were loaded: presolve leaves rows without coefficients at some bound.
   _activities.resize(rows().size());

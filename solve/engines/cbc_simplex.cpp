@@ -16,8 +16,8 @@ namespace {
 /// Reports the progress and ends the solve when the time is over.
 class SimplexEvents final : public ClpEventHandler {
  public:
-  SimplexEvents(const std::function<bool(const SolverProgress&)>& tick, Method method)
-      : _tick(&tick), _method(method) {}
+  SimplexEvents(const std::function<bool(const SolverProgress&)>& tick, Method method, double sign)
+      : _tick(&tick), _method(method), _sign(sign) {}
   ClpEventHandler* clone() const override { return new SimplexEvents(*this); }
 
   int event(Event what) override {
@@ -26,7 +26,7 @@ class SimplexEvents final : public ClpEventHandler {
     SolverProgress progress;
     if (_method == Method::Barrier) progress.phase = SolverProgress::Phase::Barrier;
     progress.iterations = model_->numberIterations();
-    progress.objective = model_->rawObjectiveValue() * model_->optimizationDirection();
+    progress.objective = _sign * model_->rawObjectiveValue();
     progress.infeasibility = model_->sumPrimalInfeasibilities();
     return (*_tick)(progress) ? kStop : kContinue;
   }
@@ -34,6 +34,7 @@ class SimplexEvents final : public ClpEventHandler {
  private:
   const std::function<bool(const SolverProgress&)>* _tick;
   Method _method;
+  double _sign;
 };
 
 ClpSolve optionsFor(const Controls& controls, bool careful) {
@@ -76,7 +77,7 @@ void CbcEngineI::runSimplex(const Controls& controls, Answer& answer) {
   const std::function<bool(const SolverProgress&)> tick = [this](const SolverProgress& progress) {
     return this->tick(progress);
   };
-  SimplexEvents events(tick, controls.method);
+  SimplexEvents events(tick, controls.method, sign());
   simplex.passInEventHandler(&events);
   simplex.setLogLevel(controls.log.empty() ? 0 : 1);
   simplex.setPrimalTolerance(std::min(simplex.primalTolerance(), controls.tolerance));
@@ -109,10 +110,9 @@ void CbcEngineI::runSimplex(const Controls& controls, Answer& answer) {
     answer.hasSolution = false;
     return;
   }
-  answer.objective = simplex.objectiveValue();
+  answer.objective = sign() * simplex.objectiveValue();
   if (answer.status == Status::Optimal) answer.bound = answer.objective;
   const std::size_t columnCount = columns().size(), rowCount = rows().size();
-  const double sense = simplex.optimizationDirection();
   const double *values = simplex.primalColumnSolution(), *activities = simplex.primalRowSolution();
   _values.assign(values, values + columnCount);
   _activities.resize(rowCount);
@@ -120,8 +120,8 @@ void CbcEngineI::runSimplex(const Controls& controls, Answer& answer) {
   _reducedCosts.resize(columnCount);
   _duals.resize(rowCount);
   const double *reduced = simplex.dualColumnSolution(), *duals = simplex.dualRowSolution();
-  std::transform(reduced, reduced + columnCount, _reducedCosts.begin(), [&](double d) { return sense * d; });
-  std::transform(duals, duals + rowCount, _duals.begin(), [&](double d) { return sense * d; });
+  std::transform(reduced, reduced + columnCount, _reducedCosts.begin(), [&](double d) { return sign() * d; });
+  std::transform(duals, duals + rowCount, _duals.begin(), [&](double d) { return sign() * d; });
   keepBasis(simplex);
 }
 

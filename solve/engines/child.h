@@ -72,7 +72,7 @@ enum class Order {
 struct ChildEnd {
   /// Killed by an order.
   bool killed = false;
-  /// What the child threw or broke down with, in one line; empty after an end in order.
+  /// What the child threw or broke down with, in one line, if it did.
   std::string failure{};
 };
 

@@ -106,6 +106,7 @@ void EngineI::updateRow(const RangeConstraintI* constraint) {
 
 void EngineI::updateCoefficient(const TavNumLinTermI* sum, const TavNumVarI* variable) {
   if (getEnv()->isRemoved(variable)) return;  // on its way out: forget() drops the whole column at once
+  if (!hasExtracted(variable)) return;        // a new column, whose coefficients extend() takes up
   coefficientChanged(placeOf(sum), placeOf(variable), coefficientIn(sum, variable));
 }
 

@@ -203,6 +203,7 @@ void EngineI::completeSolution(Answer& answer) {
     return;
   }
   _last = _values;
+  answer.objective += 0.0;  // never -0
   if (_activities.empty()) {
     for (const Row& row : _rows) _activities.push_back(row.sum->eval(TavAlgorithm(this)));
   }

@@ -43,33 +43,6 @@ TEST_F(Clone, FindsOperandsInItsOwnEnvironmentAndThoseOfSumsAndArraysInTheTarget
   });
 }
 
-TEST_F(Clone, KeepsWhatNoOperandShows) {
-  TavEnvI* e = env.getImpl();
-  const auto conditional = [&](TavIntExprArg a, TavIntExprArg b) {
-    return TavNumExprArg(new (e)
-                             TavConditionalIntExprI(e, TavNumExprArg(o.i).getImpl(), a.getImpl(), b.getImpl(), 7, -8));
-  };
-  const TavNumExprArg nodes[] = {TavStandardDeviation(o.I, 0.5, 2.5),
-                                 TavMonotonicDecreasingNumExpr(
-                                     o.x, [](double v) { return 1 / v; }, [](double v) { return v; }),
-                                 TavNumExprArg(new (e) TavExprPiecewiseLinearI(e, nullptr, o.C, o.D, 5, 4)),
-                                 TavPiecewiseLinear(o.x, 1, o.C, o.D, 2),
-                                 conditional(o.i, o.j),
-                                 conditional(o.i, {}),
-                                 conditional({}, o.j),
-                                 TavConstraint(new (e) TavConstConstraintI(e, nullptr, -7))};
-  TavClonePass pass(e, other.getImpl());
-  std::vector<TavExtractableI*> clones;
-  for (const TavNumExprArg node : nodes) {
-    clones.push_back(pass.clone(node.getImpl()));
-    EXPECT_EQ(plain(clones.back()), plain(node));
-  }
-  EXPECT_EQ(static_cast<TavStandardDeviationI*>(clones[0])->getLowerBound(), 0.5);
-  EXPECT_EQ(static_cast<TavStandardDeviationI*>(clones[0])->getUpperBound(), 2.5);
-  const auto* decreasing = static_cast<TavMonotonicNumExprI*>(clones[1]);
-  EXPECT_EQ(decreasing->getFunction()(2.0) + decreasing->getSecondFunction()(2.0), 2.5);
-}
-
 TEST_F(Clone, HandlesFindAndRecordClonesAlsoWhileAPassGoesOn) {
   TavNumExpr expression(o.x * o.y), copy(o.x * o.y);
   EXPECT_EQ(expression.getClone().getImpl(), nullptr);

@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "expression/nodes.h"
-#include "tests/support/children.h"
+#include "tests/support/samples.h"
 
 inline constexpr double kInf = std::numeric_limits<double>::infinity();
 inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();

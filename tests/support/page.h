@@ -23,6 +23,13 @@ class Page : public TavTest {
     return array;
   }
 
+  /// The clone in the other environment.
+  template <class Arg>
+  Arg cloned(Arg expression) const {
+    TavExtractableI* clone = TavClonePass(env.getImpl(), other.getImpl()).clone(expression.getImpl());
+    return Arg(static_cast<decltype(expression.getImpl())>(clone));
+  }
+
   /// As few digits as tell the number from all others.
   std::string value(double number) const {
     char text[32];

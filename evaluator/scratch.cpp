@@ -121,20 +121,4 @@ void Scratch::evaluate(const double* x, double sigma, const double* lambda, cons
   if (!code.byObjects.empty()) evaluateByObjects(code, x, results);
 }
 
-std::vector<TavEvaluator::HessianEntry> Scratch::constantHessian(std::size_t row) {
-  const Code& code = this->code();
-  const std::vector<double> x(_compiled.columns().size(), 1.0);
-  std::vector<double> lambda(code.constraintCount());
-  if (row < lambda.size()) lambda[row] = 1.0;
-  std::vector<double> values(code.hessian.positions.size());
-  Results results;
-  results.hessian = values.data();
-  evaluate(x.data(), row < lambda.size() ? 0.0 : 1.0, lambda.data(), results);
-  std::vector<TavEvaluator::HessianEntry> entries;
-  for (std::size_t k = 0; k < values.size(); ++k) {
-    if (values[k] != 0.0) entries.push_back({code.hessian.positions[k], values[k]});
-  }
-  return entries;
-}
-
 }  // namespace taveval

@@ -24,8 +24,6 @@ class Scratch {
     double* hessian = nullptr;
   };
   void evaluate(const double* x, double sigma, const double* lambda, const Results& results);
-  /// The entries of the Hessian of one row, whose second derivatives are constant.
-  std::vector<TavEvaluator::HessianEntry> constantHessian(std::size_t row);
   /// Working space for a matrix.
   double* matrix(std::size_t size);
 

@@ -125,7 +125,21 @@ std::vector<TavEvaluator::HessianEntry> TavEvaluator::getConstantHessian(std::si
   if (getKind(row) == Kind::Linear) return {};
   if (getKind(row) == Kind::NonLinear) throw TavWrongUsage("TavEvaluator: the Hessian of this row is not constant");
   if (_compiled->options().derivatives < 2) throwNotCompiled();
-  return taveval::Scratch(*_compiled).constantHessian(row);
+  const std::size_t number = row == kObjective ? getRowCount() : row;
+  const TavNumExprArg expression(_compiled->expression(number));
+  TavEvaluator alone(TavEnv(_compiled->env()), {}, std::span(&expression, 1), {}, {});
+  const auto positions = alone.getHessianStructure();
+  std::vector<double> values(positions.size());
+  TavEvaluation(alone).hessian(std::vector<double>(alone.getColumnCount(), 1.0), 0.0, std::vector<double>{1.0}, values);
+  std::vector<HessianEntry> entries;
+  for (std::size_t k = 0; k < values.size(); ++k) {
+    if (values[k] == 0.0) continue;
+    const auto columnOf = [&](std::int32_t column) {
+      return static_cast<std::uint32_t>(getColumnOf(alone.getColumn(static_cast<std::size_t>(column))));
+    };
+    entries.push_back({taveval::lowerTriangle(columnOf(positions[k].row), columnOf(positions[k].column)), values[k]});
+  }
+  return entries;
 }
 
 const char* TavEvaluator::getClassWithoutDerivative(std::size_t row) const {

@@ -181,7 +181,8 @@ class TavEvaluator {
   std::span<const LinearTerm> getLinearPart(std::size_t row) const;
   /// The constant that is added to a row's linear part and to its other parts.
   double getConstant(std::size_t row) const;
-  /// The Hessian of a Quadratic row, lower triangle; empty for a Linear one. Throws TavWrongUsage for a NonLinear row.
+  /// The Hessian of a Quadratic row, lower triangle; empty for a Linear one. Compiles the row alone. Throws
+  /// TavWrongUsage for a NonLinear row.
   std::vector<HessianEntry> getConstantHessian(std::size_t row) const;
   /// The name of a class in the row that has no derivative, or null when the row has derivatives.
   const char* getClassWithoutDerivative(std::size_t row) const;

@@ -48,5 +48,12 @@ void* operator new(std::size_t bytes) {
   if (!block) throw std::bad_alloc();
   return block;
 }
+void* operator new(std::size_t bytes, std::align_val_t alignment) {
+  const auto size = static_cast<std::size_t>(alignment);
+  void* block = __wrap_aligned_alloc(size, (bytes + size - 1) / size * size);
+  if (!block) throw std::bad_alloc();
+  return block;
+}
 void operator delete(void* block) noexcept { std::free(block); }
+void operator delete(void* block, std::align_val_t) noexcept { std::free(block); }
 void operator delete(void* block, std::size_t) noexcept { std::free(block); }

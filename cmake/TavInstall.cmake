@@ -43,7 +43,3 @@ foreach(library IN LISTS tav_pc_libraries)
   configure_file(cmake/${library}.pc.in ${PROJECT_BINARY_DIR}/${library}.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/${library}.pc DESTINATION ${tav_pc_dir})
 endforeach()
-
-if(PROJECT_IS_TOP_LEVEL)
-  include(cmake/TavPackage.cmake)
-endif()

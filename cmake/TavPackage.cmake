@@ -1,5 +1,5 @@
 # Debian packages by cpack, from a build configured with -DCMAKE_INSTALL_PREFIX=/usr: libtavexpression-dev, and with a
-# shared library libtavexpression<SOVERSION>, on which it depends.
+# shared library libtavexpression<SOVERSION>, on which it depends; tavsolve where it is built.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR})
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
@@ -32,5 +32,21 @@ if(BUILD_SHARED_LIBS)
   set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
   set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "${tav_about}This package has the shared library.")
   set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} (= ${PROJECT_VERSION})")
+endif()
+if(TARGET tavsolve)
+  install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tavsolve RENAME copyright COMPONENT solve)
+  list(APPEND CPACK_COMPONENTS_ALL solve)
+  set(CPACK_DEBIAN_SOLVE_PACKAGE_NAME tavsolve)
+  set(CPACK_DEBIAN_SOLVE_PACKAGE_SECTION math)
+  set(CPACK_DEBIAN_SOLVE_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_SOLVE_DESCRIPTION
+      "Solver of optimisation models in MPS, LP and .nl files
+Reads a model, solves it with the engine that suits its class, edits it while it
+stays loaded in the solver, and solves it again. Modelling systems can call it.")
+  if(BUILD_SHARED_LIBS)
+    # The library's own package is not installed here, so that its dependency is not among those that are generated.
+    set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR} ${PROJECT_BINARY_DIR}/modelfile)
+    set(CPACK_DEBIAN_SOLVE_PACKAGE_DEPENDS "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} (= ${PROJECT_VERSION})")
+  endif()
 endif()
 include(CPack)

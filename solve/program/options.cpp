@@ -35,7 +35,9 @@ std::size_t distance(std::string_view a, std::string_view b) {
   return last.back();
 }
 
-[[noreturn]] void failUnknown(const std::string& dashes, const std::string& name) {
+/// `word` as it was written; `dashes` stand before the name of an option there.
+[[noreturn]] void failUnknown(const std::string& word, const std::string& dashes) {
+  const std::string name = word.substr(std::min(word.find_first_not_of('-'), word.size()));
   const OptionRow* nearest = nullptr;
   std::size_t least = std::max<std::size_t>(2, name.size() / 3) + 1;
   for (const OptionSection& section : optionTable()) {
@@ -46,8 +48,8 @@ std::size_t distance(std::string_view a, std::string_view b) {
       nearest = &row;
     }
   }
-  const std::string unknown = "unknown option " + dashes + name;
-  if (!nearest) throw InputError(unknown + " (see --help)");
+  const std::string unknown = "unknown option " + word;
+  if (!nearest || name.size() < 2) throw InputError(unknown + " (see --help)");
   throw InputError(unknown + ": did you mean " + dashes + nearest->name + "?");
 }
 
@@ -84,7 +86,7 @@ void parseWords(Options& options, const std::vector<std::string>& words) {
     const std::size_t sign = word.starts_with("--") ? word.find('=') : std::string::npos;
     const std::string label = word == "-h" ? "--help" : word.substr(0, sign);
     const OptionRow* row = label.starts_with("--") ? findOption(label.substr(2)) : nullptr;
-    if (!row) failUnknown(label.starts_with("--") ? "--" : "-", label.substr(label.starts_with("--") ? 2 : 1));
+    if (!row) failUnknown(label, "--");
     std::vector<std::string> operands;
     if (sign != std::string::npos) operands.push_back(word.substr(sign + 1));
     if (operands.size() > row->operandCount()) throw InputError(label + ": takes no value");
@@ -103,7 +105,7 @@ void parseKeyword(Options& options, const std::string& word) {
   std::string name = word.substr(0, sign);
   std::replace(name.begin(), name.end(), '_', '-');
   const OptionRow* row = findOption(name);
-  if (!row) failUnknown("", name);
+  if (!row) failUnknown(name, "");
   std::vector<std::string> operands;
   if (sign != std::string::npos) operands.push_back(word.substr(sign + 1));
   if (operands.size() != row->operandCount()) throw InputError(name + ": expected " + name + "=" + row->operands);

@@ -54,12 +54,22 @@ TavFileModel readFile(const Options& options, Progress& progress) {
   return file;
 }
 
-/// Whether the model may get another class by these edits.
-bool addsToModel(const EditStage& stage) {
+/// Whether the engine takes what these edits add.
+bool takesAdditions(const EngineKind& kind, const EditStage& stage) {
   for (const Edit& edit : stage) {
-    if (std::holds_alternative<edit::Add>(edit)) return true;
+    const auto* addition = std::get_if<edit::Add>(&edit);
+    if (!addition) continue;
+    const TavFileModel& file = *addition->file;
+    if (!file.rowParts.empty() || !file.indicators.empty() || !file.logical.empty()) return false;
+    ModelClass added;
+    for (const TavFileVariable& column : file.variables) {
+      const bool semi = column.kind == TavFileKind::SemiContinuous || column.kind == TavFileKind::SemiInteger;
+      added.choices = added.choices || semi;
+      added.integers = added.integers || (!semi && column.kind != TavFileKind::Continuous);
+    }
+    if (!kind.takes(added)) return false;
   }
-  return false;
+  return true;
 }
 
 /// The name for this solve: its number in place of %.
@@ -121,7 +131,13 @@ Answer Session::solve(EngineI& engine, const char* stage) {
     return answer;
   }
   _progress.begin(stage);
-  Answer answer = engine.solve(_controls);
+  Answer answer;
+  try {
+    answer = engine.solve(_controls);
+  } catch (const SolverError& error) {
+    if (!_options.protocol) throw;
+    answer.remark = error.what();  // a modelling system finds it in the solution
+  }
   _progress.finish(wordsFor(answer.status));
   return answer;
 }
@@ -138,8 +154,8 @@ void Session::solveAndReport(const char* stage) {
 }
 
 void Session::applyStage(const EditStage& stage) {
-  // An engine takes new rows and columns of the model's class; others need one that takes what the model then is.
-  if (addsToModel(stage)) _engine.reset();
+  // Otherwise the engine is chosen again, for what the model then is.
+  if (_engine && !takesAdditions(*_kind, stage)) _engine.reset();
   for (const Edit& edit : stage) {
     applyEdit(*_model, _engine.get(), edit);
     _output.write("change     " + describe(edit) + "\n");

@@ -1,0 +1,124 @@
+"""Plays a modelling system that calls tavsolve: writes an .nl file, calls, and reads the .sol file to the letter. Then
+a user who loses patience. usage: client.py TAVSOLVE"""
+import os, random, signal, subprocess, sys, time
+
+tavsolve, work = os.path.realpath(sys.argv[1]), os.path.abspath("tavsolve_client")
+os.makedirs(work, exist_ok=True)
+os.chdir(work)
+
+
+def check(fact, *what):
+    if not fact:
+        sys.exit(" ".join(str(w) for w in ("FAILED:",) + what))
+
+
+def write_nl(costs, rows, options="3 0 1 0"):
+    """Rows are (coefficients, bound); minimise over x >= 0 with each row at least its bound, integers last."""
+    n, m = len(costs), len(rows)
+    terms = [[(j, a) for j, a in enumerate(row) if a] for row, _ in rows]
+    count = sum(map(len, terms))
+    lines = [f"g{options}", f" {n} {m} 1 0 0", " 0 0", " 0 0", " 0 0 0", " 0 0 0 1", " 0 0 0 0 0",
+             f" {count} {n}", " 0 0", " 0 0 0 0 0"]
+    for i in range(m):
+        lines += [f"C{i}", "n0"]
+    lines += ["O0 0", "n0", "r"] + [f"2 {b}" for _, b in rows] + ["b"] + ["2 0"] * n
+    lines += [f"k{n - 1}"] + [str(sum(j <= column for row in terms for j, _ in row)) for column in range(n - 1)]
+    for i, row in enumerate(terms):
+        lines += [f"J{i} {len(row)}"] + [f"{j} {a}" for j, a in row]
+    lines += [f"G0 {n}"] + [f"{j} {c}" for j, c in enumerate(costs)]
+    with open("stub.nl", "w") as file:
+        file.write("\n".join(lines) + "\n")
+
+
+def call(*arguments, environment=""):
+    if os.path.exists("stub.sol"):
+        os.remove("stub.sol")
+    run = subprocess.run([tavsolve, "stub", "-AMPL", *arguments], env={**os.environ, "tavsolve_options": environment},
+                         stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=60)
+    check(run.stdout == "", "the call printed", run.stdout)
+    return run.returncode
+
+
+def solution(options, rows, columns):
+    """Duals, values, result code and suffixes of stub.sol, whose shape must be exact."""
+    text = open("stub.sol").read()
+    check(text.endswith("\n"), "the last line is torn")
+    lines = text[:-1].split("\n")
+    empty = lines.index("")
+    expected = ["Options", str(len(options) - (len(options) > 2 and options[1] == 3))] + [str(o) for o in options] + [str(rows)]
+    at = empty + 1 + len(expected)
+    check(lines[empty + 1:at] == expected, "options", lines[empty + 1:at], expected)
+    duals, known, values = int(lines[at]), int(lines[at + 1]), int(lines[at + 2])
+    check(duals in (0, rows) and known == columns and values in (0, columns), "counts", duals, known, values)
+    numbers, at = [float(line) for line in lines[at + 3:at + 3 + duals + values]], at + 3 + duals + values
+    word, objective, code = lines[at].split()
+    check((word, objective) == ("objno", "0"), lines[at])
+    suffixes, at = {}, at + 1
+    while at < len(lines):
+        word, kind, count, length, _, table = lines[at].split()
+        check(word == "suffix" and int(length) == len(lines[at + 1]) + 1 and table == "0", lines[at])
+        entries = [line.split() for line in lines[at + 2:at + 2 + int(count)]]
+        suffixes[lines[at + 1]] = {int(i): float(v) for i, v in entries}
+        at += 2 + int(count)
+    return numbers[:duals], numbers[duals:], int(code), suffixes
+
+
+# Linear programs: a solution is right when it is feasible and its duals prove its objective.
+for seed in range(20):
+    random.seed(seed)
+    n, m = random.randint(2, 9), random.randint(2, 7)
+    costs = [random.randint(1, 9) for _ in range(n)]
+    rows = [([random.choice((0, 1, 2, 5)) for _ in range(n - 1)] + [1], random.randint(1, 20)) for _ in range(m)]
+    options = [0, 3, 0, 0.5] if seed % 2 else [0, 1, 0]
+    write_nl(costs, rows, f"3 {' '.join(map(str, options))}")
+    check(call("quiet", environment="method=dual presolve=off" if seed % 3 else "") == 0, "exit code", seed)
+    duals, x, code, suffixes = solution(options, m, n)
+    check(code == 0 and len(duals) == m, "result", seed, code)
+    objective = sum(c * v for c, v in zip(costs, x))
+    for row, bound in rows:
+        check(sum(a * v for a, v in zip(row, x)) >= bound - 1e-6, "row", seed)
+    for j in range(n):
+        reduced = costs[j] - sum(y * row[j] for y, (row, _) in zip(duals, rows))
+        check(reduced >= -1e-6 and abs(reduced - suffixes.get("rc", {}).get(j, 0)) < 1e-6, "reduced cost", seed, j)
+    proof = sum(y * bound for y, (_, bound) in zip(duals, rows))
+    check(min(duals) >= -1e-6 and abs(proof - objective) < 1e-6 * max(1, objective), "duality", seed, proof, objective)
+    check(abs(suffixes["bestbound"][0] - objective) < 1e-6 * max(1, objective), "bound", seed)
+
+write_nl([1, 1], [([1, 1], 2), ([-1, -1], -1)])
+check(call() == 0 and solution([0, 1, 0], 2, 2)[:3] == ([], [], 200), "infeasible")
+write_nl([-1, 1], [([1, 1], 2)])
+check(call() == 0 and solution([0, 1, 0], 1, 2)[2] == 300, "unbounded")
+check(call("time=0") == 2 and not os.path.exists("stub.sol"), "a bad option")
+
+# A user: what is best so far is kept; a second signal ends at once, also while nothing is read yet.
+random.seed(1)
+with open("split.lp", "w") as file:
+    weights = [[random.randint(0, 99) for _ in range(30)] for _ in range(4)]
+    file.write("Minimize\n obj: " + " + ".join(f"o{i} + u{i}" for i in range(4)) + "\nSubject To\n")
+    for i, row in enumerate(weights):
+        terms = " + ".join(f"{w} x{j}" for j, w in enumerate(row))
+        file.write(f" r{i}: o{i} - u{i} + {terms} = {sum(row) // 2}\n")
+    file.write("Binaries\n" + " ".join(f"x{j}" for j in range(30)) + "\nEnd\n")
+
+
+def start(*arguments):
+    return subprocess.Popen([tavsolve, *arguments], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+
+
+for signals in ([signal.SIGINT], [signal.SIGTERM, signal.SIGTERM]):
+    run = start("split.lp", "--solution", "best.txt", "--time", "50")
+    run.stdout.readline()
+    time.sleep(2)
+    begin = time.monotonic()
+    for number in signals:
+        run.send_signal(number)
+    output = run.communicate()[0]
+    check(run.returncode == 1 and "status     not solved: interrupted" in output, "interrupted", output)
+    check(time.monotonic() - begin < 2, "ended after", time.monotonic() - begin)
+    if len(signals) == 1:
+        best = open("best.txt").read().split()
+        check(best[2:5] == ["status", "interrupted", "bound"] and best.count("column") == 38, "best.txt", best[:8])
+begin = time.monotonic()
+run = start("-", "--time", "0.3")  # the file never comes
+check(run.wait() == 1 and "time limit" in run.stdout.read(), "time limit while reading")
+check(time.monotonic() - begin < 0.8, "time limit after", time.monotonic() - begin)

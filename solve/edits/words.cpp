@@ -99,7 +99,7 @@ std::string text(double number) {
 
 std::string exactText(double number) {
   char buffer[32];
-  return {buffer, std::to_chars(buffer, buffer + sizeof buffer, number).ptr};
+  return {buffer, std::to_chars(buffer, buffer + sizeof buffer, number + 0.0).ptr};  // never -0
 }
 
 std::string contentsOf(const std::string& path) {

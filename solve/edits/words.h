@@ -41,7 +41,7 @@ double numberOf(const std::string& word);
 /// Twelve significant digits.
 std::string text(double number);
 
-/// The shortest text that reads back the same.
+/// The shortest text that reads back the same; 0 for -0 too.
 std::string exactText(double number);
 
 /// The contents of a file, of standard input for "-". Throws InputError.

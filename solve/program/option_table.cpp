@@ -121,6 +121,8 @@ const std::vector<OptionRow> kModel{
      }},
     {"write", "FILE", "Writes the model, after all edits, as MPS, LP or .nl by the name's extension.",
      [](Options& o, Operands w) { o.write = modelName(w[0]); }},
+    {"keep-failed", "FILE", "Writes the model, in the same formats, as it is when the solver fails.",
+     [](Options& o, Operands w) { o.keepFailed = modelName(w[0]); }},
     {"no-solve", "", "Ends when the model is read, built, edited and written.",
      [](Options& o, Operands) { o.noSolve = true; }},
 };

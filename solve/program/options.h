@@ -29,7 +29,7 @@ struct Options {
   bool noSolve = false;
   PrintForm print = PrintForm::None;
   // Names of files; empty for none.
-  std::string start, write, solution, log;
+  std::string start, write, solution, log, keepFailed;
   bool printValues = false;
   bool quiet = false;
   bool help = false;

@@ -136,7 +136,12 @@ void printAnswer(std::ostream& os, const Solution& solution, double tolerance) {
   char seconds[32];
   std::snprintf(seconds, sizeof seconds, "%.3f", answer.seconds);
   os << "effort     " << answer.iterations << " iterations, " << answer.nodes << " nodes\n"
-     << "time       " << seconds << " s in the solver\n";
+     << "time       " << seconds << " s in the solver";
+  if (answer.evaluationSeconds > 0.0) {
+    std::snprintf(seconds, sizeof seconds, "%.3f", answer.evaluationSeconds);
+    os << ", " << seconds << " s of it in functions of the model";
+  }
+  os << "\n";
 }
 
 }  // namespace tavsolve

@@ -135,6 +135,7 @@ Answer Session::solve(EngineI& engine, const char* stage) {
   try {
     answer = engine.solve(_controls);
   } catch (const SolverError& error) {
+    if (!_options.keepFailed.empty()) _model->write(_options.keepFailed);
     if (!_options.protocol) throw;
     answer.remark = error.what();  // a modelling system finds it in the solution
   }

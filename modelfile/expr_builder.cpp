@@ -34,6 +34,8 @@ TavExprBuilder::TavExprBuilder(TavEnvI* env, const TavFileModel& model, const st
     : TavExprBuilder(env, variables) {
   // The object counts as made here: what fails below is cleaned up by the destructor.
   _tokens = model.tokens;
+  constexpr std::size_t kAnyway = 1'000'000, kPerToken = 32;
+  _affordable = kAnyway + kPerToken * _tokens.size();
   _commons.reserve(model.commons.size());
   for (const TavFileCommon& common : model.commons) makeCommon(common);
 }
@@ -52,11 +54,17 @@ void TavExprBuilder::makeCommon(const TavFileCommon& common) {
   } else {
     auto sum = TavMakeNode<TavNumLinTermI>(_env, _env, 0.0);
     addTerms(sum.get(), common.linear);
-    addExpr(sum.get(), common.expr);
-    item = nodeItem(sum.release());
+    std::uint32_t cells = static_cast<std::uint32_t>(common.linear.size());
+    if (!common.expr.empty()) {
+      Item& rest = build(common.expr);
+      cells += std::max(rest.cells, 1u);
+      addTo(sum.get(), rest);
+    }
+    item = {.kind = Item::Sum, .cells = cells, .node = sum.release()};
   }
   _stack.clear();
   if (item.kind == Item::Sum || item.kind == Item::Node) {
+    item.linear = item.linear || (item.kind == Item::Sum && !static_cast<TavNumLinTermI*>(item.node)->getFirstPart());
     item.kind = Item::Node;
     item.shared = true;
     item.node->retain();
@@ -148,7 +156,19 @@ TavIntExprI* TavExprBuilder::truthOf(Item& item) {
   return static_cast<TavIntExprI*>(item.node);
 }
 
+bool TavExprBuilder::affords(std::uint32_t cells) noexcept {
+  if (cells > _affordable) return false;
+  _affordable -= cells;
+  return true;
+}
+
+void TavExprBuilder::copyLinear(Item& item) {
+  if (!item.linear || !affords(item.cells)) return;
+  item = {.kind = Item::Sum, .cells = item.cells, .node = sumOf(item)->copyLinear()};
+}
+
 void TavExprBuilder::addTo(TavNumLinTermI* sum, Item& item) {
+  copyLinear(item);
   switch (item.kind) {
     case Item::Number:
       sum->setConstant(sum->getConstant() + item.value);

@@ -21,6 +21,8 @@ struct TavBuildItem {
   bool truth = false;
   /// A common expression: the node is counted and never changed.
   bool shared = false;
+  /// The node is a shared linear sum of `cells` terms, which users that are linear copy.
+  bool linear = false;
   /// Terms and parts of a sum.
   std::uint32_t cells = 0;
   double value = 0.0;
@@ -89,8 +91,12 @@ class TavExprBuilder {
   Item different(Item& a, Item& b);
   /// 1 - x for a truth.
   Item negated(Item x);
-  /// A sum without parts that is multiplied in place.
-  static bool isSmallSum(const Item& x);
+  /// A sum without parts that is multiplied in place, which is affordable.
+  bool multipliesTerms(const Item& x);
+  /// A linear sum of the item's own where it is a linear common expression and copying it is affordable.
+  void copyLinear(Item& item);
+  /// Whether work on so many terms fits into what linear cost allows; takes it from there.
+  bool affords(std::uint32_t cells) noexcept;
   /// From now on the item's sum is a node like others, which `addTo` does not use up.
   static void keep(Item& item);
   /// The sign of a + b, which are kept.
@@ -110,4 +116,7 @@ class TavExprBuilder {
   std::span<const TavFileToken> _tokens;
   std::vector<Item> _stack;
   std::vector<Item> _commons;
+  /// Terms of linear sums that may still be copied or multiplied one by one. The rest becomes shared nodes and factors,
+  /// so that the cost of nested expressions stays linear in the size of the file.
+  std::size_t _affordable = 0;
 };

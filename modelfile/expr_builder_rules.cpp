@@ -11,10 +11,6 @@ namespace {
 
 using Item = TavBuildItem;
 
-/// Sums of at most this many terms are multiplied term by term; a greater one becomes the factor of a product, so that
-/// the cost of nested expressions stays linear.
-constexpr std::uint32_t kSmallSum = 16;
-
 Item numberItem(double value) { return {.value = value}; }
 
 Item nodeItem(TavNumExprI* node) { return {.kind = Item::Node, .node = node}; }
@@ -28,6 +24,8 @@ bool isNumber(const Item& item, double value) { return item.kind == Item::Number
 }  // namespace
 
 TavBuildItem TavExprBuilder::add(Item& a, Item& b) {
+  copyLinear(a);
+  copyLinear(b);
   if (a.kind == Item::Number && b.kind == Item::Number) return numberItem(a.value + b.value);
   if (a.kind != Item::Sum && b.kind == Item::Sum && a.kind != Item::Node) {
     // In front, so that the terms keep their order, and without a new node: nested sums cost no more than flat ones.
@@ -62,15 +60,16 @@ TavBuildItem TavExprBuilder::scale(Item& x, double factor) {
     scaled.value *= factor;
     return scaled;
   }
-  if (isSmallSum(x)) {
+  copyLinear(x);
+  if (multipliesTerms(x)) {
     sumOf(x)->multiply(factor);
     return std::exchange(x, Item());
   }
   return nodeItem(new (_env) TavNumTimesCstI(_env, x.node, factor));
 }
 
-bool TavExprBuilder::isSmallSum(const Item& x) {
-  return x.kind == Item::Sum && x.cells <= kSmallSum && !sumOf(x)->getFirstPart();
+bool TavExprBuilder::multipliesTerms(const Item& x) {
+  return x.kind == Item::Sum && !sumOf(x)->getFirstPart() && affords(x.cells);
 }
 
 TavBuildItem TavExprBuilder::multiply(Item& a, Item& b) {
@@ -98,7 +97,8 @@ TavBuildItem TavExprBuilder::divide(Item& a, Item& b) {
     divided.value /= b.value;
     return divided;
   }
-  if (isSmallSum(a)) {
+  copyLinear(a);
+  if (multipliesTerms(a)) {
     sumOf(a)->divide(b.value);
     return std::exchange(a, Item());
   }

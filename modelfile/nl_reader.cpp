@@ -93,10 +93,7 @@ class NlReader : private TavNlExpressions<Tokens> {
     objective.maximise = sense == 1;
     _tokens.endLine();
     objective.expr = expression();
-    const TavFileToken& first = _model.tokens[objective.expr.begin];
-    if (objective.expr.end - objective.expr.begin == 1 && first.op == TavFileOp::Number) {
-      objective.constant = first.value;
-    }
+    if (isNumber(objective.expr)) objective.constant = _model.tokens[objective.expr.begin].value;
   }
 
   void commonExpression() {
@@ -116,10 +113,12 @@ class NlReader : private TavNlExpressions<Tokens> {
     _model.commons.push_back(std::move(common));
   }
 
+  bool isNumber(TavFileExpr expr) const {
+    return expr.end - expr.begin == 1 && _model.tokens[expr.begin].op == TavFileOp::Number;
+  }
   /// Whether it is the number 0, which is then dropped.
   bool isZero(TavFileExpr expr) {
-    const TavFileToken& first = _model.tokens[expr.begin];
-    if (first.op != TavFileOp::Number || first.value != 0.0) return false;
+    if (!isNumber(expr) || _model.tokens[expr.begin].value != 0.0) return false;
     _model.tokens.pop_back();
     return true;
   }
@@ -317,7 +316,7 @@ class NlReader : private TavNlExpressions<Tokens> {
     for (auto& [i, objective] : _objectives) {
       if (i != std::ssize(_model.objectives))
         _tokens.fail("objective " + text(std::ssize(_model.objectives)) + " is missing");
-      if (objective.expr.end - objective.expr.begin == 1 && objective.constant != 0.0) objective.expr = {};
+      if (isNumber(objective.expr)) objective.expr = {};  // it is the constant
       _model.objectives.push_back(std::move(objective));
     }
     if (std::ssize(_model.objectives) != _header.objectives) {

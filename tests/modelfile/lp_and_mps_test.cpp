@@ -89,6 +89,7 @@ TEST(LpFiles, Sections) {
       {"semi-continuous\nx\nbounds\n1 <= x <= 9\ngenerals\nx", " | semi int x[1,9]"},
       {"sos\ns: S2:: x:1 y:2.5\nS1:: y:1", " | sos2 s: x:1 y:2.5 | sos1 : y:1"},
       {"sos1\ns: x:1\n y:2", " | sos1 s: x:1 y:2"},
+      {"sos\ns2::S2:: x:1", " | sos2 : | sos2 : x:1"},
   };
   for (const Row& row : rows) {
     EXPECT_EQ(reading(lpSections(row.text), TavFileFormat::Lp),
@@ -166,6 +167,9 @@ TEST(MpsFiles, FixedAndFreeFormatAreToldApart) {
       {"NAME T free\nOBJSENSE\n MAX\nROWS\n N obj $c\n N *f\n G c *c\nCOLUMNS\n x obj 1 *f 2 $ c\nENDATA",
        "vars x | max obj: 1 x | *f: 2 x [-inf,inf] | c: [0,inf] | name T"},
       {"ROWS\n N  O\n E  A\nCOLUMNS\n    X Y 1     A         1\nENDATA", "refused 5:5"},
+      {"ROWS\n N  O\n E  A\n E  B\nCOLUMNS\n    X         A                  1.    B                  2.\n"
+       "    Y Z       A                  3.\nENDATA",
+       "vars X Y Z | min O: | A: 1 X 3 Y Z [0,0] | B: 2 X [0,0]"},
   };
   for (const Row& file : files) EXPECT_EQ(reading(file.text, TavFileFormat::Mps), file.wanted) << file.text;
 }
@@ -199,7 +203,12 @@ TEST(MpsFiles, AreRefusedWhereTheyAreInDoubt) {
                        {"ROWS\n N o\n E a\nCOLUMNS\n x a 1\n y a 1\n x o 1\nENDATA", "7:2"},
                        {"ROWS\n N o\n E a\n L a\nENDATA", "4:4"},
                        {"ROWS\n N o\nCOLUMNS\n x q 1\nENDATA", "4:4"},
-                       {"ROWS\n N o\nCOLUMNS\n x o 1\n", "5:1"}};
+                       {"ROWS\n N o\nCOLUMNS\n x o 1\n x o 2\n", "5:4"},
+                       {"ROWS\n N o\n E a\nCOLUMNS\n x a 1\n y q 1\nENDATA", "6:4"},
+                       {"ROWS\n N o\n E a\nCOLUMNS\n x a 1\r a 2\nENDATA", "5:7"},
+                       {"ROWS\n N o\n E a\nCOLUMNS\n x a 1 o 1e999\nENDATA", "5:10"},
+                       {"ROWS\n N o\nCOLUMNS\n x o 1\n", "5:1"},
+                       {"", "1:1"}};
   for (const Row& file : files)
     EXPECT_EQ(reading(file.text, TavFileFormat::Mps), std::string("refused ") + file.wanted) << file.text;
 }

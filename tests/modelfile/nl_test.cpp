@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "evaluator/tavevaluator.h"
 #include "modelfile/formats.h"
 #include "nl_binary.h"
 #include "nl_models.h"
@@ -49,6 +50,35 @@ struct Built {
   TavModelContents contents;
 };
 
+/// The derivatives of all rows and objectives at a point, by the names of row and variable.
+std::map<std::string, double> derivativesOf(const Built& built, const std::vector<double>& x) {
+  const TavModelContents& model = built.contents;
+  std::vector<TavNumExprArg> expressions;
+  for (const TavModelRow& row : model.rows) expressions.push_back(row.expression);
+  for (const TavModelObjective& objective : model.objectives) expressions.push_back(objective.expression);
+  TavEvaluator evaluator(built.env, {}, expressions, model.variables, {TavEvaluator::Mode::Exact, 1});
+  const auto structure = evaluator.getJacobianStructure();
+  std::vector<double> values(structure.size());
+  TavEvaluation(evaluator).jacobian(x, values);
+  std::map<std::string, double> derivatives;
+  for (std::size_t k = 0; k < values.size(); ++k) {
+    const auto row = static_cast<std::size_t>(structure[k].row), column = static_cast<std::size_t>(structure[k].column);
+    const std::string name = row < model.rows.size() ? model.rows[row].name : "objective";
+    derivatives[name + " by " + model.variables[column].getName()] += values[k];
+  }
+  return derivatives;
+}
+
+void expectSame(const std::map<std::string, double>& expected, const std::map<std::string, double>& got,
+                const std::string& where) {
+  for (const auto& [name, value] : expected) {
+    const auto found = got.find(name);
+    const double other = found == got.end() ? 0.0 : found->second;
+    if (!std::isfinite(value) || !std::isfinite(other)) continue;  // at the edge of a domain compositions differ
+    EXPECT_NEAR(value, other, 1e-7 * (1.0 + std::fabs(value))) << where << ": " << name;
+  }
+}
+
 /// The values of a model at a point of another one with the same names, row by row.
 std::vector<double> byName(const TavFileModel& like, const TavFileModel& model, const std::vector<double>& x) {
   const std::vector<double> values = valuesOf(model, reordered(like, x, model));
@@ -80,6 +110,10 @@ TEST(Nl, RandomModelsKeepTheirValuesThroughBuildAndFiles) {
       expectSame(expected, valuesOf(memory, x), where + ", from memory");
       expectSame(expected, byName(model, fromFile, x), where + ", from its file");
       expectSame(expected, byName(model, fromMemory, x), where + ", from the file of memory");
+    }
+    if (seed % 3 == 0) {  // smooth
+      const std::vector<double> x = randomPoint(model, random);
+      expectSame(derivativesOf(built, x), derivativesOf(Built(fromMemory), reordered(model, x, fromMemory)), where);
     }
     for (std::int32_t i = 0; i < std::ssize(fromMemory.rows); ++i) {
       const auto at = static_cast<std::size_t>(model.rowNames.find(fromMemory.rowNames[i]));
@@ -258,6 +292,27 @@ TEST(Nl, AMillionNestedOperationsAreRead) {
     const std::vector<double> x{0.25, 0.75};
     expectSame(valuesOf(model, x), valuesOf(built.contents, x), op);
     EXPECT_EQ(TavFileModelOf(built.contents).rows.size(), 1u);
+  }
+}
+
+/// Defined variables that are linear leave the rows that use them linear, so that linear solvers take these.
+TEST(Nl, LinearCommonExpressionsStayLinear) {
+  const std::pair<const char*, bool> rows[] = {
+      {"v2\n", true},
+      {"o2\nn4\nv2\n", true},
+      {"o16\no3\no0\nv2\nv1\nn2\n", true},
+      {"o54\n3\nv2\no1\nn1\nv2\no2\nv2\nn0.5\n", true},
+      {"o2\nv2\nv0\n", false},
+      {"o0\nv2\no44\nv2\n", false},
+  };
+  for (const auto& [row, linear] : rows) {
+    const TavFileModel model =
+        readText(nlText(std::string("V2 1 0\n0 2\no0\nn3\no16\nv1\nC0\n") + row + "O0 0\nn0\nr\n1 1\nb\n3\n3\n"));
+    const Built built(model);
+    const auto* sum = dynamic_cast<const TavNumLinTermI*>(built.contents.rows[0].expression.getImpl());
+    EXPECT_EQ(sum && sum->isLinear(), linear) << row;
+    const std::vector<double> x{0.25, 0.75};
+    expectSame(valuesOf(model, x), valuesOf(built.contents, x), row);
   }
 }
 

@@ -9,7 +9,7 @@ class RowI final : public TavNode<RowI, TavConstraintI> {
   void visitSubExtractables(TavExtractableVisitor*) override {}
 };
 
-/// Has a value for one variable, and one for constraints when it is set.
+/// Gives a value to one variable, and to constraints when `constraints` is set.
 struct Values final : TavAlgorithmI {
   Values(TavEnvI* env, TavNumVar variable) : TavAlgorithmI(env), known(variable.getImpl()) {}
   double getValue(const TavNumVarI* variable) const override {

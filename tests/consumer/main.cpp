@@ -1,4 +1,4 @@
-// Uses the installed library as a stranger would: composes a model, prints and evaluates it.
+// Uses the installed library from outside: composes a model, prints and evaluates it.
 #include <iostream>
 #include <sstream>
 

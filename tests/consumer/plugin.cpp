@@ -1,4 +1,4 @@
-// A shared object that uses the library beside the program that loads it.
+// A plug-in that uses the library, as the program that loads it may do.
 #include "plugin.h"
 #include "views.h"
 

@@ -1,5 +1,5 @@
 #pragma once
-// What the programs and their plug-in agree on.
+// The interface between the programs and their plug-in.
 
 #include <algorithm>
 #include <iostream>
@@ -7,7 +7,7 @@
 
 #include "expression/tavexpression.h"
 
-/// One shared object's view of a class.
+/// The addresses that one program or plug-in sees for a class.
 struct ClassView {
   const char* name;
   TavTypeInfo token, base;
@@ -15,7 +15,7 @@ struct ClassView {
   const void* hook;
 };
 
-/// The number of differences between what two shared objects see, each told by its class.
+/// Compares two views and prints each class that differs. The number of differences.
 inline int reportDifferences(const std::vector<ClassView>& here, const std::vector<ClassView>& there) {
   int differences = here.size() < 70 || here.size() != there.size();
   for (std::size_t i = 0; i < std::min(here.size(), there.size()); ++i) {
@@ -33,7 +33,7 @@ struct Plugin {
   TavNumExprI* (*makeSine)(TavNumVarI* x);
   /// Calls the hook of the node's class.
   void* (*extract)(TavAlgorithm algorithm, const TavExtractableI* node);
-  /// Adds variables of two environments and lets the library's exception pass.
+  /// Adds variables of two environments, which throws a TavWrongUsage.
   void (*mixEnvironments)();
   /// Whether `thrower` threw a TavWrongUsage.
   bool (*catches)(void (*thrower)());

@@ -1,6 +1,6 @@
-// A program and the plug-ins that it loads see one library: the same type tokens, index slots and hooks, and each
-// catches what the other throws. Compiled with APART, a program that is not linked to the library: its plug-ins still
-// share one. The arguments are the files of two plug-ins.
+// A program and its plug-ins share one library: type tokens, index slots and hooks are the same, and each catches the
+// other's exceptions. With APART the program itself is not linked to the library; the plug-ins still share one. The
+// arguments are the files of two plug-ins.
 #include <dlfcn.h>
 
 #include <cstdlib>

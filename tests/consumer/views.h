@@ -1,5 +1,5 @@
 #pragma once
-// What the shared object that includes this sees of each class of the library.
+// The addresses of each library class as the program or plug-in that includes this sees them.
 
 #include "expression/nodes.h"
 #include "plugin.h"

@@ -47,7 +47,7 @@ TEST_F(Handles, ASumThatIsSubtractedMayHoldTheOtherOneAsItsPart) {
   EXPECT_EQ(env.getImpl()->liveObjectCount(), before);
 }
 
-TEST_F(Handles, ACellThatWasGivenBackMayBecomeATermAgain) {
+TEST_F(Handles, ARecycledCellMayBecomeATermAgain) {
   for (const double coef : {2.0, 3.0}) {
     TavExpr e{TavNumLinExprTerm(env.getImpl()->newTerm(x.getImpl(), coef))};
     EXPECT_EQ(e.getLinearIterator().getCoef(), coef);
@@ -68,9 +68,9 @@ TEST_F(Handles, ANegatedTermIsTheSameTerm) {
   EXPECT_EQ(term.getCoef(), -2.0);
 }
 
-TEST_F(Handles, NormalisationSpeaksOfMergesAndTheQueryNeverSaysNo) {
+TEST_F(Handles, NormalisationReportsMergesAndTheQueryIsAlwaysTrue) {
   TavExpr zero = 0 * x + y, twice = x + x;
-  EXPECT_TRUE(zero.normalize());  // a dropped zero is no merge
+  EXPECT_TRUE(zero.normalize());  // dropping a zero is not a merge
   EXPECT_TRUE(twice.isNormalized());
   env.getImpl()->normalizationSkipped = true;
   EXPECT_TRUE(twice.isNormalized());

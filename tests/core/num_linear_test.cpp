@@ -8,7 +8,7 @@ struct CountingLock final : TavLock {
   int taken = 0, held = 0;
 };
 
-// What edits leave and report stands in docs/edits.md, which is run.
+// The results and records of edits are in docs/edits.md, which is executed.
 class NumLinear : public TavTest {
  protected:
   NumLinear() { env.getImpl()->markLock = &lock; }
@@ -30,7 +30,7 @@ TEST_F(NumLinear, MarkFieldsAreLockedAndReadBeforeAListenerUsesThem) {
   EXPECT_EQ(lock.taken, 5);
 }
 
-TEST_F(NumLinear, IsNotNormalizedByAZeroFactorAndNeverWhereThatIsSwitchedOff) {
+TEST_F(NumLinear, IsNotNormalizedAfterAZeroFactorNorWhereNormalisationIsOff) {
   TavNumLinTermI *zeros = linear({{1, x}}), *node = linear({{1, x}, {1, x}});
   zeros->normalize();
   zeros->multiply(0.0);
@@ -40,10 +40,10 @@ TEST_F(NumLinear, IsNotNormalizedByAZeroFactorAndNeverWhereThatIsSwitchedOff) {
   EXPECT_EQ(shape(node), "1x 1x 0");
 }
 
-TEST_F(NumLinear, ObjectsOfAnotherEnvironmentAreNoneOfItsOwn) {
+TEST_F(NumLinear, RemovesNoObjectsOfAnotherEnvironment) {
   TavExtractableArray objects(env);
   for (int k = 0; k < 1000; ++k)
-    objects.add(TavNumVar(other, 0, 1));  // with identifiers that are here, and that are not
+    objects.add(TavNumVar(other, 0, 1));  // with identifiers that this environment uses, and others
   TavNumLinTermI* node = linear({{1, x}, {2, y}, {3, x}});
   node->remove(objects);
   EXPECT_EQ(shape(node), "1x 2y 3x 0");
@@ -65,7 +65,8 @@ TEST_F(NumLinear, ARemovedVariableLeavesEverySumInOneSweepOrOneByOne) {
   TavNumLinTermI* node = linear({{1, x}, {2, y}, {3, x}});
   EXPECT_EQ(records([&] { node->atRemove(x.getImpl(), nullptr); }), "NumLinTermRemoveVar x; ");
   EXPECT_EQ(shape(node), "2y 3x 0");
-  EXPECT_EQ(records([&] { node->atRemove(z.getImpl(), nullptr); }), "NumLinTermRemoveVar z; ");  // unconditionally
+  EXPECT_EQ(records([&] { node->atRemove(z.getImpl(), nullptr); }),
+            "NumLinTermRemoveVar z; ");  // reported although the sum does not have it
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// What the public header offers beside the rows of docs/edges.md: types, and what it adds for comfort.
+// Types of the public header and its conveniences; more of them are rows of docs/edges.md.
 
 #include <algorithm>
 #include <numeric>
@@ -7,7 +7,7 @@
 
 #include "tests/support/fixture.h"
 
-// Which type an operation has, for operands that compile; docs/refused.md lists those that do not.
+// The types of operations that compile; docs/refused.md lists those that do not.
 namespace compiled {
 
 template <class From, class... Tos>
@@ -56,10 +56,10 @@ TEST_F(Conveniences, ValuesOfATable) {
   at.set(xs, TavNumArray(env, {1.0, 20.0, 300.0}));
   EXPECT_EQ(sum.eval(at), 321.0);
   TavNumVar c = xs[2];
-  const TavNumVarI* const gone = c.getImpl();
-  c.setUB(5.0);  // a modification does not trouble the table
+  const TavNumVarI* const ended = c.getImpl();
+  c.setUB(5.0);  // a modification leaves the table unchanged
   c.end();
-  EXPECT_THROW(at.getValue(gone), TavModelEvaluator::Unbound);
+  EXPECT_THROW(at.getValue(ended), TavModelEvaluator::Unbound);
   EXPECT_EQ(sum.eval(at), 21.0);
   at.erase(xs[0]);
   EXPECT_FALSE(at.contains(xs[0]));

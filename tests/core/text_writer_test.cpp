@@ -1,4 +1,4 @@
-// Long texts go to a stream as if every piece were inserted, whatever the stream's state.
+// Texts are the same as by insertion of every piece, whatever the stream's state.
 
 #include "expression/core/text_writer.h"
 
@@ -61,7 +61,7 @@ TEST(TextWriter, WritesWhatInsertionWrites) {
   }
 }
 
-/// An object's own display may leave the stream in another state; what follows is written in that state.
+/// Its display changes the state of the stream; later text is written in that state.
 struct Fixing : TavNumVarI {
   using TavNumVarI::TavNumVarI;
   void display(std::ostream& os) const override { os << "f " << std::fixed << std::setprecision(2); }
@@ -74,7 +74,7 @@ TEST_F(TextWriterInSums, FollowsAStateThatAnOperandChanges) {
   TavExpr sum = 1.5 * p + 2.5 * fixing + 3.5 * p;
   EXPECT_EQ(plain(sum), "1.5 * p  + 2.5 * f  + 3.50 * p ");
   sum.end();
-  std::ostringstream os;  // a width is for the first text that is not empty
+  std::ostringstream os;  // a width applies to the first text that is not empty
   os << std::setw(4) << 3 / TavAbs(p) << std::setw(6) << TavAbs(p) * 2;
   EXPECT_EQ(os.str(), "   3 / abs(p[0 .. 1] )  abs(p[0 .. 1] ) * 2");
 }

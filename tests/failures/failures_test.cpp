@@ -1,5 +1,5 @@
-// Every allocation of an operation fails once, and every call of client code throws once. What operators, edits and
-// builders make is held by random programs; what else takes memory or calls clients stands in a table here.
+// Lets every allocation of an operation fail once, and every call of client code throw once. Random programs do so for
+// operators, edits and builders; the table here has all other operations that allocate or call clients.
 
 #include <bit>
 #include <new>
@@ -29,7 +29,7 @@ struct Lock final : TavLock {
   int depth = 0;
 };
 
-/// A node of the client's.
+/// A node class of a client.
 struct ClientI final : TavNode<ClientI, TavNumExprI> {
   static constexpr const char* kTypeName = "ClientI";
   explicit ClientI(TavEnvI* env) : TavNode(env, nullptr) {}
@@ -48,7 +48,7 @@ struct Column final : TavAddExtractable {
   TavEnvI* env;
 };
 
-/// A buffer without room.
+/// A stream whose buffer is full.
 struct Stream final : std::streambuf, std::ostream {
   Stream() : std::ostream(this) { exceptions(std::ios::badbit); }
   int overflow(int c) override { return clientCall(), c; }
@@ -57,10 +57,10 @@ struct Stream final : std::streambuf, std::ostream {
 /// How nodes are destroyed and variables removed.
 enum Mode { Destroying, Removing, RemovingOneByOne };
 
-/// An environment with an operand of every kind, all of which a failed operation must leave as they are.
+/// An environment with an operand of every kind. A failed operation must leave all of them unchanged.
 struct State {
   State(Mode mode, const NodeSample* sample) {
-    records.reserve(10'000), results.reserve(2), resultArrays.reserve(2);  // clients' memory does not fail
+    records.reserve(10'000), results.reserve(2), resultArrays.reserve(2);  // the test itself must not allocate
     home()->markLock = &lock;
     home()->setChangeListener([this](const TavChange& change) {
       records.append(change.getRttiTypeName()).append(" ");
@@ -100,7 +100,7 @@ struct State {
   TavEnvI* home() const { return env.getImpl(); }
   TavNumExprArg linear() { return 2 * x + 3 * y + x * 4 + TavCos(p) + 1.5; }
   TavIntExprArg intLinear() { return 2 * i + 3 * i + TavAbs(n) + 4; }
-  /// What an operation has made is looked at, too.
+  /// Adds what an operation has made to the objects that are compared.
   template <class Handle>
   void keep(Handle made) {
     if constexpr (requires { made.getSize(); }) {
@@ -151,8 +151,8 @@ struct State {
   std::vector<std::pair<TavArrayI*, bool>> resultArrays;
 };
 
-/// Writes down what a client can see. `identity` adds what a successful operation may end or take over, and addresses,
-/// for two looks at one state.
+/// A text of everything that a client can observe. `identity` adds addresses, and objects that a successful operation
+/// may end or consume, to compare two looks at the same state.
 std::string seen(State& state, bool identity) {
   std::ostringstream os;
   const auto line = [&](TavExtractableI* object) {
@@ -201,7 +201,7 @@ std::string seen(State& state, bool identity) {
   for (TavExtractableI* each : s.results) line(each);
   for (const auto& [array, objects] : s.resultArrays) words(array, objects);
   os << "records " << s.records << "\n";
-  if (identity && s.pass) return os.str();  // a pass that failed keeps the clones that it has made
+  if (identity && s.pass) return os.str();  // a failed pass keeps the clones that it has made
   for (TavEnvI* env : {s.home(), s.other.getImpl()}) {
     os << "objects " << env->liveObjectCount() << " cells " << env->liveTermCount() << " marked " << env->markedCount()
        << " flags " << env->oneByOneRemoval << env->ending << s.lock.depth << "\n";
@@ -213,9 +213,9 @@ std::string seen(State& state, bool identity) {
 struct Operation {
   std::string name;
   std::function<void(State&)> run;
-  /// A clone of it, when there is one, is made in a pass.
+  /// The sample that the operation clones in a pass, or null.
   const NodeSample* sample = nullptr;
-  /// A client that throws leaves it half done.
+  /// Whether the operation is half done when a client throws.
   bool partial = false;
 };
 
@@ -276,7 +276,7 @@ std::vector<Operation> operations() {
   return all;
 }
 
-/// Leaves every pool, the list of cells and the identifier table so that the next request needs the system.
+/// Uses up every memory pool, the free list of cells and the identifier table, so that the next request allocates.
 void exhaustMemory(TavEnvI* env) {
   const auto drain = [](auto take) {
     Gate gate(0, Gate::Allocations, true);
@@ -286,7 +286,7 @@ void exhaustMemory(TavEnvI* env) {
     }
   };
   TavInt id = 0;
-  do {  // a table that has just been doubled as often as this is full
+  do {  // a table that doubles is full at a power of two
     id = (new (env) LeafI(env, 0.0, nullptr))->getId();
   } while (!std::has_single_bit(static_cast<std::uint64_t>(id + 1)));
   drain([env] { env->newTerm(nullptr, 0.0); });
@@ -295,7 +295,7 @@ void exhaustMemory(TavEnvI* env) {
   }
 }
 
-/// Every removal, notification, clone and normalisation works as it did.
+/// Expects removals, notifications, clones and normalisation to work as before.
 void expectAtWork(State& s) {
   s.home()->oneByOneRemoval = s.home()->removeFromAllOnDestroy = false;
   s.records = "", s.first.changes = s.second.changes = s.first.forgotten = 0;
@@ -310,7 +310,7 @@ void expectAtWork(State& s) {
   EXPECT_EQ(os.str(), "0 TavNumLinTermRemoveVar TavNumLinTermRemoveVar 221");
 }
 
-/// One of the next allocations of a call fails.
+/// Lets a random one of the next allocations fail.
 struct Failing final : Shortage {
   void exhaust(TavEnvI* env) override { exhaustMemory(env); }
   bool refuses(const std::function<void()>& call) override {
@@ -333,7 +333,7 @@ struct Failing final : Shortage {
 /// How nodes are destroyed and variables removed, and what fails.
 using Failures = ::testing::TestWithParam<std::tuple<Mode, Gate::Kind>>;
 
-TEST_P(Failures, LeaveAnOperationDoneOrUndoneAndThoseOfAllocationsUndone) {
+TEST_P(Failures, OfClientsLeaveAnOperationDoneOrUndoneAndOfAllocationsUndone) {
   const auto [mode, kind] = GetParam();
   const bool memory = kind == Gate::Allocations;
   const auto start = [memory](State& s) {
@@ -341,7 +341,7 @@ TEST_P(Failures, LeaveAnOperationDoneOrUndoneAndThoseOfAllocationsUndone) {
     return s.usedBytes();
   };
   const auto look = [mode = mode](State& s, bool identity) {
-    if (mode == RemovingOneByOne) s.records.clear();  // a variable that an operation takes back is reported then
+    if (mode == RemovingOneByOne) s.records.clear();  // a variable that an operation undoes is reported then
     return seen(s, identity);
   };
   for (const Operation& operation : operations()) {

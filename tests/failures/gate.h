@@ -1,11 +1,11 @@
 #pragma once
-/// Lets allocations of the library, or calls of client code, fail on purpose. The program that links this replaces the
-/// global operator new and wraps malloc, realloc and aligned_alloc of the objects linked into it.
+/// Lets allocations of the library, or calls of client code, fail on purpose. The program linked with this replaces the
+/// global operator new and wraps malloc, realloc and aligned_alloc.
 
 /// What client code throws.
 struct ClientFailure {};
 
-/// While a gate lives, `let` allocations (or calls) pass; the next one fails, and with `forGood` all after it.
+/// During its life `let` allocations (or calls) succeed; the next one fails, and with `forGood` all later ones.
 class Gate {
  public:
   enum Kind { Allocations, Calls };
@@ -17,5 +17,5 @@ class Gate {
   bool hasFailed() const;
 };
 
-/// Called where the library calls client code. Throws ClientFailure when it is the turn of this call.
+/// To be called by client code. Throws ClientFailure when this call is the one to fail.
 void clientCall();

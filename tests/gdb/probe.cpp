@@ -1,4 +1,4 @@
-// A program whose one function is called by the debugger, to see whether it can call any.
+// The debugger calls the function of this program, to see whether it can call functions at all.
 
 int seven() { return 7; }
 

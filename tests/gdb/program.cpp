@@ -1,4 +1,4 @@
-// What the test of the debugger's printers looks at.
+// The program whose variables the debugger's printers print.
 
 #include "expression/tavexpression.h"
 

@@ -37,7 +37,7 @@ TEST_F(Arrays, FollowAPlainVectorThroughRandomEdits) {
       case 0:
         for (TavInt k = 0; k < n; ++k) array.add(k), model.push_back(k);
         break;
-      case 1:  // what is added lies in the block that may move
+      case 1:  // the added words lie in the block, which may be reallocated
         if (size > 4000) break;
         impl->addArray(impl);
         model.insert(model.end(), model.begin(), model.begin() + size);
@@ -54,7 +54,7 @@ TEST_F(Arrays, FollowAPlainVectorThroughRandomEdits) {
   }
   TavIntArray twins[] = {arrayOf<TavIntArray>({TavInt{7}}), arrayOf<TavIntArray>({TavInt{7}})};
   for (int step = 1; step < 2000; ++step) {
-    for (TavIntArray twin : twins) twin.getImpl()->add(twin.getImpl()->at(0));  // also when its block moves
+    for (TavIntArray twin : twins) twin.getImpl()->add(twin.getImpl()->at(0));  // also when the block is reallocated
   }
   for (TavIntArray& twin : twins) {
     EXPECT_EQ(contents(twin), std::vector<TavInt>(2000, 7));

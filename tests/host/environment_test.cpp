@@ -29,7 +29,7 @@ TEST_F(Environment, EndRunsEveryDestructorOnceWhateverStateTheObjectIsIn) {
     EXPECT_STREQ(object->getName(), "first");  // a copy
   }
   impl()->destroy(objects[1], 0);
-  impl()->markRemoved(objects[2]);  // a mark that nobody took back
+  impl()->markRemoved(objects[2]);  // never unmarked
   objects[0]->setName(nullptr);
   EXPECT_EQ(objects[0]->getName(), nullptr);
   makeObject(env)->destroyed = makeObject(env)->destroyed = &destroyed;  // identifiers 1 and 3
@@ -40,7 +40,7 @@ TEST_F(Environment, EndRunsEveryDestructorOnceWhateverStateTheObjectIsIn) {
 }
 
 TEST_F(Environment, IdentifiersAreUsedAgainAndMarkArraysHaveAnEntryForEach) {
-  for (int round = 0; round < 3; ++round) {  // an array that comes back is used again when there are more
+  for (int round = 0; round < 3; ++round) {  // a released array is used again, and grows
     for (int i = 0; i < 1000; ++i) impl()->destroy(makeObject(env), 0), makeObject(env);
     void** marks = impl()->getMarkArray();
     for (TavInt id = 0; id < objects(); ++id) marks[id] = this;
@@ -55,13 +55,13 @@ TEST_F(Environment, RemovalMarksNestAndAreTakenBack) {
   const std::size_t outer = impl()->markedCount();
   impl()->markRemoved(a);
   const std::size_t inner = impl()->markedCount();
-  for (TestObject* object : {a, b, c}) impl()->markRemoved(object);  // a is marked already: belongs to the outer one
+  for (TestObject* object : {a, b, c}) impl()->markRemoved(object);  // a is marked already
   EXPECT_TRUE(impl()->isRemoved(a) && impl()->isRemoved(b));
-  impl()->destroy(c, 0);  // an object may go while it is marked
-  TestObject* heir = makeObject(env);
-  EXPECT_FALSE(impl()->isRemoved(heir));
+  impl()->destroy(c, 0);  // a marked object may be destroyed
+  TestObject* successor = makeObject(env);
+  EXPECT_FALSE(impl()->isRemoved(successor));
   impl()->restoreMarks(inner);
-  EXPECT_TRUE(impl()->isRemoved(a) && !impl()->isRemoved(b) && !impl()->isRemoved(heir));
+  EXPECT_TRUE(impl()->isRemoved(a) && !impl()->isRemoved(b) && !impl()->isRemoved(successor));
   impl()->restoreMarks(outer);
   EXPECT_FALSE(impl()->isRemoved(a));
   EXPECT_EQ(objects(), 3);
@@ -69,7 +69,7 @@ TEST_F(Environment, RemovalMarksNestAndAreTakenBack) {
 
 TEST_F(Environment, ARecordReachesTheListenerAndEveryAlgorithmThatWantsIt) {
   TestObject* object = makeObject(env);
-  std::make_unique<TestAlgorithm>(env).reset();  // one that is gone hears nothing
+  std::make_unique<TestAlgorithm>(env).reset();  // a destroyed algorithm is not notified
   TestAlgorithm first(env), second(env), stranger(env);
   first.extracted = second.extracted = object;
   first.failure = "first";
@@ -83,19 +83,19 @@ TEST_F(Environment, ARecordReachesTheListenerAndEveryAlgorithmThatWantsIt) {
     }
     return std::string();
   };
-  const TavChange* heard = nullptr;
+  const TavChange* received = nullptr;
   impl()->setChangeListener([&](const TavChange& record) {
     EXPECT_EQ(first.changes, 0);
-    heard = &record;
+    received = &record;
   });
   EXPECT_EQ(failureOf([&] { object->notify(change); }), "first");
-  EXPECT_EQ(heard, &change);
+  EXPECT_EQ(received, &change);
   EXPECT_EQ(first.changes + second.changes + change.applied, 4);
   impl()->setChangeListener([](const TavChange&) { throw TavException("listener"); });
   EXPECT_EQ(failureOf([&] { impl()->change(change); }), "listener");
   impl()->setChangeListener(nullptr);
   first.failure = second.failure = nullptr;
-  TavExtractableArray array(env, 2);  // of an array: who has one element
+  TavExtractableArray array(env, 2);  // an algorithm that has one element is notified
   array.add(TavExtractable(makeObject(env)));
   array.add(TavExtractable(object));
   const TestChange ofArray(array.getImpl());

@@ -8,7 +8,7 @@
 
 namespace {
 
-TEST(Memory, BlocksOfEverySizeAreAlignedApartOwnedAndGivenBack) {
+TEST(Memory, BlocksOfEverySizeAreAlignedAndDisjointAndCanBeFreed) {
   TavMemory memory(nullptr);
   std::vector<std::pair<unsigned char*, std::size_t>> blocks;
   const auto take = [&](std::size_t bytes) {
@@ -63,7 +63,7 @@ TEST(Memory, AllocationListsGiveAlignedBytesAndStartAfresh) {
   }
 }
 
-TEST(Memory, NodesGoToTheSeparateAllocatorAndBackToIt) {
+TEST(Memory, NodesComeFromTheSeparateAllocatorAndReturnToIt) {
   TavEnv env;
   TavMemory nodes(env.getImpl());
   env.getImpl()->nodeAllocator = &nodes;
@@ -71,7 +71,7 @@ TEST(Memory, NodesGoToTheSeparateAllocatorAndBackToIt) {
   EXPECT_EQ(TavMemory::of(apart), &nodes);
   TavIntArray array(env, 3);
   EXPECT_EQ(TavMemory::of(array.getImpl()), env.getImpl()->getMemory());
-  env.getImpl()->nodeAllocator = nullptr;  // blocks find their own way home
+  env.getImpl()->nodeAllocator = nullptr;  // a block is freed by the allocator that it came from
   auto* inside = new (env.getImpl()) TestObject(env.getImpl(), nullptr);
   EXPECT_EQ(TavMemory::of(inside), env.getImpl()->getMemory());
   env.getImpl()->destroy(apart, 0);

@@ -1,12 +1,12 @@
 #pragma once
-/// What the host's tests use in place of expression classes.
+/// A model object, a change record and an algorithm for the tests of the host alone.
 
 #include <string>
 #include <vector>
 
 #include "host/tavhost.h"
 
-/// A model object that owns memory of its own, has children, and notes its destruction.
+/// A model object that owns memory, has children and records its destruction.
 class TestObject : public TavExtractableI {
  public:
   TestObject(TavEnvI* env, const char* name, std::vector<TavExtractableI*> operands = {})
@@ -29,7 +29,7 @@ class TestObject : public TavExtractableI {
   std::string text;
   std::vector<TavExtractableI*> children;
   mutable int clones = 0;
-  /// Takes the identifiers of destroyed objects, when set.
+  /// Where the object adds its identifier when it is destroyed, or null.
   std::vector<TavInt>* destroyed = nullptr;
 };
 
@@ -45,7 +45,7 @@ class TestChange final : public TavTyped<TestChange, TavChange> {
   mutable int applied = 0;
 };
 
-/// Hears of `extracted`.
+/// Has extracted one object.
 class TestAlgorithm : public TavAlgorithmI {
  public:
   explicit TestAlgorithm(TavEnv env) : TavAlgorithmI(env.getImpl()) {}

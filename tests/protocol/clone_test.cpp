@@ -62,7 +62,7 @@ TEST_F(Clone, HandlesFindAndRecordClonesAlsoWhileAPassGoesOn) {
   x.setClone(replacement, other);
   EXPECT_EQ(x.getClone(other).getImpl(), replacement.getImpl());
   EXPECT_EQ(x.getClone().getImpl(), clone);
-  auto* laterClone = pass.clone(later.getImpl());  // found in both environments, whatever else was set
+  auto* laterClone = pass.clone(later.getImpl());  // both environments find it although setClone was called
   EXPECT_EQ(later.getClone().getImpl(), laterClone);
   EXPECT_EQ(later.getClone(other).getImpl(), laterClone);
   x.setClone(replacement);

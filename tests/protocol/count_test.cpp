@@ -55,7 +55,7 @@ TEST_F(Count, AnInterceptorComesBeforeTheRemovalAndTheRemovalBeforePlainDestruct
   EXPECT_EQ(extractor.forgotten, 1);
 }
 
-TEST_F(Count, AnEndedNodeGivesBackWhatItTookButTheArrayOfAnElementOfNumbersAndACondition) {
+TEST_F(Count, AnEndedNodeReleasesAllExceptTheArrayOfAnElementOfNumbersAndACondition) {
   const auto references = [&] {
     return o.x.getImpl()->getRefCount() + o.y.getImpl()->getRefCount() + o.i.getImpl()->getRefCount() +
            o.j.getImpl()->getRefCount();
@@ -83,7 +83,7 @@ TEST_F(Count, AnEndedNodeGivesBackWhatItTookButTheArrayOfAnElementOfNumbersAndAC
 TEST_F(Count, TheEnvironmentMayEndTheElementsBeforeTheArrayNode) {
   TavNumExprArg first = leaf(1);
   const TavNumExprArg element = leaf(2);
-  first.end();  // its identifier goes to the next node: the newest identifier, the element's, is destroyed first
+  first.end();  // the array node gets this identifier, so that the element has the newest one and is destroyed first
   EXPECT_LT(TavMin(exprs({element})).getImpl()->getId(), element.getImpl()->getId());
 }
 

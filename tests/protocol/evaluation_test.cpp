@@ -2,7 +2,7 @@
 
 using Evaluation = ProtocolTest;
 
-TEST_F(Evaluation, AsksEveryOperandOnceInTheOrderOfAVisitButForTheseClasses) {
+TEST_F(Evaluation, EvaluatesEveryOperandOnceInTheOrderOfAVisitExceptInTheseClasses) {
   const std::map<std::string, std::string> kOthers = {
       {"TavDistToIntI", "xx"},           {"TavNumMinArrayI", "xxy"},        {"TavNumMaxArrayI", "xxy"},
       {"TavIntMinArrayI", "iij"},        {"TavIntMaxArrayI", "iij"},        {"TavStandardDeviationI", "ijij"},

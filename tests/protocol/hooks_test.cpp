@@ -2,7 +2,7 @@
 
 namespace {
 
-/// What the last hook was called with.
+/// The arguments of the last call of a hook.
 struct Call {
   int hook = 0;
   const void* object = nullptr;
@@ -20,7 +20,7 @@ void* extractHook(TavAlgorithm algorithm, const TavExtractableI* object) {
   return &call;
 }
 
-/// Gives hooks to the class of this name alone, or to all others alone.
+/// Installs hooks for the class of this name only, or for all other classes only.
 void install(const std::string& name, bool own) {
 #define TAV_NODE(Class, Base)                                                                                        \
   if (const bool set = (name == Class::kTypeName) == own; true)                                                      \

@@ -4,7 +4,7 @@
 
 namespace {
 
-/// The static side of a class.
+/// The static functions and members of a class.
 struct Facts {
   TavInt size;
   TavTypeInfo token, base, tokenOfBase;
@@ -39,7 +39,7 @@ class Identity : public ProtocolTest {
   }
 };
 
-TEST_F(Identity, ObjectsAnswerAsTheirClassDoesAndAreOfItsBasesAndOfNoOther) {
+TEST_F(Identity, ObjectsHaveTheTypeOfTheirClassAndItsBasesAndNoOther) {
   std::map<TavTypeInfo, TavTypeInfo> bases{{TavExtractableI::GetTypeInfo(), nullptr},
                                            {TavChange::GetTypeInfo(), nullptr}};
   for (const auto& [name, facts] : kFacts) {
@@ -63,7 +63,7 @@ TEST_F(Identity, ObjectsAnswerAsTheirClassDoesAndAreOfItsBasesAndOfNoOther) {
   EXPECT_EQ(unseen, std::set<std::string>()) << "have no sample";
 }
 
-TEST_F(Identity, AnIndexIsGivenOutByTheStaticFormAlone) {
+TEST_F(Identity, OnlyTheStaticFunctionAssignsAnIndex) {
   forEachObject([&](const char*, const Facts& facts, const auto& object) {
     *facts.slot = *facts.slotOfBase = 0;
     EXPECT_EQ(object.getTypeIndex(), 0);
@@ -71,7 +71,7 @@ TEST_F(Identity, AnIndexIsGivenOutByTheStaticFormAlone) {
     for (int again = 0; again < 2; ++again) EXPECT_EQ(facts.index(), last + 1);
     EXPECT_EQ(object.getTypeIndex(), last + 1);
     EXPECT_EQ(*facts.slotOfBase, 0);
-    EXPECT_EQ(object.getBaseTypeIndex(), last + 2);  // asking for the base's index gives it one
+    EXPECT_EQ(object.getBaseTypeIndex(), last + 2);  // this call assigns one to the base
     EXPECT_EQ(facts.indexOfBase(), last + 2);
   });
 }

@@ -23,7 +23,7 @@ struct SliceI final : TavNode<SliceI, TavTupleSubMapExprI> {
   TavTupleIndexerI* indexer;
 };
 
-/// A parameter.
+/// A parameter of a map.
 template <class Base>
 struct IndexI final : TavNode<IndexI<Base>, Base> {
   static constexpr const char* kTypeName = "IndexI";
@@ -32,7 +32,7 @@ struct IndexI final : TavNode<IndexI<Base>, Base> {
   void visitSubExtractables(TavExtractableVisitor*) override {}
 };
 
-/// A number out of a map.
+/// A number taken from a map.
 struct MapValueI final : LeafI, TavSubMapNode {
   MapValueI(TavEnvI* env, TavIntExprArg at) : LeafI(env, 0, "map"), position(at.getImpl()) {}
   TavIntExprI* getIndexer() const override { return position; }
@@ -61,7 +61,7 @@ TEST_F(SubMap, AnswersThroughItsIndexerAndIsCounted) {
   EXPECT_EQ(slice->getRefCount(), 1);
   slice->release();
   EXPECT_EQ(e->liveObjectCount(), 0);
-  (new (e) SliceI(e, &indexer))->end();  // one without a reference is destroyed at once
+  (new (e) SliceI(e, &indexer))->end();  // without a reference it is destroyed at once
   EXPECT_EQ(e->liveObjectCount(), 0);
 }
 

@@ -1,6 +1,5 @@
 #pragma once
-/// The fixture of the tests: an environment, an algorithm whose values are written down, change records as text, and
-/// texts in both syntaxes.
+/// The fixture of the tests: two environments, a table of values, change records as text, and texts in both syntaxes.
 
 #include <gtest/gtest.h>
 
@@ -24,7 +23,7 @@ inline constexpr TavInt kMaxInt = std::numeric_limits<TavInt>::max();
 /// The names of the leaves that were evaluated.
 inline std::string evaluatedLeaves;
 
-/// A leaf that evaluates to a fixed number and notes its evaluations; for values that no variable takes.
+/// A leaf of a fixed value that records its evaluations.
 template <class Base>
 class FixedI : public TavNode<FixedI<Base>, Base> {
  public:
@@ -49,7 +48,7 @@ class FixedI : public TavNode<FixedI<Base>, Base> {
 using LeafI = FixedI<TavNumExprI>;
 using IntLeafI = FixedI<TavIntExprI>;
 
-/// A column that remembers what was installed last.
+/// A column that records the variable installed last.
 struct TestColumn : TavAddExtractable {
   explicit TestColumn(TavEnv home) : env(home.getImpl()) {}
   void install(TavExtractableI* variable) const override { installed = variable; }
@@ -77,7 +76,7 @@ class TavTest : public ::testing::Test {
     other.end();
   }
 
-  /// What a handle or an object prints, in the plain and in the library syntax.
+  /// The text of a handle or an object in the plain syntax, and in the library syntax.
   template <class T>
   std::string plain(const T& object) const {
     std::ostringstream os;
@@ -138,8 +137,8 @@ class TavTest : public ::testing::Test {
     return node;
   }
 
-  /// What a linear node holds: "2x -1y <p> 5" stands for the terms, the parts and the constant; "#" before it marks the
-  /// integer one. Any other node: its name, or its class and its plain text, "TavNumTimesCstI{p * 3}".
+  /// The content of a linear node: "2x -1y <p> 5" are its terms, parts and constant; "#" stands before an integer node.
+  /// For any other node its name, or its class and plain text: "TavNumTimesCstI{p * 3}".
   std::string shape(TavNumExprArg expression) const { return shape(expression.getImpl()); }
   std::string shape(TavNumExprI* node) const {
     std::ostringstream os;
@@ -165,7 +164,7 @@ class TavTest : public ::testing::Test {
   double eval(TavNumExprArg expression) { return expression.eval(TavAlgorithm(&algorithm)); }
 
   using Calls = std::initializer_list<std::function<void()>>;
-  /// Each call throws an E with this message, "" for none, and makes no object and no term.
+  /// Expects each call to throw an E with this message ("" for none) and to leave no new object or term.
   template <class E>
   void refuses(const std::string& message, Calls calls) {
     int at = 0;

@@ -1,5 +1,5 @@
 #pragma once
-/// What the tests that are made of the pages call; see tests/docs/page.awk.
+/// The fixture of the tests that tests/docs/page.awk makes of documentation pages.
 
 #include <array>
 #include <atomic>
@@ -9,7 +9,7 @@
 
 class Page : public TavTest {
  protected:
-  /// Expressions of this value, an integer expression's too: `r` numeric, `w` integer.
+  /// Numeric (`r`) and integer (`w`) expressions of this value, which need not be whole.
   TavNumExprArg r(double value) { return leaf(value, "r"); }
   TavIntExprArg w(double value) { return intLeaf(value, "w"); }
   TavNumExprArray rs(std::initializer_list<double> values) {
@@ -30,7 +30,7 @@ class Page : public TavTest {
     return Arg(static_cast<decltype(expression.getImpl())>(clone));
   }
 
-  /// As few digits as tell the number from all others.
+  /// The number in the fewest digits that identify it.
   std::string value(double number) const {
     char text[32];
     return number != number ? "nan" : std::string(text, std::to_chars(text, text + sizeof text, number).ptr);
@@ -49,7 +49,7 @@ class Page : public TavTest {
     return lines(library(object), object);
   }
   static std::string text(const std::string& found) { return found; }
-  /// Whether the debug build stops at the use with this sentence.
+  /// Expects a debug build to stop at the use with this sentence.
   template <class Use>
   void stops(const char* use, const char* sentence, Use run) {
 #ifdef NDEBUG
@@ -57,13 +57,13 @@ class Page : public TavTest {
 #else
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH(run(), std::string(sentence) + "|AddressSanitizer")
-        << use;  // it sees a freed node before the assertion
+        << use;  // which reports a freed node before the assertion does
 #endif
   }
   std::string structure(TavNumExprArg expression) const { return shape(expression); }
 
-  /// "[lb .. ub] " of every element, behind "i" for an integer one, with its threshold if it has one; "null " for an
-  /// empty one.
+  /// "[lb .. ub] " for every element, with "i" before an integer one and the threshold of a semi-continuous one after;
+  /// "null " for an empty one.
   template <class Array>
   std::string bounds(const Array& array) const {
     std::ostringstream os;
@@ -82,7 +82,7 @@ class Page : public TavTest {
   void gives(const char* expression, const std::string& wanted, const std::function<std::string()>& found) {
     EXPECT_EQ(found(), wanted) << expression;
   }
-  /// The call throws an E with this message and makes nothing.
+  /// Expects the call to throw an E with this message and to make nothing.
   template <class E>
   void throws(const char* call, const std::string& message, const std::function<void()>& run) {
     SCOPED_TRACE(call);
@@ -90,7 +90,7 @@ class Page : public TavTest {
   }
 
  private:
-  /// The text with the identifier of an object written "#".
+  /// The text with the identifier of the object replaced by "#".
   template <class T>
   static std::string lines(std::string text, const T& object) {
     if constexpr (requires { object.getImpl()->getId(); }) {

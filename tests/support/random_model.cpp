@@ -62,7 +62,7 @@ void append(Node& linear, const Ref& summand) {
   }
 }
 
-/// Every part, coefficient and constant times k, or divided by it.
+/// Multiplies every part, coefficient and constant by k, or divides them.
 Ref scaled(Node n, Constant k, bool divided) {
   for (Ref& part : n.ops) part = divided ? over(part, k.value) : times(part, k);
   for (auto& term : n.terms) term.second = divided ? term.second / k.value : term.second * k.value;
@@ -112,7 +112,7 @@ std::string text(const Ref& n, bool library, const VariableOf& variable) {
     variable(*n)->display(os);
     return os.str();
   }
-  auto op = n->ops.begin();  // operands are read in the order in which the library's text names them
+  auto op = n->ops.begin();  // operands stand in the order in which the library text names them
   std::map<char, std::string> operands;
   const auto textOf = [&](char letter) {
     std::vector<std::string> elements;

@@ -1,7 +1,7 @@
 #pragma once
-/// An independent model of expressions: immutable values that follow the written rules of the operators and nodes,
-/// without a word on which node is used again. Random programs are run on the library and on this model side by side.
-/// What a class prints and evaluates to stands in its sample; linear sums and operators are modelled here.
+/// An independent model of expressions: immutable values that follow the documented rules of operators and nodes. It
+/// says nothing of which nodes the library reuses. Random programs run on the library and on this model. Text and value
+/// of a class are in its sample; linear sums and operators are modelled here.
 
 #include <cstring>
 #include <map>
@@ -51,9 +51,9 @@ using VariableOf = std::function<TavNumVarI*(const Node&)>;
 double eval(const Ref& n);
 bool isInteger(const Ref& n, const VariableOf& variable);
 std::string text(const Ref& n, bool library, const VariableOf& variable);
-/// What a visit shows.
+/// The sub-objects that a visit shows.
 std::vector<Ref> children(const Ref& n);
-/// The number of nodes in the tree, shared ones counted each time, up to `limit`.
+/// The number of nodes in the tree; a shared one counts each time. Stops counting above `limit`.
 long weight(const Ref& n, long limit);
 
 Ref make(const char* name, std::vector<Ref> ops, Numbers numbers);
@@ -66,9 +66,9 @@ Ref plus(const Ref& e, Constant k);
 Ref times(const Ref& e, Constant k);
 Ref over(const Ref& e, double d);
 Ref product(const Ref& a, const Ref& b);
-/// The number of merged terms.
+/// Returns the number of merged terms.
 long normalize(Node& linear);
-/// The coefficient before.
+/// Returns the old coefficient.
 double setCoef(Node& linear, const Ref& var, double coef);
 
 }  // namespace model

@@ -14,12 +14,12 @@ using model::Constant;
 using model::Node;
 using model::Ref;
 
-/// What a program found to differ.
+/// Thrown for a difference between library and model.
 struct Difference {
   std::string what;
 };
 
-/// The sign of a not-a-number is the processor's affair.
+/// The sign of a not-a-number depends on the processor.
 std::string withoutNanSigns(std::string text) {
   for (std::size_t at; (at = text.find("-nan")) != std::string::npos;) text.erase(at, 1);
   return text;
@@ -83,19 +83,19 @@ class Program {
     return from[static_cast<std::size_t>(pick(static_cast<int>(from.size())))];
   }
 
-  /// What the library makes, and the same by the model.
+  /// An operation of the library, and the same operation of the model.
   struct Operation {
     std::function<TavNumExprArg()> real;
     std::function<Ref()> model;
   };
-  /// Runs one of the operations, to which the operands belong.
+  /// Runs one of these operations on the operands.
   Expr run(const std::vector<Expr>& operands, std::vector<Operation> operations) {
     const Operation& operation = oneOf(operations);
     TavNumExprArg made;
     attempt(operands, [&] { made = operation.real(); });
     return bind(operation.model(), made.getImpl());
   }
-  /// A call of the library. One that fails for want of memory has changed nothing and is made again.
+  /// Calls the library. A call that fails for lack of memory must change nothing, and is repeated.
   void attempt(const std::vector<Expr>& operands, const std::function<void()>& call) {
     if (!_shortage) return call();
     std::vector<std::pair<Expr, TavInt>> watched;
@@ -109,12 +109,12 @@ class Program {
       }
     }
   }
-  /// Objects, cells and bytes.
+  /// The number of objects, cells and bytes in use.
   std::array<TavInt, 3> balance() const {
     TavEnvI* env = _env.getImpl();
     return {env->liveObjectCount(), env->liveTermCount(), env->getMemory()->usedBytes()};
   }
-  /// A term that an operation takes; while the operation fails it stays as it is.
+  /// A term that an operation consumes; a failed operation must leave it as it is.
   template <class Term>
   static auto loose(Term term) {
     return [term, coef = term.getCoef()] {
@@ -170,8 +170,8 @@ class Program {
                    : operation<TavNumExprArg, TavNumVar, double>(depth);
   }
 
-  /// An operator on two operands, now and then the same one twice; numeric and integer alike. What it does not use
-  /// stays as a temporary.
+  /// A numeric or integer operator on two operands, sometimes the same one twice. Operands that it does not use stay as
+  /// temporaries.
   template <class Arg, class Var, class Number>
   Expr operation(int depth) {
     constexpr bool kInt = std::is_same_v<Number, TavInt>;
@@ -244,7 +244,7 @@ class Program {
     return samples;
   }
 
-  /// A node of some class, with the operands that its text names.
+  /// A node of a random class, with the operands that its text names.
   Expr sample(int depth, bool wantInt) {
     static std::vector<const NodeSample*> kSamples[] = {composable(false), composable(true)};
     const NodeSample* chosen = oneOf(kSamples[wantInt]);
@@ -271,7 +271,7 @@ class Program {
       if (letter == 'k') o.k = number(smallInteger()).whole;
       if (letter < 'A' || letter > 'Z') continue;
       if (letter < 'I' || letter == 'K') numbers[letter];
-      for (int n = letter != 'D' && letter != 'I'; n <= size; ++n) {  // of slopes one more than of breakpoints
+      for (int n = letter != 'D' && letter != 'I'; n <= size; ++n) {  // one more slope than breakpoints
         if (letter == 'X') o.X.add(num(element(n, false)));
         if (letter == 'I') o.I.add(whole(element(n, true)));
         if (letter == 'C') o.C.add(number(constant()).value);
@@ -322,7 +322,7 @@ class Program {
     check(handle.expr());
   }
 
-  /// An integer or a numeric handle: each compound assignment is its operator.
+  /// Edits an integer or numeric handle: each compound assignment does what its operator does.
   template <class H>
   Ref editing(H& h, const Ref& old, const Expr& e) {
     constexpr bool kInt = std::is_same_v<H, TavIntExpr>;

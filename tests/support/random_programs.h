@@ -1,5 +1,5 @@
 #pragma once
-/// Random expression programs, run on the library and on the model of tests/support/random_model.h side by side.
+/// Random expression programs that run on the library and on the model of tests/support/random_model.h.
 
 #include <cstdint>
 #include <functional>
@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
-/// Where the choices of a program come from: a seeded generator, or bytes, of which every sequence means a program.
+/// The choices of a program: from a seeded generator, or from bytes, where every sequence is a program.
 class Choices {
  public:
   explicit Choices(unsigned seed) : _random(seed) {}
-  /// Behind the last byte every choice is 0; the bytes stay the caller's.
+  /// After the last byte every choice is 0. The caller keeps the bytes alive.
   explicit Choices(std::span<const std::uint8_t> bytes) : _bytes(bytes), _fromBytes(true) {}
   /// One of 0 .. n - 1, n being at most 256.
   int pick(int n) { return static_cast<int>(next() % static_cast<unsigned>(n)); }
@@ -39,26 +39,26 @@ namespace model {
 struct Node;
 }
 
-/// Memory that is short.
+/// Lets allocations fail.
 class Shortage {
  public:
   virtual ~Shortage() = default;
-  /// Leaves no free memory in the environment, so that what it needs next comes from the system.
+  /// Takes all free memory of the environment, so that its next allocation goes to the system.
   virtual void exhaust(TavEnvI* env) = 0;
-  /// Makes the call, in which an allocation may fail. Whether it has failed by std::bad_alloc.
+  /// Makes the call, during which an allocation may fail. Whether it threw std::bad_alloc.
   virtual bool refuses(const std::function<void()>& call) = 0;
 };
 
-/// An expression by the model and by the library.
+/// An expression of the library and its model.
 struct ProgramExpression {
   std::shared_ptr<const model::Node> model;
   TavNumExprI* object;
 };
-/// Looks at the variables and the expressions that a program has in the end; empty, or what differs.
+/// Checks the variables and the expressions at the end of a program. Returns what differs, or an empty text.
 using InspectExpressions = std::function<std::string(TavEnv env, const std::vector<ProgramExpression>& variables,
                                                      const std::vector<ProgramExpression>& expressions)>;
 
-/// Runs the program of these choices, its second half under the shortage if there is one. Empty when library and model
-/// agree on every value (bit for bit, or both not a number), text, visit, kind, count and balance; else what differs
-/// first.
+/// Runs the program of these choices, its second half with failing allocations if there is a shortage. Returns the
+/// first difference, or an empty text when library and model agree on every value (bit for bit, or both not a number),
+/// text, visit, kind, count and balance.
 std::string runRandomProgram(Choices choices, Shortage* shortage = nullptr, const InspectExpressions& inspect = {});

@@ -1,7 +1,7 @@
 #pragma once
-/// One sample of every class that can be made: how it is made, and for an expression both texts, the value and the
-/// kind. The tests of the protocol run over the samples, the random programs compose them. A class of
-/// expression/classes.inc that has no sample fails a test.
+/// One sample of every class that is not abstract: how it is made, and for an expression both texts, the value and the
+/// kind. The tests of the protocol run over the samples, and random programs compose them. A test fails for a class of
+/// expression/classes.inc without a sample.
 
 #include <functional>
 #include <stdexcept>
@@ -10,7 +10,7 @@
 
 #include "expression/nodes.h"
 
-/// What a sample is made of. Texts name the operands by these letters: "%x" is the text of x.
+/// The operands of samples. Texts name them by these letters: "%x" is the text of x.
 struct Operands {
   explicit Operands(TavEnv home) : env(home), X(home), I(home), C(home), D(home), K(home) {}
   TavEnv env;
@@ -27,10 +27,10 @@ struct Operands {
   TavConstraint truth;
 };
 
-/// Thrown by a value function where there is no value: a division of integers by zero, an array without elements.
+/// Thrown by a value function where there is no value: division of integers by zero, an empty array.
 struct Undefined {};
 
-/// The value of a node from those of its operands, its constants behind them.
+/// Computes the value of a node from the values of its operands, followed by its constants.
 struct Value {
   Value() = default;
   Value(double (*f)(double)) : of([f](const auto& v) { return f(v[0]); }) {}
@@ -47,7 +47,7 @@ struct NodeSample {
   TavExtractableI* (*make)(const Operands&);
   /// Whether a numeric expression is integer when all operands and constants are.
   bool follows = false;
-  /// Whether only an operator makes it, which now and then makes something else.
+  /// Whether only an operator makes it, which may also make another class.
   bool folds = false;
   /// The texts in both syntaxes; the first one names all operands in the order of a visit. Null where a random program
   /// does not compose the class.
@@ -68,7 +68,8 @@ struct ChangeSample {
 const std::vector<NodeSample>& nodeSamples();
 const std::vector<ChangeSample>& changeSamples();
 
-/// The sub-objects that a visit shows, between one begin and one end, as parts of the object; throws otherwise.
+/// The sub-objects that a visit shows. Throws unless they are shown between one begin and one end, as parts of the
+/// object.
 inline std::vector<TavExtractableI*> childrenOf(TavExtractableI* object) {
   struct Visitor final : TavExtractableVisitor {
     void beginVisit(TavExtractableI*) override { require(depth++ == 0); }

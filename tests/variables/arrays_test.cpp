@@ -4,7 +4,7 @@ namespace {
 
 using VarArrays = TavTest;
 
-/// Array(env, n, e, ..., e) for one to ten elements, with the right n and with a wrong one.
+/// Calls Array(env, n, e, ..., e) with one to ten elements, once with the right n and once with a wrong one.
 template <class Array, class Element, std::size_t... K>
 void checkCounts(TavEnv env, const std::string& name, Element e, std::index_sequence<K...>) {
   const auto one = [&]<std::size_t... J>(std::index_sequence<J...>) {
@@ -53,7 +53,7 @@ TEST_F(VarArrays, OfExpressionsLockReleaseAndEndTheirElements) {
     for (const auto each : {element, decltype(element)(), element}) array.add(each);
     array.lockExprs();
     EXPECT_EQ(element.getImpl()->getRefCount(), 2);
-    array.releaseExprs();  // the second reference takes the element along
+    array.releaseExprs();  // which destroys the element with its second reference
   };
   use(TavNumExprArray(env), leaf(1));
   use(TavIntExprArray(env), intLeaf(1));

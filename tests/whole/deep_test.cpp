@@ -1,5 +1,5 @@
-// Expressions nested far deeper than the stack of the thread that works on them has room for: at two machine words a
-// level the smallest frame of a recursion fills it many times over.
+// Expressions nested much deeper than a thread's stack allows: even with frames of two machine words, a recursion would
+// overflow the stack many times over.
 
 #include <pthread.h>
 #include <sys/resource.h>
@@ -15,12 +15,12 @@
 namespace {
 
 #ifdef __SANITIZE_THREAD__
-constexpr std::size_t kTaken = std::size_t{1} << 21;  // the sanitizer's own data lies on a thread's stack
+constexpr std::size_t kTaken = std::size_t{1} << 21;  // the sanitizer puts data of its own on a thread's stack
 #else
 constexpr std::size_t kTaken = 0;
 #endif
 
-/// Runs the body on `count` threads at once, each with a stack of this size.
+/// Runs the body on `count` threads at the same time, each with a stack of this size.
 void onSmallStack(std::size_t bytes, const std::function<void()>& body, std::size_t count = 1) {
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);
@@ -58,7 +58,7 @@ using E = TavNumExprI*;
 TavNumExprArg num(E e) { return TavNumExprArg(e); }
 TavIntExprArg whole(E e) { return TavIntExprArg(static_cast<TavIntExprI*>(e)); }
 
-/// A node of a class over another one, which stands in the place of one of its sample's operands.
+/// A class of nodes, nested in the place of one of its operands.
 struct Shape {
   const NodeSample* sample;
   char place;
@@ -73,8 +73,8 @@ struct Shape {
     return static_cast<E>(sample->make(w.o));
   }
   std::string name() const { return std::string(sample->name) + " over " + place; }
-  /// Whether nodes of the class nest there: a node of integer operands is integer itself, and none is asked or printed
-  /// twice, folded, or a divisor that becomes zero.
+  /// Whether nodes of the class can be nested there: an operand that must be integer needs an integer node, and the
+  /// class must not evaluate or print the operand twice, fold, or divide by zero.
   bool nests() const {
     static const std::set<std::string> kOthers = {"TavDistToIntI over x",          "TavNumTimesCstI over x",
                                                   "TavIntTimesCstI over i",        "TavNumDivCstI over x",
@@ -89,8 +89,8 @@ struct Shape {
   }
 };
 
-/// Builds, prints, evaluates, clones and ends so many levels of the shape; what one level does is learned from one
-/// node.
+/// Builds, prints, evaluates, clones and ends this many levels of the shape. The expected text and value are computed
+/// from a single node.
 void liveThrough(const Shape& shape, TavInt levels) {
   SCOPED_TRACE(shape.name());
   World w, copies, single;
@@ -120,7 +120,7 @@ void liveThrough(const Shape& shape, TavInt levels) {
     EXPECT_TRUE(found == value || (found != found && value != value)) << found;
   }
   all.end();
-  if (shape.name() == "TavConditionalIntExprI over i") return;  // a condition is never given back
+  if (shape.name() == "TavConditionalIntExprI over i") return;  // a condition is never released
   EXPECT_EQ(w.env.getImpl()->liveObjectCount(), atFirst);
 }
 
@@ -160,7 +160,7 @@ TEST(Deep, FactorsReachThePartsOfNestedSums) {
   });
 }
 
-/// `check` with a tower of absolute values over the leaf, which is 1 before and after.
+/// Calls `check` with nested absolute values of the leaf, whose value is 1 before and after.
 void underAbsoluteValues(std::size_t threads, const std::function<void(World&, TavNumExprArg)>& check) {
   const auto run = [&check] {
     World w;
@@ -180,7 +180,7 @@ TEST(Deep, FailuresComeBackFromTheBottomOnEveryThread) {
   });
 }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // they need room of their own
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // they need memory of their own
 TEST(Deep, WithoutMemoryForMoreStackBadAllocComesOut) {
   underAbsoluteValues(1, [](World& w, TavNumExprArg e) {
     rlimit limit;

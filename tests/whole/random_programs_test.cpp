@@ -20,7 +20,7 @@ std::string firstDifference(unsigned first, unsigned last) {
   return "";
 }
 
-// 1500 programs, or as many as the environment variable TAV_SEEDS says.
+// Runs 1500 programs, or the number in the environment variable TAV_SEEDS.
 TEST(RandomPrograms, AgreeWithTheModel) {
   const char* seeds = std::getenv("TAV_SEEDS");
   EXPECT_EQ(firstDifference(1, seeds ? static_cast<unsigned>(std::strtoul(seeds, nullptr, 10)) : 1500), "");
@@ -37,7 +37,7 @@ TEST(RandomPrograms, OfDifferentEnvironmentsNeverMeetOnDifferentThreads) {
   for (const std::string& difference : differences) EXPECT_EQ(difference, "");
 }
 
-// What fuzzing has found worth keeping; scripts/fuzz looks for more.
+// Programs found by fuzzing that cover code which others do not; scripts/fuzz searches for more.
 TEST(RandomPrograms, OfTheCorpusAgreeWithTheModel) {
   std::size_t programs = 0;
   for (const auto& file : std::filesystem::directory_iterator(TAV_SOURCE_DIR "/tests/fuzz/corpus/programs")) {

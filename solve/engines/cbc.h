@@ -14,7 +14,7 @@ class OsiClpSolverInterface;
 
 namespace tavsolve {
 
-class CbcEngineI final : public EngineI {
+class CbcEngineI : public EngineI {
  public:
   explicit CbcEngineI(const Model& model);
   ~CbcEngineI() override;
@@ -22,6 +22,8 @@ class CbcEngineI final : public EngineI {
   const char* name() const override { return "cbc"; }
 
  protected:
+  /// What is loaded.
+  const OsiClpSolverInterface& solver() const { return *_solver; }
   void load() override;
   void columnChanged(int column) override;
   void rowChanged(int row) override;

@@ -138,7 +138,7 @@ void printAnswer(std::ostream& os, const Solution& solution, double tolerance) {
   os << "effort     " << answer.iterations << " iterations, " << answer.nodes << " nodes\n"
      << "time       " << seconds << " s in the solver";
   if (answer.evaluationSeconds > 0.0) {
-    std::snprintf(seconds, sizeof seconds, "%.3f", answer.evaluationSeconds);
+    std::snprintf(seconds, sizeof seconds, "%.6f", answer.evaluationSeconds);
     os << ", " << seconds << " s of it in functions of the model";
   }
   os << "\n";

@@ -65,13 +65,11 @@ TEST_F(Hooks, AClassCallsItsOwnAndFailsWhenAllOtherClassesHaveTheirs) {
 }
 
 TEST_F(Hooks, AChangeRecordShowsItsVariableAsAPartOfTheObject) {
-  struct Visitor final : TavChangeVisitor {
-    void visitChild(TavExtractableI* object, TavExtractableI* shown) override { owner = object, part = shown; }
-    TavExtractableI* owner = nullptr;
-    TavExtractableI* part = nullptr;
-  };
   forEachChange([&](const ChangeSample& sample, const TavChange& change) {
-    Visitor visitor;
+    struct Visitor final : TavChangeVisitor {
+      void visitChild(TavExtractableI* object, TavExtractableI* shown) override { owner = object, part = shown; }
+      TavExtractableI *owner = nullptr, *part = nullptr;
+    } visitor;
     change.visitChange(env.getImpl(), o.x.getImpl(), &visitor);
     EXPECT_EQ(visitor.part ? visitor.part->getName() : std::string(), sample.part);
     const bool ofConversion = change.isType(TavConversionRemoveVar::GetTypeInfo());

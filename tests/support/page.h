@@ -12,16 +12,8 @@ class Page : public TavTest {
   /// Numeric (`r`) and integer (`w`) expressions of this value, which need not be whole.
   TavNumExprArg r(double value) { return leaf(value, "r"); }
   TavIntExprArg w(double value) { return intLeaf(value, "w"); }
-  TavNumExprArray rs(std::initializer_list<double> values) {
-    TavNumExprArray array(env);
-    for (double each : values) array.add(r(each));
-    return array;
-  }
-  TavIntExprArray ws(std::initializer_list<double> values) {
-    TavIntExprArray array(env);
-    for (double each : values) array.add(w(each));
-    return array;
-  }
+  TavNumExprArray rs(std::initializer_list<double> values) { return each(TavNumExprArray(env), values, &Page::r); }
+  TavIntExprArray ws(std::initializer_list<double> values) { return each(TavIntExprArray(env), values, &Page::w); }
 
   /// The clone in the other environment.
   template <class Arg>
@@ -90,6 +82,11 @@ class Page : public TavTest {
   }
 
  private:
+  template <class Array>
+  Array each(Array array, std::initializer_list<double> values, auto make) {
+    for (const double value : values) array.add((this->*make)(value));
+    return array;
+  }
   /// The text with the identifier of the object replaced by "#".
   template <class T>
   static std::string lines(std::string text, const T& object) {

@@ -19,7 +19,7 @@ template <class Handle, class Impl>
 class TavHandleArray : public TavExtractableArray {
  public:
   using TavExtractableArray::TavExtractableArray;
-  /// What the array gives for a position.
+  /// The type of an element.
   using Element = Handle;
 
   TavHandleArray() noexcept = default;
@@ -189,7 +189,7 @@ class TavIntVarArray : public TavHandleArray<TavIntVar, TavNumVarI> {
 /// Array of 0-1 variables.
 class TavBoolVarArray : public TavIntVarArray {
  public:
-  /// What the array gives for a position.
+  /// The type of an element.
   using Element = TavBoolVar;
 
   TavBoolVarArray() noexcept = default;

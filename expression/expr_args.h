@@ -55,10 +55,10 @@ class TavNumExprArg {
   double getNumConstant() const;
   /// Whether the value is known to be integral. Throws TavEmptyHandleException.
   bool isInteger() const;
-  /// The value under `algorithm`. Throws TavEmptyHandleException, and what the algorithm throws for a variable. Nesting
-  /// a million deep takes no deep stack (on Linux with glibc; elsewhere it goes as deep as the stack): where the stack
-  /// ends, evaluation continues on a fresh segment, and throws std::bad_alloc when there is no memory for one. The
-  /// same holds for isInteger() and for printing.
+  /// The value under `algorithm`. Throws TavEmptyHandleException, and what the algorithm throws for a variable.
+  /// Expressions may nest a million deep (on Linux with glibc; elsewhere the stack limits the depth): at the end of the
+  /// stack evaluation continues on a new segment, and throws std::bad_alloc when there is no memory for one. The same
+  /// applies to isInteger() and to printing.
   double eval(TavAlgorithm algorithm) const;
   /// Calls the node's own end() and empties this handle: a counted node loses one reference, so that an unused
   /// temporary is destroyed; a variable is destroyed. Leaves an empty handle unchanged.

@@ -1,7 +1,7 @@
 #pragma once
 /// Functions of expressions.
 ///
-/// No function simplifies: constants, equal operands and arrays of one element give a node all the same. Results are
+/// No function simplifies: constants, equal operands and arrays of one element make a node too. Results are
 /// uncounted: keep them in a TavNumExpr, TavExpr or TavIntExpr. An empty operand throws TavEmptyHandleException. A node
 /// costs O(1), one pooled block; array forms copy their array, O(n).
 
@@ -25,9 +25,8 @@ TavIntExprArg TavSgn(TavNumExprArg x);
 TavNumExprArg TavMin(TavNumExprArg a, TavNumExprArg b);
 TavIntExprArg TavMin(TavIntExprArg a, TavIntExprArg b);
 ///@{
-/// The lesser of an expression and a number, on whichever side it stands: x if c > x, else c. Prints "TavMin( " x ", "
-/// c
-/// ") ", or "min( " x ", " c ")"; an integer one "( " x ", " c ") ", or "min(" x ", " c ")".
+/// The lesser of an expression and a number, in either order: x if c > x, else c. Prints
+/// "TavMin( " x ", " c ") ", or "min( " x ", " c ")"; an integer one "( " x ", " c ") ", or "min(" x ", " c ")".
 TavNumExprArg TavMin(TavNumExprArg x, TavNumArg c);
 TavIntExprArg TavMin(TavIntExprArg x, TavIntArg c);
 inline TavNumExprArg TavMin(TavNumArg c, TavNumExprArg x) { return TavMin(x, c); }
@@ -52,9 +51,8 @@ TavInt TavMin(TavIntArray array);
 TavNumExprArg TavMax(TavNumExprArg a, TavNumExprArg b);
 TavIntExprArg TavMax(TavIntExprArg a, TavIntExprArg b);
 ///@{
-/// The greater of an expression and a number, on whichever side it stands: x if x > c, else c. Prints "TavMax( " x ", "
-/// c
-/// ") ", or "max( " x ", " c ")"; an integer one "( " x ", " c ") ", or "max(" x ", " c ")".
+/// The greater of an expression and a number, in either order: x if x > c, else c. Prints
+/// "TavMax( " x ", " c ") ", or "max( " x ", " c ")"; an integer one "( " x ", " c ") ", or "max(" x ", " c ")".
 TavNumExprArg TavMax(TavNumExprArg x, TavNumArg c);
 TavIntExprArg TavMax(TavIntExprArg x, TavIntArg c);
 inline TavNumExprArg TavMax(TavNumArg c, TavNumExprArg x) { return TavMax(x, c); }
@@ -105,7 +103,7 @@ double TavScalProd(TavNumArray a, TavIntArray b);
 TavInt TavScalProd(TavIntArray a, TavIntArray b);
 
 /// The sum of all elements, in order: a new linear node, O(n) in the number of terms. The array's elements stay as they
-/// are. 0 for an empty array. Mixed environments: the message of the addition that meets them.
+/// are. 0 for an empty array. Mixed environments: TavWrongUsage with the message of the addition.
 TavNumExprArg TavSum(TavNumExprArray array);
 TavNumExprArg TavSum(TavNumVarArray array);
 TavIntExprArg TavSum(TavIntExprArray array);
@@ -117,7 +115,7 @@ TavInt TavSum(TavIntArray array);
 
 ///@{
 /// x to the power y, by std::pow: a negative base with a fractional exponent gives a not-a-number. Counts as integer
-/// when both sides do, negative exponents notwithstanding. Mixed environments: TavWrongUsage "TavPower: mixing mismatch
+/// when both sides do, also with negative exponents. Mixed environments: TavWrongUsage "TavPower: mixing mismatch
 /// environments". Prints "( " x "^ " y ") ", or x " ^ " y.
 TavNumExprArg TavPower(TavNumExprArg x, TavNumExprArg y);
 TavNumExprArg TavPower(TavNumExprArg x, TavNumArg y);
@@ -144,7 +142,7 @@ TavNumExprArg TavLog10(TavNumExprArg x);
 ///@}
 
 ///@{
-/// Roundings. They count as integer when their operand does, but for TavNumToInt, which always does.
+/// Roundings. They count as integer when their operand does, TavNumToInt always.
 /// Up and down: std::ceil, std::floor. Print "TavCeil(" x ") ", or "ceil(" x ")"; "floor(".
 TavNumExprArg TavCeil(TavNumExprArg x);
 TavNumExprArg TavFloor(TavNumExprArg x);

@@ -1,5 +1,5 @@
 #pragma once
-/// Terms, counted handles and what one does with handles: copies, text, keys of maps.
+/// Terms and counted handles; clones, text and hashes of handles.
 
 #include <cstddef>
 #include <iterator>
@@ -23,9 +23,9 @@ class TavNumLinExprTerm {
 
   /// The cell.
   TavNumLinExprTermI* getImpl() const noexcept { return _cell; }
-  /// The variable. Ask before an expression takes the term.
+  /// The variable. Call it before an expression takes the term.
   TavNumVar getVar() const noexcept { return TavNumVar(_cell->var); }
-  /// The coefficient. Ask before an expression takes the term.
+  /// The coefficient. Call it before an expression takes the term.
   double getCoef() const noexcept { return _cell->coef; }
   /// A new linear node of this one term. Throws TavEmptyHandleException.
   operator TavNumExprArg() const;
@@ -46,9 +46,9 @@ class TavIntLinExprTerm {
 
   /// The cell.
   TavNumLinExprTermI* getImpl() const noexcept { return _cell; }
-  /// The variable. Ask before an expression takes the term.
+  /// The variable. Call it before an expression takes the term.
   TavIntVar getVar() const noexcept { return TavIntVar(_cell->var); }
-  /// The coefficient. Ask before an expression takes the term.
+  /// The coefficient. Call it before an expression takes the term.
   double getCoef() const noexcept { return _cell->coef; }
   /// A new integer linear node of this one term. Throws TavEmptyHandleException.
   operator TavIntExprArg() const;
@@ -141,15 +141,15 @@ class TavExpr : public TavNumExpr {
    public:
     /// An iterator at the end.
     LinearIterator() noexcept = default;
-    /// An iterator that stands on this cell; null for the end.
+    /// An iterator at this cell; null for the end.
     explicit LinearIterator(const TavNumLinExprTermI* cell) noexcept : _cell(cell) {}
     /// Whether there is a term; false at the end.
     bool ok() const noexcept { return _cell != nullptr; }
     /// The same as ok().
     explicit operator bool() const noexcept { return ok(); }
-    /// The variable of the term that it stands on.
+    /// The variable of the current term.
     TavNumVar getVar() const noexcept { return TavNumVar(_cell->var); }
-    /// The coefficient of the term that it stands on.
+    /// The coefficient of the current term.
     double getCoef() const noexcept { return _cell->coef; }
     /// Moves to the next term.
     LinearIterator& operator++() noexcept {
@@ -166,14 +166,14 @@ class TavExpr : public TavNumExpr {
     TavNumVar variable;  ///< Never empty.
     double coef;         ///< Its coefficient.
   };
-  /// The terms as a range, for `for (const auto [variable, coef] : e.terms())`. It holds until the sum changes.
+  /// The terms as a range, for `for (const auto [variable, coef] : e.terms())`. It is valid until the sum changes.
   class Terms;
 
   TavExpr() noexcept = default;
   /// A new sum with this constant and no terms.
   explicit TavExpr(TavEnv env, double constant = 0.0) : TavNumExpr(env, constant) {}
-  /// Takes the node over when nobody holds it, else a copy; an expression that is not linear becomes the one part of a
-  /// new sum.
+  /// Takes over a linear node that has no references, otherwise a copy of it. An expression that is not linear becomes
+  /// the one part of a new sum.
   TavExpr(TavNumExprArg expression);
   /// The same for a counted expression.
   TavExpr(const TavNumExpr& expression) : TavExpr(TavNumExprArg(expression.getImpl())) {}
@@ -234,7 +234,7 @@ class TavExpr : public TavNumExpr {
   bool isNormalized() const;
   /// A new handle on a copy; parts are shared.
   TavExpr copy() const;
-  /// An iterator that stands on the first term. It holds until the sum changes. Throws TavEmptyHandleException.
+  /// An iterator at the first term. It is valid until the sum changes. Throws TavEmptyHandleException.
   LinearIterator getLinearIterator() const;
   /// The terms as a range. Throws TavEmptyHandleException.
   Terms terms() const;
@@ -247,7 +247,7 @@ class TavExpr::Terms {
   class Iterator {
    public:
     ///@{
-    /// What the standard library asks of an iterator.
+    /// The types that the standard library requires of an iterator.
     using value_type = Term;
     using difference_type = std::ptrdiff_t;
     using iterator_concept = std::forward_iterator_tag;
@@ -258,9 +258,9 @@ class TavExpr::Terms {
 
     /// An iterator at the end.
     Iterator() noexcept = default;
-    /// An iterator that stands on this cell; null for the end.
+    /// An iterator at this cell; null for the end.
     explicit Iterator(const TavNumLinExprTermI* cell) noexcept : _cell(cell) {}
-    /// The term that it stands on.
+    /// The current term.
     Term operator*() const noexcept { return {TavNumVar(_cell->var), _cell->coef}; }
     ///@{
     /// Move to the next term.
@@ -386,18 +386,8 @@ struct TavHandleEqual {
   }
 };
 
-/// Whether x has no fractional part; false for infinities and not-a-numbers.
-bool TavNumIsInteger(double x) noexcept;
-
 /// Throws TavEmptyHandleException for null and TavNumExpr::NonLinearExpression unless the node is a linear one without
 /// parts.
 void TavTestIsLinear(TavNumExprI* node);
-
-/// Writes |x| as null-terminated decimal text and returns its length; the caller prints the sign. `precision` digits
-/// follow the first one: above 14 or -1 counts as 14, any other value below 1 as 1. Exponents above the precision
-/// or below -6 give the exponent form ("1.5e+20", "1e-7"), all others positional text without trailing zeros. An
-/// infinity or not-a-number gives "?" and status -1, everything else status 0. `out` has room for 24
-/// characters.
-int convertTavNum(char* out, double x, int precision, int* status);
 
 #pragma GCC visibility pop

@@ -12,6 +12,7 @@
 #include "expression/core/index.h"
 #include "expression/core/int_expr.h"
 #include "expression/core/int_linear.h"
+#include "expression/core/nested.h"
 #include "expression/core/node.h"
 #include "expression/core/num_expr.h"
 #include "expression/core/num_linear.h"

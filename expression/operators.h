@@ -91,7 +91,7 @@ TavIntLinExprTerm operator-(TavIntLinExprTerm t);
 ///@}
 
 ///@{
-/// A variable times a number: one term, O(1), whose cell is the one that the sum will hold. An integer variable times a
+/// A variable times a number: one term, O(1), whose cell becomes a cell of the sum. An integer variable times a
 /// whole number is an integer term.
 TavNumLinExprTerm operator*(TavNumVar x, TavNumArg d);
 TavIntLinExprTerm operator*(TavIntVar x, TavIntArg k);
@@ -129,8 +129,8 @@ TavNumExprArg operator/(TavNumArg d, TavNumExprArg e);
 TavNumExprArg operator/(TavNumExprArg a, TavNumExprArg b);
 
 ///@{
-/// The quotient of integers, cut toward zero, each operand's value being cut first: -7 by 2 is -3. Always a node
-/// (TavIntDivI, TavIntDivCstI, TavIntRecDivCstI). A zero divisor is not checked: the evaluation is then undefined.
+/// The quotient of integers, cut toward zero, each operand's value being cut toward zero first: -7 by 2 is -3. Always a
+/// node (TavIntDivI, TavIntDivCstI, TavIntRecDivCstI). A zero divisor is not checked: the evaluation is then undefined.
 /// Mixed environments: TavWrongUsage "TavDiv: mixing mismatch Environments".
 /// Prints "( " a "/ " b ") ", or a " / " b.
 TavIntExprArg TavDiv(TavIntExprArg a, TavIntExprArg b);
@@ -148,11 +148,10 @@ tavrefused::a_quotient_by_TavDiv_has_integer_operands TavDiv(TavNumArg d, TavNum
 ///@}
 
 ///@{
-/// The remainder of the division of integers, with the sign of the dividend, each operand's value being cut first:
-/// -7 % 3 is -1. Always a node (TavIntModuloI, TavIntModuloCstI, TavIntRecModuloCstI). A zero divisor is not checked:
-/// the evaluation is then undefined.
-/// Prints "( " a "% " b ") " or a " % " b; with a constant on the right "( " e "% " k ") " or e "% " k; with one on the
-/// left "(" k "% " e ")" or k " % " e.
+/// The remainder of the division of integers, with the sign of the dividend, each operand's value being cut toward zero
+/// first: -7 % 3 is -1. Always a node (TavIntModuloI, TavIntModuloCstI, TavIntRecModuloCstI). A zero divisor is not
+/// checked: the evaluation is then undefined. Prints "( " a "% " b ") " or a " % " b; with a constant on the right "( "
+/// e "% " k ") " or e "% " k; with one on the left "(" k "% " e ")" or k " % " e.
 TavIntExprArg operator%(TavIntExprArg a, TavIntExprArg b);
 TavIntExprArg operator%(TavIntExprArg e, TavIntArg k);
 TavIntExprArg operator%(TavIntArg k, TavIntExprArg e);

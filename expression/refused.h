@@ -4,7 +4,7 @@
 #pragma GCC visibility push(default)
 
 /// The reasons, as the first line of the compiler's error has them: g++ prints the result type of a deleted function,
-/// clang the sentence of its attribute. For overload resolution and concepts both are refusals alike.
+/// clang the sentence of its attribute. Overload resolution and concepts treat both in the same way.
 namespace tavrefused {
 struct an_integer_expression_takes_integers_only;
 struct an_integer_expression_is_not_divided_in_place;
@@ -13,7 +13,7 @@ struct a_remainder_has_integer_operands;
 struct an_element_is_replaced_by_set;
 }  // namespace tavrefused
 
-/// Ends the declaration of a function that nobody may call.
+/// Ends the declaration of a function that must not be called.
 #ifdef __clang__
 #define TAV_REFUSED(reason)                                                             \
   _Pragma("clang diagnostic push") _Pragma("clang diagnostic ignored \"-Wgcc-compat\"") \

@@ -20,6 +20,7 @@
 /// | arrays.h | arrays of variables and of expressions |
 /// | functions.h | TavMin, TavSum, TavScalProd, TavPower, TavSin and all others |
 /// | constraints.h | constraints of any kind, conversions of variables |
+/// | number_text.h | TavNumIsInteger, convertTavNum |
 /// | values.h | TavValues, a table of values to evaluate by |
 ///
 /// A handle is one pointer and a plain value: copying, assigning or dropping it changes nothing in the model. Objects
@@ -42,6 +43,7 @@
 #include "expression/expr_args.h"
 #include "expression/functions.h"
 #include "expression/handles.h"
+#include "expression/number_text.h"
 #include "expression/operators.h"
 #include "expression/values.h"
 #include "expression/variables.h"

@@ -18,8 +18,8 @@ class TavValues final : public TavAlgorithmI {
   /// A table of these values. Throws TavEmptyHandleException for an empty handle.
   TavValues(TavEnv env, std::initializer_list<std::pair<TavNumVar, double>> values);
 
-  /// The variable's value, for reading and writing; 0 when it had none. The reference holds until the variable is
-  /// erased or destroyed. Throws TavEmptyHandleException.
+  /// The variable's value, for reading and writing; 0 when it had none. The reference is valid until the variable
+  /// is erased or destroyed. Throws TavEmptyHandleException.
   double& operator[](TavNumVar variable);
   /// Gives each variable the number at its position; `numbers` is at least as long. Throws TavEmptyHandleException.
   void set(TavNumVarArray variables, TavNumArray numbers);

@@ -11,7 +11,7 @@ class TavSemiContVarI;
 
 /// A variable of any kind. It is a leaf of expressions; its bounds and kind live in a domain that variables with equal
 /// bounds share until one of them changes. Copies of the handle name the same variable, which is not counted: it lives
-/// until end(), or until its environment ends. The members other than those that say so take no empty handle.
+/// until end(), or until its environment ends. Members accept no empty handle unless they say so.
 class TavNumVar : public TavNumExprArg {
  public:
   ///@{
@@ -147,7 +147,7 @@ class TavBoolVar : public TavIntVar {
   explicit TavBoolVar(TavNumVarI* impl) noexcept : TavIntVar(impl) {}
   /// A new variable with bounds [0, 1].
   explicit TavBoolVar(TavEnv env, TavNameArg name = nullptr);
-  /// A new variable with these bounds, which are taken as they are given.
+  /// A new variable with these bounds, which are not checked.
   TavBoolVar(TavEnv env, TavIntArg lb, TavIntArg ub, TavNameArg name = nullptr);
   /// A new variable of type Bool in the column's environment, then installed into the column.
   explicit TavBoolVar(const TavAddNumVar& column, TavNameArg name = nullptr);

@@ -7,7 +7,7 @@
 #include "host/column.h"
 #include "host/environment.h"
 
-// Both delegate to a finished empty array, so that the destructor frees the blocks when a later one cannot be had.
+// Both delegate to a complete constructor, so that the destructor frees the blocks when a later allocation fails.
 TavArrayI::TavArrayI(TavGenAlloc* memory, TavInt size) : TavArrayI(memory, Empty()) {
   reserve(size);
   for (; _size < size; ++_size) set<TavInt>(_size, 0);
@@ -138,7 +138,7 @@ TavNumArray TavIntArray::toNumArray() const {
 
 void TavExtractableArray::endElements() {
   std::vector<TavExtractableI*> batch;
-  batch.reserve(static_cast<std::size_t>(getSize()));  // from here on nothing takes memory
+  batch.reserve(static_cast<std::size_t>(getSize()));  // nothing below allocates
   TavFirstFailure failure;
   for (TavInt i = 0; i < getSize(); ++i) {
     TavExtractableI* element = (*this)[i].getImpl();
@@ -149,7 +149,7 @@ void TavExtractableArray::endElements() {
       batch.push_back(element);
     }
   }
-  failure.attempt([&batch] { TavEnvI::removeBatch(batch.data(), batch.data() + batch.size()); });
+  failure.attempt([&batch] { TavEnvI::removeAcrossEnvs(batch.data(), batch.data() + batch.size()); });
   failure.rethrow();
 }
 

@@ -22,8 +22,8 @@ class TavNumArray;
 class TavNumExprArg;
 
 /// The implementation behind every array handle. Element i lies in block i >> blockShift at position i & indexMask.
-/// Nothing checks an index. Appending is O(1) amortised; elements keep their place for good once the array has more
-/// than one block.
+/// Nothing checks an index. Appending is O(1) amortised; elements are not moved any more once the array has
+/// more than one block.
 class TavArrayI final : public TavMemoryManagerObjectI {
  public:
   /// `size` words, all zero bits.
@@ -49,6 +49,8 @@ class TavArrayI final : public TavMemoryManagerObjectI {
     static_assert(sizeof(T) == sizeof(Word) && std::is_trivially_copyable_v<T>, "an element is one plain word");
     std::memcpy(at(i), &value, sizeof value);
   }
+  /// A new array of the same elements in `memory`. Throws std::bad_alloc.
+  TavArrayI* makeCopy(TavGenAlloc* memory) { return new (memory) TavArrayI(memory, this); }
   /// Makes room for `size` elements; throws std::bad_alloc and is then unchanged.
   void reserve(TavInt size);
   /// Appends the word that `word` points to.
@@ -79,12 +81,12 @@ class TavArrayI final : public TavMemoryManagerObjectI {
   void* _firstBlock = nullptr;
 };
 
-/// Reads the elements of an array in order, as words of type T, faster than by their positions. The array must not
-/// change meanwhile.
+/// Reads the elements of an array in order, as words of type T, faster than by position. The array must not change
+/// meanwhile.
 template <class T>
 class TavArrayReader {
  public:
-  /// Stands before the first element; null for none.
+  /// Starts before the first element; null for no elements.
   explicit TavArrayReader(const TavArrayI* array) noexcept : _array(array) {}
 
   /// The next element; there must be one.
@@ -112,15 +114,15 @@ template <class T>
 concept TavArrayElement = std::same_as<T, TavInt> || std::same_as<T, TavNum> || std::same_as<T, TavAny> ||
     std::same_as<T, TavExtractable> || std::same_as<T, TavAddNumVar>;
 
-/// A random access iterator over an array. Elements that are plain words are given by reference, the handles of
-/// variable and expression arrays by value.
+/// A random access iterator over an array. It returns elements that are plain words by reference, the
+/// handles of variable and expression arrays by value.
 template <class Element>
 class TavArrayIterator {
   static constexpr bool kInPlace = TavArrayElement<Element>;
 
  public:
   ///@{
-  /// What the standard library asks of an iterator.
+  /// The types that the standard library requires of an iterator.
   using value_type = Element;
   using difference_type = std::ptrdiff_t;
   using reference = std::conditional_t<kInPlace, Element&, Element>;
@@ -131,11 +133,11 @@ class TavArrayIterator {
 
   /// An iterator of no array.
   TavArrayIterator() noexcept = default;
-  /// An iterator that stands on position i.
+  /// An iterator at position i.
   TavArrayIterator(TavArrayI* array, TavInt i) noexcept : _array(array), _i(i) {}
 
   ///@{
-  /// The element that it stands on, or one at a distance from it.
+  /// The element at its position, or at a distance from it.
   reference operator*() const noexcept {
     if constexpr (kInPlace) {
       return *static_cast<Element*>(_array->at(_i));
@@ -177,7 +179,7 @@ class TavArrayIterator {
 template <TavArrayElement T>
 class TavArray {
  public:
-  /// What the array gives for a position.
+  /// The type of an element.
   using Element = T;
 
   TavArray() noexcept = default;
@@ -191,18 +193,19 @@ class TavArray {
   /// The same, as the standard library counts.
   std::size_t size() const noexcept { return static_cast<std::size_t>(getSize()); }
   TavEnv getEnv() const noexcept { return TavEnv(_impl->getEnv()); }
-  /// The element at position i, counted from 0; nothing checks i. A reference holds until the array grows or ends.
+  /// The element at position i, counted from 0; nothing checks i. A reference is valid until the array grows or is
+  /// destroyed.
   T operator[](TavInt i) const noexcept { return _impl->get<T>(i); }
   T& operator[](TavInt i) noexcept { return *static_cast<T*>(_impl->at(i)); }
   /// Replaces the element at position i, which nothing checks.
   void set(TavInt i, T value) noexcept { _impl->set(i, value); }
-  /// Appends an element, O(1) amortised. Throws std::bad_alloc; the array is then as it was.
+  /// Appends an element, O(1) amortised. Throws std::bad_alloc and is then unchanged.
   void add(T value) { _impl->add(&value); }
   /// Drops `count` elements from position `first` on; the rest moves up.
   void remove(TavInt first, TavInt count = 1) { _impl->remove(first, count); }
   /// Drops all elements.
   void clear() { _impl->remove(0, getSize()); }
-  /// Destroys the array (never its elements) and empties this handle; an empty handle is left alone.
+  /// Destroys the array (never its elements) and empties this handle; leaves an empty handle unchanged.
   void end() {
     if (_impl) _impl->end();
     _impl = nullptr;
@@ -212,7 +215,7 @@ class TavArray {
   TavArrayI* _impl = nullptr;
 };
 
-/// The array handles; `Element` is what an array gives for a position.
+/// The array handles; `Element` is the type of an element.
 template <class A>
 concept TavArrayHandle = requires(const A& array) {
   typename A::Element;
@@ -220,9 +223,9 @@ concept TavArrayHandle = requires(const A& array) {
 };
 
 ///@{
-/// Iterators for range-based for, algorithms and ranges: `for (const TavNumVar x : variables)`. They hold until the
-/// array grows or is destroyed. (The member end() of a handle destroys the array, so these are free functions. There
-/// are two of each because std::ranges::begin prefers its own to one that takes a base class.)
+/// Iterators for range-based for loops, algorithms and ranges: `for (const TavNumVar x : variables)`. They are valid
+/// until the array grows or is destroyed. (The member end() of a handle destroys the array, so these are free
+/// functions. There are two of each because std::ranges::begin prefers its own to one that takes a base class.)
 template <TavArrayHandle A>
 TavArrayIterator<typename A::Element> begin(const A& array) noexcept {
   return TavArrayIterator<typename A::Element>(array.getImpl(), 0);
@@ -297,7 +300,7 @@ class TavExtractableArray : public TavArray<TavExtractable> {
   /// Drops the elements that `env` reports removed.
   void removeMarked(TavEnvI* env);
   /// Makes this handle point to a new array in `env` of the clones that `env` has registered for the elements (null
-  /// where there is none); the old array is left to its environment.
+  /// where there is none); the old array stays in its environment.
   void replaceByClone(TavEnvI* env);
 };
 

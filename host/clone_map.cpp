@@ -13,7 +13,8 @@ void TavCloneMap::Table::erase(const TavExtractableI* key, const TavExtractableI
   if (!_entries[hole].key) return;
   --_size;
   const std::size_t mask = _entries.size() - 1;
-  for (std::size_t i = next(hole); _entries[i].key; i = next(i)) {  // what was pushed beyond the hole moves back
+  for (std::size_t i = next(hole); _entries[i].key;
+       i = next(i)) {  // close the hole: move entries back to it that collided
     if (((i - home(_entries[i].key)) & mask) < ((i - hole) & mask)) continue;
     _entries[hole] = _entries[i];
     hole = i;
@@ -66,7 +67,7 @@ void TavCloneMap::drop(const TavExtractableI* source, const TavExtractableI* clo
   _sources.erase(clone, source);
 }
 
-/// Makes the sources known by their clones; false without memory.
+/// Builds the index from clones to sources. Returns false when there is no memory for it.
 bool TavCloneMap::indexClones() noexcept {
   if (_clonesIndexed) return true;
   try {

@@ -11,9 +11,9 @@
 
 class TavEnvI;
 
-/// From source to clone, both alive: an object that is destroyed leaves every map that names it, as source and as
-/// clone. Open addressing at half load at most: one access to memory for most look-ups, no allocation for an entry of
-/// its own. The environments whose objects it names must be used by one thread until it is cleared.
+/// The clones of objects. An object that is destroyed is dropped from every map, as source and as clone. A hash table
+/// with open addressing, at most half full: most look-ups access memory once. The environments of its objects must be
+/// used by one thread until the map is cleared.
 class TavCloneMap {
  public:
   TavCloneMap() = default;
@@ -25,24 +25,24 @@ class TavCloneMap {
   TavExtractableI* find(const TavExtractableI* source) const noexcept {
     return const_cast<TavExtractableI*>(_clones.find(source));
   }
-  /// Lets add() record a clone of this source without memory. Throws std::bad_alloc.
+  /// Makes room for a clone of this source, so that add() allocates nothing. Throws std::bad_alloc.
   void prepare(const TavExtractableI* source) {
     watch(source->getEnv());
     _clones.makeRoom(1);
     if (_clonesIndexed) _sources.makeRoom(1);
   }
-  /// Records the clone of a source that has none, after prepare(); its environment is watched already.
+  /// Records the clone of a source that has none, after prepare() and after watch() of its environment.
   void add(const TavExtractableI* source, const TavExtractableI* clone) noexcept {
     _clones.put(source, clone);
     if (_clonesIndexed) _sources.put(clone, source);
   }
-  /// Records a pair; a source that is known gets the new clone, or none for null. Throws std::bad_alloc and is then
+  /// Records a pair. Replaces the clone of a source that has one; null removes it. Throws std::bad_alloc and is then
   /// unchanged.
   void set(const TavExtractableI* source, TavExtractableI* clone);
-  /// Forgets all pairs and gives their memory back.
+  /// Drops all pairs and frees their memory.
   void clear() noexcept;
 
-  /// Objects of this environment may be named from now on. Throws std::bad_alloc.
+  /// Allows pairs with objects of this environment, which tells the map when one is destroyed. Throws std::bad_alloc.
   void watch(TavEnvI* env) {
     if (env != _lastWatched) watchAnother(env);
   }
@@ -77,7 +77,7 @@ class TavCloneMap {
     void erase(const TavExtractableI* key, const TavExtractableI* value) noexcept;
     void clear() noexcept;
     std::size_t size() const noexcept { return _size; }
-    /// The first pair from place i on that `isWanted` names, i being its place then; null at the end.
+    /// The first pair at place i or later for which isWanted is true, and null when there is none. Sets i to its place.
     template <class IsWanted>
     const auto* findFrom(std::size_t& i, IsWanted isWanted) const noexcept {
       while (i < _entries.size() && !(_entries[i].key && isWanted(_entries[i]))) ++i;
@@ -106,10 +106,10 @@ class TavCloneMap {
   void watchAnother(TavEnvI* env);
 
   Table _clones;
-  /// The sources by their clones, once an object that the map may name has been destroyed: see indexClones().
+  /// The sources by their clones; filled by indexClones() when the first object is destroyed.
   Table _sources;
   bool _clonesIndexed = false;
-  /// The environments whose objects the map names, each of which knows the map; and the one that was named last.
+  /// The environments of watch(), each of which knows this map; and the one that was watched last.
   std::vector<TavEnvI*> _watched;
   TavEnvI* _lastWatched = nullptr;
 };

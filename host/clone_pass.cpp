@@ -20,7 +20,7 @@ TavClonePass::~TavClonePass() {
   _target->_clonePass = nullptr;
 }
 
-/// Adds the operands without clone of the objects that it visits to the steps.
+/// Pushes the operands without a clone of the objects that it visits.
 class TavClonePass::Operands final : public TavExtractableVisitor {
  public:
   explicit Operands(TavClonePass& pass) noexcept : _pass(pass) {}
@@ -35,10 +35,10 @@ class TavClonePass::Operands final : public TavExtractableVisitor {
 };
 
 TavExtractableI* TavClonePass::clone(TavExtractableI* root) {
-  struct Base {
+  struct StackBase {
     std::vector<Step>& steps;
     const std::size_t size = steps.size();
-    ~Base() { steps.resize(size); }
+    ~StackBase() { steps.resize(size); }
   } base{_steps};
   _clones.watch(_target);
   Operands operands(*this);

@@ -1,5 +1,5 @@
 #pragma once
-/// Cloning what a root reaches into another environment.
+/// Cloning of expressions into another environment.
 
 #include <vector>
 
@@ -7,8 +7,8 @@
 
 #pragma GCC visibility push(default)
 
-/// Clones what a root reaches into another environment, operands first, without recursion; both environments know each
-/// pair for as long as the pass lives. One pass at a time goes from or into an environment.
+/// Clones all objects that a root reaches into another environment, operands first, without recursion. While the pass
+/// exists, getClone of both environments finds the clones. An environment takes part in one pass at a time.
 class TavClonePass {
  public:
   /// Starts a pass from `source` into `target`.
@@ -17,8 +17,8 @@ class TavClonePass {
   TavClonePass& operator=(const TavClonePass&) = delete;
   ~TavClonePass();
 
-  /// The clone of `root`, made now unless the pass made it before; null for null. Clones start uncounted. A failure
-  /// leaves the pass the clones that it has made: a second call goes on from there.
+  /// The clone of `root`, made now unless the pass has made it before; null for null. Clones have no references. If it
+  /// throws, the pass keeps the clones that it has made, and a second call continues.
   TavExtractableI* clone(TavExtractableI* root);
 
  private:
@@ -32,7 +32,7 @@ class TavClonePass {
   TavEnvI* _source;
   TavEnvI* _target;
   TavCloneMap _clones;
-  /// What is to be cloned, the next one last. A call from within a call works above the entries of the outer one.
+  /// A stack of the objects to be cloned. A nested call works above the entries of the outer one.
   std::vector<Step> _steps;
 };
 

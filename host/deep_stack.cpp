@@ -78,21 +78,21 @@ class Segment {
 struct Spare {
   ~Spare() {
     segment = Segment(nullptr);
-    isGone = true;
+    isDestroyed = true;
   }
   Segment segment{nullptr};
-  static constinit thread_local bool isGone;
+  static constinit thread_local bool isDestroyed;
 };
-constinit thread_local bool Spare::isGone = false;
+constinit thread_local bool Spare::isDestroyed = false;
 thread_local Spare spare;
 
 Segment takeSegment() {
-  if (Spare::isGone || !spare.segment) return Segment();
+  if (Spare::isDestroyed || !spare.segment) return Segment();
   return std::move(spare.segment);
 }
 
 void giveSegment(Segment segment) noexcept {
-  if (!Spare::isGone) spare.segment = std::move(segment);
+  if (!Spare::isDestroyed) spare.segment = std::move(segment);
 }
 
 /// A call that switches to a segment and back.
@@ -152,7 +152,7 @@ void cross(Crossing& crossing, const Segment& segment) {
 #endif
 }
 
-/// The lower limit of this thread's stack; a little below this frame when the system does not tell.
+/// The lower limit of this thread's stack; a little below this frame when the system does not report it.
 std::uintptr_t limitOfThread() noexcept {
   void* low = nullptr;
   std::size_t size = 0;
@@ -165,7 +165,8 @@ std::uintptr_t limitOfThread() noexcept {
   if (size == 0) return here - kReserve / 4;
   const std::uintptr_t limit = reinterpret_cast<std::uintptr_t>(low) + std::min(kReserve, size / 2);
 #ifdef TAV_THREAD_SANITIZER
-  return std::max(limit, here - kSegment);  // it has room for 65,536 nested calls on one stack, unchecked
+  return std::max(limit,
+                  here - kSegment);  // ThreadSanitizer can trace 65,536 nested calls on one stack, and does not check
 #else
   return limit;
 #endif

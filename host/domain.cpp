@@ -17,8 +17,7 @@ bool holds(Array values, double value) {
 
 template <class Array>
 Array copyInto(TavEnvI* env, Array values) {
-  TavGenAlloc* memory = env->getMemory();
-  return Array(new (memory) TavArrayI(memory, values.getImpl()));
+  return Array(values.getImpl()->makeCopy(env->getMemory()));
 }
 
 template <class Array>
@@ -36,6 +35,12 @@ void takeValues(Array& list, Array values) {
 }
 
 }  // namespace
+
+void* TavVarDomainI::operator new(std::size_t bytes, TavEnvI* env) { return env->getMemory()->alloc(bytes); }
+
+void TavVarDomainI::operator delete(void* block, TavEnvI* env) noexcept {
+  env->getMemory()->dealloc(block, TavMemory::sizeOf(block));
+}
 
 template <class Array>
 void TavBoundedDomainI::setBoundsBy(Array values) noexcept {

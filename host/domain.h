@@ -34,7 +34,8 @@ class TavVarDomainI : public TavMemoryManagerObjectI {
   virtual TavIntArray getIntValues() const = 0;
   ///@}
   ///@{
-  /// Makes the domain the given list; the domain takes the array over. Bounds become the list's least and greatest.
+  /// Makes the domain the given list; the domain takes ownership of the array. Bounds become the list's least and
+  /// greatest.
   virtual void setNumValues(TavNumArray values) = 0;
   virtual void setIntValues(TavIntArray values) = 0;
   ///@}
@@ -57,7 +58,7 @@ class TavVarDomainI : public TavMemoryManagerObjectI {
   ~TavVarDomainI() override = default;
 };
 
-/// What the three kinds of domain share: the bounds, the flag and how a domain ends and prints. Prints "[lb .. ub] ",
+/// Base of the three kinds of domain: bounds, the sharing flag, destruction, text. Prints "[lb .. ub] ",
 /// or the values as "{a, b} ".
 class TavBoundedDomainI : public TavVarDomainI {
  public:

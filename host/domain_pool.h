@@ -53,7 +53,7 @@ class TavDomainPool {
 
   TavEnvI* _env;
   std::unordered_map<Key, TavBoundedDomainI*, Hash> _domains;
-  /// The pair that was asked for last: variables that are made one by one mostly ask for the same.
+  /// The last domain that was found: variables made one by one mostly have the same bounds.
   Key _lastKey;
   TavBoundedDomainI* _last = nullptr;
 };

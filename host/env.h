@@ -23,7 +23,7 @@ class TavEnv {
   TavEnvI* _impl;
 };
 
-/// An environment that ends with its scope. It is passed on as the TavEnv that it is, and never copied.
+/// An environment that ends with its scope. Pass it as a TavEnv; it cannot be copied.
 class TavScopedEnv : public TavEnv {
  public:
   TavScopedEnv() = default;

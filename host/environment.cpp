@@ -1,9 +1,7 @@
 #include "host/environment.h"
 
 #include <algorithm>
-#include <cassert>
 #include <exception>
-#include <new>
 #include <utility>
 
 TavLock* TavEnvI::Mutex = nullptr;
@@ -15,13 +13,13 @@ void TavEnv::end() {
   _impl = nullptr;
 }
 
-/// Marks the objects of a removal as long as they live; those that are marked already fall out of it.
+/// Marks the objects of a list as removed during its lifetime. Leaves out those that are marked already.
 struct TavEnvI::Removal {
   Removal(TavEnvI* e, TavExtractableI** f, TavExtractableI** l) noexcept
       : env(e), first(f), last(f), outer(e->_removals) {
     for (; f != l; ++f) {
       if (env->isRemoved(*f)) continue;
-      env->_table[static_cast<std::size_t>((*f)->getId())] = removedEntry();
+      env->_objects.setRemoved(*f);
       *last++ = *f;
     }
     env->_removals = this;
@@ -41,78 +39,15 @@ TavEnvI::TavEnvI() : _memory(this), _terms(&_memory), _domains(this) {}
 TavEnvI::~TavEnvI() {
   ending = true;
   for (TavCloneMap* map : std::exchange(_cloneMaps, {})) map->forgetAll(this);
-  for (std::size_t id = _table.size(); id-- > 0;) {
-    if (TavExtractableI* object = objectAt(id)) object->~TavExtractableI();
-  }
-  const auto destruct = [](TavExtractableI* object) {
-    if (object) object->~TavExtractableI();
-  };
-  for (std::size_t i = 0; i < _marked.size(); ++i) destruct(_marked[i].object);
-  for (const Removal* removal = _removals; removal; removal = removal->outer) {
-    std::for_each(removal->first, removal->last, destruct);
+  for (std::size_t id = _objects.size(); id-- > 0;) {
+    if (TavExtractableI* object = _objects.liveOrRemovedAt(id)) object->~TavExtractableI();
   }
   _memory.endManagedObjects();
   for (TavAlgorithmI* algorithm : _algorithms) algorithm->_env = nullptr;
 }
 
-TavExtractableI* TavEnvI::objectAt(std::size_t id) const noexcept {
-  TavExtractableI* entry = _table[id];
-  return reinterpret_cast<std::uintptr_t>(entry) & 1 ? nullptr : entry;
-}
-
 void TavEnvI::markRemoved(TavExtractableI* object) {
-  if (isRemoved(object)) return;
-  const auto id = static_cast<std::size_t>(object->getId());
-  _marked.push_back({object, id});
-  _table[id] = removedEntry();
-}
-
-void TavEnvI::markRemoved(TavExtractableArray objects) {
-  TavInt left = objects.getSize();
-  const std::size_t count = _marked.size();
-  _marked.resize(count + static_cast<std::size_t>(left));
-  Mark* next = _marked.data() + count;
-  for (TavArrayReader<TavExtractableI*> reader(objects.getImpl()); left > 0; --left) {
-    TavExtractableI* object = reader.next();
-    if (!object || object->getEnv() != this || isRemoved(object)) continue;
-    const auto id = static_cast<std::size_t>(object->getId());
-    _table[id] = removedEntry();
-    *next++ = {object, id};
-  }
-  _marked.truncate(static_cast<std::size_t>(next - _marked.data()));
-}
-
-void TavEnvI::restoreMarks(std::size_t count) noexcept {
-  for (std::size_t i = count; i < _marked.size(); ++i) {
-    if (_marked[i].object) _table[_marked[i].id] = _marked[i].object;
-  }
-  if (_marked.size() > count) _marked.truncate(count);
-}
-
-void TavEnvI::forgetMark(TavExtractableI* object) noexcept {
-  for (std::size_t i = 0; i < _marked.size(); ++i) {
-    if (_marked[i].object == object) _marked[i].object = nullptr;
-  }
-  for (const Removal* removal = _removals; removal; removal = removal->outer) {
-    std::replace(removal->first, removal->last, object, static_cast<TavExtractableI*>(nullptr));
-  }
-}
-
-bool TavEnvI::isLive(const TavExtractableI* object) const noexcept {
-  const auto id = static_cast<std::size_t>(object->getId());
-  return id < _table.size() && (_table[id] == object || _table[id] == removedEntry());
-}
-
-void** TavEnvI::getMarkArray() {
-  assert(!_marksLent && "the mark array is lent already: it has one borrower at a time");
-  if (_marks.capacity() < _table.size()) _marks.reserve(_table.capacity());
-  _marksLent = true;
-  return _marks.data();
-}
-
-void TavEnvI::releaseMarkArray([[maybe_unused]] void** marks) noexcept {
-  assert(_marksLent && marks == _marks.data());
-  _marksLent = false;
+  if (object->getEnv() == this) _objects.mark(object);
 }
 
 bool TavEnvI::wantsChange(const TavAlgorithmI* algorithm, const TavChange& change) const {
@@ -138,7 +73,7 @@ void TavEnvI::change(const TavChange& change) {
 
 // Flattened: the usual call is one frame.
 [[gnu::flatten]] void TavEnvI::destroy(TavExtractableI* object, TavInt) noexcept {
-  if (entryOf(object) == removedEntry() || !_cloneMaps.empty()) [[unlikely]] {
+  if (_objects.isRemoved(object) || !_cloneMaps.empty()) [[unlikely]] {
     destroyNamed(object);
   } else {
     destroyUnnamed(object);
@@ -146,25 +81,27 @@ void TavEnvI::change(const TavChange& change) {
 }
 
 [[gnu::noinline]] void TavEnvI::destroyNamed(TavExtractableI* object) noexcept {
-  if (entryOf(object) == removedEntry()) forgetMark(object);
+  if (_objects.isRemoved(object)) {
+    _objects.forgetMark(object);
+    for (const Removal* removal = _removals; removal; removal = removal->outer) {
+      std::replace(removal->first, removal->last, object, static_cast<TavExtractableI*>(nullptr));
+    }
+  }
   for (TavCloneMap* map : _cloneMaps) map->forget(object);
   destroyUnnamed(object);
 }
 
 void TavEnvI::destroyUnnamed(TavExtractableI* object) noexcept {
-  if (_destroying == kMostNested) {
-    entryOf(object) = std::exchange(_doomed, object);
-    return;
-  }
-  entryOf(object) = nullptr;
+  if (_destroying == kMostNested) return _objects.postpone(object);
+  _objects.setEnding(object);
   ++_destroying;
   delete object;
-  if (--_destroying == 0 && _doomed) destroyDoomed();
+  if (--_destroying == 0 && _objects.hasPostponed()) destroyPostponed();
 }
 
-[[gnu::noinline]] void TavEnvI::destroyDoomed() noexcept {
+[[gnu::noinline]] void TavEnvI::destroyPostponed() noexcept {
   ++_destroying;
-  while (_doomed) delete std::exchange(_doomed, std::exchange(entryOf(_doomed), nullptr));
+  while (_objects.hasPostponed()) delete _objects.takePostponed();
   --_destroying;
 }
 
@@ -173,7 +110,7 @@ void TavEnvI::removeFromAllAndDestroy(TavExtractableI* const* first, TavExtracta
   removeOwn(batch.data(), batch.data() + batch.size(), batch.data() + batch.size());
 }
 
-void TavEnvI::removeBatch(TavExtractableI** first, TavExtractableI** last) {
+void TavEnvI::removeAcrossEnvs(TavExtractableI** first, TavExtractableI** last) {
   if (first == last) return;
   TavEnvI* env = (*first)->getEnv();
   env->removeOwn(first, std::stable_partition(first, last, [env](auto* object) { return object->getEnv() == env; }),
@@ -183,24 +120,24 @@ void TavEnvI::removeBatch(TavExtractableI** first, TavExtractableI** last) {
 void TavEnvI::removeOwn(TavExtractableI** first, TavExtractableI** end, TavExtractableI** last) {
   TavFirstFailure failure;
   const Removal removal(this, first, end);
-  failure.attempt([end, last] { removeBatch(end, last); });  // while a hook may destroy objects of this removal
+  failure.attempt([end, last] { removeAcrossEnvs(end, last); });  // while a hook may destroy objects of this removal
   const auto forEach = [&removal](auto apply) {
     for (TavExtractableI** object = removal.first; object != removal.last; ++object) {
       if (*object) apply(*object);  // null for one that a hook has destroyed by itself
     }
   };
-  TavExtractableI* mentioned = nullptr;  // a counted object without references is held by nobody
+  TavExtractableI* mentioned = nullptr;  // no object mentions a counted object that has no references
   forEach([&](TavExtractableI* object) {
     if (!object->isRefCountedExpr()) mentioned = *removal.first;
   });
   if (mentioned && oneByOneRemoval) {
-    forEach([&](TavExtractableI* object) { sweepRemoved(object, failure); });
+    forEach([&](TavExtractableI* object) { notifyOfRemoval(object, failure); });
     // A variable listed twice in a sum has lost one term only; no cell may outlive its variable.
     oneByOneRemoval = false;
-    sweepRemoved(mentioned, failure);
+    notifyOfRemoval(mentioned, failure);
     oneByOneRemoval = true;
   } else if (mentioned) {
-    sweepRemoved(mentioned, failure);
+    notifyOfRemoval(mentioned, failure);
   }
   for (std::size_t i = 0; i < _algorithms.size(); ++i) {
     forEach([&](TavExtractableI* object) {
@@ -212,7 +149,7 @@ void TavEnvI::removeOwn(TavExtractableI** first, TavExtractableI** end, TavExtra
   TavFirstFailure* outer = std::exchange(_failure, _destroying ? _failure : &failure);
   for (TavExtractableI** object = removal.first; object != removal.last; ++object) {
     if (TavExtractableI* doomed = std::exchange(*object, nullptr)) {
-      _table[static_cast<std::size_t>(doomed->getId())] = doomed;
+      _objects.setLive(doomed);
       destroy(doomed, 0);
     }
   }
@@ -224,10 +161,10 @@ void TavEnvI::removeOwn(TavExtractableI** first, TavExtractableI** end, TavExtra
   }
 }
 
-void TavEnvI::sweepRemoved(TavExtractableI* removed, TavFirstFailure& failure) {
-  for (std::size_t id = 0; id < _table.size(); ++id) {
+void TavEnvI::notifyOfRemoval(TavExtractableI* removed, TavFirstFailure& failure) {
+  for (std::size_t id = 0; id < _objects.size(); ++id) {  // a hook may add objects
     failure.attempt([&] {
-      if (TavExtractableI* object = objectAt(id)) object->atRemove(removed, nullptr);
+      if (TavExtractableI* object = _objects.liveAt(id)) object->atRemove(removed, nullptr);
     });
   }
 }

@@ -1,5 +1,5 @@
 #pragma once
-/// The environment: owner of all objects and of their memory, meeting point of models and algorithms.
+/// The environment: owner of all objects and of their memory, which connects models and algorithms.
 
 #include <functional>
 #include <vector>
@@ -10,7 +10,7 @@
 #include "host/column.h"
 #include "host/domain_pool.h"
 #include "host/memory.h"
-#include "host/table.h"
+#include "host/object_table.h"
 #include "host/term_pool.h"
 
 #pragma GCC visibility push(default)
@@ -49,14 +49,14 @@ class TavLockGuard {
 /// Takes over nodes whose count fell to zero. takeNode must not throw.
 class TavDeletionInterceptor {
  public:
-  /// Takes a node over: from here on it is the interceptor's to end.
+  /// Takes a node over; the interceptor ends it.
   virtual void takeNode(TavNumExprI* node) = 0;
 
  protected:
   ~TavDeletionInterceptor() = default;
 };
 
-/// Supplied by the modelling-language layer; only its pointer is passed on here.
+/// Supplied by the modelling-language layer; the environment only stores a pointer to it.
 class TavTupleEncoderI;
 
 /// One environment. One thread at a time works on it; environments on different threads share nothing but the type
@@ -66,7 +66,7 @@ class TavEnvI {
   TavEnvI();
   TavEnvI(const TavEnvI&) = delete;
   TavEnvI& operator=(const TavEnvI&) = delete;
-  /// Sets `ending`, runs every object's destructor once, newest identifier first, then frees arrays, domains and
+  /// Sets `ending`, runs every object's destructor once, greatest identifier first, then frees arrays, domains and
   /// memory.
   ~TavEnvI();
 
@@ -99,42 +99,40 @@ class TavEnvI {
 
   /// A cell outside any list. Throws std::bad_alloc.
   TavNumLinExprTermI* newTerm(TavNumVarI* var, double coef) { return _terms.make(var, coef); }
-  /// Takes back a cell that is in no list.
+  /// Recycles a cell that is in no list.
   void recycleTerm(TavNumLinExprTermI* cell) noexcept { recycleTerms(cell, cell); }
-  /// Takes back a chain of cells linked from `first` to `last`, in O(1).
+  /// Recycles a chain of cells linked from `first` to `last`, in O(1).
   void recycleTerms(TavNumLinExprTermI* first, TavNumLinExprTermI* last) noexcept { _terms.recycle(first, last); }
 
-  /// A scratch array with one entry per identifier; entries are stale, so an entry is written before it is read. One
-  /// borrower at a time.
-  void** getMarkArray();
-  /// Gives the scratch array back to the next borrower.
-  void releaseMarkArray(void** marks) noexcept;
+  /// A scratch array with one entry per identifier. Entries are stale: write an entry before you read it. One borrower
+  /// at a time. Throws std::bad_alloc.
+  void** getMarkArray() { return _objects.lendMarkArray(); }
+  /// Gives the scratch array back.
+  void releaseMarkArray(void** marks) noexcept { _objects.takeBackMarkArray(marks); }
 
-  /// Whether the object is marked removed, in its own environment.
+  /// Whether the object is marked as removed, in its own environment.
   bool isRemoved(const TavExtractableI* object) const noexcept {
     return object->getEnv() == this ? isOwnRemoved(object) : object->getEnv()->isOwnRemoved(object);
   }
   /// The same for an object that is known to live in this environment.
-  bool isOwnRemoved(const TavExtractableI* object) const noexcept {
-    return object->getId() == kRemoved || _table[static_cast<std::size_t>(object->getId())] == removedEntry();
-  }
-  /// Marks an object removed in the identifier table; throws std::bad_alloc only. Does nothing for one marked already.
+  bool isOwnRemoved(const TavExtractableI* object) const noexcept { return _objects.isRemoved(object); }
+  /// Marks an object of this environment as removed; ignores those of others, whose identifiers mean other objects
+  /// here. Does nothing for one that is marked already. Throws std::bad_alloc.
   void markRemoved(TavExtractableI* object);
-  /// The same for an array, but for its empty elements and those of other environments, whose identifiers mean other
-  /// objects here. Throws std::bad_alloc and has then done nothing.
-  void markRemoved(TavExtractableArray objects);
+  /// The same for the elements of an array, except empty ones. Throws std::bad_alloc; then no object is marked.
+  void markRemoved(TavExtractableArray objects) { _objects.mark(this, objects); }
   /// Number of objects marked by markRemoved and not restored; the argument of restoreMarks.
-  std::size_t markedCount() const noexcept { return _marked.size(); }
-  /// Takes back all marks set since markedCount() gave `count`.
-  void restoreMarks(std::size_t count) noexcept;
+  std::size_t markedCount() const noexcept { return _objects.markedCount(); }
+  /// Takes back all marks set since markedCount() returned `count`.
+  void restoreMarks(std::size_t count) noexcept { _objects.unmark(count); }
 
-  /// Tells the listener and every algorithm that has extracted the changed object. All are told even when one throws;
-  /// the first exception goes on afterwards.
+  /// Notifies the listener and every algorithm that has extracted the changed object. All are notified even if one
+  /// throws; then the first exception is rethrown.
   void change(const TavChange& change);
   /// Sees every change record, before the algorithms; null for none.
   void setChangeListener(std::function<void(const TavChange&)> listener) { _listener = std::move(listener); }
 
-  /// The object's clone in the current cloning pass; null for null and for an object without one.
+  /// The object's clone in the current cloning pass; null for null and for an object without a clone.
   TavExtractableI* getClone(const TavExtractableI* source) const noexcept {
     TavExtractableI* clone = _cloneMap->find(source);
     return clone || !_otherCloneMap ? clone : _otherCloneMap->find(source);
@@ -142,26 +140,28 @@ class TavEnvI {
   /// The same; while a TavClonePass into this environment is under way, an object without a clone is cloned now. For
   /// what visitors do not show: the variables of terms with coefficient 0.
   TavExtractableI* getCloneOnDemand(TavExtractableI* source);
-  /// Records `clone` as the clone of `source` until endCloning(), null for none; before what a TavClonePass knows.
+  /// Records `clone` as the clone of `source` until endCloning(), null for none. It takes precedence over
+  /// the clone of a TavClonePass.
   void setClone(const TavExtractableI* source, TavExtractableI* clone);
-  /// Forgets all clones, those of a TavClonePass under way too.
+  /// Forgets all clones, including those of a TavClonePass under way.
   void beginCloning() noexcept;
   /// The same: ends a pass.
   void endCloning() noexcept { beginCloning(); }
 
-  /// Deletes an object, and what its destructor gives up with it. Calls nest to a bounded depth, which keeps the memory
-  /// of a tree together; a call below it queues, the outermost call drains: deep trees cost no stack.
+  /// Destroys an object, and with it the objects that its destructor releases last. Calls nest to a bounded depth,
+  /// which keeps the free memory of a tree contiguous; calls below it are postponed to the outermost one, so that deep
+  /// trees need no deep stack.
   void destroy(TavExtractableI* object, TavInt) noexcept;
-  /// Removes an object from all others and from all algorithms, then deletes it.
-  /// A hook that throws stops neither: the first exception goes on afterwards, from the outermost removal when a
-  /// destructor removes another object. Takes no memory.
+  /// Removes an object from all others and from all algorithms, then destroys it. A hook that throws stops neither: the
+  /// first exception is rethrown at the end, by the outermost removal when a destructor removes another object.
+  /// Allocates nothing.
   void removeFromAllAndDestroy(TavExtractableI* object, TavInt) { removeOwn(&object, &object + 1, &object + 1); }
-  /// The same for a batch, repeats allowed, with one sweep over the live objects. Throws std::bad_alloc and has then
-  /// done nothing.
+  /// The same for a batch, which may list an object twice, with one sweep over the live objects. Throws std::bad_alloc;
+  /// then no object is removed.
   void removeFromAllAndDestroy(TavExtractableI* const* first, TavExtractableI* const* last);
   /// As above for objects of any environments, each removed from its own. Works in the caller's list, which it
   /// overwrites; allocates nothing.
-  static void removeBatch(TavExtractableI** first, TavExtractableI** last);
+  static void removeAcrossEnvs(TavExtractableI** first, TavExtractableI** last);
   /// Drops one reference held on behalf of a handle or a parent. Does not touch the node while the environment ends.
   void release(TavNumExprI* node);
 
@@ -175,18 +175,18 @@ class TavEnvI {
   /// The second source of values; inactive in a new environment.
   TavModelEvaluator getModelEvaluator() noexcept { return TavModelEvaluator(&_evaluator); }
   ///@{
-  /// What encodes tuples; null unless one was set. It is passed on, neither used nor owned.
+  /// The encoder of tuples; null unless one was set. It is stored for other layers, neither used nor owned.
   TavTupleEncoderI* getTupleEncoder() const noexcept { return _tupleEncoder; }
   void setTupleEncoder(TavTupleEncoderI* encoder) noexcept { _tupleEncoder = encoder; }
   ///@}
 
   /// Whether the object is one of this environment's live ones: for assertions.
-  bool isLive(const TavExtractableI* object) const noexcept;
+  bool isLive(const TavExtractableI* object) const noexcept { return _objects.contains(object); }
   /// See TavTermPool::noteTaken.
   bool noteTaken(const TavNumLinExprTermI* cell) noexcept { return _terms.noteTaken(cell); }
 
-  /// Model objects alive in this environment.
-  TavInt liveObjectCount() const noexcept { return _liveObjects; }
+  /// Number of model objects in this environment. Walks the free identifiers: for tests and diagnosis.
+  TavInt liveObjectCount() const noexcept { return _objects.count(); }
   /// Cells handed out and not recycled. Walks the free list: for tests and diagnosis.
   TavInt liveTermCount() const noexcept { return _terms.liveCount(); }
 
@@ -196,88 +196,42 @@ class TavEnvI {
   friend class TavCloneMap;
   friend class TavClonePass;
 
-  static constexpr TavInt kRemoved = -1;
-  /// Depth of nested destructions from which on they queue.
+  /// Depth of nested destructions from which on they are postponed.
   static constexpr int kMostNested = 32;
-  static TavExtractableI* removedEntry() noexcept {
-    return reinterpret_cast<TavExtractableI*>(static_cast<std::uintptr_t>(kRemoved));
-  }
 
-  /// Gives an object its identifier and a place in the registry.
-  TavInt enrol(TavExtractableI* object) {
-    TavInt id = _freeId;
-    if (id >= 0) {
-      TavExtractableI*& entry = _table[static_cast<std::size_t>(id)];
-      _freeId = static_cast<TavInt>(reinterpret_cast<std::uintptr_t>(entry) >> 1) - 1;
-      entry = object;
-    } else {
-      id = static_cast<TavInt>(_table.size());
-      _table.push_back(object);
-    }
-    ++_liveObjects;
-    return id;
-  }
-  /// Takes identifier and place back.
-  void leave(TavInt id) noexcept {
-    const std::uintptr_t entry = (static_cast<std::uintptr_t>(_freeId + 1) << 1) | 1;
-    _table[static_cast<std::size_t>(id)] = reinterpret_cast<TavExtractableI*>(entry);
-    _freeId = id;
-    --_liveObjects;
-  }
-  /// The object with this identifier, or null for a free identifier or a mark.
-  TavExtractableI* objectAt(std::size_t id) const noexcept;
-  TavExtractableI*& entryOf(const TavExtractableI* object) noexcept {
-    return _table[static_cast<std::size_t>(object->getId())];
-  }
-  void forgetMark(TavExtractableI* object) noexcept;
-  /// destroy() of an object that is marked as removed or that a clone map may name, and of one that is neither. Apart,
-  /// so that the usual call saves few registers.
+  /// destroy() of an object that is marked as removed or that a clone map may name; out of line, so that the usual call
+  /// saves few registers.
   void destroyNamed(TavExtractableI* object) noexcept;
+  /// destroy() of any other object.
   void destroyUnnamed(TavExtractableI* object) noexcept;
-  /// Destroys the objects of the work list.
-  void destroyDoomed() noexcept;
+  void destroyPostponed() noexcept;
   struct Removal;
-  /// removeBatch for [first, end), all of this environment, and [end, last), all of others.
+  /// removeAcrossEnvs for [first, end), all of this environment, and [end, last), all of others.
   void removeOwn(TavExtractableI** first, TavExtractableI** end, TavExtractableI** last);
-  /// Tells every live object that `removed`, or a batch that starts with it, is going.
-  void sweepRemoved(TavExtractableI* removed, TavFirstFailure& failure);
+  /// Calls atRemove(removed) of every live object; `removed` may be the first object of a batch.
+  void notifyOfRemoval(TavExtractableI* removed, TavFirstFailure& failure);
   bool wantsChange(const TavAlgorithmI* algorithm, const TavChange& change) const;
 
   TavMemory _memory;
   TavTermPool _terms;
   TavDomainPool _domains;
-  /// The identifier table and registry. An entry is the object itself, the mark "removed", or, for a free identifier,
-  /// the next free one doubled plus one. While its object waits for destruction it links the work list.
-  TavTable<TavExtractableI*> _table;
-  TavInt _freeId = -1;
-  TavInt _liveObjects = 0;
-  /// A marked object, null when it was destroyed meanwhile, and its identifier: to take many marks back the objects
-  /// themselves are not looked at.
-  struct Mark {
-    TavExtractableI* object;
-    std::size_t id;
-  };
-  /// Objects whose entry is the mark, in order of marking: by markRemoved, and by the removals under way, the innermost
-  /// first.
-  TavTable<Mark> _marked;
+  TavObjectTable _objects;
+  /// The removals under way, the innermost first; their objects are marked as removed.
   Removal* _removals = nullptr;
-  /// Where a removal notes what a hook throws while objects are destroyed.
+  /// Where a removal stores the exceptions of hooks while it destroys objects.
   TavFirstFailure* _failure = nullptr;
-  /// The work list of destroy(), linked through the table; and the number of its calls under way.
-  TavExtractableI* _doomed = nullptr;
+  /// Number of calls of destroy() under way.
   int _destroying = 0;
-  TavTable<void*> _marks;
-  bool _marksLent = false;
   std::vector<TavAlgorithmI*> _algorithms;
   std::function<void(const TavChange&)> _listener;
   TavCloneMap _clones;
-  /// Where clones are looked up, first and second: the own map, the map of a TavClonePass from or into this
-  /// environment, or both, the own one first, after a setClone during the pass.
+  /// Where getClone looks, first and second: only in _clones; during a TavClonePass in its map; after a setClone during
+  /// the pass in _clones and then in that map.
   TavCloneMap* _cloneMap = &_clones;
   TavCloneMap* _otherCloneMap = nullptr;
   /// The TavClonePass into this environment, or null.
   TavClonePass* _clonePass = nullptr;
-  /// The maps, of any environments, that name objects of this one.
+  /// The maps that watch this environment.
   std::vector<TavCloneMap*> _cloneMaps;
   TavModelEvaluator::Source _evaluator;
   TavTupleEncoderI* _tupleEncoder = nullptr;
@@ -285,7 +239,7 @@ class TavEnvI {
 
 inline TavExtractableI::TavExtractableI(TavEnvI* env, TavNameArg name) : _env(env), _name(makeName(env, name)) {
   try {
-    _id = env->enrol(this);
+    _id = env->_objects.enter(this);
   } catch (...) {
     freeName(env, _name);
     throw;
@@ -294,7 +248,7 @@ inline TavExtractableI::TavExtractableI(TavEnvI* env, TavNameArg name) : _env(en
 
 inline TavExtractableI::~TavExtractableI() {
   if (_name) freeName(_env, _name);
-  _env->leave(_id);
+  _env->_objects.leave(_id);
 }
 
 inline void* TavExtractableI::operator new(std::size_t bytes, TavEnvI* env) { return env->allocate(bytes); }
@@ -305,12 +259,6 @@ inline void TavExtractableI::operator delete(void* block, std::size_t bytes) noe
 
 inline void TavExtractableI::operator delete(void* block, TavEnvI*) noexcept {
   TavMemory::of(block)->dealloc(block, TavMemory::sizeOf(block));
-}
-
-inline void* TavVarDomainI::operator new(std::size_t bytes, TavEnvI* env) { return env->getMemory()->alloc(bytes); }
-
-inline void TavVarDomainI::operator delete(void* block, TavEnvI* env) noexcept {
-  env->getMemory()->dealloc(block, TavMemory::sizeOf(block));
 }
 
 #pragma GCC visibility pop

@@ -34,12 +34,13 @@ class TavExtractableVisitor {
 
 /// What a named object's name pointer leads to.
 struct TavNameRecord {
-  /// Null-terminated; it stands behind the record.
+  /// Null-terminated; stored behind the record.
   const char* name;
 };
 
 /// Base of every model object. It is made with `new (env) Class(env, ...)` in its environment's memory and knows its
-/// environment, its identifier there and its name. Client classes derive from it (mostly from a class further down).
+/// environment, its identifier there and its name. Client classes derive from it, or from a class derived from it. Its
+/// inline members are defined in host/environment.h.
 class TavExtractableI {
  public:
   /// Enrols the object. `name` is copied; null leaves the object unnamed.
@@ -85,8 +86,8 @@ class TavExtractableI {
   virtual void unextractFromCP(TavAlgorithm algorithm, void* object) const;
   /// Default: TavAlgorithm::RemoveFailure.
   virtual void modifyCP(TavAlgorithm algorithm, void* object) const;
-  /// Called on every live object before `removed` goes; for a batch once, with its first object: the environment
-  /// answers which objects are removed. Default: nothing.
+  /// Called for every live object before `removed` is destroyed; for a batch once, with its first object: ask
+  /// TavEnvI::isRemoved which objects are removed. Default: nothing.
   virtual void atRemove(TavExtractableI* removed, void* data);
   /// Shows the visitor each direct sub-object, in order, between beginVisit and endVisit.
   virtual void visitSubExtractables(TavExtractableVisitor* visitor) = 0;
@@ -120,7 +121,7 @@ class TavExtractableI {
   const TavNameRecord* _name;
 };
 
-/// One cell of a linear sum, made and recycled by the environment, owned by the node whose list holds it.
+/// One cell of a linear sum, made and recycled by the environment. The node whose list contains it owns it.
 struct TavNumLinExprTermI {
   /// The variable.
   TavNumVarI* var;
@@ -144,7 +145,7 @@ class TavExtractable {
   const char* getName() const noexcept { return _impl->getName(); }
   /// As on TavExtractableI.
   void setName(TavNameArg name) const { _impl->setName(name); }
-  /// The object's own end(); empties this handle. An empty handle is left alone.
+  /// The object's own end(); empties this handle. Leaves an empty handle unchanged.
   void end();
   /// Whether both name the same object, or none.
   friend bool operator==(TavExtractable, TavExtractable) noexcept = default;

@@ -27,7 +27,7 @@ class TavTyped : public Base {
  public:
   using Base::Base;
 
-  /// The class's index; 0 until the static GetTypeIndex() of this very class was asked.
+  /// The class's index; 0 until the static GetTypeIndex() of this class is called.
   static inline TavInt _rttiIndex = 0;
 
   static void InitTypeIndex() {
@@ -45,14 +45,14 @@ class TavTyped : public Base {
   static const char* GetRttiTypeName() { return Self::kTypeName; }
   static TavInt GetExtractableSize() { return sizeof(Self); }
 
-  // by contract: the instance form never assigns an index, so classes that nobody asked for theirs all answer 0
+  // by contract: the member function never assigns an index; it returns 0 until the static one has been called
   TavInt getTypeIndex() const override { return TavRtti::read(_rttiIndex); }
   TavTypeInfo getTypeInfo() const override { return GetTypeInfo(); }
   bool isType(TavTypeInfo type) const override { return type == GetTypeInfo() || Base::isType(type); }
   const char* getRttiTypeName() const override { return GetRttiTypeName(); }
   TavInt getExtractableSize() const override { return GetExtractableSize(); }
   TavTypeInfo getBaseTypeInfo() const override { return GetBaseTypeInfo(); }
-  // by contract: asking for the base's index goes through the base's static form and so assigns it
+  // by contract: calls the base's static function, which assigns an index
   TavInt getBaseTypeIndex() const override { return Base::GetTypeIndex(); }
 };
 

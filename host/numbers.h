@@ -20,7 +20,7 @@
 using TavInt = std::int64_t;
 /// A floating-point number as arrays store it.
 using TavNum = double;
-/// An arbitrary object as arrays store it; never looked into.
+/// An arbitrary object as arrays store it; the library never reads it.
 using TavAny = void*;
 
 /// The kind of a variable; handles re-export it as `TavNumVar::Type`. Every other value counts as `Bool`.
@@ -69,7 +69,7 @@ template <class T>
 concept TavFloating = requires(const T& number) {
   { +number } -> std::floating_point;
 };
-/// Both.
+/// Whole or real numbers.
 template <class T>
 concept TavNumber = TavIntegral<T> || TavFloating<T>;
 

@@ -1,5 +1,5 @@
 #pragma once
-/// A growing row of words.
+/// A growing array of words.
 
 #include <cstddef>
 #include <cstdlib>
@@ -8,8 +8,8 @@
 
 #pragma GCC visibility push(default)
 
-/// A row of plain words that grows at its end. The system moves the pages of large rows, so that they grow without
-/// copying. Words behind the last one are not initialised, so that unused capacity takes no memory.
+/// An array of plain words that grows at its end. Large arrays grow without copying, because the system moves their
+/// pages. Words behind the last one are not initialised, so that unused capacity takes no memory.
 template <class Word>
 class TavTable {
   static_assert(std::is_trivially_copyable_v<Word>);
@@ -36,10 +36,10 @@ class TavTable {
     if (_size == _capacity) reserve(_size + 1);
     _words[_size++] = word;
   }
-  /// Drops the words behind the first `size`, of which there must be as many; room stays.
+  /// Drops the words behind the first `size`, of which there must be as many; the capacity stays.
   void truncate(std::size_t size) noexcept { _size = size; }
-  /// Makes the row `size` words long; room stays, new words are not initialised. Throws std::bad_alloc and is then
-  /// unchanged.
+  /// Makes the array `size` words long; the capacity stays, new words are not initialised. Throws std::bad_alloc and is
+  /// then unchanged.
   void resize(std::size_t size) {
     reserve(size);
     _size = size;

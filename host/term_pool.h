@@ -1,5 +1,5 @@
 #pragma once
-/// The cells of linear sums: where they come from and go back to.
+/// The memory of the cells of linear sums.
 
 #include <new>
 #include <unordered_set>
@@ -10,7 +10,7 @@
 
 #pragma GCC visibility push(default)
 
-/// The cells of one environment. Cells that were given back are handed out again, the last one first.
+/// The cells of one environment. Recycled cells are used again, the last one first.
 class TavTermPool {
  public:
   /// An empty pool over this memory, which must outlive it.
@@ -26,12 +26,13 @@ class TavTermPool {
     _free = _free->next;
     return new (cell) TavNumLinExprTermI{var, nullptr, coef};
   }
-  /// Takes back a chain of cells linked from `first` to `last`, in O(1).
+  /// Recycles a chain of cells linked from `first` to `last`, in O(1).
   void recycle(TavNumLinExprTermI* first, TavNumLinExprTermI* last) noexcept;
-  /// For assertions: false when an expression has taken this cell of a term handle already and not given it back.
-  /// Remembered by debug builds of the library alone; a cell for which there is no memory is not.
+  /// For assertions: notes that an expression takes over the cell of a term handle. Returns false when an expression
+  /// has taken it before and not recycled it. Debug builds of the library alone keep track; without memory it returns
+  /// true.
   bool noteTaken(const TavNumLinExprTermI* cell) noexcept;
-  /// Cells handed out and not recycled. Walks the free list: for tests and diagnosis.
+  /// Number of cells in use. Walks the free list: for tests and diagnosis.
   TavInt liveCount() const noexcept;
 
  private:

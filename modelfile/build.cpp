@@ -99,8 +99,7 @@ struct TavModelBuilder::Parts {
     }
   }
   /// Replaces the row's sum by a conditional over it.
-  TavNodeGuard<TavNumLinTermI> underCondition(TavNodeGuard<TavNumLinTermI> sum,
-                                              const TavFileIndicator& indicator) const {
+  TavGuard<TavNumLinTermI> underCondition(TavGuard<TavNumLinTermI> sum, const TavFileIndicator& indicator) const {
     TavNumExprI* condition = variables[static_cast<std::size_t>(indicator.variable)].getImpl();
     if (!indicator.value) {
       condition = (1.0 - variables[static_cast<std::size_t>(indicator.variable)]).getImpl();

@@ -232,7 +232,7 @@ TavBuildItem TavExprBuilder::applyUnary(TavFileOp op, Item& x) {
 
 TavBuildItem TavExprBuilder::composeUnary(TavFileOp op, Item& x) {
   const TavNumExprArg arg(nodeOf(x));
-  const TavHold hold(arg.getImpl());  // an operator may change an uncounted sum, which is used again here
+  const TavKeepAlive keepAlive(arg.getImpl());  // an operator may change an uncounted sum, which is used again here
   const auto compose = [op, arg] {
     switch (op) {
       case TavFileOp::Log10:
@@ -285,7 +285,7 @@ TavBuildItem TavExprBuilder::applyBinary(TavFileOp op, Item& a, Item& b) {
       break;
   }
   const TavNumExprArg first(nodeOf(a)), second(nodeOf(b));
-  const TavHold holdFirst(first.getImpl()), holdSecond(second.getImpl());
+  const TavKeepAlive keepFirst(first.getImpl()), keepSecond(second.getImpl());
   assert((op == TavFileOp::Atan2 || op == TavFileOp::Remainder) && "the table has no other operation of two arguments");
   return nodeItem(
       (op == TavFileOp::Atan2 ? tavcompose::atan2(first, second) : tavcompose::remainder(first, second)).getImpl());

@@ -80,7 +80,7 @@ TavBuildItem TavExprBuilder::connect(TavFileOp op, std::span<Item> args) {
 TavBuildItem TavExprBuilder::numberOf(std::span<Item> args) {
   Item wanted = scale(args[0], -1.0);
   TavIntExprArray signs{TavEnv(_env)};
-  TavArrayGuard<TavIntExprArray> guard(signs);
+  TavGuard<TavArrayI> guard(signs.getImpl());
   for (Item& arg : args.subspan(1)) signs.add(TavIntExprArg(signOfSum(arg, wanted)));
   guard.release();
   return {.kind = Item::Node, .node = TavMakeArrayNode<TavCountI>(_env, signs, TavInt{0})};
@@ -88,7 +88,7 @@ TavBuildItem TavExprBuilder::numberOf(std::span<Item> args) {
 
 TavBuildItem TavExprBuilder::allDifferent(std::span<Item> args) {
   TavIntExprArray pairs{TavEnv(_env)};
-  TavArrayGuard<TavIntExprArray> guard(pairs);
+  TavGuard<TavArrayI> guard(pairs.getImpl());
   for (std::size_t i = 1; i < args.size(); ++i) {
     keep(args[i]);
     Item negative = scale(args[i], -1.0);

@@ -137,7 +137,7 @@ TavBuildItem TavExprBuilder::minMax(bool least, std::span<Item> args) {
     return nodeItem(new (_env) TavNumMaxI(_env, left, right));
   }
   TavNumExprArray operands{TavEnv(_env)};
-  TavArrayGuard<TavNumExprArray> guard(operands);
+  TavGuard<TavArrayI> guard(operands.getImpl());
   for (Item& arg : args) operands.add(TavNumExprArg(nodeOf(arg)));
   guard.release();
   if (least) return nodeItem(TavMakeArrayNode<TavNumMinArrayI>(_env, operands));
@@ -148,7 +148,7 @@ TavBuildItem TavExprBuilder::piecewise(std::span<Item> args) {
   Item& x = args.back();
   const std::size_t slopeCount = args.size() / 2;
   TavNumArray slopes{TavEnv(_env)}, breakpoints{TavEnv(_env)};
-  TavArrayGuard<TavNumArray> guardSlopes(slopes), guardBreakpoints(breakpoints);
+  TavGuard<TavArrayI> guardSlopes(slopes.getImpl()), guardBreakpoints(breakpoints.getImpl());
   for (std::size_t i = 0; i + 1 < 2 * slopeCount; ++i) (i % 2 == 0 ? slopes : breakpoints).add(args[i].value);
   TavNumExprI* operand = nodeOf(x);
   auto* node = new (_env)
@@ -160,7 +160,7 @@ TavBuildItem TavExprBuilder::piecewise(std::span<Item> args) {
 
 TavBuildItem TavExprBuilder::round(TavFileOp op, Item& x, Item& digits) {
   const TavNumExprArg arg(nodeOf(x));
-  const TavHold hold(arg.getImpl());
+  const TavKeepAlive keepAlive(arg.getImpl());
   return nodeItem(
       (op == TavFileOp::Round ? tavcompose::round(arg, digits.value) : tavcompose::truncate(arg, digits.value))
           .getImpl());
@@ -179,7 +179,7 @@ TavBuildItem TavExprBuilder::choose(Item& condition, Item& whenTrue, Item& whenF
 
 TavIntExprArray TavExprBuilder::truthsOf(std::span<Item> args) {
   TavIntExprArray truths{TavEnv(_env)};
-  TavArrayGuard<TavIntExprArray> guard(truths);
+  TavGuard<TavArrayI> guard(truths.getImpl());
   for (Item& arg : args) truths.add(TavIntExprArg(truthOf(arg)));
   guard.release();
   return truths;

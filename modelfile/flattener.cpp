@@ -4,7 +4,7 @@
 #include <cmath>
 #include <utility>
 
-#include "expression/core/kind.h"
+#include "expression/core/sum_builder.h"
 #include "modelfile/file_error.h"
 
 namespace {
@@ -95,7 +95,7 @@ void TavFlattener::note(const TavNumExprI* root, const std::string& item) {
       _order.push_back(frame.node);
       continue;
     }
-    const TavKind kind = TavKindOf(frame.node);
+    const TavKind kind = frame.node->kind();
     if (kind == TavKind::Variable) continue;
     if (frame.node != root || !isLinear(kind)) {
       Use& use = useOf(frame.node);
@@ -121,7 +121,7 @@ void TavFlattener::defineCommons() {
   for (const TavNumExprI* node : _order) {
     if (as<TavStandardDeviationI>(node)) defineMean(node);
     Use& use = useOf(node);
-    const bool linear = isLinear(TavKindOf(node));
+    const bool linear = isLinear(node->kind());
     if (use.uses < 2 || (linear && TavIsConstant(node))) continue;
     TavFileCommon common;
     if (linear) {
@@ -160,13 +160,13 @@ TavFlatSum TavFlattener::flatten(const TavNumExprI* root, const std::string& ite
 }
 
 bool TavFlattener::opens(const TavNumExprI* node) {
-  const TavKind kind = TavKindOf(node);
+  const TavKind kind = node->kind();
   if (kind == TavKind::Variable) return true;
   if (isCommon(node)) return false;
   if (isLinear(kind)) return true;
   const TavFlatSum::Part multiple = multipleOf(node);
   if (!multiple.node) return false;
-  const TavKind below = TavKindOf(multiple.node);
+  const TavKind below = multiple.node->kind();
   return _products == TavProductsIn::Products || below == TavKind::Variable ||
          (isLinear(below) && !isCommon(multiple.node));
 }
@@ -181,7 +181,7 @@ bool TavFlattener::gather(TavFlatSum& sum, const TavNumExprI* root, bool linearO
       if (!multiplyOut(sum, part)) sum.rest.push_back(part);
       continue;
     }
-    const TavKind kind = TavKindOf(part.node);
+    const TavKind kind = part.node->kind();
     if (kind == TavKind::Variable) {
       addTerm(sum, numberOf(part.node, _item), part.factor, linearOnly);
     } else if (isLinear(kind)) {
@@ -298,7 +298,7 @@ TavFileExpr TavFlattener::emit(const TavTokenList& list) {
       _out.tokens.push_back(entry.token);
       continue;
     }
-    const TavKind kind = TavKindOf(entry.node);
+    const TavKind kind = entry.node->kind();
     if (kind == TavKind::Variable) {
       _out.tokens.push_back({TavFileOp::Variable, numberOf(entry.node, _item), 0.0});
       continue;

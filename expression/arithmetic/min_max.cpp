@@ -1,5 +1,7 @@
 #include "expression/arithmetic/min_max.h"
 
+#include "expression/core/build.h"
+
 namespace {
 
 constexpr const char* kMixedMin = "TavMin: mixing mismatch Environments";
@@ -28,49 +30,21 @@ auto extremeNumber(Array numbers, const char* emptyText, Replaces replaces) {
 
 }  // namespace
 
-TavNumExprArg TavMin(TavNumExprArg a, TavNumExprArg b) {
-  TavRequireSameEnv(a.getImpl(), b.getImpl(), kMixedMin);
-  TavEnvI* env = a.getImpl()->getEnv();
-  return TavNumExprArg(new (env) TavNumMinI(env, a.getImpl(), b.getImpl()));
-}
+TavNumExprArg TavMin(TavNumExprArg a, TavNumExprArg b) { return TavBuildOfTwo<TavNumMinI>(a, b, kMixedMin); }
 
-TavNumExprArg TavMax(TavNumExprArg a, TavNumExprArg b) {
-  TavRequireSameEnv(a.getImpl(), b.getImpl(), kMixedMax);
-  TavEnvI* env = a.getImpl()->getEnv();
-  return TavNumExprArg(new (env) TavNumMaxI(env, a.getImpl(), b.getImpl()));
-}
+TavNumExprArg TavMax(TavNumExprArg a, TavNumExprArg b) { return TavBuildOfTwo<TavNumMaxI>(a, b, kMixedMax); }
 
-TavIntExprArg TavMin(TavIntExprArg a, TavIntExprArg b) {
-  TavRequireSameEnv(a.getImpl(), b.getImpl(), kMixedMin);
-  TavEnvI* env = a.getImpl()->getEnv();
-  return TavIntExprArg(new (env) TavIntMinI(env, a.getImpl(), b.getImpl()));
-}
+TavIntExprArg TavMin(TavIntExprArg a, TavIntExprArg b) { return TavBuildOfTwo<TavIntMinI>(a, b, kMixedMin); }
 
-TavIntExprArg TavMax(TavIntExprArg a, TavIntExprArg b) {
-  TavRequireSameEnv(a.getImpl(), b.getImpl(), kMixedMax);
-  TavEnvI* env = a.getImpl()->getEnv();
-  return TavIntExprArg(new (env) TavIntMaxI(env, a.getImpl(), b.getImpl()));
-}
+TavIntExprArg TavMax(TavIntExprArg a, TavIntExprArg b) { return TavBuildOfTwo<TavIntMaxI>(a, b, kMixedMax); }
 
-TavNumExprArg TavMin(TavNumExprArg x, TavNumArg c) {
-  TavEnvI* env = TavRequireEnv(x.getImpl());
-  return TavNumExprArg(new (env) TavNumMinCstI(env, x.getImpl(), c.value));
-}
+TavNumExprArg TavMin(TavNumExprArg x, TavNumArg c) { return TavBuild<TavNumMinCstI>(x, c.value); }
 
-TavNumExprArg TavMax(TavNumExprArg x, TavNumArg c) {
-  TavEnvI* env = TavRequireEnv(x.getImpl());
-  return TavNumExprArg(new (env) TavNumMaxCstI(env, x.getImpl(), c.value));
-}
+TavNumExprArg TavMax(TavNumExprArg x, TavNumArg c) { return TavBuild<TavNumMaxCstI>(x, c.value); }
 
-TavIntExprArg TavMin(TavIntExprArg x, TavIntArg c) {
-  TavEnvI* env = TavRequireEnv(x.getImpl());
-  return TavIntExprArg(new (env) TavIntMinCstI(env, x.getImpl(), c.value));
-}
+TavIntExprArg TavMin(TavIntExprArg x, TavIntArg c) { return TavBuild<TavIntMinCstI>(x, c.value); }
 
-TavIntExprArg TavMax(TavIntExprArg x, TavIntArg c) {
-  TavEnvI* env = TavRequireEnv(x.getImpl());
-  return TavIntExprArg(new (env) TavIntMaxCstI(env, x.getImpl(), c.value));
-}
+TavIntExprArg TavMax(TavIntExprArg x, TavIntArg c) { return TavBuild<TavIntMaxCstI>(x, c.value); }
 
 TavNumExprArg TavMin(TavNumExprArray array) { return TavNumExprArg(extremeOf<TavNumMinArrayI>(array, kMixedMin)); }
 TavNumExprArg TavMax(TavNumExprArray array) { return TavNumExprArg(extremeOf<TavNumMaxArrayI>(array, kMixedMax)); }

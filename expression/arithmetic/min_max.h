@@ -96,28 +96,26 @@ class TavExtremeArrayI : public TavArrayOperandsI<Self, Base, Array> {
  public:
   using TavArrayOperandsI<Self, Base, Array>::TavArrayOperandsI;
 
-  double eval(TavAlgorithm algorithm) const override {
-    return TavDeep([this, algorithm] {
-      const Array exprs = this->getExprs();
-      const TavInt size = exprs.getSize();
-      if (size == 0) throw TavArrayError(Self::kEmptyText);
-      double extreme = exprs[0].eval(algorithm);
-      if (size == 1) return extreme;
-      for (TavInt i = 0; i < size; ++i) {  // by contract: element 0 is evaluated a second time
-        const double value = exprs[i].eval(algorithm);
-        if (Self::replaces(value, extreme)) extreme = value;
-      }
-      return extreme;
-    });
+  /// The body of eval.
+  double value(TavAlgorithm algorithm) const {
+    const Array exprs = this->getExprs();
+    const TavInt size = exprs.getSize();
+    if (size == 0) throw TavArrayError(Self::kEmptyText);
+    double extreme = exprs[0].eval(algorithm);
+    if (size == 1) return extreme;
+    for (TavInt i = 0; i < size; ++i) {  // by contract: element 0 is evaluated a second time
+      const double element = exprs[i].eval(algorithm);
+      if (Self::replaces(element, extreme)) extreme = element;
+    }
+    return extreme;
   }
   TavExtractableI* makeClone(TavEnvI* target) const override {
     return TavMakeArrayNode<Self>(target, TavCloneOfArray(this->getExprs(), target));
   }
-  void display(std::ostream& os) const override {
-    TavDeep([this, &os] {
-      const TavText& text = Self::kTexts.in(this->getEnv());
-      os << text.open << this->getExprs() << text.close;
-    });
+  /// The body of display.
+  void write(std::ostream& os) const {
+    const TavText& text = Self::kTexts.in(this->getEnv());
+    os << text.open << this->getExprs() << text.close;
   }
 };
 

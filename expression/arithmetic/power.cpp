@@ -1,6 +1,6 @@
 #include "expression/arithmetic/power.h"
 
-#include "expression/core/check.h"
+#include "expression/core/build.h"
 
 TavNumExprArg TavPower(TavNumExprArg x, TavNumExprArg y) {
   // by contract: "environments" in small letters, unlike in most other messages
@@ -10,11 +10,9 @@ TavNumExprArg TavPower(TavNumExprArg x, TavNumExprArg y) {
 }
 
 TavNumExprArg TavPower(TavNumExprArg base, TavNumArg exponent) {
-  TavEnvI* env = TavRequireEnv(base.getImpl());
-  return TavNumExprArg(new (env) TavNumPowerCstI(env, base.getImpl(), exponent.value));
+  return TavBuild<TavNumPowerCstI>(base, exponent.value);
 }
 
 TavNumExprArg TavPower(TavNumArg base, TavNumExprArg exponent) {
-  TavEnvI* env = TavRequireEnv(exponent.getImpl());
-  return TavNumExprArg(new (env) TavNumRecPowerCstI(env, exponent.getImpl(), base.value));
+  return TavBuild<TavNumRecPowerCstI>(exponent, base.value);
 }

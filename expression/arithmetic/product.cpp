@@ -1,7 +1,7 @@
 #include "expression/arithmetic/product.h"
 
-#include "expression/core/check.h"
-#include "expression/core/draft.h"
+#include "expression/core/build.h"
+#include "expression/core/sum_builder.h"
 
 TavNumLinExprTerm operator*(TavNumVar x, TavNumArg factor) {
   return TavNumLinExprTerm(TavRequireEnv(x.getImpl())->newTerm(x.getImpl(), factor.value));
@@ -12,18 +12,17 @@ TavIntLinExprTerm operator*(TavIntVar x, TavIntArg factor) {
 }
 
 TavNumExprI* TavTimes(TavEnvI* env, TavNumExprI* node, double factor) {
+  if (node->kind() == TavKind::Variable) {
+    auto sum = TavStartSum<TavNumLinTermI>(env, 0.0);
+    sum->append(env->newTerm(static_cast<TavNumVarI*>(node), factor));
+    return sum.release();
+  }
+  if (node->kind() != TavKind::Other) {
+    auto sum = TavStartSum<TavNumLinTermI>(node);
+    sum->multiply(factor);
+    return sum.release();
+  }
   const TavTypeInfo type = node->getTypeInfo();
-  const TavKind kind = TavKindOf(node, type);
-  if (kind == TavKind::Variable) {
-    auto draft = TavNewDraft<TavNumLinTermI>(env, 0.0);
-    draft->append(env->newTerm(static_cast<TavNumVarI*>(node), factor));
-    return draft.release();
-  }
-  if (kind != TavKind::Other) {
-    auto draft = TavDraftOf<TavNumLinTermI>(node, kind);
-    draft->multiply(factor);
-    return draft.release();
-  }
   if (type == TavNumTimesCstI::GetTypeInfo()) {
     const auto* product = static_cast<TavNumTimesCstI*>(node);
     return TavDeep([=] { return TavTimes(env, product->getOperand(), product->getConstant() * factor); });
@@ -37,19 +36,17 @@ TavNumExprI* TavTimes(TavEnvI* env, TavNumExprI* node, double factor) {
 }
 
 TavIntExprI* TavTimes(TavEnvI* env, TavIntExprI* node, TavInt factor) {
-  const TavTypeInfo type = node->getTypeInfo();
-  const TavKind kind = TavKindOf(node, type);
-  if (kind == TavKind::Variable) {
-    auto draft = TavNewDraft<TavIntLinTermI>(env, TavInt{0});
-    draft->append(env->newTerm(static_cast<TavNumVarI*>(static_cast<TavNumExprI*>(node)), static_cast<double>(factor)));
-    return draft.release();
+  if (node->kind() == TavKind::Variable) {
+    auto sum = TavStartSum<TavIntLinTermI>(env, TavInt{0});
+    sum->append(env->newTerm(static_cast<TavNumVarI*>(static_cast<TavNumExprI*>(node)), static_cast<double>(factor)));
+    return sum.release();
   }
-  if (kind == TavKind::IntLinear) {
-    auto draft = TavDraftOf<TavIntLinTermI>(node, kind);
-    draft->multiply(factor);
-    return draft.release();
+  if (node->kind() == TavKind::IntLinear) {
+    auto sum = TavStartSum<TavIntLinTermI>(node);
+    sum->multiply(factor);
+    return sum.release();
   }
-  if (type == TavIntTimesCstI::GetTypeInfo()) {
+  if (node->getTypeInfo() == TavIntTimesCstI::GetTypeInfo()) {
     const auto* product = static_cast<TavIntTimesCstI*>(static_cast<TavNumExprI*>(node));
     return TavDeep([=] {
       return TavTimes(env, static_cast<TavIntExprI*>(product->getOperand()),
@@ -77,20 +74,17 @@ TavNumExprArg operator*(TavNumExprArg a, TavNumExprArg b) {
 }
 
 TavIntExprArg operator*(TavIntExprArg a, TavIntExprArg b) {
-  TavRequireSameEnv(a.getImpl(), b.getImpl(),
-                    "TavIntExprArg operator * const TavIntExprArg const TavIntExprArg: mixing mismatch Environments");
-  TavEnvI* env = a.getImpl()->getEnv();
   // by contract: constants do not fold here
-  return TavIntExprArg(new (env) TavIntTimesI(env, a.getImpl(), b.getImpl()));
+  return TavBuildOfTwo<TavIntTimesI>(
+      a, b, "TavIntExprArg operator * const TavIntExprArg const TavIntExprArg: mixing mismatch Environments");
 }
 
 TavNumExprI* TavOver(TavEnvI* env, TavNumExprI* node, double divisor) {
-  const TavKind kind = TavKindOf(node);
-  if (kind == TavKind::Variable) return TavTimes(env, node, 1.0 / divisor);
-  if (kind != TavKind::Other) {
-    auto draft = TavDraftOf<TavNumLinTermI>(node, kind);
-    draft->divide(divisor);
-    return draft.release();
+  if (node->kind() == TavKind::Variable) return TavTimes(env, node, 1.0 / divisor);
+  if (node->kind() != TavKind::Other) {
+    auto sum = TavStartSum<TavNumLinTermI>(node);
+    sum->divide(divisor);
+    return sum.release();
   }
   return new (env) TavNumDivCstI(env, node, divisor);
 }
@@ -99,30 +93,17 @@ TavNumExprArg operator/(TavNumExprArg e, TavNumArg divisor) {
   return TavNumExprArg(TavOver(TavRequireEnv(e.getImpl()), e.getImpl(), divisor.value));
 }
 
-TavNumExprArg operator/(TavNumArg dividend, TavNumExprArg e) {
-  TavEnvI* env = TavRequireEnv(e.getImpl());
-  return TavNumExprArg(new (env) TavNumRecDivCstI(env, e.getImpl(), dividend.value));
-}
+TavNumExprArg operator/(TavNumArg dividend, TavNumExprArg e) { return TavBuild<TavNumRecDivCstI>(e, dividend.value); }
 
 TavNumExprArg operator/(TavNumExprArg a, TavNumExprArg b) {
-  TavRequireSameEnv(a.getImpl(), b.getImpl(),
-                    "TavNumExprArg operator / const TavNumExprArg const TavNumExprArg: mixing mismatch Environments");
-  TavEnvI* env = a.getImpl()->getEnv();
-  return TavNumExprArg(new (env) TavNumDivI(env, a.getImpl(), b.getImpl()));
+  return TavBuildOfTwo<TavNumDivI>(
+      a, b, "TavNumExprArg operator / const TavNumExprArg const TavNumExprArg: mixing mismatch Environments");
 }
 
 TavIntExprArg TavDiv(TavIntExprArg a, TavIntExprArg b) {
-  TavRequireSameEnv(a.getImpl(), b.getImpl(), "TavDiv: mixing mismatch Environments");
-  TavEnvI* env = a.getImpl()->getEnv();
-  return TavIntExprArg(new (env) TavIntDivI(env, a.getImpl(), b.getImpl()));
+  return TavBuildOfTwo<TavIntDivI>(a, b, "TavDiv: mixing mismatch Environments");
 }
 
-TavIntExprArg TavDiv(TavIntExprArg e, TavIntArg divisor) {
-  TavEnvI* env = TavRequireEnv(e.getImpl());
-  return TavIntExprArg(new (env) TavIntDivCstI(env, e.getImpl(), divisor.value));
-}
+TavIntExprArg TavDiv(TavIntExprArg e, TavIntArg divisor) { return TavBuild<TavIntDivCstI>(e, divisor.value); }
 
-TavIntExprArg TavDiv(TavIntArg dividend, TavIntExprArg e) {
-  TavEnvI* env = TavRequireEnv(e.getImpl());
-  return TavIntExprArg(new (env) TavIntRecDivCstI(env, e.getImpl(), dividend.value));
-}
+TavIntExprArg TavDiv(TavIntArg dividend, TavIntExprArg e) { return TavBuild<TavIntRecDivCstI>(e, dividend.value); }

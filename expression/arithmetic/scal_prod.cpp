@@ -23,13 +23,13 @@ template <class Linear, class Coefs, class Vars>
 Linear* termsOf(Coefs coefs, Vars vars) {
   requireSameSize(coefs, vars);
   TavEnvI* env = vars.getImpl()->getEnv();
-  TavLooseTerms terms(env);  // cells before the node: on failure no node is passed to a deletion interceptor
+  TavGuardedCells<TavNumLinExprTermI> terms;  // before the node: if this fails, no deletion interceptor sees a node
   TavArrayReader<TavNumVarI*> var(vars.getImpl());
   TavArrayReader<decltype(+coefs[0])> coef(coefs.getImpl());
   for (TavInt left = vars.getSize(); left > 0; --left) {
     TavNumVarI* next = var.next();
     requireIn(env, next);
-    terms.add(next, static_cast<double>(coef.next()));
+    terms.add(env->newTerm(next, static_cast<double>(coef.next())));
   }
   auto* linear = new (env) Linear(env, 0);
   linear->append(terms);
@@ -69,8 +69,8 @@ Linear* productsOf(Array a, Array b) {
   const auto work = [&] {
     for (TavInt i = 0; i < a.getSize(); ++i) {
       // Retained: otherwise an uncounted linear element would be changed in place, and with it the array's element.
-      const TavHold left(a[i].getImpl()), right(b[i].getImpl());
-      TavNodeGuard<Part> product((a[i] * b[i]).getImpl());
+      const TavKeepAlive left(a[i].getImpl()), right(b[i].getImpl());
+      TavGuard<Part> product((a[i] * b[i]).getImpl());
       linear->append(product.get());  // by contract: a part even when it is linear
       product.release();
     }
@@ -97,7 +97,7 @@ auto* sumOfElements(Array array) {
   constexpr bool kVariables = std::is_same_v<Element, TavNumVar> || std::is_same_v<Element, TavIntVar>;
   const auto work = [&sum, array] {
     for (TavInt i = 0, size = array.getSize(); i < size; ++i) {
-      const TavHold held(kVariables ? nullptr : array[i].getImpl());  // a variable is never changed by a sum
+      const TavKeepAlive keep(kVariables ? nullptr : array[i].getImpl());  // a variable is never changed by a sum
       sum += array[i];
     }
   };

@@ -1,29 +1,14 @@
 #include "expression/arithmetic/square_abs_sgn.h"
 
-#include "expression/core/check.h"
+#include "expression/core/build.h"
 #include "expression/tavexpression.h"
 
-TavNumExprArg TavSquare(TavNumExprArg x) {
-  TavEnvI* env = TavRequireEnv(x.getImpl());
-  return TavNumExprArg(new (env) TavNumSquareI(env, x.getImpl()));
-}
+TavNumExprArg TavSquare(TavNumExprArg x) { return TavBuild<TavNumSquareI>(x); }
 
-TavIntExprArg TavSquare(TavIntExprArg x) {
-  TavEnvI* env = TavRequireEnv(x.getImpl());
-  return TavIntExprArg(new (env) TavIntSquareI(env, x.getImpl()));
-}
+TavIntExprArg TavSquare(TavIntExprArg x) { return TavBuild<TavIntSquareI>(x); }
 
-TavNumExprArg TavAbs(TavNumExprArg x) {
-  TavEnvI* env = TavRequireEnv(x.getImpl());
-  return TavNumExprArg(new (env) TavNumAbsI(env, x.getImpl()));
-}
+TavNumExprArg TavAbs(TavNumExprArg x) { return TavBuild<TavNumAbsI>(x); }
 
-TavIntExprArg TavAbs(TavIntExprArg x) {
-  TavEnvI* env = TavRequireEnv(x.getImpl());
-  return TavIntExprArg(new (env) TavIntAbsI(env, x.getImpl()));
-}
+TavIntExprArg TavAbs(TavIntExprArg x) { return TavBuild<TavIntAbsI>(x); }
 
-TavIntExprArg TavSgn(TavNumExprArg x) {
-  TavEnvI* env = TavRequireEnv(x.getImpl());
-  return TavIntExprArg(new (env) TavSgnI(env, x.getImpl()));
-}
+TavIntExprArg TavSgn(TavNumExprArg x) { return TavBuild<TavSgnI>(x); }

@@ -17,7 +17,7 @@ double TavConstraintI::eval(TavAlgorithm algorithm) const {
       return static_cast<double>(evaluator.evaluate(self));
     } catch (const TavModelEvaluator::Unbound&) {
       throw;
-    } catch (...) {  // any other failure leaves the answer to the algorithm
+    } catch (...) {  // after any other exception the algorithm gives the value
     }
   }
   return algorithm.getValue(self);

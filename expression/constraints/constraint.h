@@ -21,8 +21,8 @@ class TavConstraintI : public TavNode<TavConstraintI, TavIntExprI> {
 
   TavConstraintI(TavEnvI* env, TavNameArg name) : TavNode(env, name) {}
 
-  /// The model evaluator's answer when it is active, an Unbound of which goes on; the algorithm's own value when it is
-  /// not, or when it fails otherwise.
+  /// The value of the model evaluator if it is active; its TavModelEvaluator::Unbound is rethrown. If it is not active,
+  /// or throws anything else, the algorithm's own value.
   double eval(TavAlgorithm algorithm) const override;
   bool isRefCountedExpr() const override { return false; }
   void end() override { TavExtractableI::end(); }
@@ -46,7 +46,7 @@ class TavConstConstraintI final : public TavNode<TavConstConstraintI, TavConstra
   virtual bool isTrue() const { return _truth != 0; }
   double eval(TavAlgorithm) const override { return isTrue() ? 1.0 : 0.0; }
   void visitSubExtractables(TavExtractableVisitor* visitor) override;
-  /// A nameless copy in this constraint's own environment.
+  /// An unnamed copy in this constraint's own environment, whatever the target.
   TavExtractableI* makeClone(TavEnvI* target) const override;
   void display(std::ostream& os) const override;
 

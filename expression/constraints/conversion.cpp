@@ -23,13 +23,13 @@ TavConversionI::TavConversionI(TavEnvI* env, TavNumVar var, TavNumVar::Type type
   _vars.set(0, var);
 }
 
-template <class IsGone>
-void TavConversionI::removeVars(IsGone isGone) {
+template <class IsDropped>
+void TavConversionI::removeVars(IsDropped isDropped) {
   TavFirstFailure failure;
-  // A listener may take variables out itself, hence the minimum.
+  // The minimum, because a listener may take variables out too.
   for (TavInt i = _vars.getSize() - 1; i >= 0; i = std::min(i, _vars.getSize()) - 1) {
     TavNumVarI* var = _vars[i].getImpl();
-    if (!isGone(var)) continue;
+    if (!isDropped(var)) continue;
     _vars.remove(i);
     failure.attempt([&] { notify(TavConversionRemoveVar(var, this)); });
   }
@@ -70,7 +70,7 @@ void TavConversionRemoveVar::visitChange(TavEnvI*, TavExtractableI*, TavChangeVi
   visitor->visitChild(_conversion, _var);
 }
 
-// by contract: none of the three uses the environment that it is given
+// by contract: the three constructors ignore the environment
 TavConversion::TavConversion(TavEnv, TavNumVar variable, TavNumVar::Type type, TavNameArg name) {
   TavEnvI* env = TavRequireEnv(variable.getImpl());
   *this = TavConversion(new (env) TavConversionI(env, variable, type, name));

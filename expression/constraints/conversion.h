@@ -11,7 +11,7 @@ class TavConversionI final : public TavNode<TavConversionI, TavExtractableI> {
  public:
   static constexpr const char* kTypeName = "TavConversionI";
 
-  /// Takes over a fresh array that nobody else names.
+  /// Takes over a new array, to which no other handle refers.
   TavConversionI(TavEnvI* env, TavNumVarArray vars, TavNumVar::Type type, TavNameArg name)
       : TavNode(env, name), _vars(vars), _type(type) {}
   TavConversionI(TavEnvI* env, TavNumVar var, TavNumVar::Type type, TavNameArg name);
@@ -23,7 +23,7 @@ class TavConversionI final : public TavNode<TavConversionI, TavExtractableI> {
   TavNumVar::Type getType() const noexcept { return _type; }
 
   /// Takes every occurrence of the variable out, last first, and reports each. A listener that throws stops neither:
-  /// the first failure goes on afterwards.
+  /// the first exception is rethrown at the end.
   void removeVar(TavNumVar var);
 
   /// The same for all variables that are being removed.
@@ -34,8 +34,8 @@ class TavConversionI final : public TavNode<TavConversionI, TavExtractableI> {
   void display(std::ostream& os) const override;
 
  private:
-  template <class IsGone>
-  void removeVars(IsGone isGone);
+  template <class IsDropped>
+  void removeVars(IsDropped isDropped);
 
   TavNumVarArray _vars;
   TavNumVar::Type _type;

@@ -5,8 +5,8 @@
 
 #pragma GCC visibility push(default)
 
-/// What selects a part of a map: its value as an array, whose kind follows from what the map is indexed by. Supplied by
-/// the modelling-language layer.
+/// Selects a part of a map. Its value is an array, whose kind depends on the set that indexes the map. Supplied by the
+/// modelling-language layer.
 class TavTupleIndexerI {
  public:
   virtual ~TavTupleIndexerI() = default;
@@ -20,20 +20,20 @@ class TavTupleIndexerI {
   ///@}
 };
 
-/// An expression over arbitrary objects. It is counted as a numeric expression is.
+/// An expression over arbitrary objects. It counts its references as a numeric expression does.
 class TavAnyExprI : public TavNode<TavAnyExprI, TavExtractableI> {
  public:
   static constexpr const char* kTypeName = "TavAnyExprI";
 
   TavAnyExprI(TavEnvI* env, TavNameArg name) : TavNode(env, name) {}
 
-  /// The references held by parents and by layers above.
+  /// The number of references of parents and of layers above.
   TavInt getRefCount() const noexcept { return _refCount; }
   /// Adds one reference.
   void retain() noexcept { ++_refCount; }
 
   bool isRefCountedExpr() const override { return true; }
-  /// Drops one reference. At 0 or below the node goes, by removeFromAllAndDestroy or destroy.
+  /// Drops one reference. A node without references is destroyed, by removeFromAllAndDestroy or destroy.
   void end() override;
 
   /// An expression that may be changed in place when this one is shared. Default: this one.

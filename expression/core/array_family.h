@@ -2,21 +2,21 @@
 /// Class header for authors of algorithms: the shape of nodes over an array of expressions.
 
 #include "expression/core/check.h"
-#include "expression/core/num_expr.h"
+#include "expression/core/guards.h"
+#include "expression/core/nested.h"
 #include "expression/tavexpression.h"
 
 #pragma GCC visibility push(default)
 
-/// f(x0, x1, ...). The node owns its array and has one reference on every element. Self defines eval, makeClone and
-/// display.
+/// f(x0, x1, ...). The node owns its array and retains every element. Self states `value`, `write` and makeClone.
 template <class Self, class Base, class Array>
-class TavArrayOperandsI : public TavNode<Self, Base> {
+class TavArrayOperandsI : public TavNested<Self, Base> {
  public:
-  /// Takes over a new array with no other handle. A constructor of Self must not throw afterwards: the elements have
-  /// their references from here on, and only the destructor releases them.
-  TavArrayOperandsI(TavEnvI* env, Array exprs) : TavNode<Self, Base>(env, nullptr), _exprs(exprs) {
+  /// Takes over a new array, to which no other handle refers, and retains its elements. A constructor of Self must not
+  /// throw afterwards: only the destructor releases the elements.
+  TavArrayOperandsI(TavEnvI* env, Array exprs) : TavNested<Self, Base>(env, nullptr), _exprs(exprs) {
     for (TavInt i = 0; i < exprs.getSize(); ++i) {
-      assert((!exprs[i] || TavIsAtHome(env, exprs[i].getImpl())) &&
+      assert((!exprs[i] || TavMayHold(env, exprs[i].getImpl())) &&
              "an element of another environment got past the checks");
     }
     _exprs.lockExprs();
@@ -57,26 +57,10 @@ inline bool TavAreIntegers(TavNumExprArray exprs) {
   return true;
 }
 
-/// Ends an array unless it is released: for an array that an object will own.
-template <class Array>
-class TavArrayGuard {
- public:
-  /// Guards a fresh array.
-  explicit TavArrayGuard(Array array) noexcept : _array(array) {}
-  TavArrayGuard(const TavArrayGuard&) = delete;
-  TavArrayGuard& operator=(const TavArrayGuard&) = delete;
-  ~TavArrayGuard() { _array.end(); }
-  /// Releases the array, which has an owner now.
-  void release() noexcept { _array = Array(); }
-
- private:
-  Array _array;
-};
-
 /// A new Node(env, exprs, args...), which owns the fresh array `exprs`; if construction fails, ends the array.
 template <class Node, class Array, class... Args>
 Node* TavMakeArrayNode(TavEnvI* env, Array exprs, Args... args) {
-  TavArrayGuard<Array> guard(exprs);
+  TavGuard<TavArrayI> guard(exprs.getImpl());
   Node* node = new (env) Node(env, exprs, args...);
   guard.release();
   return node;
@@ -86,8 +70,7 @@ Node* TavMakeArrayNode(TavEnvI* env, Array exprs, Args... args) {
 template <class Array>
 Array TavCopyOfArray(Array array) {
   if (!array.getImpl()) throw TavEmptyHandleException();
-  TavGenAlloc* memory = array.getImpl()->getMemory();
-  return Array(new (memory) TavArrayI(memory, array.getImpl()));
+  return Array(array.getImpl()->makeCopy(array.getImpl()->getMemory()));
 }
 
 /// A new array in `target` of the elements' clones as `target` has them registered; empty where there is none.

@@ -12,7 +12,7 @@
 inline void TavRequireSameEnv(const TavExtractableI* a, const TavExtractableI* b, const char* message) {
   if (!a || !b) throw TavEmptyHandleException();
   assert(a->getEnv()->isLive(a) && b->getEnv()->isLive(b) &&
-         "an operand is gone: its handle dangles, an operator or an end has taken its node");
+         "an operand has been destroyed, by an operator or by end(): its handle dangles");
   if (a->getEnv() != b->getEnv()) throw TavWrongUsage(message, 0);
 }
 
@@ -20,7 +20,7 @@ inline void TavRequireSameEnv(const TavExtractableI* a, const TavExtractableI* b
 inline TavEnvI* TavRequireEnv(const TavExtractableI* operand) {
   if (!operand) throw TavEmptyHandleException();
   assert(operand->getEnv()->isLive(operand) &&
-         "the operand is gone: its handle dangles, an operator or an end has taken its node");
+         "the operand has been destroyed, by an operator or by end(): its handle dangles");
   return operand->getEnv();
 }
 

@@ -8,7 +8,7 @@ TavCoefEdit::TavCoefEdit(TavNumLinTermI* node, TavNumVar variable, double coef)
     : _node(node), _var(variable.getImpl()), _coef(coef) {
   if (!_var) throw TavEmptyHandleException();
   assert(_var->getEnv() == node->getEnv() && "a variable of another environment");
-  if (coef != 0.0) _cell.emplace(node->getEnv(), _var, coef);
+  if (coef != 0.0) _cell = TavMakeTerm(_var, coef);
   node->normalize();
 }
 
@@ -30,7 +30,7 @@ double TavCoefEdit::apply() {
     return old;
   }
   if (_coef != 0.0) {
-    _node->append(_cell->take());
+    _node->append(_cell.release());
     _node->_normalized = true;
     _node->notify(TavNumLinTermAddVar(_node, _var));
   }
@@ -49,8 +49,8 @@ TavInt countOf(TavNumVarArray variables, TavNumArray coefs) {
   return variables.getSize();
 }
 
-/// Marks a variable whose coefficient is to be set, until its term is found.
-TavNumLinExprTermI wanted{};
+/// The mark of a variable whose term has not been found yet.
+TavNumLinExprTermI notFound{};
 
 }  // namespace
 
@@ -60,24 +60,23 @@ TavCoefsEdit::TavCoefsEdit(TavNumLinTermI* node, TavNumVarArray variables, TavNu
       _coefs(coefs),
       _previous(previous),
       _count(countOf(variables, coefs)),
-      _fresh(node->getEnv(), static_cast<std::size_t>(_count)),
       _cells(std::make_unique_for_overwrite<TavNumLinExprTermI*[]>(static_cast<std::size_t>(_count))) {
   if (previous.getImpl()) previous.getImpl()->reserve(_count);
   if (!node->_normalized) {  // the merge decides which variables retain a term, so allocate a cell for each
     for (TavInt i = 0; i < _count; ++i) {
       TavRequireEnv(variables[i].getImpl());
-      if (coefs[i] != 0.0) _fresh.make(i, variables[i].getImpl(), coefs[i]);
+      if (coefs[i] != 0.0) makeCell(i, variables[i].getImpl(), coefs[i]);
     }
     node->normalize();
   }
   _lock.emplace(node->getEnv()->markLock);
-  if (!setMarks(&wanted)) {
+  if (!setMarks(&notFound)) {
     setMarks(nullptr);
     throw TavEmptyHandleException();
   }
   TavInt found = 0;
   for (TavNumLinExprTermI* cell = node->_terms.first; cell; cell = cell->next) {
-    found += cell->var->getMark() == &wanted;
+    found += cell->var->getMark() == &notFound;
     cell->var->setMark(cell);
   }
   if (found == _count) return;  // every variable has a term
@@ -85,8 +84,14 @@ TavCoefsEdit::TavCoefsEdit(TavNumLinTermI* node, TavNumVarArray variables, TavNu
   for (TavNumLinExprTermI* cell = node->_terms.first; cell; cell = cell->next) cell->var->setMark(cell);
   for (TavInt i = 0; i < _count; ++i) {
     TavNumVarI* var = variables[i].getImpl();
-    if (!var->getMark() && coefs[i] != 0.0) _fresh.make(i, var, coefs[i]);
+    if (!var->getMark() && coefs[i] != 0.0) makeCell(i, var, coefs[i]);
   }
+}
+
+void TavCoefsEdit::makeCell(TavInt i, TavNumVarI* var, double coef) {
+  if (_fresh.empty()) _fresh.resize(static_cast<std::size_t>(_count));
+  auto& cell = _fresh[static_cast<std::size_t>(i)];
+  if (!cell) cell = TavMakeTerm(var, coef);
 }
 
 bool TavCoefsEdit::setMarks(TavNumLinExprTermI* mark) noexcept {
@@ -120,7 +125,7 @@ TavInt TavCoefsEdit::setUnreported() {
 }
 
 void TavCoefsEdit::apply() {
-  _node->_normalized = true;  // by contract: although zeros and repeats may come in now
+  _node->_normalized = true;  // by contract: although zeros and repeated variables may be added now
   const TavInt first = setUnreported();
   // Read all marks before the first notification: a listener that edits another node uses the same marks.
   for (TavInt i = first; i < _count; ++i) cellOf(i) = _variables[i].getImpl()->getMark();
@@ -131,7 +136,7 @@ void TavCoefsEdit::apply() {
     if (TavNumLinExprTermI* cell = cellOf(i)) {
       old = std::exchange(cell->coef, coef);
     } else if (coef != 0.0) {
-      _node->_terms.append(_fresh.take(i));
+      _node->_terms.append(_fresh[static_cast<std::size_t>(i)].release());
     }
     if (old != 0.0 && coef == 0.0) _node->notify(TavNumLinTermRemoveVar(_node, var));
     if (old == 0.0 && coef != 0.0) _node->notify(TavNumLinTermAddVar(_node, var));

@@ -22,10 +22,11 @@ class TavCoefEdit {
   TavNumLinTermI* _node;
   TavNumVarI* _var;
   double _coef;
-  std::optional<TavLooseTerm> _cell;
+  /// A cell for an absent variable; null when none is needed.
+  TavGuard<TavNumLinExprTermI> _cell;
 };
 
-/// Many coefficients about to be set. The variables' marks are in use for as long as it lives.
+/// Many coefficients about to be set. Uses the marks of the variables during its lifetime.
 class TavCoefsEdit {
  public:
   /// Throws TavEmptyHandleException and std::bad_alloc; normalises the node.
@@ -34,33 +35,11 @@ class TavCoefsEdit {
   void apply();
 
  private:
-  /// New cells, at most one per variable; recycled unless they are taken.
-  class NewCells {
-   public:
-    NewCells(TavEnvI* env, std::size_t count) : _env(env), _count(count) {}
-    NewCells(const NewCells&) = delete;
-    NewCells& operator=(const NewCells&) = delete;
-    ~NewCells() {
-      for (TavNumLinExprTermI* cell : _cells) {
-        if (cell) _env->recycleTerm(cell);
-      }
-    }
-    void make(TavInt i, TavNumVarI* var, double coef) {
-      if (_cells.empty()) _cells.resize(_count);
-      if (!at(i)) at(i) = _env->newTerm(var, coef);
-    }
-    TavNumLinExprTermI* take(TavInt i) noexcept { return std::exchange(at(i), nullptr); }
-
-   private:
-    TavNumLinExprTermI*& at(TavInt i) noexcept { return _cells[static_cast<std::size_t>(i)]; }
-    TavEnvI* _env;
-    std::size_t _count;
-    /// Empty until the first cell is needed: usually every variable has a term.
-    std::vector<TavNumLinExprTermI*> _cells;
-  };
-  /// Sets the mark of every variable up to an empty handle; returns whether there was none.
+  /// Makes a cell for variable i unless it has one.
+  void makeCell(TavInt i, TavNumVarI* var, double coef);
+  /// Sets the marks of the variables. Stops at an empty handle and returns false.
   bool setMarks(TavNumLinExprTermI* mark) noexcept;
-  /// The cell that variable i had before the first record, null when it was absent.
+  /// The cell of variable i before the first notification; null when the variable was absent.
   TavNumLinExprTermI*& cellOf(TavInt i) noexcept { return _cells[static_cast<std::size_t>(i)]; }
   /// Sets coefficients up to the first change to report; returns its position.
   TavInt setUnreported();
@@ -72,7 +51,8 @@ class TavCoefsEdit {
   TavNumArray _coefs, _previous;
   TavInt _count;
   std::optional<TavLockGuard> _lock;
-  NewCells _fresh;
+  /// New cells by variable; empty until the first one is needed, since usually every variable has a term.
+  std::vector<TavGuard<TavNumLinExprTermI>> _fresh;
   /// The cells for cellOf, from the first reported change on.
   std::unique_ptr<TavNumLinExprTermI*[]> _cells;
 };

@@ -4,7 +4,7 @@
 
 #include <ostream>
 
-#include "expression/core/num_expr.h"
+#include "expression/core/nested.h"
 
 #pragma GCC visibility push(default)
 
@@ -36,21 +36,19 @@ struct TavTexts {
 
 /// f(x). Self states `kTexts` and `static double apply(double)`.
 template <class Self, class Base, class Operand = TavNumExprI>
-class TavUnaryI : public TavNode<Self, Base> {
+class TavUnaryI : public TavNested<Self, Base> {
  public:
   /// A new node, which adds one reference to the operand.
-  TavUnaryI(TavEnvI* env, Operand* operand) : TavNode<Self, Base>(env, nullptr), _operand(operand) {
-    assert(TavIsAtHome(env, operand) && "an operand of another environment got past the checks");
+  TavUnaryI(TavEnvI* env, Operand* operand) : TavNested<Self, Base>(env, nullptr), _operand(operand) {
+    assert(TavMayHold(env, operand) && "an operand of another environment got past the checks");
     operand->retain();
   }
   ~TavUnaryI() override { this->getEnv()->release(_operand); }
 
   /// The operand.
   Operand* getOperand() const noexcept { return _operand; }
-  double eval(TavAlgorithm algorithm) const override {
-    TavPrefetchPageAhead(this);
-    return TavDeep([this, algorithm] { return Self::apply(_operand->eval(algorithm)); });
-  }
+  /// The body of eval.
+  double value(TavAlgorithm algorithm) const { return Self::apply(_operand->eval(algorithm)); }
   void visitSubExtractables(TavExtractableVisitor* visitor) override {
     visitor->beginVisit(this);
     visitor->visitChild(this, _operand);
@@ -59,13 +57,12 @@ class TavUnaryI : public TavNode<Self, Base> {
   TavExtractableI* makeClone(TavEnvI* target) const override {
     return new (target) Self(target, TavCloneOf(_operand, this->getEnv()));
   }
-  void display(std::ostream& os) const override {
-    TavDeep([this, &os] {
-      const TavText& text = Self::kTexts.in(this->getEnv());
-      TavWrite(os, text.open);
-      _operand->display(os);
-      TavWrite(os, text.close);
-    });
+  /// The body of display.
+  void write(std::ostream& os) const {
+    const TavText& text = Self::kTexts.in(this->getEnv());
+    TavWrite(os, text.open);
+    _operand->display(os);
+    TavWrite(os, text.close);
   }
 
  private:
@@ -74,12 +71,12 @@ class TavUnaryI : public TavNode<Self, Base> {
 
 /// f(x, c), x printed first. Self states `kTexts` and `static double apply(double x, Constant c)`.
 template <class Self, class Base, class Constant, class Operand = TavNumExprI>
-class TavCstI : public TavNode<Self, Base> {
+class TavCstI : public TavNested<Self, Base> {
  public:
   /// A new node, which adds one reference to the operand.
   TavCstI(TavEnvI* env, Operand* operand, Constant constant)
-      : TavNode<Self, Base>(env, nullptr), _operand(operand), _constant(constant) {
-    assert(TavIsAtHome(env, operand) && "an operand of another environment got past the checks");
+      : TavNested<Self, Base>(env, nullptr), _operand(operand), _constant(constant) {
+    assert(TavMayHold(env, operand) && "an operand of another environment got past the checks");
     operand->retain();
   }
   ~TavCstI() override { this->getEnv()->release(_operand); }
@@ -88,10 +85,8 @@ class TavCstI : public TavNode<Self, Base> {
   Operand* getOperand() const noexcept { return _operand; }
   /// The constant.
   Constant getConstant() const noexcept { return _constant; }
-  double eval(TavAlgorithm algorithm) const override {
-    TavPrefetchPageAhead(this);
-    return TavDeep([this, algorithm] { return Self::apply(_operand->eval(algorithm), _constant); });
-  }
+  /// The body of eval.
+  double value(TavAlgorithm algorithm) const { return Self::apply(_operand->eval(algorithm), _constant); }
   void visitSubExtractables(TavExtractableVisitor* visitor) override {
     visitor->beginVisit(this);
     visitor->visitChild(this, _operand);
@@ -100,15 +95,14 @@ class TavCstI : public TavNode<Self, Base> {
   TavExtractableI* makeClone(TavEnvI* target) const override {
     return new (target) Self(target, TavCloneOf(_operand, this->getEnv()), _constant);
   }
-  void display(std::ostream& os) const override {
-    TavDeep([this, &os] {
-      const TavText& text = Self::kTexts.in(this->getEnv());
-      TavWrite(os, text.open);
-      _operand->display(os);
-      TavWrite(os, text.middle);
-      os << _constant;
-      TavWrite(os, text.close);
-    });
+  /// The body of display.
+  void write(std::ostream& os) const {
+    const TavText& text = Self::kTexts.in(this->getEnv());
+    TavWrite(os, text.open);
+    _operand->display(os);
+    TavWrite(os, text.middle);
+    os << _constant;
+    TavWrite(os, text.close);
   }
 
  private:
@@ -122,26 +116,25 @@ class TavRecCstI : public TavCstI<Self, Base, Constant, Operand> {
  public:
   using TavCstI<Self, Base, Constant, Operand>::TavCstI;
 
-  void display(std::ostream& os) const override {
-    TavDeep([this, &os] {
-      const TavText& text = Self::kTexts.in(this->getEnv());
-      TavWrite(os, text.open);
-      os << this->getConstant();
-      TavWrite(os, text.middle);
-      this->getOperand()->display(os);
-      TavWrite(os, text.close);
-    });
+  /// The body of display.
+  void write(std::ostream& os) const {
+    const TavText& text = Self::kTexts.in(this->getEnv());
+    TavWrite(os, text.open);
+    os << this->getConstant();
+    TavWrite(os, text.middle);
+    this->getOperand()->display(os);
+    TavWrite(os, text.close);
   }
 };
 
 /// f(x, y). Self states `kTexts` and `static double apply(double x, double y)`; x is evaluated first.
 template <class Self, class Base, class Operand = TavNumExprI>
-class TavBinaryI : public TavNode<Self, Base> {
+class TavBinaryI : public TavNested<Self, Base> {
  public:
   /// A new node, which adds one reference to each operand.
   TavBinaryI(TavEnvI* env, Operand* left, Operand* right)
-      : TavNode<Self, Base>(env, nullptr), _left(left), _right(right) {
-    assert(TavIsAtHome(env, left) && TavIsAtHome(env, right) && "operands of another environment got past the checks");
+      : TavNested<Self, Base>(env, nullptr), _left(left), _right(right) {
+    assert(TavMayHold(env, left) && TavMayHold(env, right) && "operands of another environment got past the checks");
     left->retain();
     right->retain();
   }
@@ -154,12 +147,10 @@ class TavBinaryI : public TavNode<Self, Base> {
   Operand* getLeft() const noexcept { return _left; }
   /// The second operand.
   Operand* getRight() const noexcept { return _right; }
-  double eval(TavAlgorithm algorithm) const override {
-    TavPrefetchPageAhead(this);
-    return TavDeep([this, algorithm] {
-      const double left = _left->eval(algorithm);
-      return Self::apply(left, _right->eval(algorithm));
-    });
+  /// The body of eval.
+  double value(TavAlgorithm algorithm) const {
+    const double left = _left->eval(algorithm);
+    return Self::apply(left, _right->eval(algorithm));
   }
   void visitSubExtractables(TavExtractableVisitor* visitor) override {
     visitor->beginVisit(this);
@@ -171,15 +162,14 @@ class TavBinaryI : public TavNode<Self, Base> {
     Operand* left = TavCloneOf(_left, this->getEnv());
     return new (target) Self(target, left, TavCloneOf(_right, this->getEnv()));
   }
-  void display(std::ostream& os) const override {
-    TavDeep([this, &os] {
-      const TavText& text = Self::kTexts.in(this->getEnv());
-      TavWrite(os, text.open);
-      _left->display(os);
-      TavWrite(os, text.middle);
-      _right->display(os);
-      TavWrite(os, text.close);
-    });
+  /// The body of display.
+  void write(std::ostream& os) const {
+    const TavText& text = Self::kTexts.in(this->getEnv());
+    TavWrite(os, text.open);
+    _left->display(os);
+    TavWrite(os, text.middle);
+    _right->display(os);
+    TavWrite(os, text.close);
   }
 
  private:

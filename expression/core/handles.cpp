@@ -2,16 +2,16 @@
 
 #include "expression/core/check.h"
 #include "expression/core/coef_edit.h"
-#include "expression/core/draft.h"
+#include "expression/core/sum_builder.h"
 
 // The counted handles: construction, compound assignment, clones, and the in-place operations of TavExpr.
 
 namespace {
 
-/// Replaces the expression of a handle by build(old): the old node's reference is taken away first, so that an unshared
-/// linear node is extended in place, and put back if build throws.
+/// Replaces the expression of a counted handle by build(old). The old node loses its reference first, so that an
+/// unshared linear node is extended in place, and gets it back if build throws.
 template <class Build>
-void rebuild(TavNumExprI*& impl, Build build) {
+void replaceBy(TavNumExprI*& impl, Build build) {
   if (!impl) throw TavEmptyHandleException();
   TavNumExprI* old = impl;
   old->lower();
@@ -24,15 +24,18 @@ void rebuild(TavNumExprI*& impl, Build build) {
   impl->retain();
 }
 
-/// The in-place change of a TavExpr: works on the node itself, or on a copy of a shared one. Nothing has happened to
-/// the handle until commit(), which comes when the change can fail no more, or by a listener alone.
-class Edit {
+/// The integer expression of a TavIntExpr.
+TavIntExprArg asInteger(TavNumExprI* impl) { return TavIntExprArg(TavImplCast<TavIntExprI>(impl)); }
+
+/// A change of a TavExpr in place: of its node, or of a copy when the node has other references. The handle is
+/// unchanged until commit(); nothing but a listener may throw afterwards.
+class InPlaceEdit {
  public:
-  explicit Edit(TavNumExprI*& impl) : _impl(impl) {
+  explicit InPlaceEdit(TavNumExprI*& impl) : _impl(impl) {
     if (!impl) throw TavEmptyHandleException();
     if (impl->getRefCount() > 1) _copy.reset(static_cast<TavNumLinTermI*>(impl)->copyLinear());
   }
-  /// The private node; it is the handle's from now on.
+  /// Makes the handle name the node to be changed, and returns it.
   TavNumLinTermI* commit() noexcept {
     if (_copy) {
       _impl->lower();
@@ -41,41 +44,68 @@ class Edit {
     }
     return static_cast<TavNumLinTermI*>(_impl);
   }
-  /// The private node for changes that may fail.
+  /// The node to be changed, for changes that may fail.
   TavNumLinTermI* get() const noexcept { return _copy ? _copy.get() : static_cast<TavNumLinTermI*>(_impl); }
   TavNumLinTermI* operator->() const noexcept { return get(); }
 
  private:
   TavNumExprI*& _impl;
-  TavNodeGuard<TavNumLinTermI> _copy;
+  TavGuard<TavNumLinTermI> _copy;
 };
 
-void appendTerm(TavNumExprI*& impl, TavNumVarI* var, double coef) {
-  Edit edit(impl);
-  TavNumLinExprTermI* cell = impl->getEnv()->newTerm(var, coef);
-  edit.commit()->append(cell);
+// The operators += and -= of TavExpr: `sign` is 1 or -1, `message` says that the environments differ. Those of the hot
+// path are inlined.
+
+[[gnu::noinline]] void addVariableToCopy(TavNumExprI*& impl, TavNumVarI* var, double sign) {
+  InPlaceEdit edit(impl);
+  auto cell = TavMakeTerm(var, sign);
+  edit.commit()->append(cell.release());
 }
 
-/// Takes a term handle's cell over, negated or not.
-void appendCell(TavNumExprI*& impl, TavNumLinExprTermI* cell, double sign = 1.0) {
-  TavNumLinTermI* linear = Edit(impl).commit();
+[[gnu::always_inline]] inline void addVariable(TavNumExprI*& impl, TavNumVarI* var, double sign, const char* message) {
+  TavRequireSameEnv(impl, var, message);
+  if (impl->getRefCount() > 1) return addVariableToCopy(impl, var, sign);
+  static_cast<TavNumLinTermI*>(impl)->append(var->getEnv()->newTerm(var, sign));
+}
+
+[[gnu::always_inline]] inline void addTerm(TavNumExprI*& impl, TavNumLinExprTermI* cell, double sign,
+                                           const char* message) {
+  TavRequireSameEnv(impl, TavVarOf(cell), message);
+  TavNumLinTermI* linear = InPlaceEdit(impl).commit();
   cell->coef *= sign;
   linear->append(TavTakeCell(linear->getEnv(), cell));
 }
 
-void appendPart(TavNumExprI*& impl, TavNumExprI* expr) {
-  Edit edit(impl);
-  TavLoosePart part(impl->getEnv(), expr);
-  edit.commit()->append(part.take());
+void addPart(TavNumExprI*& impl, TavNumExprI* expr) {
+  InPlaceEdit edit(impl);
+  auto part = TavMakePart(impl->getEnv(), expr);
+  edit.commit()->append(part.release());
 }
 
-void appendLinear(TavNumExprI*& impl, TavNumExprI* operand, TavKind kind, bool negated) {
+void addLinear(TavNumExprI*& impl, TavNumExprI* operand, double sign) {
   TavNumExprI* const before = impl;
-  Edit edit(impl);
-  auto draft = TavDraftOf<TavNumLinTermI>(operand, kind, operand == impl);
-  if (negated) draft->multiply(-1.0);
-  edit.commit()->append(draft.release());
-  if (impl != before && before->getRefCount() == 0) before->end();  // the operand was its other holder, as a part
+  InPlaceEdit edit(impl);
+  auto sum = TavStartSum<TavNumLinTermI>(operand, operand == impl);
+  if (sign < 0) sum->multiply(-1.0);
+  edit.commit()->append(sum.release());
+  // The operand may have had the last other reference to the shared node, as a part.
+  if (impl != before && before->getRefCount() == 0) before->end();
+}
+
+void addExpr(TavNumExprI*& impl, TavNumExprI* operand, double sign, const char* message) {
+  TavRequireSameEnv(impl, operand, message);
+  if (operand->kind() == TavKind::Variable) {
+    addVariable(impl, static_cast<TavNumVarI*>(operand), sign, message);
+  } else if (operand->kind() != TavKind::Other) {
+    addLinear(impl, operand, sign);
+  } else if (sign > 0) {
+    addPart(impl, operand);
+  } else {
+    const TavKeepAlive keep(operand);
+    TavGuard<TavNumExprI> negated((-TavNumExprArg(operand)).getImpl());
+    addPart(impl, negated.get());
+    negated.release();
+  }
 }
 
 }  // namespace
@@ -101,34 +131,34 @@ TavNumLinExprTerm::operator TavNumExprArg() const {
 TavNumExpr& TavNumExpr::operator+=(TavNumExprArg arg) {
   TavRequireSameEnv(_impl, arg.getImpl(),
                     "TavNumExpr& TavNumExpr::operator += const TavNumExprArg arg : mixing mismatch Environments");
-  rebuild(_impl, [arg](TavNumExprI* old) { return TavNumExprArg(old) + arg; });
+  replaceBy(_impl, [arg](TavNumExprI* old) { return TavNumExprArg(old) + arg; });
   return *this;
 }
 
 TavNumExpr& TavNumExpr::operator-=(TavNumExprArg arg) {
   TavRequireSameEnv(_impl, arg.getImpl(),
                     "TavNumExpr& TavNumExpr::operator -= const TavNumExprArg arg : mixing mismatch Environments");
-  rebuild(_impl, [arg](TavNumExprI* old) { return TavNumExprArg(old) - arg; });
+  replaceBy(_impl, [arg](TavNumExprI* old) { return TavNumExprArg(old) - arg; });
   return *this;
 }
 
 TavNumExpr& TavNumExpr::operator+=(double constant) {
-  rebuild(_impl, [constant](TavNumExprI* old) { return TavNumExprArg(old) + constant; });
+  replaceBy(_impl, [constant](TavNumExprI* old) { return TavNumExprArg(old) + constant; });
   return *this;
 }
 
 TavNumExpr& TavNumExpr::operator-=(double constant) {
-  rebuild(_impl, [constant](TavNumExprI* old) { return TavNumExprArg(old) - constant; });
+  replaceBy(_impl, [constant](TavNumExprI* old) { return TavNumExprArg(old) - constant; });
   return *this;
 }
 
 TavNumExpr& TavNumExpr::operator*=(double factor) {
-  rebuild(_impl, [factor](TavNumExprI* old) { return TavNumExprArg(old) * factor; });
+  replaceBy(_impl, [factor](TavNumExprI* old) { return TavNumExprArg(old) * factor; });
   return *this;
 }
 
 TavNumExpr& TavNumExpr::operator/=(double divisor) {
-  rebuild(_impl, [divisor](TavNumExprI* old) { return TavNumExprArg(old) / divisor; });
+  replaceBy(_impl, [divisor](TavNumExprI* old) { return TavNumExprArg(old) / divisor; });
   return *this;
 }
 
@@ -154,149 +184,115 @@ TavExpr::TavExpr(TavNumExprArg expression) {
   TavNumExprI* node = expression.getImpl();
   TavRequireEnv(node);
   TavNumExprI* own = node->getRefCount() < 1 ? node : node->copy();
-  TavNodeGuard<TavNumExprI> copy(own == node ? nullptr : own);
+  TavGuard<TavNumExprI> copy(own == node ? nullptr : own);
   _impl = own->toNumLinTermI();
   if (_impl == own) copy.release();
   _impl->retain();
 }
 
 TavExpr& TavExpr::operator+=(double constant) {
-  TavNumLinTermI* linear = Edit(_impl).commit();
+  TavNumLinTermI* linear = InPlaceEdit(_impl).commit();
   linear->setConstant(linear->getConstant() + constant);
   return *this;
 }
 
 TavExpr& TavExpr::operator-=(double constant) {
-  TavNumLinTermI* linear = Edit(_impl).commit();
+  TavNumLinTermI* linear = InPlaceEdit(_impl).commit();
   linear->setConstant(linear->getConstant() - constant);
   return *this;
 }
 
 TavExpr& TavExpr::operator*=(double factor) {
-  Edit edit(_impl);
+  InPlaceEdit edit(_impl);
   edit->multiply(factor);
   edit.commit();
   return *this;
 }
 
 TavExpr& TavExpr::operator/=(double divisor) {
-  Edit edit(_impl);
+  InPlaceEdit edit(_impl);
   edit->divide(divisor);
   edit.commit();
   return *this;
 }
 
 TavExpr& TavExpr::operator+=(TavNumVar variable) {
-  TavRequireSameEnv(_impl, variable.getImpl(),
-                    "TavExpr& TavNumExpr::operator += const TavNumVar arg : mixing mismatch Environments");
-  appendTerm(_impl, variable.getImpl(), 1.0);
+  addVariable(_impl, variable.getImpl(), 1.0,
+              "TavExpr& TavNumExpr::operator += const TavNumVar arg : mixing mismatch Environments");
   return *this;
 }
 
 TavExpr& TavExpr::operator-=(TavNumVar variable) {
-  TavRequireSameEnv(_impl, variable.getImpl(),
-                    "TavExpr& TavExpr::operator -= const TavNumVar arg : mixing mismatch Environments");
-  appendTerm(_impl, variable.getImpl(), -1.0);
+  addVariable(_impl, variable.getImpl(), -1.0,
+              "TavExpr& TavExpr::operator -= const TavNumVar arg : mixing mismatch Environments");
   return *this;
 }
 
 TavExpr& TavExpr::operator+=(TavIntVar variable) {
-  TavRequireSameEnv(_impl, variable.getImpl(),
-                    "TavExpr& TavNumExpr::operator += const TavIntVar arg : mixing mismatch Environments");
-  appendTerm(_impl, variable.getImpl(), 1.0);
+  addVariable(_impl, variable.getImpl(), 1.0,
+              "TavExpr& TavNumExpr::operator += const TavIntVar arg : mixing mismatch Environments");
   return *this;
 }
 
 TavExpr& TavExpr::operator-=(TavIntVar variable) {
-  TavRequireSameEnv(_impl, variable.getImpl(),
-                    "TavExpr& TavExpr::operator -= const TavIntVar arg : mixing mismatch Environments");
-  appendTerm(_impl, variable.getImpl(), -1.0);
+  addVariable(_impl, variable.getImpl(), -1.0,
+              "TavExpr& TavExpr::operator -= const TavIntVar arg : mixing mismatch Environments");
   return *this;
 }
 
 TavExpr& TavExpr::operator+=(TavNumLinExprTerm term) {
-  TavRequireSameEnv(_impl, TavVarOf(term.getImpl()),
-                    "TavExpr& TavExpr::operator += const TavNumLinExprTerm term : mixing mismatch Environments");
-  appendCell(_impl, term.getImpl());
+  addTerm(_impl, term.getImpl(), 1.0,
+          "TavExpr& TavExpr::operator += const TavNumLinExprTerm term : mixing mismatch Environments");
   return *this;
 }
 
 TavExpr& TavExpr::operator-=(TavNumLinExprTerm term) {
-  TavRequireSameEnv(_impl, TavVarOf(term.getImpl()),
-                    "TavExpr& TavExpr::operator -= const TavNumLinExprTerm arg : mixing mismatch Environments");
-  appendCell(_impl, term.getImpl(), -1.0);
+  addTerm(_impl, term.getImpl(), -1.0,
+          "TavExpr& TavExpr::operator -= const TavNumLinExprTerm arg : mixing mismatch Environments");
   return *this;
 }
 
 TavExpr& TavExpr::operator+=(TavIntLinExprTerm term) {
-  TavRequireSameEnv(_impl, TavVarOf(term.getImpl()),
-                    "TavExpr& TavExpr::operator += const TavIntLinExprTerm arg : mixing mismatch Environments");
-  appendCell(_impl, term.getImpl());
+  addTerm(_impl, term.getImpl(), 1.0,
+          "TavExpr& TavExpr::operator += const TavIntLinExprTerm arg : mixing mismatch Environments");
   return *this;
 }
 
 TavExpr& TavExpr::operator-=(TavIntLinExprTerm term) {
-  TavRequireSameEnv(_impl, TavVarOf(term.getImpl()),
-                    "TavExpr& TavExpr::operator -= const TavIntLinExprTerm arg : mixing mismatch Environments");
-  appendCell(_impl, term.getImpl(), -1.0);
+  addTerm(_impl, term.getImpl(), -1.0,
+          "TavExpr& TavExpr::operator -= const TavIntLinExprTerm arg : mixing mismatch Environments");
   return *this;
 }
 
 TavExpr& TavExpr::operator+=(TavNumExprArg arg) {
-  TavRequireSameEnv(_impl, arg.getImpl(),
-                    "TavExpr& TavNumExpr::operator += const TavNumExprArg arg : mixing mismatch Environments");
-  TavNumExprI* operand = arg.getImpl();
-  switch (const TavKind kind = TavKindOf(operand)) {
-    case TavKind::Variable:
-      appendTerm(_impl, static_cast<TavNumVarI*>(operand), 1.0);
-      break;
-    case TavKind::Other:
-      appendPart(_impl, operand);
-      break;
-    default:
-      appendLinear(_impl, operand, kind, false);
-  }
+  addExpr(_impl, arg.getImpl(), 1.0,
+          "TavExpr& TavNumExpr::operator += const TavNumExprArg arg : mixing mismatch Environments");
   return *this;
 }
 
 TavExpr& TavExpr::operator-=(TavNumExprArg arg) {
-  TavRequireSameEnv(_impl, arg.getImpl(),
-                    "TavExpr& TavExpr::operator -= const TavNumExprArg arg : mixing mismatch Environments");
-  TavNumExprI* operand = arg.getImpl();
-  switch (const TavKind kind = TavKindOf(operand)) {
-    case TavKind::Variable:
-      appendTerm(_impl, static_cast<TavNumVarI*>(operand), -1.0);
-      break;
-    case TavKind::Other: {
-      const TavHold hold(operand);
-      TavNodeGuard<TavNumExprI> negated((-arg).getImpl());
-      appendPart(_impl, negated.get());
-      negated.release();
-      break;
-    }
-    default:
-      appendLinear(_impl, operand, kind, true);
-  }
+  addExpr(_impl, arg.getImpl(), -1.0,
+          "TavExpr& TavExpr::operator -= const TavNumExprArg arg : mixing mismatch Environments");
   return *this;
 }
 
-void TavExpr::clear() { Edit(_impl).commit()->clear(); }
+void TavExpr::clear() { InPlaceEdit(_impl).commit()->clear(); }
 
 void TavExpr::setNumConstant(double constant) {
   TavTestIsLinear(_impl);  // by contract: before the copy on write, so that a shared node that fails stays shared
-  Edit(_impl).commit()->setConstant(constant);
+  InPlaceEdit(_impl).commit()->setConstant(constant);
 }
 
 double TavExpr::setLinearCoef(TavNumVar variable, double coef) {
   if (!variable) throw TavEmptyHandleException();
-  Edit edit(_impl);
+  InPlaceEdit edit(_impl);
   TavCoefEdit change(edit.get(), variable, coef);
   edit.commit();
   return change.apply();
 }
 
 void TavExpr::setLinearCoefs(TavNumVarArray variables, TavNumArray coefs) {
-  Edit edit(_impl);
+  InPlaceEdit edit(_impl);
   TavCoefsEdit change(edit.get(), variables, coefs, TavNumArray());
   edit.commit();
   change.apply();
@@ -306,13 +302,13 @@ void TavExpr::remove(TavNumVarArray variables) { remove(static_cast<TavExtractab
 
 void TavExpr::remove(TavExtractableArray objects) {
   if (!objects.getImpl()) throw TavEmptyHandleException();
-  Edit edit(_impl);
+  InPlaceEdit edit(_impl);
   edit->remove(objects);
   edit.commit();
 }
 
 bool TavExpr::normalize() {
-  Edit edit(_impl);
+  InPlaceEdit edit(_impl);
   const bool nothingMerged = edit->normalize() == 0;
   edit.commit();
   return nothingMerged;
@@ -345,27 +341,36 @@ std::string TavToString(TavExtractable object) {
   return std::move(text).str();
 }
 
+TavIntExpr::TavIntExpr(TavEnv env, TavInt constant)
+    : TavIntExpr(TavIntExprArg(new (env.getImpl()) TavIntLinTermI(env.getImpl(), constant))) {}
+
+TavIntExpr::TavIntExpr(TavIntLinExprTerm term) : TavIntExpr(static_cast<TavIntExprArg>(term)) {}
+
+TavIntLinExprTerm::operator TavIntExprArg() const {
+  return TavIntExprArg(new (TavRequireEnv(TavVarOf(_cell))) TavIntLinTermI(*this));
+}
+
 TavIntExpr& TavIntExpr::operator+=(TavIntExprArg arg) {
-  rebuild(_impl, [arg](TavNumExprI* old) { return TavIntExprArg(TavImplCast<TavIntExprI>(old)) + arg; });
+  replaceBy(_impl, [arg](TavNumExprI* old) { return asInteger(old) + arg; });
   return *this;
 }
 
 TavIntExpr& TavIntExpr::operator-=(TavIntExprArg arg) {
-  rebuild(_impl, [arg](TavNumExprI* old) { return TavIntExprArg(TavImplCast<TavIntExprI>(old)) - arg; });
+  replaceBy(_impl, [arg](TavNumExprI* old) { return asInteger(old) - arg; });
   return *this;
 }
 
 TavIntExpr& TavIntExpr::operator+=(TavInt constant) {
-  rebuild(_impl, [constant](TavNumExprI* old) { return TavIntExprArg(TavImplCast<TavIntExprI>(old)) + constant; });
+  replaceBy(_impl, [constant](TavNumExprI* old) { return asInteger(old) + constant; });
   return *this;
 }
 
 TavIntExpr& TavIntExpr::operator-=(TavInt constant) {
-  rebuild(_impl, [constant](TavNumExprI* old) { return TavIntExprArg(TavImplCast<TavIntExprI>(old)) - constant; });
+  replaceBy(_impl, [constant](TavNumExprI* old) { return asInteger(old) - constant; });
   return *this;
 }
 
 TavIntExpr& TavIntExpr::operator*=(TavInt factor) {
-  rebuild(_impl, [factor](TavNumExprI* old) { return TavIntExprArg(TavImplCast<TavIntExprI>(old)) * factor; });
+  replaceBy(_impl, [factor](TavNumExprI* old) { return asInteger(old) * factor; });
   return *this;
 }

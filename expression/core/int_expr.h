@@ -12,12 +12,12 @@ class TavIntExprI : public TavNode<TavIntExprI, TavNumExprI> {
  public:
   static constexpr const char* kTypeName = "TavIntExprI";
 
-  TavIntExprI(TavEnvI* env, TavNameArg name) : TavNode(env, name) {}
+  TavIntExprI(TavEnvI* env, TavNameArg name, TavKind kind = TavKind::Other) : TavNode(env, name, kind) {}
 
   bool isInteger() const override { return true; }
   TavNumExprI* copy() override { return intCopy(); }
 
-  /// What copy() answers, as an integer expression.
+  /// The result of copy(), as an integer expression.
   virtual TavIntExprI* intCopy() { return this; }
   /// The expression as an integer linear node; by default a new one with this node as its only part.
   virtual TavIntLinTermI* toIntLinTermI();

@@ -5,13 +5,6 @@
 
 static_assert(sizeof(TavIntLinTermI) == 80);
 
-TavIntLinTermRemoveVar::TavIntLinTermRemoveVar(TavIntLinTermI* linear, TavNumVarI* var) noexcept
-    : TavChangeRecord(linear), _linear(linear), _var(var) {}
-
-void TavIntLinTermRemoveVar::visitChange(TavEnvI*, TavExtractableI* object, TavChangeVisitor* visitor) const {
-  visitor->visitChild(object, _var);
-}
-
 TavIntLinTermI::TavIntLinTermI(TavIntLinExprTerm term) : TavIntLinTermI(TavRequireEnv(TavVarOf(term.getImpl())), 0) {
   append(TavTakeCell(getEnv(), term.getImpl()));
 }
@@ -34,19 +27,4 @@ TavIntLinTermI* TavIntLinTermI::copyLinear() const {
   auto fresh = TavMakeNode<TavIntLinTermI>(getEnv(), getEnv(), _constant);
   fresh->copyFrom(*this);
   return fresh.release();
-}
-
-TavIntLinTermI* TavIntExprI::toIntLinTermI() {
-  auto linear = TavMakeNode<TavIntLinTermI>(getEnv(), getEnv(), 0);
-  linear->append(this);
-  return linear.release();
-}
-
-TavIntExpr::TavIntExpr(TavEnv env, TavInt constant)
-    : TavIntExpr(TavIntExprArg(new (env.getImpl()) TavIntLinTermI(env.getImpl(), constant))) {}
-
-TavIntExpr::TavIntExpr(TavIntLinExprTerm term) : TavIntExpr(static_cast<TavIntExprArg>(term)) {}
-
-TavIntLinExprTerm::operator TavIntExprArg() const {
-  return TavIntExprArg(new (TavRequireEnv(TavVarOf(_cell))) TavIntLinTermI(*this));
 }

@@ -8,19 +8,10 @@
 class TavIntLinTermI;
 
 /// The term of a variable was dropped.
-class TavIntLinTermRemoveVar final : public TavChangeRecord<TavIntLinTermRemoveVar> {
+class TavIntLinTermRemoveVar final : public TavTermChange<TavIntLinTermRemoveVar, TavIntLinTermI> {
  public:
+  using TavTermChange::TavTermChange;
   static constexpr const char* kTypeName = "TavIntLinTermRemoveVar";
-
-  TavIntLinTermRemoveVar(TavIntLinTermI* linear, TavNumVarI* var) noexcept;
-
-  TavIntLinTermI* getLinear() const noexcept { return _linear; }
-  TavNumVarI* getVar() const noexcept { return _var; }
-  void visitChange(TavEnvI* env, TavExtractableI* object, TavChangeVisitor* visitor) const override;
-
- private:
-  TavIntLinTermI* _linear;
-  TavNumVarI* _var;
 };
 
 /// A linear sum of integer expressions. Coefficients are doubles that hold whole numbers; it is never normalised.
@@ -28,6 +19,8 @@ class TavIntLinTermI final
     : public TavLinearI<TavIntLinTermI, TavIntExprI, TavInt, TavIntExprI, TavIntLinTermRemoveVar> {
  public:
   static constexpr const char* kTypeName = "TavIntLinTermI";
+  /// The kind of every node of this class.
+  static constexpr TavKind kKind = TavKind::IntLinear;
 
   /// A sum of this constant alone.
   TavIntLinTermI(TavEnvI* env, TavInt constant) : TavLinearI(env, constant) {}
@@ -36,7 +29,7 @@ class TavIntLinTermI final
 
   /// Multiplies coefficients, constant (wrapping around) and every part; 0 keeps every term.
   void multiply(TavInt k);
-  /// Called for every added cell: nothing is remembered about the terms.
+  /// Called for every added cell. Does nothing.
   void termsChanged() noexcept {}
 
   /// A new numeric node of the same terms, parts and constant; this one stays as it is.

@@ -4,11 +4,30 @@
 #include <limits>
 #include <vector>
 
+#include "expression/core/guards.h"
 #include "expression/core/num_var.h"
-#include "expression/core/term_list.h"
 #include "expression/core/text_writer.h"
 
 #pragma GCC visibility push(default)
+
+/// The record of one term that a sum of class Linear has gained, changed or lost.
+template <class Self, class Linear>
+class TavTermChange : public TavChangeRecord<Self> {
+ public:
+  /// The term of `var` in `linear`.
+  TavTermChange(Linear* linear, TavNumVarI* var) noexcept : TavChangeRecord<Self>(linear), _linear(linear), _var(var) {}
+
+  /// The sum.
+  Linear* getLinear() const noexcept { return _linear; }
+  TavNumVarI* getVar() const noexcept { return _var; }
+  void visitChange(TavEnvI*, TavExtractableI* object, TavChangeVisitor* visitor) const override {
+    visitor->visitChild(object, _var);
+  }
+
+ private:
+  Linear* _linear;
+  TavNumVarI* _var;
+};
 
 /// constant + sum of coefficient * variable + sum of parts. Self is the node class, Constant its constant's type, Part
 /// the class of its parts, RemoveVar the record of a removed variable. Calls Self::termsChanged() for every added cell.
@@ -16,7 +35,7 @@ template <class Self, class Base, class Constant, class Part, class RemoveVar>
 class TavLinearI : public TavNode<Self, Base> {
  public:
   /// A sum of this constant alone.
-  TavLinearI(TavEnvI* env, Constant constant) : TavNode<Self, Base>(env, nullptr), _constant(constant) {}
+  TavLinearI(TavEnvI* env, Constant constant) : TavNode<Self, Base>(env, nullptr, Self::kKind), _constant(constant) {}
   ~TavLinearI() override {
     TavFirstFailure ignored;  // the outermost removal rethrows it
     drop(ignored);
@@ -55,22 +74,22 @@ class TavLinearI : public TavNode<Self, Base> {
     self()->termsChanged();
   }
   /// Takes over cells that are in no list, behind the others.
-  void append(TavLooseTerms& cells) noexcept {
+  void append(TavGuardedCells<TavNumLinExprTermI>& cells) noexcept {
     cells.giveTo(_terms);
     self()->termsChanged();
   }
   /// Adds one reference; the expression becomes a part whatever it is, a linear one too.
-  void append(Part* expr) { append(TavLoosePart(this->getEnv(), expr).take()); }
+  void append(Part* expr) { append(TavMakePart(this->getEnv(), expr).release()); }
   void append(TavPart* part) noexcept {
     _parts.append(part);
-    assert(TavIsAtHome(this->getEnv(), part->expr) && "a part of another environment got past the checks");
+    assert(TavMayHold(this->getEnv(), part->expr) && "a part of another environment got past the checks");
     part->expr->retain();
   }
   /// Takes over the terms, parts and constant of `other` and ends it: an uncounted one is destroyed.
   void append(Self* other);
   /// Drops the first term of the variable, if there is one.
   void remove(TavNumVarI* var) noexcept;
-  /// Drops terms and parts of the objects, counting down from the array's size.
+  /// Drops the terms and parts of the listed objects, at most as many as the array is long.
   void remove(TavExtractableArray objects);
   /// Drops the terms and parts whose object is marked removed in the environment; references are not released.
   void removeMarked() noexcept;
@@ -113,9 +132,9 @@ class TavLinearI : public TavNode<Self, Base> {
   void drop(TavFirstFailure& failure) noexcept;
   void dropParts(TavPartList parts, TavFirstFailure& failure) noexcept;
   void freePart(TavPart* part) noexcept { this->getEnv()->getMemory()->dealloc(part, sizeof *part); }
-  /// Drops the cells for which `isGone` is true, at most `left` of them.
-  template <class Cell, class IsGone, class Drop>
-  static void sweep(TavCellList<Cell>& list, TavInt& left, IsGone isGone, Drop drop);
+  /// Drops the cells for which `isDropped` is true, at most `left` of them.
+  template <class Cell, class IsDropped, class Drop>
+  static void sweep(TavCellList<Cell>& list, TavInt& left, IsDropped isDropped, Drop drop);
   double evalParts(TavAlgorithm algorithm) const;
   void writePlain(TavTextWriter& out) const;
   void writeLibrary(TavTextWriter& out) const;
@@ -137,7 +156,7 @@ class TavRemovalMarks {
   std::size_t _count;
 };
 
-/// Whether the array contains the object: for the rare parts of another environment than their sum.
+/// Whether the array contains the object. For parts that are in another environment than their sum, which is rare.
 bool TavContains(TavExtractableArray objects, const TavExtractableI* object) noexcept;
 
 ///@{
@@ -148,6 +167,6 @@ TavIntExprI* TavTimes(TavEnvI* env, TavIntExprI* part, TavInt factor);
 TavNumExprI* TavOver(TavEnvI* env, TavNumExprI* part, double divisor);
 ///@}
 
-#include "expression/core/linear.inc"
-
 #pragma GCC visibility pop
+
+#include "expression/core/linear_bodies.h"

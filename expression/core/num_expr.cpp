@@ -5,11 +5,12 @@
 
 #include "expression/core/check.h"
 #include "expression/core/index.h"
-#include "expression/core/kind.h"
 #include "expression/core/num_linear.h"
+#include "expression/core/sum_builder.h"
 
 void TavNumExprI::end() {
-  if (--_refCount > 0) return;  // by contract: the count may reach -1, that is how an uncounted node is ended
+  lower();
+  if (_references >= kOne) return;  // by contract: the count may reach -1, that is how an uncounted node is ended
   TavEnvI* env = getEnv();
   if (env->deletionInterceptor) {
     env->deletionInterceptor->takeNode(this);
@@ -30,7 +31,7 @@ TavNumLinTermI* TavNumExprI::toNumLinTermI() {
   return linear.release();
 }
 
-bool TavIsAtHome(const TavEnvI* env, const TavNumExprI* operand) noexcept {
+bool TavMayHold(const TavEnvI* env, const TavNumExprI* operand) noexcept {
   return operand->getEnv() == env || (!operand->isRefCountedExpr() && !operand->isType(TavNumVarI::GetTypeInfo()));
 }
 

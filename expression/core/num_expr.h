@@ -11,26 +11,38 @@
 
 class TavNumLinTermI;
 
-/// A numeric expression. Its count holds the parents and the counted handles; a new node starts at 0.
+/// The kinds of node that operators distinguish.
+enum class TavKind : std::uint8_t {
+  Variable,   ///< A TavNumVarI, or an object of a class derived from it.
+  NumLinear,  ///< A TavNumLinTermI.
+  IntLinear,  ///< A TavIntLinTermI.
+  Other,      ///< Any other node.
+};
+
+/// A numeric expression. It counts its references: those of parents and of counted handles. A new node has none.
 class TavNumExprI : public TavNode<TavNumExprI, TavExtractableI> {
  public:
   static constexpr const char* kTypeName = "TavNumExprI";
 
-  TavNumExprI(TavEnvI* env, TavNameArg name) : TavNode(env, name) {}
+  TavNumExprI(TavEnvI* env, TavNameArg name, TavKind kind = TavKind::Other)
+      : TavNode(env, name), _references(static_cast<TavInt>(kind)) {}
 
-  /// The references held by parents and counted handles.
-  TavInt getRefCount() const noexcept { return _refCount; }
+  /// The kind of node.
+  TavKind kind() const noexcept { return static_cast<TavKind>(_references & (kOne - 1)); }
+
+  /// The number of references of parents and counted handles.
+  TavInt getRefCount() const noexcept { return _references >> kKindBits; }
   /// Adds one reference.
-  void retain() noexcept { ++_refCount; }
+  void retain() noexcept { _references += kOne; }
   /// Takes one reference away without ending the node: for a holder that puts it back or passes it on.
-  void lower() noexcept { --_refCount; }
+  void lower() noexcept { _references -= kOne; }
 
   bool isRefCountedExpr() const override { return true; }
-  /// Drops one reference. At 0 or below the node goes: to the environment's interceptor, or by removeFromAllAndDestroy
-  /// or destroy. An uncounted node goes at once.
+  /// Drops one reference. A node that has none left, or had none before, is passed to the environment's
+  /// deletionInterceptor, or destroyed by removeFromAllAndDestroy or destroy.
   void end() override;
 
-  /// A node that may be changed in place when this one is shared: the linear nodes copy, all others answer themselves.
+  /// A node that may be changed in place when this one is shared: linear nodes return a copy, all others themselves.
   virtual TavNumExprI* copy() { return this; }
   /// end(), unless the environment is ending.
   virtual void release();
@@ -44,18 +56,21 @@ class TavNumExprI : public TavNode<TavNumExprI, TavExtractableI> {
   virtual double getNumConstant() const { return 0.0; }
 
  private:
-  TavInt _refCount = 0;
+  static constexpr int kKindBits = 8;
+  static constexpr TavInt kOne = TavInt{1} << kKindBits;
+  /// The kind in the lowest bits, the number of references above them: the size of a node stays 40 bytes.
+  TavInt _references;
 };
 
-/// x.isInteger() for an operand, however deep it goes. Throws TavEmptyHandleException for null.
+/// x.isInteger() for an operand that may nest deep. Throws TavEmptyHandleException for null.
 inline bool TavIsInteger(const TavNumExprI* x) {
   if (!x) throw TavEmptyHandleException();
   return TavDeep([x] { return x->isInteger(); });
 }
 
-/// Whether a node of `env` may hold the operand: one of its own, or a constraint, whose clones stay where it is. For
-/// assertions.
-bool TavIsAtHome(const TavEnvI* env, const TavNumExprI* operand) noexcept;
+/// Whether a node of `env` may have the operand: one in the same environment, or a constraint, whose clones stay in its
+/// own. For assertions.
+bool TavMayHold(const TavEnvI* env, const TavNumExprI* operand) noexcept;
 
 /// The registered clone of an operand, in the map of `env`. Throws TavEmptyHandleException when the pass has none.
 template <class Operand>

@@ -7,32 +7,6 @@
 
 static_assert(sizeof(TavNumLinTermI) == 88);
 
-TavNumLinTermAddVar::TavNumLinTermAddVar(TavNumLinTermI* linear, TavNumVarI* var) noexcept
-    : TavChangeRecord(linear), _linear(linear), _var(var) {}
-
-void TavNumLinTermAddVar::visitChange(TavEnvI*, TavExtractableI* object, TavChangeVisitor* visitor) const {
-  visitor->visitChild(object, _var);
-}
-
-TavNumLinTermRemoveVar::TavNumLinTermRemoveVar(TavNumLinTermI* linear, TavNumVarI* var) noexcept
-    : TavChangeRecord(linear), _linear(linear), _var(var) {}
-
-void TavNumLinTermRemoveVar::visitChange(TavEnvI*, TavExtractableI* object, TavChangeVisitor* visitor) const {
-  visitor->visitChild(object, _var);
-}
-
-TavRemovalMarks::TavRemovalMarks(TavEnvI* env, TavExtractableArray objects) : _env(env), _count(env->markedCount()) {
-  env->markRemoved(objects);
-}
-
-bool TavContains(TavExtractableArray objects, const TavExtractableI* object) noexcept {
-  TavArrayReader<const TavExtractableI*> element(objects.getImpl());
-  for (TavInt left = objects.getSize(); left > 0; --left) {
-    if (element.next() == object) return true;
-  }
-  return false;
-}
-
 namespace {
 
 /// Borrows the environment's mark array.

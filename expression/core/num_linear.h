@@ -8,35 +8,17 @@
 class TavNumLinTermI;
 
 /// A coefficient was set for a variable that was absent.
-class TavNumLinTermAddVar final : public TavChangeRecord<TavNumLinTermAddVar> {
+class TavNumLinTermAddVar final : public TavTermChange<TavNumLinTermAddVar, TavNumLinTermI> {
  public:
+  using TavTermChange::TavTermChange;
   static constexpr const char* kTypeName = "TavNumLinTermAddVar";
-
-  TavNumLinTermAddVar(TavNumLinTermI* linear, TavNumVarI* var) noexcept;
-
-  TavNumLinTermI* getLinear() const noexcept { return _linear; }
-  TavNumVarI* getVar() const noexcept { return _var; }
-  void visitChange(TavEnvI* env, TavExtractableI* object, TavChangeVisitor* visitor) const override;
-
- private:
-  TavNumLinTermI* _linear;
-  TavNumVarI* _var;
 };
 
 /// The coefficient of a variable has changed, or its term was dropped.
-class TavNumLinTermRemoveVar final : public TavChangeRecord<TavNumLinTermRemoveVar> {
+class TavNumLinTermRemoveVar final : public TavTermChange<TavNumLinTermRemoveVar, TavNumLinTermI> {
  public:
+  using TavTermChange::TavTermChange;
   static constexpr const char* kTypeName = "TavNumLinTermRemoveVar";
-
-  TavNumLinTermRemoveVar(TavNumLinTermI* linear, TavNumVarI* var) noexcept;
-
-  TavNumLinTermI* getLinear() const noexcept { return _linear; }
-  TavNumVarI* getVar() const noexcept { return _var; }
-  void visitChange(TavEnvI* env, TavExtractableI* object, TavChangeVisitor* visitor) const override;
-
- private:
-  TavNumLinTermI* _linear;
-  TavNumVarI* _var;
 };
 
 /// A linear sum of numeric expressions: the node of every TavExpr.
@@ -44,6 +26,8 @@ class TavNumLinTermI final
     : public TavLinearI<TavNumLinTermI, TavNumExprI, double, TavNumExprI, TavNumLinTermRemoveVar> {
  public:
   static constexpr const char* kTypeName = "TavNumLinTermI";
+  /// The kind of every node of this class.
+  static constexpr TavKind kKind = TavKind::NumLinear;
 
   /// A sum of this constant alone.
   TavNumLinTermI(TavEnvI* env, double constant) : TavLinearI(env, constant) {}

@@ -20,7 +20,7 @@ TavInt boolUpper(double ub) { return ub < 0 ? 0 : ub > 0.0 ? 1 : TavTrunc(ub); }
 /// A private domain that takes `values` over.
 template <class Domain, class Array, class... Flag>
 TavVarDomainI* domainOver(TavEnvI* env, Array values, Flag... flag) {
-  TavArrayGuard<Array> guard(values);
+  TavGuard<TavArrayI> guard(values.getImpl());
   auto* domain = new (env) Domain(values, flag...);
   guard.release();
   return domain;
@@ -133,7 +133,7 @@ void TavNumVarI::setPossibleValues(TavNumArray values) {
     _domain->setNumValues(values);  // its own list, which the caller may have edited: the bounds follow it
   } else if (_domain) {
     const TavNumArray copy = TavCopyOfArray(values);
-    TavArrayGuard<TavNumArray> guard(copy);
+    TavGuard<TavArrayI> guard(copy.getImpl());
     copyOnWrite();
     _domain->setNumValues(copy);
     guard.release();
@@ -147,7 +147,7 @@ void TavNumVarI::setPossibleValues(TavNumArray values) {
 void TavNumVarI::setPossibleValues(TavIntArray values) {
   if (getType() == TavNumVar::Float) {
     TavNumArray numbers = values.toNumArray();
-    TavArrayGuard<TavNumArray> guard(numbers);
+    TavGuard<TavArrayI> guard(numbers.getImpl());
     if (_domain) {
       copyOnWrite();
       _domain->setNumValues(numbers);
@@ -162,7 +162,7 @@ void TavNumVarI::setPossibleValues(TavIntArray values) {
     _domain->setIntValues(values);  // its own list, as above
   } else {
     const TavIntArray copy = TavCopyOfArray(values);
-    TavArrayGuard<TavIntArray> guard(copy);
+    TavGuard<TavArrayI> guard(copy.getImpl());
     copyOnWrite();
     _domain->setIntValues(copy);
     guard.release();
@@ -179,8 +179,8 @@ double TavNumVarI::evalByEither(const TavAlgorithmI* values) const {
   }
 }
 
-/// The model evaluator's answer instead of the failure that is being handled; without one that failure goes on. The
-/// inner handler must be over before the rethrow, or the second failure would go on instead of the first.
+/// The model evaluator's value, called while an exception is being handled. Rethrows that exception if the evaluator
+/// has none: the rethrow is outside the inner handler, which would rethrow the evaluator's exception.
 double TavNumVarI::evalByModel() const {
   const TavModelEvaluator evaluator = getEnv()->getModelEvaluator();
   if (evaluator.isActive()) {

@@ -13,7 +13,8 @@ class TavNumVarI : public TavNode<TavNumVarI, TavIntExprI> {
   using Type = TavNumVar::Type;
 
   /// Takes the domain over unless it is shared; null for none: bounds [0, infinity], type Float.
-  TavNumVarI(TavEnvI* env, TavVarDomainI* domain, TavNameArg name) : TavNode(env, name), _domain(domain) {}
+  TavNumVarI(TavEnvI* env, TavVarDomainI* domain, TavNameArg name)
+      : TavNode(env, name, TavKind::Variable), _domain(domain) {}
   TavNumVarI(TavEnvI* env, TavNameArg name) : TavNumVarI(env, static_cast<TavVarDomainI*>(nullptr), name) {}
   /// Shared domain, Boolean bounds compared as doubles: see domainByBounds.
   TavNumVarI(TavEnvI* env, double lb, double ub, Type type, TavNameArg name)
@@ -32,9 +33,10 @@ class TavNumVarI : public TavNode<TavNumVarI, TavIntExprI> {
       : TavNumVarI(range->getEnv(), range->getEnv()->getOrMakeSharedDomain(range), name) {}
   ~TavNumVarI() override;
 
-  /// The shared domain for bounds that are looked at before the type: an upper Boolean bound of 0.5 is 1.
+  /// The shared domain of a single variable: Boolean bounds are compared first, so that an upper bound of 0.5 gives 1.
   static TavVarDomainI* domainByBounds(TavEnvI* env, double lb, double ub, Type type);
-  /// The shared domain for column-wise and bulk creation: an upper Boolean bound of 0.5 is 0.
+  /// The shared domain of variables made by columns or in bulk: Boolean bounds are truncated first, so that an upper
+  /// bound of 0.5 gives 0.
   static TavVarDomainI* domainByType(TavEnvI* env, Type type, double lb, double ub);
 
   /// The domain, or null.
@@ -101,7 +103,7 @@ class TavNumVarI : public TavNode<TavNumVarI, TavIntExprI> {
 inline double TavNumVarI::eval(TavAlgorithm algorithm) const {
   const TavAlgorithmI* values = algorithm.getImpl();
   if (!values || getEnv()->getModelEvaluator().isActive()) return evalByEither(values);
-  return values->getValue(this);  // nothing to catch for: a call in tail position, which needs no frame
+  return values->getValue(this);  // no exception is caught here: a tail call, which needs no stack frame
 }
 
 /// New bounds of one variable: both as they stand now.

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "expression/tavexpression.h"
+#include "expression/number_text.h"
 
 bool TavNumIsInteger(double x) noexcept {
   if (!std::isfinite(x)) return false;

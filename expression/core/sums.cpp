@@ -1,20 +1,20 @@
 #include "expression/core/check.h"
-#include "expression/core/draft.h"
 #include "expression/core/message.h"
+#include "expression/core/sum_builder.h"
 
-// Sums and differences. The numeric and the integer side follow the same table: a linear operand takes the other one
-// in, the left one if both are linear; two operands that are not linear make a new linear node.
+// Sums and differences. Numeric and integer operands follow the same rules: the other operand is added to a linear one,
+// to the left one if both are linear; two operands that are not linear make a new linear node.
 
 namespace {
 
-/// What the two sides differ in: class of the linear node, of the operands, of the constant.
+/// What numeric and integer sums differ in: the classes of the linear node and of its operands, and the constant.
 struct Numeric {
   using Linear = TavNumLinTermI;
   using Expr = TavNumExprI;
   using Arg = TavNumExprArg;
   using Constant = double;
   static constexpr TavKind kLinear = TavKind::NumLinear;
-  static bool isLinear(TavKind kind) { return kind == TavKind::NumLinear || kind == TavKind::IntLinear; }
+  static bool isLinear(const Expr* e) { return e->kind() == TavKind::NumLinear || e->kind() == TavKind::IntLinear; }
   static double add(double a, double b) { return a + b; }
 };
 struct Integer {
@@ -23,84 +23,80 @@ struct Integer {
   using Arg = TavIntExprArg;
   using Constant = TavInt;
   static constexpr TavKind kLinear = TavKind::IntLinear;
-  static bool isLinear(TavKind kind) { return kind == TavKind::IntLinear; }
+  static bool isLinear(const Expr* e) { return e->kind() == TavKind::IntLinear; }
   static TavInt add(TavInt a, TavInt b) { return TavWrapAdd(a, b); }
 };
 
-/// Appends a summand that is not linear: a variable as a term with this coefficient, any other node as a part. The last
-/// step of an operation: it fails before it changes anything.
+/// Appends a summand that is not linear: a variable as a term with this coefficient, any other node as a part. Throws
+/// std::bad_alloc; the sum is then unchanged.
 template <class Side>
-void appendSummand(TavDraft<typename Side::Linear>& draft, typename Side::Expr* e, TavKind kind, double coef) {
-  if (kind == TavKind::Variable) {
-    draft->append(draft->getEnv()->newTerm(static_cast<TavNumVarI*>(static_cast<TavNumExprI*>(e)), coef));
+void appendSummand(TavSumBuilder<typename Side::Linear>& sum, typename Side::Expr* e, double coef) {
+  if (e->kind() == TavKind::Variable) {
+    sum->append(sum->getEnv()->newTerm(static_cast<TavNumVarI*>(static_cast<TavNumExprI*>(e)), coef));
   } else {
-    draft->append(e);
+    sum->append(e);
   }
 }
 
-/// The new node of two summands that are not linear. The first is held until the second is in: the draft would end it
-/// otherwise when the second cannot be had.
+/// The new sum of two summands that are not linear.
 template <class Side>
-typename Side::Arg sumOfTwo(typename Side::Expr* a, TavKind kindA, typename Side::Expr* b, TavKind kindB,
-                            double coefB) {
-  const TavHold hold(a);
-  auto draft = TavNewDraft<typename Side::Linear>(a->getEnv(), typename Side::Constant{0});
-  appendSummand<Side>(draft, a, kindA, 1.0);
-  appendSummand<Side>(draft, b, kindB, coefB);
-  return typename Side::Arg(draft.release());
+typename Side::Arg sumOfNonlinear(typename Side::Expr* a, typename Side::Expr* b, double coefB) {
+  const TavKeepAlive keep(a);  // the unfinished sum, which has it as a part, may be destroyed
+  auto sum = TavStartSum<typename Side::Linear>(a->getEnv(), typename Side::Constant{0});
+  appendSummand<Side>(sum, a, 1.0);
+  appendSummand<Side>(sum, b, coefB);
+  return typename Side::Arg(sum.release());
 }
 
-/// Negates the right operand's draft. Its old parts lose a reference; `left` may be one of them, and held by nobody
-/// else while a compound assignment has lowered its count: it stays, and is free to be changed from then on.
+/// Negates `right`. Its old parts are released; `left` may be one of them, with no other reference.
 template <class Linear>
-void negateBeside(TavNumExprI* left, TavDraft<Linear>& right) {
-  const TavHold hold(left);
+void negateAndKeep(TavNumExprI* left, TavSumBuilder<Linear>& right) {
+  const TavKeepAlive keep(left);
   right->multiply(-1);
 }
 
 /// a + b, or a - b for a negated b that is a variable or linear.
 template <class Side>
-typename Side::Arg sum(typename Side::Expr* a, typename Side::Expr* b, TavKind kindB, bool negated = false) {
+typename Side::Arg sumOf(typename Side::Expr* a, typename Side::Expr* b, bool negated = false) {
   using Linear = typename Side::Linear;
-  const TavKind kindA = TavKindOf(a);
   TavEnvI* env = a->getEnv();
   const double coefB = negated ? -1.0 : 1.0;
-  if (!Side::isLinear(kindB)) {
-    if (!Side::isLinear(kindA)) return sumOfTwo<Side>(a, kindA, b, kindB, coefB);
-    auto draft = TavDraftOf<Linear>(a, kindA);
-    appendSummand<Side>(draft, b, kindB, coefB);
-    return typename Side::Arg(draft.release());
+  if (!Side::isLinear(b)) {
+    if (!Side::isLinear(a)) return sumOfNonlinear<Side>(a, b, coefB);
+    auto sum = TavStartSum<Linear>(a);
+    appendSummand<Side>(sum, b, coefB);
+    return typename Side::Arg(sum.release());
   }
-  if (Side::isLinear(kindA)) {
-    auto left = TavDraftOf<Linear>(a, kindA);
-    auto right = TavDraftOf<Linear>(b, kindB, a == b);  // one uncounted node twice: it cannot be merged with itself
+  if (Side::isLinear(a)) {
+    auto left = TavStartSum<Linear>(a);
+    auto right = TavStartSum<Linear>(b, a == b);  // a node cannot be merged with itself
     if (negated) {
-      negateBeside(a, right);
-      if (kindA == Side::kLinear && a->getRefCount() <= 0)
-        left = TavDraft<Linear>(static_cast<Linear*>(static_cast<TavNumExprI*>(a)));
+      negateAndKeep(a, right);
+      // The last reference to `a` may have been a part of b.
+      if (a->kind() == Side::kLinear && a->getRefCount() <= 0) left = TavStartSum<Linear>(a);
     }
     left->append(right.release());
     return typename Side::Arg(left.release());
   }
-  auto draft = TavDraftOf<Linear>(b, kindB);
-  if (kindA == TavKind::Variable) {
-    TavLooseTerm cell(env, static_cast<TavNumVarI*>(static_cast<TavNumExprI*>(a)), 1.0);
-    if (negated) negateBeside(a, draft);
-    draft->prepend(cell.take());
+  auto sum = TavStartSum<Linear>(b);
+  if (a->kind() == TavKind::Variable) {
+    auto cell = TavMakeTerm(static_cast<TavNumVarI*>(static_cast<TavNumExprI*>(a)), 1.0);
+    if (negated) negateAndKeep(a, sum);
+    sum->prepend(cell.release());
   } else {
-    TavLoosePart part(env, a);
-    if (negated) negateBeside(a, draft);
-    draft->append(part.take());
+    auto part = TavMakePart(env, a);
+    if (negated) negateAndKeep(a, sum);
+    sum->append(part.release());
   }
-  return typename Side::Arg(draft.release());
+  return typename Side::Arg(sum.release());
 }
 
 template <class Side>
 typename Side::Arg difference(typename Side::Expr* a, typename Side::Expr* b) {
-  if (const TavKind kind = TavKindOf(b); kind != TavKind::Other) return sum<Side>(a, b, kind, true);
-  const TavHold hold(b);
-  TavNodeGuard<typename Side::Expr> negated((-typename Side::Arg(b)).getImpl());
-  const auto result = sum<Side>(a, negated.get(), TavKindOf(negated.get()));
+  if (b->kind() != TavKind::Other) return sumOf<Side>(a, b, true);
+  const TavKeepAlive keep(b);
+  TavGuard<typename Side::Expr> negated((-typename Side::Arg(b)).getImpl());
+  const auto result = sumOf<Side>(a, negated.get());
   negated.release();
   return result;
 }
@@ -110,51 +106,48 @@ TavNumLinExprTermI* negate(TavNumLinExprTermI* cell, bool negated = true) noexce
   return cell;
 }
 
-/// a + the cell's term, or a - it, in a new node or one of the other side. As in all that follows, cells are negated
-/// and taken when nothing can fail any more.
+/// a + the cell's term, or a - it, where `a` is not changed in place. Here and below, cells are negated and taken when
+/// nothing can fail any more.
 template <class Side>
-[[gnu::noinline]] typename Side::Arg newSumWithTerm(typename Side::Expr* a, TavKind kind, TavNumLinExprTermI* cell,
-                                                    bool negated) {
+[[gnu::noinline]] typename Side::Arg newSumWithTerm(typename Side::Expr* a, TavNumLinExprTermI* cell, bool negated) {
   using Linear = typename Side::Linear;
-  const bool linear = Side::isLinear(kind);
-  auto draft = linear ? TavDraftOf<Linear>(a, kind) : TavNewDraft<Linear>(a->getEnv(), typename Side::Constant{0});
-  if (!linear) appendSummand<Side>(draft, a, kind, 1.0);
-  draft->append(TavTakeCell(draft->getEnv(), negate(cell, negated)));
-  return typename Side::Arg(draft.release());
+  const bool linear = Side::isLinear(a);
+  auto sum = linear ? TavStartSum<Linear>(a) : TavStartSum<Linear>(a->getEnv(), typename Side::Constant{0});
+  if (!linear) appendSummand<Side>(sum, a, 1.0);
+  sum->append(TavTakeCell(sum->getEnv(), negate(cell, negated)));
+  return typename Side::Arg(sum.release());
 }
 
-/// a + the cell's term, or a - it. A chain of them comes by here with every term: its node is extended as it is.
+/// a + the cell's term, or a - it. The hot path of a chain of sums: an unshared sum is extended in place.
 template <class Side>
 typename Side::Arg sumWithTerm(typename Side::Expr* a, TavNumLinExprTermI* cell, bool negated = false) {
-  const TavKind kind = TavKindOf(a);
-  if (kind != Side::kLinear || a->getRefCount() > 0) return newSumWithTerm<Side>(a, kind, cell, negated);
+  if (a->kind() != Side::kLinear || a->getRefCount() > 0) return newSumWithTerm<Side>(a, cell, negated);
   auto* linear = static_cast<typename Side::Linear*>(a);
   linear->append(TavTakeCell(linear->getEnv(), negate(cell, negated)));
   return typename Side::Arg(linear);
 }
 
-/// The cell's term + b.
+/// The cell's term + b, or the cell's term - b for a negated b that is a variable or linear.
 template <class Side>
 typename Side::Arg sumWithTerm(TavNumLinExprTermI* cell, typename Side::Expr* b, bool negated = false) {
   using Linear = typename Side::Linear;
-  const TavKind kind = TavKindOf(b);
-  if (Side::isLinear(kind)) {
-    auto draft = TavDraftOf<Linear>(b, kind);
-    if (negated) draft->multiply(-1);
-    draft->prepend(TavTakeCell(draft->getEnv(), cell));
-    return typename Side::Arg(draft.release());
+  if (Side::isLinear(b)) {
+    auto sum = TavStartSum<Linear>(b);
+    if (negated) sum->multiply(-1);
+    sum->prepend(TavTakeCell(sum->getEnv(), cell));
+    return typename Side::Arg(sum.release());
   }
-  auto draft = TavNewDraft<Linear>(b->getEnv(), typename Side::Constant{0});
-  appendSummand<Side>(draft, b, kind, negated ? -1.0 : 1.0);
-  draft->prepend(TavTakeCell(draft->getEnv(), cell));
-  return typename Side::Arg(draft.release());
+  auto sum = TavStartSum<Linear>(b->getEnv(), typename Side::Constant{0});
+  appendSummand<Side>(sum, b, negated ? -1.0 : 1.0);
+  sum->prepend(TavTakeCell(sum->getEnv(), cell));
+  return typename Side::Arg(sum.release());
 }
 
 template <class Side>
 typename Side::Arg termMinus(TavNumLinExprTermI* cell, typename Side::Expr* b) {
-  if (TavKindOf(b) != TavKind::Other) return sumWithTerm<Side>(cell, b, true);
-  const TavHold hold(b);
-  TavNodeGuard<typename Side::Expr> negated((-typename Side::Arg(b)).getImpl());
+  if (b->kind() != TavKind::Other) return sumWithTerm<Side>(cell, b, true);
+  const TavKeepAlive keep(b);
+  TavGuard<typename Side::Expr> negated((-typename Side::Arg(b)).getImpl());
   const auto result = sumWithTerm<Side>(cell, negated.get());
   negated.release();
   return result;
@@ -162,48 +155,46 @@ typename Side::Arg termMinus(TavNumLinExprTermI* cell, typename Side::Expr* b) {
 
 template <class Side>
 typename Side::Arg sumOfTerms(TavNumLinExprTermI* t, TavNumLinExprTermI* u, bool negated = false) {
-  auto draft = TavNewDraft<typename Side::Linear>(t->var->getEnv(), typename Side::Constant{0});
-  draft->append(TavTakeCell(draft->getEnv(), t));
-  draft->append(TavTakeCell(draft->getEnv(), negate(u, negated)));
-  return typename Side::Arg(draft.release());
+  auto sum = TavStartSum<typename Side::Linear>(t->var->getEnv(), typename Side::Constant{0});
+  sum->append(TavTakeCell(sum->getEnv(), t));
+  sum->append(TavTakeCell(sum->getEnv(), negate(u, negated)));
+  return typename Side::Arg(sum.release());
 }
 
 template <class Side>
 typename Side::Arg sumWithConstant(typename Side::Expr* e, typename Side::Constant constant) {
   using Linear = typename Side::Linear;
   TavEnvI* env = TavRequireEnv(e);
-  const TavKind kind = TavKindOf(e);
-  if (Side::isLinear(kind)) {
-    auto draft = TavDraftOf<Linear>(e, kind);
-    draft->setConstant(Side::add(draft->getConstant(), constant));
-    return typename Side::Arg(draft.release());
+  if (Side::isLinear(e)) {
+    auto sum = TavStartSum<Linear>(e);
+    sum->setConstant(Side::add(sum->getConstant(), constant));
+    return typename Side::Arg(sum.release());
   }
-  auto draft = TavNewDraft<Linear>(env, constant);
-  appendSummand<Side>(draft, e, kind, 1.0);
-  return typename Side::Arg(draft.release());
+  auto sum = TavStartSum<Linear>(env, constant);
+  appendSummand<Side>(sum, e, 1.0);
+  return typename Side::Arg(sum.release());
 }
 
 template <class Side>
 typename Side::Arg sumWithConstant(TavNumLinExprTermI* cell, typename Side::Constant constant, bool negated = false) {
-  auto draft = TavNewDraft<typename Side::Linear>(TavRequireEnv(TavVarOf(cell)), constant);
-  draft->append(TavTakeCell(draft->getEnv(), negate(cell, negated)));
-  return typename Side::Arg(draft.release());
+  auto sum = TavStartSum<typename Side::Linear>(TavRequireEnv(TavVarOf(cell)), constant);
+  sum->append(TavTakeCell(sum->getEnv(), negate(cell, negated)));
+  return typename Side::Arg(sum.release());
 }
 
 /// constant - e.
 template <class Side>
 typename Side::Arg constantMinus(typename Side::Constant constant, typename Side::Expr* e) {
   TavEnvI* env = TavRequireEnv(e);
-  const TavKind kind = TavKindOf(e);
-  if (kind == TavKind::Variable) {
-    auto draft = TavNewDraft<typename Side::Linear>(env, Side::add(typename Side::Constant{0}, constant));
-    appendSummand<Side>(draft, e, kind, -1.0);
-    return typename Side::Arg(draft.release());
+  if (e->kind() == TavKind::Variable) {
+    auto sum = TavStartSum<typename Side::Linear>(env, Side::add(typename Side::Constant{0}, constant));
+    appendSummand<Side>(sum, e, -1.0);
+    return typename Side::Arg(sum.release());
   }
-  const TavHold hold(kind == TavKind::Other ? e : nullptr);
+  const TavKeepAlive keep(e->kind() == TavKind::Other ? e : nullptr);
   const typename Side::Arg negated = -typename Side::Arg(e);
-  if (Side::isLinear(TavKindOf(negated.getImpl()))) return sumWithConstant<Side>(negated.getImpl(), constant);
-  TavNodeGuard<typename Side::Expr> guard(negated.getImpl());
+  if (Side::isLinear(negated.getImpl())) return sumWithConstant<Side>(negated.getImpl(), constant);
+  TavGuard<typename Side::Expr> guard(negated.getImpl());
   const auto result = sumWithConstant<Side>(guard.get(), constant);
   guard.release();
   return result;
@@ -260,7 +251,7 @@ auto plus(A a, B b) {
   } else if constexpr (kIsTerm<A> || kIsTerm<B>) {
     return sumWithTerm<Side>(a.getImpl(), b.getImpl());
   } else {
-    return sum<Side>(a.getImpl(), b.getImpl(), TavKindOf(b.getImpl()));
+    return sumOf<Side>(a.getImpl(), b.getImpl());
   }
 }
 

@@ -4,17 +4,18 @@
 #include <ostream>
 
 #include "expression/core/int_expr.h"
+#include "expression/core/nested.h"
 
 #pragma GCC visibility push(default)
 
 /// Base of both conditional nodes. A branch is an expression of Self's base, or null; then its constant is used.
 template <class Self, class Base, class Constant>
-class TavConditionalI : public TavNode<Self, Base> {
+class TavConditionalI : public TavNested<Self, Base> {
  public:
   /// A new node, which adds one reference to the condition and to each branch.
   TavConditionalI(TavEnvI* env, TavNumExprI* condition, Base* thenExpr, Base* elseExpr, Constant thenConstant,
                   Constant elseConstant)
-      : TavNode<Self, Base>(env, nullptr),
+      : TavNested<Self, Base>(env, nullptr),
         _condition(condition),
         _then(thenExpr),
         _else(elseExpr),
@@ -41,14 +42,12 @@ class TavConditionalI : public TavNode<Self, Base> {
   /// The value of a missing else branch.
   Constant getElseConstant() const noexcept { return _elseConstant; }
 
-  /// Anything but exactly 1 takes the else branch; the other branch is not evaluated.
-  double eval(TavAlgorithm algorithm) const override {
-    return TavDeep([this, algorithm] {
-      if (_condition->eval(algorithm) == 1.0) {
-        return _then ? _then->eval(algorithm) : static_cast<double>(_thenConstant);
-      }
-      return _else ? _else->eval(algorithm) : static_cast<double>(_elseConstant);
-    });
+  /// The body of eval. Only a condition of exactly 1 selects the then branch; the other branch is not evaluated.
+  double value(TavAlgorithm algorithm) const {
+    if (_condition->eval(algorithm) == 1.0) {
+      return _then ? _then->eval(algorithm) : static_cast<double>(_thenConstant);
+    }
+    return _else ? _else->eval(algorithm) : static_cast<double>(_elseConstant);
   }
   void visitSubExtractables(TavExtractableVisitor* visitor) override {
     visitor->beginVisit(this);
@@ -63,24 +62,22 @@ class TavConditionalI : public TavNode<Self, Base> {
     Base* elseExpr = _else ? TavCloneOf(_else, this->getEnv()) : nullptr;
     return new (target) Self(target, condition, thenExpr, elseExpr, _thenConstant, _elseConstant);
   }
-  /// The same text in both syntaxes.
-  void display(std::ostream& os) const override {
-    TavDeep([this, &os] {
-      _condition->display(os);
-      os << " ? ";
-      if (_then) {
-        _then->display(os);
-        os << " : ";
-        if (_else) {
-          _else->display(os);
-        } else {
-          os << _elseConstant;
-        }
+  /// The body of display: the same text in both syntaxes.
+  void write(std::ostream& os) const {
+    _condition->display(os);
+    os << " ? ";
+    if (_then) {
+      _then->display(os);
+      os << " : ";
+      if (_else) {
+        _else->display(os);
+      } else {
+        os << _elseConstant;
       }
-      // by contract: the constant follows in every case, and the else branch comes again, though never as a constant
-      os << _thenConstant << " : ";
-      if (_else) _else->display(os);
-    });
+    }
+    // by contract: the constant follows in every case, and the else branch comes again, though never as a constant
+    os << _thenConstant << " : ";
+    if (_else) _else->display(os);
   }
 
  private:

@@ -12,7 +12,7 @@ struct Texts {
   const char* otherEnv;
 };
 
-/// The array's environment. Each element is tested for both faults before the next is looked at.
+/// The array's environment. Each element is tested for both faults before the next one.
 TavEnvI* requireElements(TavIntExprArray exprs, const Texts& texts) {
   if (!exprs.getImpl()) throw TavEmptyHandleException();
   TavEnvI* env = exprs.getImpl()->getEnv();
@@ -27,31 +27,27 @@ TavEnvI* requireElements(TavIntExprArray exprs, const Texts& texts) {
 
 }  // namespace
 
-double TavCountI::eval(TavAlgorithm algorithm) const {
-  return TavDeep([this, algorithm] {
-    const TavIntExprArray exprs = getExprs();
-    if (exprs.getSize() == 0) throw TavArrayError("Array of size 0 in evaluation of TavCount");
-    const auto wanted = static_cast<double>(_value);
-    TavInt count = 0;
-    for (TavInt i = 0; i < exprs.getSize(); ++i) {
-      if (exprs[i].eval(algorithm) == wanted) ++count;
-    }
-    return static_cast<double>(count);
-  });
+double TavCountI::value(TavAlgorithm algorithm) const {
+  const TavIntExprArray exprs = getExprs();
+  if (exprs.getSize() == 0) throw TavArrayError("Array of size 0 in evaluation of TavCount");
+  const auto wanted = static_cast<double>(_value);
+  TavInt count = 0;
+  for (TavInt i = 0; i < exprs.getSize(); ++i) {
+    if (exprs[i].eval(algorithm) == wanted) ++count;
+  }
+  return static_cast<double>(count);
 }
 
 TavExtractableI* TavCountI::makeClone(TavEnvI* target) const {
   return TavMakeArrayNode<TavCountI>(target, TavCloneOfArray(getExprs(), target), _value);
 }
 
-void TavCountI::display(std::ostream& os) const {
-  TavDeep([this, &os] {
-    const bool library = getEnv()->librarySyntaxDisplay;
-    os << (library ? "TavCount( " : "count(") << getExprs() << ", " << _value << (library ? ") " : ")");
-  });
+void TavCountI::write(std::ostream& os) const {
+  const bool library = getEnv()->librarySyntaxDisplay;
+  os << (library ? "TavCount( " : "count(") << getExprs() << ", " << _value << (library ? ") " : ")");
 }
 
-double TavStandardDeviationI::eval(TavAlgorithm algorithm) const {
+double TavStandardDeviationI::value(TavAlgorithm algorithm) const {
   const TavIntExprArray exprs = getExprs();
   const TavInt n = exprs.getSize();
   if (n == 0) throw TavArrayError("Array of size 0 in evaluation of TavStandardDeviation");
@@ -70,7 +66,7 @@ TavExtractableI* TavStandardDeviationI::makeClone(TavEnvI* target) const {
   return TavMakeArrayNode<TavStandardDeviationI>(target, TavCloneOfArray(getExprs(), target), _lowerBound, _upperBound);
 }
 
-void TavStandardDeviationI::display(std::ostream& os) const {
+void TavStandardDeviationI::write(std::ostream& os) const {
   const bool library = getEnv()->librarySyntaxDisplay;
   os << (library ? "TavStandardDeviation( " : "stddev(") << getExprs() << (library ? ") " : ")");
 }

@@ -11,14 +11,16 @@ class TavCountI final : public TavArrayOperandsI<TavCountI, TavIntExprI, TavIntE
  public:
   static constexpr const char* kTypeName = "TavCountI";
 
-  /// Takes over a fresh array that nobody else names.
+  /// Takes over a new array, to which no other handle refers.
   TavCountI(TavEnvI* env, TavIntExprArray exprs, TavInt value) : TavArrayOperandsI(env, exprs), _value(value) {}
 
   /// The value that is counted.
   TavInt getValue() const noexcept { return _value; }
-  double eval(TavAlgorithm algorithm) const override;
+  /// The body of eval.
+  double value(TavAlgorithm algorithm) const;
   TavExtractableI* makeClone(TavEnvI* target) const override;
-  void display(std::ostream& os) const override;
+  /// The body of display.
+  void write(std::ostream& os) const;
 
  private:
   TavInt _value;
@@ -29,18 +31,20 @@ class TavStandardDeviationI final : public TavArrayOperandsI<TavStandardDeviatio
  public:
   static constexpr const char* kTypeName = "TavStandardDeviationI";
 
-  /// Takes over a fresh array that nobody else names.
+  /// Takes over a new array, to which no other handle refers.
   TavStandardDeviationI(TavEnvI* env, TavIntExprArray exprs, double lowerBound, double upperBound)
       : TavArrayOperandsI(env, exprs), _lowerBound(lowerBound), _upperBound(upperBound) {}
 
   ///@{
-  /// The bounds, which no evaluation looks at.
+  /// The bounds, which the evaluation ignores.
   double getLowerBound() const noexcept { return _lowerBound; }
   double getUpperBound() const noexcept { return _upperBound; }
   ///@}
-  double eval(TavAlgorithm algorithm) const override;
+  /// The body of eval.
+  double value(TavAlgorithm algorithm) const;
   TavExtractableI* makeClone(TavEnvI* target) const override;
-  void display(std::ostream& os) const override;
+  /// The body of display.
+  void write(std::ostream& os) const;
 
  private:
   double _lowerBound;

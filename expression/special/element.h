@@ -12,11 +12,11 @@
 
 /// array[index]: base of the element nodes. Self defines `kTexts`.
 template <class Self, class Base, class Array>
-class TavElementI : public TavNode<Self, Base> {
+class TavElementI : public TavNested<Self, Base> {
  public:
-  /// Takes over a fresh array that nobody else names.
+  /// Takes over a new array, to which no other handle refers.
   TavElementI(TavEnvI* env, TavIntExprI* index, Array array)
-      : TavNode<Self, Base>(env, nullptr), _index(index), _array(array) {
+      : TavNested<Self, Base>(env, nullptr), _index(index), _array(array) {
     index->retain();
   }
 
@@ -24,14 +24,13 @@ class TavElementI : public TavNode<Self, Base> {
   TavIntExprI* getIndex() const noexcept { return _index; }
   /// The array, which is the node's own.
   Array getArray() const noexcept { return _array; }
-  void display(std::ostream& os) const override {
-    TavDeep([this, &os] {
-      const TavText& text = Self::kTexts.in(this->getEnv());
-      os << text.open;
-      _index->display(os);
-      if (this->getEnv()->librarySyntaxDisplay) os << text.middle << _array;
-      os << text.close;
-    });
+  /// The body of display.
+  void write(std::ostream& os) const {
+    const TavText& text = Self::kTexts.in(this->getEnv());
+    os << text.open;
+    _index->display(os);
+    if (this->getEnv()->librarySyntaxDisplay) os << text.middle << _array;
+    os << text.close;
   }
 
  protected:
@@ -50,7 +49,7 @@ class TavElementI : public TavNode<Self, Base> {
 /// A new element node, which owns the fresh array; if construction fails, ends the array.
 template <class Node, class Array>
 Node* TavMakeElement(TavEnvI* env, TavIntExprI* index, Array array) {
-  TavArrayGuard<Array> guard(array);
+  TavGuard<TavArrayI> guard(array.getImpl());
   Node* node = new (env) Node(env, index, array);
   guard.release();
   return node;
@@ -64,11 +63,10 @@ class TavConstElementI : public TavElementI<Self, Base, Array> {
   // by contract: the array stays with the environment
   ~TavConstElementI() override { this->getEnv()->release(this->getIndex()); }
 
-  double eval(TavAlgorithm algorithm) const override {
-    return TavDeep([this, algorithm] {
-      const Array array = this->getArray();
-      return static_cast<double>(array[this->positionIn(algorithm)]);
-    });
+  /// The body of eval.
+  double value(TavAlgorithm algorithm) const {
+    const Array array = this->getArray();
+    return static_cast<double>(array[this->positionIn(algorithm)]);
   }
   void visitSubExtractables(TavExtractableVisitor* visitor) override {
     visitor->beginVisit(this);
@@ -77,8 +75,7 @@ class TavConstElementI : public TavElementI<Self, Base, Array> {
   }
   TavExtractableI* makeClone(TavEnvI* target) const override {
     TavIntExprI* index = TavCloneOf(this->getIndex(), this->getEnv());
-    TavGenAlloc* memory = target->getMemory();
-    return TavMakeElement<Self>(target, index, Array(new (memory) TavArrayI(memory, this->getArray().getImpl())));
+    return TavMakeElement<Self>(target, index, Array(this->getArray().getImpl()->makeCopy(target->getMemory())));
   }
 };
 
@@ -86,7 +83,7 @@ class TavConstElementI : public TavElementI<Self, Base, Array> {
 template <class Self, class Base, class Array>
 class TavExprElementI : public TavElementI<Self, Base, Array> {
  public:
-  /// Takes over a fresh array that nobody else names, and adds one reference to each element.
+  /// Takes over a new array, to which no other handle refers, and adds one reference to each element.
   TavExprElementI(TavEnvI* env, TavIntExprI* index, Array array) : TavElementI<Self, Base, Array>(env, index, array) {
     array.lockExprs();
   }
@@ -97,9 +94,8 @@ class TavExprElementI : public TavElementI<Self, Base, Array> {
     array.end();
   }
 
-  double eval(TavAlgorithm algorithm) const override {
-    return TavDeep([this, algorithm] { return this->getArray()[this->positionIn(algorithm)].eval(algorithm); });
-  }
+  /// The body of eval.
+  double value(TavAlgorithm algorithm) const { return this->getArray()[this->positionIn(algorithm)].eval(algorithm); }
   void visitSubExtractables(TavExtractableVisitor* visitor) override {
     visitor->beginVisit(this);
     visitor->visitChild(this, this->getIndex());

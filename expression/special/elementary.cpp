@@ -1,26 +1,16 @@
 #include "expression/special/elementary.h"
 
-#include "expression/core/check.h"
+#include "expression/core/build.h"
 #include "expression/tavexpression.h"
 
-namespace {
-
-template <class Node>
-TavNumExprArg apply(TavNumExprArg x) {
-  TavEnvI* env = TavRequireEnv(x.getImpl());
-  return TavNumExprArg(new (env) Node(env, x.getImpl()));
-}
-
-}  // namespace
-
-TavNumExprArg TavSin(TavNumExprArg x) { return apply<TavSinI>(x); }
-TavNumExprArg TavCos(TavNumExprArg x) { return apply<TavCosI>(x); }
-TavNumExprArg TavTan(TavNumExprArg x) { return apply<TavTanI>(x); }
-TavNumExprArg TavArcSin(TavNumExprArg x) { return apply<TavArcSinI>(x); }
-TavNumExprArg TavArcCos(TavNumExprArg x) { return apply<TavArcCosI>(x); }
-TavNumExprArg TavArcTan(TavNumExprArg x) { return apply<TavArcTanI>(x); }
-TavNumExprArg TavLog(TavNumExprArg x) { return apply<TavLogI>(x); }
-TavNumExprArg TavExponent(TavNumExprArg x) { return apply<TavExponentI>(x); }
+TavNumExprArg TavSin(TavNumExprArg x) { return TavBuild<TavSinI>(x); }
+TavNumExprArg TavCos(TavNumExprArg x) { return TavBuild<TavCosI>(x); }
+TavNumExprArg TavTan(TavNumExprArg x) { return TavBuild<TavTanI>(x); }
+TavNumExprArg TavArcSin(TavNumExprArg x) { return TavBuild<TavArcSinI>(x); }
+TavNumExprArg TavArcCos(TavNumExprArg x) { return TavBuild<TavArcCosI>(x); }
+TavNumExprArg TavArcTan(TavNumExprArg x) { return TavBuild<TavArcTanI>(x); }
+TavNumExprArg TavLog(TavNumExprArg x) { return TavBuild<TavLogI>(x); }
+TavNumExprArg TavExponent(TavNumExprArg x) { return TavBuild<TavExponentI>(x); }
 
 TavNumExprArg TavLog2(TavNumExprArg x) {
   const double divisor = std::log(2.0);

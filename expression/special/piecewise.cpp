@@ -4,24 +4,25 @@
 #include <ostream>
 
 #include "expression/core/array_family.h"
+#include "expression/core/build.h"
 
 TavExprPiecewiseLinearI::TavExprPiecewiseLinearI(TavEnvI* env, TavNumExprI* expr, TavNumArray breakpoints,
                                                  TavNumArray slopes, double anchor, double anchorValue)
-    : TavNode(env, nullptr), _operand(expr), _form(kBySlopes), _first(anchor), _second(anchorValue) {
+    : TavNested(env, nullptr), _operand(expr), _form(kBySlopes), _first(anchor), _second(anchorValue) {
   copyArrays(breakpoints, slopes);
   if (expr) expr->retain();
 }
 
 TavExprPiecewiseLinearI::TavExprPiecewiseLinearI(TavEnvI* env, TavNumExprI* expr, double firstSlope,
                                                  TavNumArray breakpoints, TavNumArray values, double lastSlope)
-    : TavNode(env, nullptr), _operand(expr), _form(kByValues), _first(firstSlope), _second(lastSlope) {
+    : TavNested(env, nullptr), _operand(expr), _form(kByValues), _first(firstSlope), _second(lastSlope) {
   copyArrays(breakpoints, values);
   if (expr) expr->retain();
 }
 
 TavExprPiecewiseLinearI::TavExprPiecewiseLinearI(TavEnvI* env, TavInt form, TavNumExprI* expr, TavNumArray breakpoints,
                                                  TavNumArray slopesOrValues, double first, double second)
-    : TavNode(env, nullptr),
+    : TavNested(env, nullptr),
       _operand(expr),
       _form(form),
       _breakpoints(breakpoints),
@@ -39,7 +40,7 @@ TavExprPiecewiseLinearI::~TavExprPiecewiseLinearI() {
 
 void TavExprPiecewiseLinearI::copyArrays(TavNumArray breakpoints, TavNumArray slopesOrValues) {
   _breakpoints = TavCopyOfArray(breakpoints);
-  TavArrayGuard<TavNumArray> guard(_breakpoints);
+  TavGuard<TavArrayI> guard(_breakpoints.getImpl());
   _slopesOrValues = TavCopyOfArray(slopesOrValues);
   guard.release();
 }
@@ -126,22 +127,19 @@ void TavExprPiecewiseLinearI::visitSubExtractables(TavExtractableVisitor* visito
 
 TavExtractableI* TavExprPiecewiseLinearI::makeClone(TavEnvI* target) const {
   TavNumExprI* operand = _operand ? TavCloneOf(_operand, getEnv()) : nullptr;
-  TavGenAlloc* memory = target->getMemory();
-  TavNumArray breakpoints(new (memory) TavArrayI(memory, _breakpoints.getImpl()));
-  TavArrayGuard<TavNumArray> guard(breakpoints);
-  TavNumArray slopesOrValues(new (memory) TavArrayI(memory, _slopesOrValues.getImpl()));
-  TavArrayGuard<TavNumArray> guardToo(slopesOrValues);
-  auto* clone =
-      new (target) TavExprPiecewiseLinearI(target, _form, operand, breakpoints, slopesOrValues, _first, _second);
-  guard.release();
-  guardToo.release();
+  TavGuard<TavArrayI> breakpoints(_breakpoints.getImpl()->makeCopy(target->getMemory()));
+  TavGuard<TavArrayI> slopesOrValues(_slopesOrValues.getImpl()->makeCopy(target->getMemory()));
+  auto* clone = new (target) TavExprPiecewiseLinearI(target, _form, operand, TavNumArray(breakpoints.get()),
+                                                     TavNumArray(slopesOrValues.get()), _first, _second);
+  breakpoints.release();
+  slopesOrValues.release();
   return clone;
 }
 
-void TavExprPiecewiseLinearI::display(std::ostream& os) const {
+void TavExprPiecewiseLinearI::write(std::ostream& os) const {
   os << "piecewiselinear(";
   if (_operand) {
-    TavDeep([this, &os] { _operand->display(os); });
+    _operand->display(os);
   } else {
     os << "0 ";
   }
@@ -154,7 +152,7 @@ void TavExprPiecewiseLinearI::display(std::ostream& os) const {
 
 TavMonotonicNumExprI::TavMonotonicNumExprI(TavEnvI* env, TavNumExprI* operand, Function function, Function second,
                                            TavInt decreasing)
-    : TavNode(env, nullptr), _operand(operand), _function(function), _second(second), _decreasing(decreasing) {
+    : TavNested(env, nullptr), _operand(operand), _function(function), _second(second), _decreasing(decreasing) {
   operand->retain();
 }
 
@@ -168,9 +166,9 @@ TavExtractableI* TavMonotonicNumExprI::makeClone(TavEnvI* target) const {
   return new (target) TavMonotonicNumExprI(target, TavCloneOf(_operand, getEnv()), _function, _second, _decreasing);
 }
 
-void TavMonotonicNumExprI::display(std::ostream& os) const {
+void TavMonotonicNumExprI::write(std::ostream& os) const {
   os << "TavMonotonic" << (_decreasing ? "Decreasing" : "Increasing") << "NumExpr(";
-  TavDeep([this, &os] { _operand->display(os); });
+  _operand->display(os);
   os << ")";
 }
 
@@ -189,11 +187,9 @@ TavNumExprArg TavPiecewiseLinear(TavNumExprArg x, double firstSlope, TavNumArray
 }
 
 TavNumExprArg TavMonotonicDecreasingNumExpr(TavNumExprArg x, double (*function)(double), double (*second)(double)) {
-  TavEnvI* env = TavRequireEnv(x.getImpl());
-  return TavNumExprArg(new (env) TavMonotonicNumExprI(env, x.getImpl(), function, second, 1));
+  return TavBuild<TavMonotonicNumExprI>(x, function, second, 1);
 }
 
 TavNumExprArg TavMonotonicIncreasingNumExpr(TavNumExprArg x, double (*function)(double), double (*second)(double)) {
-  TavEnvI* env = TavRequireEnv(x.getImpl());
-  return TavNumExprArg(new (env) TavMonotonicNumExprI(env, x.getImpl(), function, second, 0));
+  return TavBuild<TavMonotonicNumExprI>(x, function, second, 0);
 }

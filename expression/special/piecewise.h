@@ -1,14 +1,14 @@
 #pragma once
 /// Class header for authors of algorithms: piecewise-linear functions and client functions that are monotonic.
 
-#include "expression/core/num_expr.h"
+#include "expression/core/nested.h"
 #include "expression/tavexpression.h"
 
 #pragma GCC visibility push(default)
 
 /// A piecewise-linear function of an expression, or of 0 when there is none. The node owns both arrays, which are
 /// copies.
-class TavExprPiecewiseLinearI final : public TavNode<TavExprPiecewiseLinearI, TavNumExprI> {
+class TavExprPiecewiseLinearI final : public TavNested<TavExprPiecewiseLinearI, TavNumExprI> {
  public:
   static constexpr const char* kTypeName = "TavExprPiecewiseLinearI";
   ///@{
@@ -24,7 +24,7 @@ class TavExprPiecewiseLinearI final : public TavNode<TavExprPiecewiseLinearI, Ta
   /// By values at the breakpoints.
   TavExprPiecewiseLinearI(TavEnvI* env, TavNumExprI* expr, double firstSlope, TavNumArray breakpoints,
                           TavNumArray values, double lastSlope);
-  /// Takes over two fresh arrays that nobody else names.
+  /// Takes over two new arrays, to which no other handle refers.
   TavExprPiecewiseLinearI(TavEnvI* env, TavInt form, TavNumExprI* expr, TavNumArray breakpoints,
                           TavNumArray slopesOrValues, double first, double second);
   ~TavExprPiecewiseLinearI() override;
@@ -46,12 +46,14 @@ class TavExprPiecewiseLinearI final : public TavNode<TavExprPiecewiseLinearI, Ta
   /// The slope of the segment that gives the value at x; O(n).
   double getPiecewiseLinearSlope(double x) const;
 
-  double eval(TavAlgorithm algorithm) const override {
-    return TavDeep([this, algorithm] { return getPiecewiseLinearValue(_operand ? _operand->eval(algorithm) : 0.0); });
+  /// The body of eval.
+  double value(TavAlgorithm algorithm) const {
+    return getPiecewiseLinearValue(_operand ? _operand->eval(algorithm) : 0.0);
   }
   void visitSubExtractables(TavExtractableVisitor* visitor) override;
   TavExtractableI* makeClone(TavEnvI* target) const override;
-  void display(std::ostream& os) const override;
+  /// The body of display.
+  void write(std::ostream& os) const;
 
  private:
   void copyArrays(TavNumArray breakpoints, TavNumArray slopesOrValues);
@@ -69,7 +71,7 @@ class TavExprPiecewiseLinearI final : public TavNode<TavExprPiecewiseLinearI, Ta
 };
 
 /// A client's function of an expression, declared decreasing or increasing.
-class TavMonotonicNumExprI final : public TavNode<TavMonotonicNumExprI, TavNumExprI> {
+class TavMonotonicNumExprI final : public TavNested<TavMonotonicNumExprI, TavNumExprI> {
  public:
   static constexpr const char* kTypeName = "TavMonotonicNumExprI";
   /// A client's function.
@@ -88,12 +90,12 @@ class TavMonotonicNumExprI final : public TavNode<TavMonotonicNumExprI, TavNumEx
   /// Whether it was declared decreasing.
   bool isDecreasing() const noexcept { return _decreasing != 0; }
 
-  double eval(TavAlgorithm algorithm) const override {
-    return TavDeep([this, algorithm] { return _function(_operand->eval(algorithm)); });
-  }
+  /// The body of eval.
+  double value(TavAlgorithm algorithm) const { return _function(_operand->eval(algorithm)); }
   void visitSubExtractables(TavExtractableVisitor* visitor) override;
   TavExtractableI* makeClone(TavEnvI* target) const override;
-  void display(std::ostream& os) const override;
+  /// The body of display.
+  void write(std::ostream& os) const;
 
  private:
   TavNumExprI* _operand;

@@ -52,11 +52,10 @@ class TavDistToIntI final : public TavRoundingI<TavDistToIntI> {
   static constexpr const char* kTypeName = "TavDistToIntI";
   static constexpr TavTexts kTexts{{"TavDistToInt(", "", ") "}, {"distToInt(", "", ")"}};
   static double apply(double x) { return std::fabs(TavRound(x) - x); }
-  double eval(TavAlgorithm algorithm) const override {
-    return TavDeep([this, algorithm] {
-      const double nearest = TavRound(getOperand()->eval(algorithm));
-      return std::fabs(nearest - getOperand()->eval(algorithm));  // by contract: the operand is evaluated twice
-    });
+  /// The body of eval.
+  double value(TavAlgorithm algorithm) const {
+    const double nearest = TavRound(getOperand()->eval(algorithm));
+    return std::fabs(nearest - getOperand()->eval(algorithm));  // by contract: the operand is evaluated twice
   }
 };
 

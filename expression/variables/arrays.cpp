@@ -19,7 +19,7 @@ consteval std::array<TavMessage, 10> countTexts(const char* array) {
   return countTexts(array, std::make_index_sequence<10>());
 }
 
-/// By TavListOf.
+/// Indexed by TavListOf.
 constexpr auto kCountTexts = [] {
   std::array<std::array<TavMessage, 10>, 5> texts = {countTexts("TavNumVarArray"), countTexts("TavIntVarArray"),
                                                      countTexts("TavBoolVarArray"), countTexts("TavSemiContVarArray"),
@@ -67,8 +67,7 @@ Array makeNamed(TavEnv env, std::initializer_list<TavNameArg> names, TavNumVar::
 /// A new array of `To`'s kind with the same elements.
 template <class To>
 To sameElements(TavExtractableArray array) {
-  TavGenAlloc* memory = array.getImpl()->getMemory();
-  return To(new (memory) TavArrayI(memory, array.getImpl()));
+  return To(array.getImpl()->makeCopy(array.getImpl()->getMemory()));
 }
 
 /// The same for variables none of which is continuous.
@@ -107,11 +106,29 @@ void makeMissingDomains(const TavNumVarArray& variables) {
   }
 }
 
-template <class Array, class Do>
-void forEachExpr(const Array& array, Do apply) {
+template <class Array>
+void retainAll(const Array& array) noexcept {
   for (TavInt i = 0; i < array.getSize(); ++i) {
-    if (TavNumExprI* node = array[i].getImpl()) apply(node);
+    if (TavNumExprI* node = array[i].getImpl()) node->retain();
   }
+}
+
+template <class Array>
+void releaseAll(const Array& array) {
+  TavEnvI* env = array.getImpl()->getEnv();  // not the element's own: the element may be destroyed when env is ending
+  TavFirstFailure failure;
+  for (TavInt i = 0; i < array.getSize(); ++i) {
+    TavNumExprI* node = array[i].getImpl();
+    if (node) failure.attempt([env, node] { env->release(node); });
+  }
+  failure.rethrow();
+}
+
+template <class Array>
+void endAll(const Array& array) {
+  TavFirstFailure failure;
+  for (TavInt i = 0; i < array.getSize(); ++i) failure.attempt([&array, i] { array[i].getImpl()->end(); });
+  failure.rethrow();
 }
 
 }  // namespace
@@ -124,22 +141,9 @@ TavArrayI* TavMakeList(TavListOf family, TavEnv env, TavInt n, const void* const
   return array.getImpl();
 }
 
-void TavNumExprArray::lockExprs() const noexcept {
-  forEachExpr(*this, [](TavNumExprI* node) { node->retain(); });
-}
-
-void TavNumExprArray::releaseExprs() const {
-  TavEnvI* env = _impl->getEnv();  // not asked of the element: it may be gone when the environment ends
-  TavFirstFailure failure;
-  forEachExpr(*this, [&](TavNumExprI* node) { failure.attempt([&] { env->release(node); }); });
-  failure.rethrow();
-}
-
-void TavNumExprArray::endElements() const {
-  TavFirstFailure failure;
-  for (TavInt i = 0; i < getSize(); ++i) failure.attempt([&] { (*this)[i].getImpl()->end(); });
-  failure.rethrow();
-}
+void TavNumExprArray::lockExprs() const noexcept { retainAll(*this); }
+void TavNumExprArray::releaseExprs() const { releaseAll(*this); }
+void TavNumExprArray::endElements() const { endAll(*this); }
 
 void TavNumExprArray::replaceByClone(TavEnvI* env) {
   TavNumExprArray copy(TavEnv(env), getSize());
@@ -149,22 +153,9 @@ void TavNumExprArray::replaceByClone(TavEnvI* env) {
   *this = copy;
 }
 
-void TavIntExprArray::lockExprs() const noexcept {
-  forEachExpr(*this, [](TavNumExprI* node) { node->retain(); });
-}
-
-void TavIntExprArray::releaseExprs() const {
-  TavEnvI* env = _impl->getEnv();  // not asked of the element: it may be gone when the environment ends
-  TavFirstFailure failure;
-  forEachExpr(*this, [&](TavNumExprI* node) { failure.attempt([&] { env->release(node); }); });
-  failure.rethrow();
-}
-
-void TavIntExprArray::endElements() const {
-  TavFirstFailure failure;
-  for (TavInt i = 0; i < getSize(); ++i) failure.attempt([&] { (*this)[i].getImpl()->end(); });
-  failure.rethrow();
-}
+void TavIntExprArray::lockExprs() const noexcept { retainAll(*this); }
+void TavIntExprArray::releaseExprs() const { releaseAll(*this); }
+void TavIntExprArray::endElements() const { endAll(*this); }
 
 TavIntExprArray TavIntExprArray::getClone(TavEnvI* env) const { return clones(*this, env); }
 

@@ -1,6 +1,7 @@
 #pragma once
 /// Class header for authors of algorithms: how arrays of new variables are made.
 
+#include <charconv>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,7 +16,8 @@ void TavRequireArrays(const Arrays&... arrays) {
   if ((!arrays.getImpl() || ...)) throw TavEmptyHandleException();
 }
 
-/// A new array of `count` variables, the i-th being make(i). On failure those made before it are handed to undo(array).
+/// A new array of `count` variables, the i-th being make(i). On failure calls undo(array) with those
+/// made so far.
 template <class Array, class Make, class Undo>
 Array TavMakeVars(TavEnv env, TavInt count, Make make, Undo undo) {
   Array array(env, 0);
@@ -30,7 +32,7 @@ Array TavMakeVars(TavEnv env, TavInt count, Make make, Undo undo) {
   return array;
 }
 
-/// The same; on failure those made before it go, none of which anything mentions yet.
+/// The same; on failure those made so far are destroyed. No other object refers to them yet.
 template <class Array, class Make>
 Array TavMakeVars(TavEnv env, TavInt count, Make make) {
   return TavMakeVars<Array>(env, count, make, [env](Array made) {
@@ -38,8 +40,8 @@ Array TavMakeVars(TavEnv env, TavInt count, Make make) {
   });
 }
 
-/// A new array of one variable per column, make(column, i), and of an empty element per empty column. On failure those
-/// made before it are ended: columns know them.
+/// A new array of one variable per column, make(column, i), and of an empty element per empty column. On failure
+/// those made so far are removed, because columns refer to them.
 template <class Array, class Make>
 Array TavMakeVarsByColumns(TavEnv env, TavNumColumnArray columns, Make make) {
   std::vector<TavExtractableI*> made;
@@ -53,11 +55,11 @@ Array TavMakeVarsByColumns(TavEnv env, TavNumColumnArray columns, Make make) {
   };
   return TavMakeVars<Array>(env, columns.getSize(), makeOne, [&](Array) {
     TavFirstFailure ignored;
-    ignored.attempt([&] { TavEnvI::removeBatch(made.data(), made.data() + made.size()); });
+    ignored.attempt([&] { TavEnvI::removeAcrossEnvs(made.data(), made.data() + made.size()); });
   });
 }
 
-/// Installs a new variable into its column; a variable that the column refuses is ended.
+/// Installs a new variable into its column; ends the variable if the column throws.
 inline void TavInstall(const TavAddNumVar& column, TavNumVarI* variable) {
   try {
     column.install(variable);
@@ -68,18 +70,20 @@ inline void TavInstall(const TavAddNumVar& column, TavNumVarI* variable) {
   }
 }
 
-/// The names "x_0", "x_1" and so on of an array that is given the name "x"; no names for no name.
+/// The names "x_0", "x_1" and so on of the elements of an array with the name "x"; no names for no name.
 class TavNumberedNames {
  public:
   /// Names that start with `name`.
-  explicit TavNumberedNames(TavNameArg name) : _named(name), _name(name.text()), _stem(_name.size()) {}
+  explicit TavNumberedNames(TavNameArg name)
+      : _named(name), _name(std::string(name.text()) + '_'), _stem(_name.size()) {}
 
-  /// The i-th name; it holds until the next one is asked for.
+  /// The i-th name; it is valid until the next call.
   TavNameArg operator()(TavInt i) {
     if (!_named) return nullptr;
+    char digits[24];
+    char* end = std::to_chars(digits, digits + sizeof digits, i).ptr;
     _name.resize(_stem);
-    _name += '_';
-    _name += std::to_string(i);
+    _name.append(digits, end);
     return _name;
   }
 

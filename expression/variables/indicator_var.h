@@ -25,7 +25,7 @@ class TavConstraintIndVarI final : public TavNode<TavConstraintIndVarI, TavNumVa
   void display(std::ostream& os) const override { _constraint->display(os); }
 
  private:
-  TavIntExprI* _constraint;  // a TavConstraintI, whose class stands above this file's
+  TavIntExprI* _constraint;  // a TavConstraintI; variables/ does not include constraints/
 };
 
 static_assert(sizeof(TavConstraintIndVarI) == 64);

@@ -82,7 +82,7 @@ TavBoolVar::TavBoolVar(const TavAddNumVar& column, TavNameArg name) {
 
 TavBoolVar::TavBoolVar(TavNumVar variable) : TavBoolVar(variable.getImpl()) { TavCheckBool(variable); }
 
-// by contract: a range is asked for here, exact bounds in the form above
+// by contract: the bounds must lie in a range here, and be exact in the constructor above
 TavBoolVar::TavBoolVar(TavIntVar variable) : TavBoolVar(variable.getImpl()) {
   const double lb = TavNumVar(variable).getLB();
   const double ub = TavNumVar(variable).getUB();

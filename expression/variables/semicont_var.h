@@ -21,10 +21,10 @@ class TavSemiContVarI final : public TavNode<TavSemiContVarI, TavNumVarI> {
 
   /// The threshold.
   double getThreshold() const noexcept { return _threshold; }
-  /// Stores and reports a new threshold. Says nothing about an equal one; a not-a-number is always new.
+  /// Stores and reports a new threshold. Does nothing for an equal one; a not-a-number is always new.
   void setBd(double threshold);
 
-  /// A variable with this threshold alone: neither domain nor name go with it.
+  /// A variable with this threshold, without domain and name.
   TavExtractableI* makeClone(TavEnvI* target) const override;
   void display(std::ostream& os) const override;
 
@@ -44,7 +44,7 @@ class TavSetSemiContBound final : public TavChangeRecord<TavSetSemiContBound> {
   TavSemiContVarI* getVar() const noexcept { return _var; }
   /// The threshold before.
   double getOldThreshold() const noexcept { return _oldThreshold; }
-  /// The threshold as it stands now.
+  /// The new threshold.
   double getNewThreshold() const noexcept { return _newThreshold; }
 
  private:

@@ -35,7 +35,7 @@ TEST_F(Environment, EndRunsEveryDestructorOnceWhateverStateTheObjectIsIn) {
   makeObject(env)->destroyed = makeObject(env)->destroyed = &destroyed;  // identifiers 1 and 3
   EXPECT_EQ(destroyed, (std::vector<TavInt>{1}));
   env.end();
-  EXPECT_EQ(destroyed, (std::vector<TavInt>{1, 3, 1, 0, 2}));  // the newest identifier first, then marked objects
+  EXPECT_EQ(destroyed, (std::vector<TavInt>{1, 3, 2, 1, 0}));  // the newest identifier first
   EXPECT_EQ(env.getImpl(), nullptr);
 }
 

@@ -1,4 +1,9 @@
-// The bodies of linear.h; the two linear nodes instantiate them.
+#pragma once
+/// Class header for authors of algorithms: the member functions of TavLinearI, included by linear.h.
+
+#include "expression/core/linear.h"
+
+#pragma GCC visibility push(default)
 
 template <class Self, class Base, class Constant, class Part, class RemoveVar>
 void TavLinearI<Self, Base, Constant, Part, RemoveVar>::drop(TavFirstFailure& failure) noexcept {
@@ -52,12 +57,12 @@ void TavLinearI<Self, Base, Constant, Part, RemoveVar>::remove(TavNumVarI* var) 
 }
 
 template <class Self, class Base, class Constant, class Part, class RemoveVar>
-template <class Cell, class IsGone, class Drop>
-void TavLinearI<Self, Base, Constant, Part, RemoveVar>::sweep(TavCellList<Cell>& list, TavInt& left, IsGone isGone,
-                                                              Drop drop) {
+template <class Cell, class IsDropped, class Drop>
+void TavLinearI<Self, Base, Constant, Part, RemoveVar>::sweep(TavCellList<Cell>& list, TavInt& left,
+                                                              IsDropped isDropped, Drop drop) {
   for (Cell** link = &list.first; *link && left > 0;) {
     Cell* cell = *link;
-    if (!isGone(cell)) {
+    if (!isDropped(cell)) {
       link = &cell->next;
       continue;
     }
@@ -110,15 +115,18 @@ template <class Self, class Base, class Constant, class Part, class RemoveVar>
 template <class Linear>
 void TavLinearI<Self, Base, Constant, Part, RemoveVar>::copyFrom(const Linear& other) {
   for (const TavPart* part = other.getFirstPart(); part; part = part->next) append(static_cast<Part*>(part->expr));
-  TavLooseTerms terms(this->getEnv());
-  for (const TavNumLinExprTermI* cell = other.getFirstTerm(); cell; cell = cell->next) terms.add(cell->var, cell->coef);
+  TavGuardedCells<TavNumLinExprTermI> terms;
+  TavEnvI* env = this->getEnv();
+  for (const TavNumLinExprTermI* cell = other.getFirstTerm(); cell; cell = cell->next) {
+    terms.add(env->newTerm(cell->var, cell->coef));
+  }
   append(terms);
 }
 
 template <class Self, class Base, class Constant, class Part, class RemoveVar>
 template <class Make>
 TavFirstFailure TavLinearI<Self, Base, Constant, Part, RemoveVar>::replaceParts(Make make) {
-  std::vector<TavNodeGuard<Part>> fresh;
+  std::vector<TavGuard<Part>> fresh;
   for (TavPart* part = _parts.first; part; part = part->next) {
     fresh.emplace_back();
     fresh.back().reset(TavDeep([this, part, make] { return make(partOf(part)); }));
@@ -169,16 +177,19 @@ void TavLinearI<Self, Base, Constant, Part, RemoveVar>::visitSubExtractables(Tav
 template <class Self, class Base, class Constant, class Part, class RemoveVar>
 TavExtractableI* TavLinearI<Self, Base, Constant, Part, RemoveVar>::makeClone(TavEnvI* target) const {
   auto clone = TavMakeNode<Self>(target, target, _constant);
-  TavLooseTerms terms(target);
-  TavLooseParts parts(target);  // no references until the clone succeeds: the clones of its operands are uncounted
-  for (const TavPart* part = _parts.first; part; part = part->next) parts.add(TavCloneOf(partOf(part), target));
+  TavGuardedCells<TavNumLinExprTermI> terms;
+  TavGuardedCells<TavPart> parts;  // without references: if this fails, the clones of the parts stay uncounted
+  for (const TavPart* part = _parts.first; part; part = part->next) {
+    parts.add(TavMakePart(target, TavCloneOf(partOf(part), target)).release());
+  }
   for (const TavNumLinExprTermI* cell = _terms.first; cell; cell = cell->next) {
     // Visitors do not show the variable of a zero term. Unless the pass clones it on demand, the term is left out.
     if (cell->coef == 0.0 && !target->getCloneOnDemand(cell->var)) continue;
-    terms.add(TavCloneOf(cell->var, target), cell->coef);
+    terms.add(target->newTerm(TavCloneOf(cell->var, target), cell->coef));
   }
   clone->append(terms);
   parts.giveTo(clone->_parts);
+  for (const TavPart* part = clone->_parts.first; part; part = part->next) part->expr->retain();
   return clone.release();
 }
 
@@ -224,7 +235,7 @@ void TavLinearI<Self, Base, Constant, Part, RemoveVar>::display(std::ostream& os
 
 template <class Self, class Base, class Constant, class Part, class RemoveVar>
 void TavLinearI<Self, Base, Constant, Part, RemoveVar>::writePlain(TavTextWriter& out) const {
-  bool wrote = false;  // by contract: speaks of the last term alone, so a zero term swallows the " + " behind it
+  bool wrote = false;  // by contract: only of the last term, so that the " + " behind a zero term is missing
   for (const TavNumLinExprTermI* cell = _terms.first; cell; cell = cell->next) {
     if (wrote) out << " + ";
     wrote = writeTerm(out, *cell);
@@ -258,3 +269,5 @@ void TavLinearI<Self, Base, Constant, Part, RemoveVar>::writeLibrary(TavTextWrit
   if (_constant != 0) out << separator << _constant << " ";
   out << ") ";
 }
+
+#pragma GCC visibility pop

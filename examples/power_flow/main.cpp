@@ -19,15 +19,16 @@
 namespace {
 
 constexpr const char* kUsage =
-    "usage: power_flow [--table] [--time] [--picture FILE] CASE\n"
+    "usage: power_flow [--table] [--time] [--outage FROM-TO] [--picture FILE] CASE\n"
     "  CASE            a MATPOWER file (.m) or one of the bundled files\n"
     "  --table         prints voltage and angle of each bus\n"
     "  --time          prints the iterations, the time, and the share of it that evaluation took\n"
+    "  --outage FROM-TO  then takes the first branch between these buses out of service and solves again\n"
     "  --picture FILE  draws the network as SVG, coloured by voltage angle\n";
 
 struct Arguments {
   bool table = false, time = false;
-  std::optional<std::string> picture, path;
+  std::optional<std::string> outage, picture, path;
 };
 
 Arguments parse(int argc, char** argv) {
@@ -38,6 +39,8 @@ Arguments parse(int argc, char** argv) {
       arguments.table = true;
     } else if (word == "--time") {
       arguments.time = true;
+    } else if (word == "--outage" && i + 1 < argc) {
+      arguments.outage = argv[++i];
     } else if (word == "--picture" && i + 1 < argc) {
       arguments.picture = argv[++i];
     } else if (!word.starts_with("-") && !arguments.path) {
@@ -77,6 +80,51 @@ void printTable(const Network& network, const std::vector<double>& voltages, con
   }
 }
 
+/// "FROM-TO".
+std::string nameOf(const Network& network, std::size_t branch) {
+  const Network::Branch& ends = network.branches[branch];
+  return std::to_string(network.buses[ends.from].number) + "-" + std::to_string(network.buses[ends.to].number);
+}
+
+/// Takes a branch out of service: nothing flows into its ends, and its own constraints no longer hold. The engine is
+/// notified of each change.
+void takeOut(tavsolve::Model& model, const PowerFlowModel& flow, const Network& network, const std::string& name) {
+  const std::size_t branches = network.branches.size();
+  std::size_t out = 0;
+  while (out < branches && nameOf(network, out) != name) ++out;
+  if (out == branches) throw std::runtime_error("there is no branch " + name);
+  for (const std::size_t end : {out, branches + out}) {
+    TavNumVar(flow.activeIn[end]).setBounds(0, 0);
+    TavNumVar(flow.reactiveIn[end]).setBounds(0, 0);
+  }
+  for (std::size_t i = flow.firstConstraint[out]; i < flow.firstConstraint[out + 1]; ++i) {
+    model.rows()[i]->setBounds(-TavGetInfinity(), TavGetInfinity());
+  }
+}
+
+/// Cost, the branch that is nearest to its rating, and what is asked for.
+void report(const Arguments& arguments, const Network& network, const PowerFlowModel& flow,
+            const tavsolve::EngineI& engine, const tavsolve::Answer& answer) {
+  std::cout << std::fixed << std::setprecision(1) << "cost " << answer.objective << " $/h\n";
+  if (arguments.outage) {
+    const std::vector<double> active = valuesOf(engine, flow.activeIn), reactive = valuesOf(engine, flow.reactiveIn);
+    const auto load = [&](std::size_t end) {
+      return std::hypot(active[end], reactive[end]) / network.branches[end % network.branches.size()].rating;
+    };
+    std::size_t busiest = 0;
+    for (std::size_t end = 1; end < active.size(); ++end) {
+      if (load(end) > load(busiest)) busiest = end;
+    }
+    std::cout << "busiest branch " << nameOf(network, busiest % network.branches.size()) << ", at "
+              << 100 * load(busiest) << " % of its rating\n";
+  }
+  if (arguments.table) printTable(network, valuesOf(engine, flow.voltage), valuesOf(engine, flow.angle));
+  if (arguments.time) {
+    std::cout << std::setprecision(2) << answer.iterations << " iterations, " << answer.seconds << " s, "
+              << 100 * answer.evaluationSeconds / answer.seconds << " % of it in the evaluator\n";
+  }
+}
+
 int run(const Arguments& arguments) {
   const Network network = readNetwork(*arguments.path);
   tavsolve::Model model;
@@ -85,22 +133,25 @@ int run(const Arguments& arguments) {
   fill(model, flow, controls);
   const std::unique_ptr<tavsolve::EngineI> engine = tavsolve::chooseEngine(model, "ipopt").make(model);
   engine->extract();
-  const tavsolve::Answer answer = engine->solve(controls);
-  if (!tavsolve::isSolved(answer.status)) {
-    std::cerr << "power_flow: not solved: " << answer.remark << '\n';
-    return 1;
-  }
   std::cout << network.buses.size() << " buses, " << network.generators.size() << " generators, "
-            << network.branches.size() << " branches\n"
-            << std::fixed << std::setprecision(1) << "cost " << answer.objective << " $/h\n";
-  const std::vector<double> angles = valuesOf(*engine, flow.angle);
-  if (arguments.table) printTable(network, valuesOf(*engine, flow.voltage), angles);
-  if (arguments.time) {
-    std::cout << std::setprecision(2) << answer.iterations << " iterations, " << answer.seconds << " s, "
-              << 100 * answer.evaluationSeconds / answer.seconds << " % of it in the evaluator\n";
+            << network.branches.size() << " branches\n";
+  const auto solve = [&] {
+    const tavsolve::Answer answer = engine->solve(controls);
+    if (answer.status == tavsolve::Status::LocallyInfeasible)
+      throw std::runtime_error("no way to operate it was found");
+    if (!tavsolve::isSolved(answer.status)) throw std::runtime_error("not solved: " + answer.remark);
+    report(arguments, network, flow, *engine, answer);
+  };
+  solve();
+  if (arguments.outage) {
+    takeOut(model, flow, network, *arguments.outage);
+    controls.start.clear();  // from the last solution
+    std::cout << "without branch " << *arguments.outage << ":\n";
+    solve();
   }
   if (arguments.picture) {
-    drawPicture(graphOf(network, angles, valuesOf(*engine, flow.activeIn)), *arguments.picture);
+    drawPicture(graphOf(network, valuesOf(*engine, flow.angle), valuesOf(*engine, flow.activeIn)), *arguments.picture);
+    std::cout << "picture in " << *arguments.picture << "\n";
   }
   return 0;
 }

@@ -15,7 +15,11 @@ class Builder {
     makeCost();
     for (const std::size_t bus : _network.references) add(1 * _model.angle[bus], {0, 0});
     balanceBuses();
-    for (std::size_t l = 0; l < _network.branches.size(); ++l) limitBranch(l);
+    for (std::size_t l = 0; l < _network.branches.size(); ++l) {
+      _model.firstConstraint.push_back(_model.limits.size());
+      limitBranch(l);
+    }
+    _model.firstConstraint.push_back(_model.limits.size());
     return _model;
   }
 

@@ -18,6 +18,9 @@ struct PowerFlowModel {
   TavNumExpr cost;
   TavNumExprArray constraints;
   std::vector<Range> limits;  ///< of the constraints
+  /// Of a branch: its constraints begin here and end where those of the next branch begin; one entry more than
+  /// branches.
+  std::vector<std::size_t> firstConstraint;
 
   /// All variables, group by group.
   TavNumVarArray columns() const;

@@ -23,7 +23,9 @@ int run(int argc, char** argv) {
   int code = kSolved;
   if (!options.help && !options.version && !options.listKeywords) {
     limitTime(options.controls.seconds);
-    code = Session(options).run();
+    // Never destroyed: the end of the process frees a great model at once, and the time limit holds for it too.
+    static Session* const session = new Session(options);
+    code = session->run();
   }
   if (!std::cout.flush()) throw InputError("standard output cannot be written");
   return code;

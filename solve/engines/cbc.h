@@ -56,6 +56,7 @@ class CbcEngineI : public EngineI {
   Status confirm(const Controls& controls, Status claimed);
   void addSemiContinuous(OsiClpSolverInterface& solver) const;
   void addSets(CbcModel& search) const;
+  void takeIncumbent(const CbcModel& search, const OsiClpSolverInterface& whole);
   void addStart(CbcModel& search, const Controls& controls) const;
   void readBack(const CbcModel& search, Answer& answer);
 
@@ -64,6 +65,8 @@ class CbcEngineI : public EngineI {
   std::vector<std::pair<int, double>> _semiContinuous;
   /// Without what the solver is known to break down in: presolve, cuts, heuristics.
   bool _careful = false;
+  /// A presolved solution may be completed again when so many seconds of the solve are over; in the child process.
+  double _nextCompletion = 0.0;
 };
 
 /// Whether CLP finds a point within rows and bounds, whatever it costs.

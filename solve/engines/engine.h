@@ -184,6 +184,7 @@ class EngineI : public TavAlgorithmI {
 
   ///@{
   /// For run().
+  double secondsSpent() const;
   double secondsLeft() const;
   bool shouldStop() const;
   /// Reports progress, at a slow rate; whether the solver should stop.

@@ -30,14 +30,14 @@ class Overseer {
   Overseer(const Controls& controls, Clock::time_point start) : _controls(controls), _start(start) {}
 
   Order operator()() {
-    constexpr double kNotice = 0.05, kPatienceWithUser = 1.0;
+    constexpr double kPatienceWithUser = 1.0;
     if (_controls.interrupt && *_controls.interrupt && !_interrupted) {
       _interrupted = true;
       _end = std::min(_end, secondsSince(_start));
       _patience = kPatienceWithUser;
     }
     const double now = secondsSince(_start);
-    if (now >= _controls.seconds + kNotice) _end = std::min(_end, now);
+    if (now >= _controls.seconds) _end = std::min(_end, now);
     if (now < _end) return Order::GoOn;
     return now < _end + _patience ? Order::End : Order::Kill;
   }
@@ -47,7 +47,7 @@ class Overseer {
   const Controls& _controls;
   Clock::time_point _start;
   bool _interrupted = false;
-  double _patience = 0.2;
+  double _patience = 0.1;
   double _end = std::numeric_limits<double>::infinity();
 };
 
@@ -55,7 +55,9 @@ class Overseer {
 
 Answer EngineI::solve(const Controls& controls) {
   _start = Clock::now();
-  _seconds = controls.seconds;
+  // The solver's own limit comes a little earlier, so that it can tidy up and hand over its solution.
+  constexpr double kMargin = 0.2, kPart = 0.05;
+  _seconds = controls.seconds - std::min(kMargin, kPart * controls.seconds);
   _tolerance = controls.tolerance;
   Answer answer;
   if (_columns.empty()) {
@@ -148,7 +150,9 @@ void EngineI::sendAnswer(const Answer& answer) const {
   _parent->send(message);
 }
 
-double EngineI::secondsLeft() const { return std::max(0.0, _seconds - secondsSince(_start)); }
+double EngineI::secondsSpent() const { return secondsSince(_start); }
+
+double EngineI::secondsLeft() const { return std::max(0.0, _seconds - secondsSpent()); }
 
 bool EngineI::shouldStop() const { return Parent::wantsEnd() || secondsSince(_start) >= _seconds; }
 

@@ -4,7 +4,7 @@ using Conversion = TavTest;
 
 TEST_F(Conversion, AListenerMayThrowOrTakeVariablesOutItself) {
   TavNumVar x = num("x", 1), y = num("y", 2);
-  const TavConversion conversion(env, TavNumVarArray(env, 5, y, x, x, x, y), TavNumVar::Float);
+  const TavConversion conversion(env, TavNumVarArray(env, 5, y, y, x, x, x), TavNumVar::Float);
   env.getImpl()->setChangeListener([&](const TavChange& change) {
     if (static_cast<const TavConversionRemoveVar&>(change).getVar() == y.getImpl()) throw TavException("refused");
     conversion.removeVar(x);

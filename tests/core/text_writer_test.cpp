@@ -31,17 +31,18 @@ std::vector<double> tellingNumbers() {
 
 TEST(TextWriter, WritesWhatInsertionWrites) {
   struct State {
-    std::ios::fmtflags flags;
+    std::ios::fmtflags flags = std::ios::dec | std::ios::skipws;  // those of a new stream
     std::streamsize precision = 6, width = 0;
     std::locale locale = std::locale::classic();
   };
   using os = std::ios;
-  std::vector<State> states{{os::left | os::dec, 6, 12}, {os::dec, 6, 0, {std::locale::classic(), new Commas}}};
-  for (const int precision : {6, 0, 3, 17, 60, -1}) states.push_back({os::dec, precision});
+  const auto usual = State().flags;
+  std::vector<State> states{{usual | os::left, 6, 12}, {usual, 6, 0, {std::locale::classic(), new Commas}}};
+  for (const int precision : {6, 0, 3, 17, 60, -1}) states.push_back({usual, precision});
   for (const auto flags : {os::fixed, os::scientific | os::uppercase, os::showpos | os::showpoint, os::unitbuf}) {
-    states.push_back({flags | os::dec});
+    states.push_back({usual | flags});
   }
-  states.push_back({os::hex | os::showbase});
+  states.push_back({os::hex | os::showbase | os::skipws});
   const std::string longName(2000, 'n');
   for (const State& state : states) {
     std::ostringstream expected, written;

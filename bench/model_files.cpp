@@ -1,5 +1,6 @@
-/// Reading of MPS and LP files: this project's readers, CoinUtils' readers and a pass over the same bytes that does
-/// nothing but find and parse the numbers, in one run on one file. Prints the processor time of each and the ratios.
+/// Reading of model files: this project's readers, the usual readers of each format (CoinUtils for MPS and LP, ASL for
+/// .nl), and a pass over the same bytes that does nothing but find and parse the numbers, in one run on one file.
+/// Prints processor times and their ratios, separated by tabs.
 ///
 /// usage: tav_bench_model_files [NON-ZEROS [REPETITIONS]]
 
@@ -9,10 +10,11 @@
 #include <CoinLpIO.hpp>
 #include <CoinMpsIO.hpp>
 #include <algorithm>
+#include <bit>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <limits>
 #include <random>
@@ -21,6 +23,14 @@
 #include "modelfile/input.h"
 #include "modelfile/number_text.h"
 #include "modelfile/tavmodelfile.h"
+
+#ifdef TAV_BENCH_ASL
+extern "C" {
+#include "asl.h"
+}
+#undef f
+#undef printf
+#endif
 
 namespace {
 
@@ -33,15 +43,10 @@ double processorSeconds() {
   return seconds(usage.ru_utime) + seconds(usage.ru_stime);
 }
 
-/// The least of several runs.
-double fastest(int repetitions, const std::function<void()>& run) {
-  double least = std::numeric_limits<double>::infinity();
-  for (int i = 0; i < repetitions; ++i) {
-    const double start = processorSeconds();
-    run();
-    least = std::min(least, processorSeconds() - start);
-  }
-  return least;
+double timeOf(const std::function<void()>& run) {
+  const double start = processorSeconds();
+  run();
+  return processorSeconds() - start;
 }
 
 /// Ten entries a column, in rows drawn at random; coefficients of one to six digits.
@@ -74,6 +79,16 @@ TavFileModel sparseModel(std::size_t nonZeros) {
   return model;
 }
 
+/// Behind the word at `at`, eight bytes at a time.
+const char* wordEnd(const char* at) {
+  for (;; at += 8) {
+    std::uint64_t word;
+    std::memcpy(&word, at, sizeof word);
+    const std::uint64_t blanks = (word - 0x2121212121212121) & ~word & 0x8080808080808080;
+    if (blanks != 0) return at + std::countr_zero(blanks) / 8;
+  }
+}
+
 /// Words that begin with a digit or a point are parsed, the others passed over.
 std::size_t parseNumbers(const std::string& path) {
   const TavReadOptions options;
@@ -81,32 +96,42 @@ std::size_t parseNumbers(const std::string& path) {
   std::size_t count = 0;
   double sum = 0.0;
   while (input.nextLines()) {
-    for (const char* at = input.begin(); at != input.end();) {
-      while (at != input.end() && static_cast<unsigned char>(*at) <= ' ') ++at;
-      if (at == input.end()) break;
-      if ((*at >= '0' && *at <= '9') || *at == '.') {
+    const char* const end = input.end();
+    for (const char* at = input.begin(); at != end;) {
+      if (static_cast<unsigned char>(*at) <= ' ') {
+        ++at;
+      } else if (static_cast<unsigned char>(*at - '0') < 10 || *at == '.') {
         const TavScannedNumber number = TavScanNumber(at);
         sum += number.value;
         ++count;
         at = number.end;
+      } else {
+        at = wordEnd(at);
       }
-      while (static_cast<unsigned char>(*at) > ' ') ++at;
     }
   }
   return sum == 0.5 ? 0 : count;
 }
 
-void readByCoin(const std::string& path, bool lp) {
+void readByPeer(const std::string& path, TavFileFormat format) {
   CoinMessageHandler silent;
   silent.setLogLevel(0);
-  if (lp) {
+  if (format == TavFileFormat::Lp) {
     CoinLpIO reader;
     reader.passInMessageHandler(&silent);
     reader.readLp(path.c_str());
-  } else {
+  } else if (format == TavFileFormat::Mps) {
     CoinMpsIO reader;
     reader.passInMessageHandler(&silent);
     reader.readMps(path.c_str(), "");
+  } else {
+#ifdef TAV_BENCH_ASL
+    ASL* asl = ASL_alloc(ASL_read_f);
+    std::string name = path;
+    FILE* const file = jac0dim_ASL(asl, name.data(), static_cast<ftnlen>(name.size()));
+    f_read_ASL(asl, file, 0);
+    ASL_free(&asl);
+#endif
   }
 }
 
@@ -115,18 +140,27 @@ void readByCoin(const std::string& path, bool lp) {
 int main(int argc, char** argv) {
   const std::size_t nonZeros = argc > 1 ? std::strtoull(argv[1], nullptr, 10) : 1'000'000;
   const int repetitions = argc > 2 ? std::atoi(argv[2]) : 3;
-  std::printf("%zu non-zeros, least processor time of %d runs\n", nonZeros, repetitions);
-  for (const char* extension : {".mps", ".lp"}) {
-    const std::string path =
-        (std::filesystem::temp_directory_path() / ("tav_bench_" + std::to_string(getpid()) + extension)).string();
+  std::printf("format\tnonzeros\tMB\town s\tnumbers s\tpeer s\town/numbers\tpeer/own\n");
+  constexpr double kNever = std::numeric_limits<double>::infinity();
+  for (const char* extension : {".mps", ".lp", ".nl"}) {
+    const std::string stub =
+        (std::filesystem::temp_directory_path() / ("tav_bench_" + std::to_string(getpid()))).string();
+    const std::string path = stub + extension;
+    const TavFileFormat format = TavFormatOfName(path);
     TavWriteModel(sparseModel(nonZeros), path);
-    const double own = fastest(repetitions, [&] { TavReadModel(path); });
-    const double limit = fastest(repetitions, [&] { parseNumbers(path); });
-    const double coin = fastest(std::max(1, repetitions / 2), [&] { readByCoin(path, extension[1] == 'l'); });
-    std::printf(
-        "%-4s %9.1f MB   own %7.3f s   numbers only %7.3f s (own is %.2f of it)   CoinUtils %7.3f s (%.1f times own)\n",
-        extension, static_cast<double>(std::filesystem::file_size(path)) / 1e6, own, limit, own / limit, coin,
-        coin / own);
+    for (const char* names : {".col", ".row"}) std::filesystem::remove(stub + names);  // ASL does not read them
+    double own = kNever, numbers = kNever, peer = kNever;
+    for (int i = 0; i < repetitions; ++i) {  // in turns: the least of each
+      own = std::min(own, timeOf([&] { TavReadModel(path); }));
+      numbers = std::min(numbers, timeOf([&] { parseNumbers(path); }));
+      peer = std::min(peer, timeOf([&] { readByPeer(path, format); }));
+    }
+#ifndef TAV_BENCH_ASL
+    if (format == TavFileFormat::Nl) peer = 0.0;  // not found
+#endif
+    std::printf("%s\t%zu\t%.1f\t%.4f\t%.4f\t%.4f\t%.2f\t%.2f\n", extension + 1, nonZeros,
+                static_cast<double>(std::filesystem::file_size(path)) / 1e6, own, numbers, peer, own / numbers,
+                peer / own);
     std::filesystem::remove(path);
   }
 }

@@ -133,17 +133,14 @@ class MpsWriter {
     if (_objective.maximise) _out << "OBJSENSE\n MAX\n";
   }
 
-  /// Without an objective a row of type N would be taken for one, and a column without entries could not be said.
+  /// Without rows and objective a column, which has no entries then, could not be said.
   bool writesObjective() const {
-    if (!_model.objectives.empty() || (_model.rows.empty() && !_model.variables.empty())) return true;
-    for (const TavFileRow& row : _model.rows) {
-      if (isFree(row)) return true;
-    }
-    return false;
+    return !_model.objectives.empty() || (_model.rows.empty() && !_model.variables.empty());
   }
 
   char typeOf(const TavFileRow& row) const {
-    if (isFree(row)) return 'N';
+    // Without an objective a row of type N would be taken for one.
+    if (isFree(row)) return writesObjective() ? 'N' : 'G';
     if (row.lower == row.upper) return 'E';
     if (isRange(row)) return rangeOf(row.lower, row.upper).type;
     return std::isinf(row.lower) ? 'L' : 'G';
@@ -189,7 +186,10 @@ class MpsWriter {
     if (_objective.constant != 0.0) _out << " RHS " << _objective.name << ' ' << -_objective.constant << '\n';
     for (std::size_t i = 0; i < _model.rows.size(); ++i) {
       const TavFileRow& row = _model.rows[i];
-      if (isFree(row)) continue;
+      if (isFree(row)) {
+        if (!writesObjective()) _out << " RHS " << _rows[index(i)] << " -1e30\n";  // counts as infinite
+        continue;
+      }
       const double rhs = isRange(row)            ? rangeOf(row.lower, row.upper).rhs
                          : std::isinf(row.lower) ? row.upper
                                                  : row.lower;

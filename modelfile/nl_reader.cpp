@@ -70,7 +70,7 @@ class NlReader : private TavNlExpressions<Tokens> {
   void constraint() {
     const std::int32_t row = index(_header.rows, "constraint");
     _tokens.endLine();
-    const TavFileExpr expr = expression();
+    const TavFileExpr expr = wholeExpression();
     if (isZero(expr)) return;
     if (!_model.rowParts.empty() && row <= _model.rowParts.back().row) _partsInOrder = false;
     _model.rowParts.push_back({row, {}, expr});
@@ -92,7 +92,7 @@ class NlReader : private TavNlExpressions<Tokens> {
     if (!objective.expr.empty()) _tokens.fail("an objective that has been given before");
     objective.maximise = sense == 1;
     _tokens.endLine();
-    objective.expr = expression();
+    objective.expr = wholeExpression();
     if (isNumber(objective.expr)) objective.constant = _model.tokens[objective.expr.begin].value;
   }
 
@@ -113,6 +113,12 @@ class NlReader : private TavNlExpressions<Tokens> {
     _model.commons.push_back(std::move(common));
   }
 
+  /// Sums of one argument are that.
+  TavFileExpr wholeExpression() {
+    TavFileExpr expr = expression();
+    while (_model.tokens[expr.begin].op == TavFileOp::Sum && _model.tokens[expr.begin].arg == 1) ++expr.begin;
+    return expr;
+  }
   bool isNumber(TavFileExpr expr) const {
     return expr.end - expr.begin == 1 && _model.tokens[expr.begin].op == TavFileOp::Number;
   }

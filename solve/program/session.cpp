@@ -2,6 +2,7 @@
 
 #include <malloc.h>
 
+#include <algorithm>
 #include <cmath>
 #include <iostream>
 #include <optional>
@@ -120,11 +121,14 @@ void Session::makeEngine() {
   _kind = &chooseEngine(*_model, _options.engine);
   _engine = _kind->make(*_model);
   _engine->extract();
+  // To end a solve takes time too, the more the greater the model.
+  constexpr double kShare = 0.05, kMost = 0.3;
+  _reserve = std::min(kShare * secondsSinceStart(), kMost);
   _progress.finish("engine " + std::string(_kind->name));
 }
 
 Answer Session::solve(EngineI& engine, const char* stage) {
-  _controls.seconds = _options.controls.seconds - secondsSinceStart();
+  _controls.seconds = _options.controls.seconds - _reserve - secondsSinceStart();
   if (_controls.seconds <= 0.0 || interruption()) {
     Answer answer;
     answer.status = interruption() ? Status::Interrupted : Status::TimeLimit;

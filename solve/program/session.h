@@ -41,6 +41,8 @@ class Session {
   const EngineKind* _kind = nullptr;
   std::unique_ptr<EngineI> _engine;
   Controls _controls;
+  /// Of the time limit, what is kept back from the solver.
+  double _reserve = 0.0;
   /// Of the last solve, and their number.
   Answer _answer;
   int _solves = 0;

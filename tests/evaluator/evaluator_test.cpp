@@ -186,6 +186,42 @@ TEST_F(EvaluatorProtocol, KnowsTheDerivativeOfEveryClassOfTheLibrary) {
   });
 }
 
+// On breakpoints and at a jump the right slope; the form by values has one segment, which its first slope chooses.
+TEST(Evaluator, PiecewiseLinearFunctionsHaveTheSlopeOfTheSegmentThatGivesTheValue) {
+  TavEnv env;
+  const auto numbers = [&env](std::initializer_list<double> list) {
+    TavNumArray array(env);
+    for (const double number : list) array.add(number);
+    return array;
+  };
+  const TavNumArray breakpoints = numbers({-1.0, 0.5, 0.5, 2.0}), slopes = numbers({2.0, -1.0, 4.0, 0.5, 3.0});
+  const std::pair<double, double> slopeAt[] = {{-9, 2},  {-1.5, 2},   {-1, -1}, {-0.5, -1}, {0.25, -1}, {0.5, 0.5},
+                                               {1, 0.5}, {1.75, 0.5}, {2, 3},   {2.5, 3},   {7, 3},     {100, 3}};
+  const TavNumArray places = numbers({-1.0, 0.5, 2.0}), values = numbers({1.0, 4.0, -2.0});
+  const std::pair<double, double> slopeByFirst[] = {{-3, -3}, {0, -4}, {1, 5}, {9, -4}};
+  for (const auto& [first, slope] : slopeByFirst) {  // twelve rows each: a block
+    TavNumVarArray x(env);
+    TavExprArray rows(env);
+    std::vector<double> point;
+    for (const auto& [at, unused] : slopeAt) {
+      x.add(TavNumVar(env));
+      point.push_back(at);
+      const TavNumVar own = x[x.getSize() - 1];
+      rows.add(TavExpr(TavPiecewiseLinear(1.0 * own + 0.0, breakpoints, slopes, first, 1.0) * own));
+      rows.add(TavExpr(TavPiecewiseLinear(own, first, places, values, 5.0)));
+    }
+    TavEvaluator evaluator(env, {}, rows, x, {});
+    const Results got = resultsOf(evaluator, point, 0.0, std::vector<double>(2 * point.size(), 1.0));
+    for (std::size_t i = 0; i < point.size(); ++i) {
+      const int r = static_cast<int>(2 * i), c = static_cast<int>(i);
+      EXPECT_DOUBLE_EQ(got.jacobian.at({r, c}), got.constraints[2 * i] / point[i] + slopeAt[i].second * point[i]);
+      EXPECT_EQ(got.hessian.at({c, c}), 2 * slopeAt[i].second) << point[i];
+      EXPECT_EQ(got.jacobian.at({r + 1, c}), slope) << first;
+    }
+  }
+  env.end();
+}
+
 /// Rows of few structures, some rows of each.
 class Model {
  public:

@@ -76,9 +76,11 @@ class Compilation {
     ShapeCompiler compiler;
     TapeCompiler tape;
     std::vector<char> degrees;
+    std::size_t rare = 0;
+    for (std::size_t s = 0; s < _drafts.shapes.size(); ++s) rare += TapeCompiler::canTake(ShapeDraft(_drafts, s));
     for (std::size_t s = 0; s < _drafts.shapes.size(); ++s) {
       const ShapeDraft draft(_drafts, s);
-      if (TapeCompiler::takes(draft)) {
+      if (TapeCompiler::takes(draft, rare)) {
         _tapeDrafts.push_back(draft);
         tape.read(draft);
         tape.findDegrees(degrees);

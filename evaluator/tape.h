@@ -87,9 +87,12 @@ struct Tape {
 /// Appends shapes to a tape; memory is kept from shape to shape.
 class TapeCompiler {
  public:
-  /// Whether the tape takes such elements.
-  static bool takes(const ShapeDraft& draft) noexcept {
+  /// Whether the tape can take such elements, and whether it is better than programs although these are faster.
+  static bool canTake(const ShapeDraft& draft) noexcept {
     return draft.count < kFewest && draft.variableCount <= Tape::kMostVariables;
+  }
+  static bool takes(const ShapeDraft& draft, std::size_t rareShapes) noexcept {
+    return canTake(draft) && (rareShapes > kFewRare || draft.nodeCount > kManyNodes);
   }
   /// Reads a structure, which the following are about.
   void read(const ShapeDraft& draft);
@@ -102,6 +105,8 @@ class TapeCompiler {
 
   /// Structures of fewer elements are not worth programs.
   static constexpr std::uint32_t kFewest = 12;
+  /// So few small structures are given programs all the same.
+  static constexpr std::uint32_t kFewRare = 64, kManyNodes = 1000;
 
  private:
   struct Node {

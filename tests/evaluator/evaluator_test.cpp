@@ -121,7 +121,10 @@ class Inspection {
   }
 
   std::string compareDerivatives(std::size_t row) {
-    TavEvaluator evaluator(_env, {}, std::span(&_rows[row], 1), _columns, {});
+    // Elements that come later are interpreted.
+    const TavNumExprArg first = row % 2 == 0 ? _rows[row] : TavNumExprArg(_columns[0]);
+    TavEvaluator evaluator(_env, {}, std::span(&first, 1), _columns, {});
+    if (row % 2 != 0) evaluator.setConstraint(0, _rows[row]);
     if (evaluator.getClassWithoutDerivative(0)) return "";
     const Results got = resultsOf(evaluator, _x, 0.0, {1.0});
     const auto at = [](const Matrix& matrix, std::size_t i, std::size_t j) {

@@ -77,6 +77,8 @@ std::vector<std::string> wordsFor(const Controls& controls, double seconds, bool
   if (careful) {
     say("-heuristicsOnOff", "off");
     say("-cutsOnOff", "off");
+    say("-strongBranching", "0");  // dynamic branching breaks down on sets beside whole columns
+    say("-trustPseudoCosts", "0");
   }
   for (const auto& [name, value] : controls.options) say(("-" + name).c_str(), value);
   switch (controls.method) {

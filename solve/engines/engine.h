@@ -113,7 +113,7 @@ class EngineI : public TavAlgorithmI {
   /// Solves what is loaded, from the last solution where the solver can, in a child process: the time limit and an
   /// interruption are kept whatever the solver does. Throws InputError, naming the column, row or option, for what the
   /// solver cannot be told, and SolverError, in one line, for what the solver throws or asserts.
-  Answer solve(const Controls& controls);
+  virtual Answer solve(const Controls& controls);
 
   /// The column's value in the last solution; throws TavAlgorithm::Exception without one.
   double getValue(const TavNumVarI* variable) const override;
@@ -212,6 +212,10 @@ class EngineI : public TavAlgorithmI {
   std::vector<double> _values, _activities, _reducedCosts, _duals;
   /// What else the engine wants to know at the next solve.
   std::vector<double> _state;
+  /// Checks the solution, once _values has it.
+  void completeSolution(Answer& answer);
+  /// Of the last solve.
+  double _tolerance = Controls().tolerance;
 
  private:
   void* setPlace(const TavExtractableI* object, int place);
@@ -221,7 +225,6 @@ class EngineI : public TavAlgorithmI {
   bool runOnce(const Controls& controls, Answer& answer, std::string& failure);
   void receive(Message message, const Controls& controls, Answer& answer, bool& done);
   void sendAnswer(const Answer& answer) const;
-  void completeSolution(Answer& answer);
 
   const Model& _model;
   /// By identifier: the number of the object's column or row, or one of the constants above.
@@ -230,8 +233,6 @@ class EngineI : public TavAlgorithmI {
   std::vector<Row> _rows;
   /// Values of the last solution there was.
   std::vector<double> _last;
-  /// Of the last solve.
-  double _tolerance = Controls().tolerance;
   std::chrono::steady_clock::time_point _start, _reported;
   double _seconds = std::numeric_limits<double>::infinity();
   /// In the child process only.

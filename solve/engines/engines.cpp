@@ -4,7 +4,9 @@
 
 #include "solve/engines/bonmin.h"
 #include "solve/engines/cbc.h"
+#include "solve/engines/cbc_linearised.h"
 #include "solve/engines/ipopt.h"
+#include "solve/linearise/linear_model.h"
 #include "solve/model/errors.h"
 
 namespace tavsolve {
@@ -21,7 +23,10 @@ std::unique_ptr<EngineI> make(const Model& model) {
 // An engine that was not built has a row all the same, so that refusals can name its package.
 constexpr Make kMakeCbc =
 #ifdef TAV_ENGINE_CBC
-    make<CbcEngineI>;
+    [](const Model& model) -> std::unique_ptr<EngineI> {
+  if (needsLinearisation(model)) return std::make_unique<LinearisedEngineI>(model);
+  return std::make_unique<CbcEngineI>(model);
+};
 #else
     nullptr;
 #endif
@@ -41,8 +46,8 @@ constexpr Make kMakeBonmin =
 using Kind = TavEvaluator::Kind;
 
 constexpr EngineKind kKinds[] = {
-    {"cbc", "linear and mixed-integer models", "coinor-libcbc-dev",
-     [](const ModelClass& c) { return c.kind == Kind::Linear; }, kMakeCbc},
+    {"cbc", "linear and mixed-integer models, and what can be linearised", "coinor-libcbc-dev",
+     [](const ModelClass& c) { return c.notLinear.empty(); }, kMakeCbc},
     {"ipopt", "quadratic and non-linear models without integers", "coinor-libipopt-dev",
      [](const ModelClass& c) { return !c.integers && !c.choices && !c.withoutDerivative; }, kMakeIpopt},
     {"bonmin", "quadratic and non-linear models with integers", "coinor-libbonmin-dev",
@@ -74,11 +79,13 @@ const EngineKind& chooseEngine(const Model& model, const std::string& name) {
     return name.empty() ? kind.takes(modelClass) : name == kind.name;
   });
   if (found == std::end(kKinds)) {
-    if (name.empty()) throw InputError("no engine takes the model: " + reasonOf(modelClass));
+    if (name.empty())
+      throw InputError("no engine takes the model: " + reasonOf(modelClass) + "; " + modelClass.notLinear);
     throw InputError("there is no engine " + name + ": the engines are " + names());
   }
   const std::string engine = std::string("engine ") + found->name;
   if (!found->takes(modelClass)) {
+    if (found == kKinds) throw InputError(engine + " takes " + found->models + ": " + modelClass.notLinear);
     throw InputError(engine + " takes " + found->models + " only: " + reasonOf(modelClass));
   }
   if (!found->make) {

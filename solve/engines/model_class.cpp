@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "solve/linearise/linear_model.h"
+
 namespace tavsolve {
 
 namespace {
@@ -30,6 +32,8 @@ ModelClass classOf(const Model& model) {
   };
   take(model.objective()->getSum(), "objective", model.objective()->getName());
   for (const RangeConstraintI* row : model.rows()) take(row->getSum(), "row", row->getName());
+  result.linearised = needsLinearisation(model);
+  if (result.linearised) result.notLinear = whyNotLinear(model);
   if (bodies.empty()) return result;
 
   TavEvaluator::Options valuesOnly;

@@ -17,6 +17,10 @@ struct ModelClass {
   std::string hardest{};
   /// A class in it that has no derivatives, or null.
   const char* withoutDerivative = nullptr;
+  /// Whether rows are linear only after linearisation.
+  bool linearised = false;
+  /// Why the model is not linear, neither as it is written nor by linearisation; empty for one that is.
+  std::string notLinear{};
 };
 
 /// Linear in the size of the model; only rows that are not linear as they are written are compiled.

@@ -122,7 +122,7 @@ double Builder::finite(const Operand& operand, double bound, bool above) {
   if (!variable) refuse("it has no finite " + side + " bound");
   const Interval range = rangeOfVariable(variable);
   const bool noLower = range.lo == -kInfinity, noUpper = range.hi == kInfinity;
-  refuse("variable " + textOf(variable) + " has no " +
+  refuse("variable " + (variable->getName() ? variable->getName() : textOf(variable)) + " has no " +
          (noLower && noUpper ? ""
           : noUpper          ? "upper "
                              : "lower ") +

@@ -66,7 +66,4 @@ class Builder {
   std::vector<Linearisation::Key> _missing;
 };
 
-/// The text of an expression, shortened to one line.
-std::string textOf(const TavExtractableI* object);
-
 }  // namespace tavlinear

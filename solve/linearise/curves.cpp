@@ -227,9 +227,12 @@ LinearForm tabulate(Builder& builder, const Operand& x, const std::function<doub
   if (!isTable(range)) builder.refuse("its operand takes more than 10000 values");
   Curve curve;
   for (double at = range.lo; at <= range.hi; at += 1.0) {
-    curve.points.push_back({at, function(at)});
-    if (!std::isfinite(curve.points.back().y))
-      builder.refuse("it has no finite value at " + std::to_string(TavTrunc(at)));
+    const double value = function(at);
+    // Also refuses what is no number.
+    if (!(std::abs(value) <= Builder::kGreatestBound)) {
+      builder.refuse("its value at " + std::to_string(TavTrunc(at)) + " is not finite, or beyond 1e9");
+    }
+    curve.points.push_back({at, value});
   }
   const std::vector<Point> values = curve.points;
   simplify(curve.points);

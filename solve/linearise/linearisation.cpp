@@ -149,6 +149,11 @@ void Linearisation::collectObjects(Root& root, int number) {
     if (!reading.row) continue;
     reading.row->read(reading.node, reading);
     for (const auto* term = reading.terms; term; term = term->next) seen.insert(term->var);
+    if (statementOf && isIndicator(reading.node)) {
+      const auto* indicator = static_cast<const TavConstraintIndVarI*>(static_cast<const TavNumVarI*>(reading.node));
+      seen.insert(indicator->getConstraint());
+      reading.operands = {{statementOf(indicator->getConstraint()).expression}};
+    }
     for (const Operand& operand : reading.operands) {
       if (operand.node && seen.insert(operand.node).second) open.push_back(operand.node);
     }
@@ -195,6 +200,7 @@ void Linearisation::discard(Root& root, int number) {
 }
 
 int Linearisation::addRow(const TavNumExprI* expression, double lb, double ub, const std::string& name) {
+  discardDirty();
   Root root;
   root.expression = expression;
   root.lb = lb;
@@ -212,6 +218,7 @@ int Linearisation::addRow(const TavNumExprI* expression, double lb, double ub, c
 }
 
 void Linearisation::setObjective(const TavNumExprI* expression, bool maximise, const std::string& name) {
+  discardDirty();
   if (_objectiveRoot.expression) discard(_objectiveRoot, kObjective);
   _objectiveRoot = Root();
   _objectiveRoot.name = name;
@@ -240,10 +247,24 @@ void Linearisation::changed(const TavExtractableI* object) {
   }
 }
 
-void Linearisation::update() {
-  // Every use of an expression with the changed object belongs to an affected root, so that nothing old stays shared.
+/// Every use of an expression with a changed object belongs to an affected root, so that nothing old stays shared.
+void Linearisation::discardDirty() {
+  if (_dirty.empty()) return;
   for (const int number : _dirty) discard(rootAt(number), number);
-  if (!_dirty.empty()) _ranges.forget();
+  _ranges.forget();
+}
+
+void Linearisation::forget(const TavExtractableI* object) {
+  changed(object);
+  discardDirty();
+  const auto found = _columnOf.find(static_cast<const TavNumVarI*>(object));
+  if (found == _columnOf.end()) return;
+  _columns.remove(found->second);
+  _columnOf.erase(found);
+}
+
+void Linearisation::update() {
+  discardDirty();
   while (!_dirty.empty()) {
     const int number = _dirty.back();
     build(rootAt(number), number);

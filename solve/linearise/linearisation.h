@@ -63,6 +63,10 @@ class Linearisation {
   /// The bounds or values of this variable, or the terms of this sum, have changed: update() will make the rows again
   /// in which the object stands.
   void changed(const TavExtractableI* object);
+  /// The object goes: the rows in which it stands are removed until update() makes them again.
+  void forget(const TavExtractableI* object);
+  /// Whether the object stands in an expression that was given.
+  bool contains(const TavExtractableI* object) const { return _rootsOf.contains(object); }
   /// Makes the rows again that changes have affected. Throws Refusal for one that has no linear form any more; it then
   /// stays affected.
   void update();
@@ -145,6 +149,7 @@ class Linearisation {
   bool make(const Key& key, const Root& root, std::vector<Key>& missing);
   void build(Root& root, int number);
   void discard(Root& root, int number);
+  void discardDirty();
   void release(int item);
   void drop(Item& item);
   void collectObjects(Root& root, int number);
@@ -168,5 +173,8 @@ class Linearisation {
   std::unordered_map<const TavExtractableI*, std::vector<int>> _rootsOf;
   std::vector<int> _dirty;
 };
+
+/// The text of an expression, shortened to one line.
+std::string textOf(const TavExtractableI* object);
 
 }  // namespace tavlinear

@@ -48,6 +48,8 @@ class Model {
   TavNumVar addColumn(TavNumVar column);
   RangeConstraintI* addRow(double lb, TavExpr sum, double ub, const char* name = nullptr);
   ///@}
+  /// Appends a special ordered set; before an engine extracts the model.
+  void addSet(TavModelSet set) { _sets.push_back(std::move(set)); }
 
   /// Adds a conversion of all integer columns to the model; the columns themselves stay integer.
   void relax();

@@ -1,0 +1,216 @@
+#include "solve/linearise/linear_model.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tavsolve {
+
+namespace {
+
+using tavlinear::Linearisation;
+
+std::string labelOf(const char* what, const TavExtractableI* object) {
+  return object->getName() ? std::string(what) + " " + object->getName() : std::string(what) + " without a name";
+}
+
+/// A variable of the same kind, bounds and name.
+TavNumVar copyOf(TavEnv env, const TavNumVarI* variable) {
+  const double lb = variable->getLB(), ub = variable->getUB();
+  const char* name = variable->getName();
+  const TavNumVar::Type type = variable->isInteger() ? TavNumVar::Int : TavNumVar::Float;
+  if (variable->isType(TavSemiContVarI::GetTypeInfo())) {
+    return TavSemiContVar(env, static_cast<const TavSemiContVarI*>(variable)->getThreshold(), ub, type, name);
+  }
+  if (type == TavNumVar::Float) return TavNumVar(env, lb, ub, type, name);
+  return TavIntVar(env, wholeLowerBound(lb), wholeUpperBound(ub), name);
+}
+
+const TavConstraintIndVarI* indicatorOf(const TavNumVarI* variable) {
+  return tavlinear::isIndicator(variable) ? static_cast<const TavConstraintIndVarI*>(variable) : nullptr;
+}
+
+Linearisation::Statement statementOf(const TavConstraintI* constraint) {
+  if (constraint->getTypeInfo() != RangeConstraintI::GetTypeInfo()) return {};
+  const auto* row = static_cast<const RangeConstraintI*>(constraint);
+  return {row->getSum().getImpl(), row->getLB(), row->getUB()};
+}
+
+/// Makes one linear model out of the parts of another.
+class Copier {
+ public:
+  explicit Copier(Model& target) : _target(target), _env(target.getEnv()) {}
+
+  void addColumn(const TavNumVarI* variable) { _copyOf[variable] = _target.addColumn(copyOf(_env, variable)); }
+  int addColumn(const tavlinear::Column& column) {
+    const TavNumVar added = column.whole
+                                ? TavNumVar(TavIntVar(_env, wholeLowerBound(column.lb), wholeUpperBound(column.ub)))
+                                : TavNumVar(_env, column.lb, column.ub);
+    _target.addColumn(added);
+    return static_cast<int>(_target.columns().size()) - 1;
+  }
+  TavNumVar of(const TavNumVarI* variable) const { return _copyOf.at(variable); }
+  /// The columns of the linearisation, by their numbers.
+  std::vector<TavNumVar> columnOf;
+
+  TavExpr sum(const TavNumLinTermI* linear) {
+    TavExpr copy(_env, linear->getNumConstant());
+    for (const auto* term = linear->getFirstTerm(); term; term = term->next) append(copy, of(term->var), term->coef);
+    return copy;
+  }
+  TavExpr sum(const std::vector<tavlinear::Term>& terms, double constant) {
+    TavExpr copy(_env, constant);
+    for (const auto& term : terms) append(copy, columnOf[static_cast<std::size_t>(term.column)], term.coef);
+    return copy;
+  }
+
+ private:
+  void append(TavExpr sum, TavNumVar variable, double coef) {
+    sum.getImpl()->append(_env.getImpl()->newTerm(variable.getImpl(), coef));
+  }
+
+  Model& _target;
+  TavEnv _env;
+  std::unordered_map<const TavNumVarI*, TavNumVar> _copyOf;
+};
+
+}  // namespace
+
+LinearModel::LinearModel(const Model& model) : _model(model) {
+  _linear.statementOf = statementOf;
+  extend();
+  objectiveChanged();
+}
+
+bool LinearModel::isLinear(const TavNumLinTermI* sum) const {
+  if (sum->getFirstPart()) return false;
+  if (!_hasIndicators) return true;
+  const auto* term = sum->getFirstTerm();
+  while (term && !tavlinear::isIndicator(term->var)) term = term->next;
+  return !term;
+}
+
+void LinearModel::extend() {
+  for (; _seenColumns < _model.columns().size(); ++_seenColumns) {
+    const TavNumVar column = _model.columns()[_seenColumns];
+    if (column && indicatorOf(column.getImpl())) addTruth(column.getImpl());
+  }
+  for (; _seenRows < _model.rows().size(); ++_seenRows) addRow(_model.rows()[_seenRows]);
+}
+
+/// The bounds of an indicator variable, where they are not 0 and 1, are a row over the truth of its constraint.
+void LinearModel::addTruth(const TavNumVarI* indicator) {
+  _hasIndicators = true;
+  _rowOf[indicator] =
+      _linear.addRow(indicator, indicator->getLB(), indicator->getUB(), labelOf("indicator", indicator));
+}
+
+void LinearModel::addRow(const RangeConstraintI* row) {
+  const TavNumLinTermI* sum = row->getSum().getImpl();
+  if (!isLinear(sum)) _rowOf[row] = _linear.addRow(sum, row->getLB(), row->getUB(), labelOf("row", row));
+}
+
+void LinearModel::rowChanged(const RangeConstraintI* row) {
+  _linear.changed(row);
+  const auto found = _rowOf.find(row);
+  if (found == _rowOf.end()) return;
+  _linear.removeRow(found->second);
+  _rowOf.erase(found);
+  addRow(row);
+}
+
+void LinearModel::objectiveChanged() {
+  const TavNumLinTermI* sum = _model.objective()->getSum().getImpl();
+  _isObjectiveLinear = isLinear(sum);
+  if (_isObjectiveLinear) return;
+  _linear.setObjective(sum, _model.objective()->isMaximised(), labelOf("objective", _model.objective()));
+}
+
+std::unique_ptr<Model> LinearModel::make() {
+  _linear.update();
+  auto target = std::make_unique<Model>();
+  Copier copier(*target);
+  for (const TavNumVar column : _model.columns()) {
+    if (column) copier.addColumn(column.getImpl());
+  }
+  const auto size = static_cast<std::size_t>(_linear.columns().size());
+  copier.columnOf.resize(size);
+  _placeOf.assign(size, -1);
+  int count = 0;
+  std::unordered_map<const TavNumVarI*, int> place;
+  for (const TavNumVar column : _model.columns()) {
+    if (column) place[column.getImpl()] = count++;
+  }
+  for (std::size_t j = 0; j < size; ++j) {
+    const tavlinear::Column& column = _linear.columns()[static_cast<int>(j)];
+    if (!_linear.columns().isUsed(static_cast<int>(j))) continue;
+    _placeOf[j] = column.variable ? place.at(column.variable) : copier.addColumn(column);
+    copier.columnOf[j] = target->columns()[static_cast<std::size_t>(_placeOf[j])];
+  }
+  for (const RangeConstraintI* row : _model.rows()) {
+    if (_rowOf.contains(row)) continue;
+    target->addRow(row->getLB(), copier.sum(row->getSum().getImpl()), row->getUB(), row->getName());
+  }
+  for (int i = 0; i < _linear.rows().size(); ++i) {
+    const tavlinear::Row& row = _linear.rows()[i];
+    if (_linear.rows().isUsed(i)) target->addRow(row.lb, copier.sum(row.terms, 0.0), row.ub);
+  }
+  for (TavModelSet set : _model.sets()) {
+    for (TavNumVar& member : set.members) member = copier.of(member.getImpl());
+    target->addSet(std::move(set));
+  }
+  for (int i = 0; i < _linear.sets().size(); ++i) {
+    TavModelSet set = {"", 2, {}, {}};
+    for (const int column : _linear.sets()[i].columns) {
+      set.weights.push_back(static_cast<double>(set.members.size() + 1));
+      set.members.push_back(copier.columnOf[static_cast<std::size_t>(column)]);
+    }
+    if (_linear.sets().isUsed(i)) target->addSet(std::move(set));
+  }
+  target->setObjective(_isObjectiveLinear ? copier.sum(_model.objective()->getSum().getImpl())
+                                          : copier.sum(_linear.objective().terms, _linear.objective().constant),
+                       _model.objective()->isMaximised(), _model.objective()->getName());
+  return target;
+}
+
+LinearModel::Disagreement LinearModel::disagreement(const std::vector<double>& columns, TavAlgorithm values) const {
+  Disagreement greatest;
+  for (const Linearisation::Made& made : _linear.made()) {
+    double form = made.form->constant;
+    for (const tavlinear::Term& term : made.form->terms) {
+      form += term.coef * columns[static_cast<std::size_t>(_placeOf[static_cast<std::size_t>(term.column)])];
+    }
+    const double value = made.node->eval(values);
+    double amount = 0.0;
+    if (made.demand.needsOver()) amount = value - form;
+    if (made.demand.needsUnder()) amount = std::max(amount, form - value);
+    amount = std::isnan(amount) ? TavGetInfinity() : amount / std::max(1.0, std::abs(value));
+    if (amount > greatest.amount) greatest = {amount, tavlinear::textOf(made.node)};
+  }
+  return greatest;
+}
+
+double LinearModel::truthOf(const TavNumVarI* indicator, TavAlgorithm values, double tolerance) {
+  const Linearisation::Statement row = statementOf(indicatorOf(indicator)->getConstraint());
+  const double value = row.expression->eval(values), slack = tolerance * std::max(1.0, std::abs(value));
+  return value >= row.lb - slack && value <= row.ub + slack ? 1.0 : 0.0;
+}
+
+bool needsLinearisation(const Model& model) {
+  if (model.objective()->getSum().getImpl()->getFirstPart()) return true;
+  return std::any_of(model.rows().begin(), model.rows().end(),
+                     [](const RangeConstraintI* row) { return row->getSum().getImpl()->getFirstPart(); }) ||
+         std::any_of(model.columns().begin(), model.columns().end(),
+                     [](TavNumVar column) { return column && tavlinear::isIndicator(column.getImpl()); });
+}
+
+std::string whyNotLinear(const Model& model) {
+  if (model.relaxation()) return "expressions over relaxed columns are not linearised";
+  try {
+    const LinearModel linear(model);
+    return "";
+  } catch (const tavlinear::Refusal& refusal) {
+    return refusal.what();
+  }
+}
+
+}  // namespace tavsolve

@@ -179,7 +179,7 @@ TEST(Linearise, OptimaOfRandomModelsAreThoseOfEnumerationBeforeAndAfterModificat
   std::set<std::string> taken;
   int models = 0;
   const char* last = std::getenv("TAV_SEEDS");
-  for (unsigned seed = 1; seed <= (last ? std::stoul(last) : 300); ++seed) {
+  for (unsigned seed = 1; seed <= (last ? std::stoul(last) : 400); ++seed) {
     RandomModel random(seed);
     try {
       LinearisedEngineI engine(random.model);

@@ -19,6 +19,9 @@ TEST_F(Count, EndDecrementsFirstAndDestroysAtZeroOrBelowButNotWhileTheEnvironmen
     if (count > 1) node->end();
     EXPECT_EQ(objects(), before);
   }
+  const TavInt atFirst = o.v.getImpl()->getRefCount();
+  env.getImpl()->release(o.v.getImpl());
+  EXPECT_EQ(o.v.getImpl()->getRefCount(), atFirst);  // variables are not counted
   TavNumExprI* node = leaf(1.0).getImpl();
   env.getImpl()->ending = true;
   node->release();

@@ -25,8 +25,6 @@ bool isA(const TavNumExprI* node) {
   return node->getTypeInfo() == Node::GetTypeInfo();
 }
 
-// ---- regular shapes
-
 template <class Node, TavFileOp kOp>
 const char* unary(const TavNumExprI* node, const Context& context) {
   context.out.op(kOp);
@@ -91,7 +89,7 @@ const char* array(const TavNumExprI* node, const Context& context) {
   return nullptr;
 }
 
-// ---- statements: comparisons give 1 or 0 where a number is wanted
+// Comparisons give 1 or 0 where a number is wanted.
 
 /// operand > 0 or operand != 0.
 struct Comparison {
@@ -186,8 +184,6 @@ const char* constantConstraint(const TavNumExprI* node, const Context& context) 
   context.out.number(node->eval(TavAlgorithm()));
   return nullptr;
 }
-
-// ---- compositions
 
 template <class Node>
 const char* square(const TavNumExprI* node, const Context& context) {

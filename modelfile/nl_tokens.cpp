@@ -3,8 +3,6 @@
 #include <cmath>
 #include <limits>
 
-// ---- text
-
 bool TavNlText::refill() {
   const bool some = _input.nextLines();
   _token = _at = _input.begin();
@@ -56,8 +54,6 @@ std::string TavNlText::word() {
   if (_at == first) fail("expected a name");
   return std::string(first, _at);
 }
-
-// ---- binary
 
 bool TavNlBinary::refill(std::size_t bytes) {
   while (static_cast<std::size_t>(_end - _at) < bytes) {

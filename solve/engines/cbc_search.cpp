@@ -117,10 +117,11 @@ void CbcEngineI::prepare(const Controls& controls) {
     CbcModel none;
     CbcSolverUsefulData known;
     CbcMain0(none, known);
-    for (const auto& [name, value] : controls.options) {
-      const bool matches = std::any_of(known.parameters_.begin(), known.parameters_.end(),
-                                       [&](const CbcOrClpParam& parameter) { return parameter.matches(name) == 1; });
-      if (!matches) throw InputError("engine cbc has no option " + name);
+    for (const auto& option : controls.options) {
+      const auto matches = [&](const CbcOrClpParam& parameter) { return parameter.matches(option.first) == 1; };
+      if (std::none_of(known.parameters_.begin(), known.parameters_.end(), matches)) {
+        throw InputError("engine cbc has no option " + option.first);
+      }
     }
   }
   constexpr double kGreatestCost = 1e25;  // asserted by CLP

@@ -1,10 +1,12 @@
 #include <cmath>
 #include <map>
+#include <optional>
 #include <set>
 
 #include "solve/edits/apply.h"
 #include "solve/edits/words.h"
 #include "solve/model/errors.h"
+#include "solve/model/non_linear_use.h"
 
 namespace tavsolve {
 
@@ -57,6 +59,11 @@ class Checker {
   void operator()(const edit::Sense&) const {}
   void operator()(const edit::Remove& e) {
     find(e.column);
+    if (const TavNumVar column = _model.findColumn(e.column)) {
+      if (!_uses) _uses = nonLinearUses(_model);
+      if (const auto use = _uses->find(column.getId()); use != _uses->end()) failUsed(use->second);
+    }
+    if (_addedUses.contains(e.column)) failUsed("an added row");
     _removed.insert(e.column);
   }
   void operator()(const edit::Add& e) {
@@ -84,10 +91,21 @@ class Checker {
       if (whole && _model.relaxation()) fail("column " + name + " is integer, and the model is relaxed");
       _addedColumns.emplace(name, file.variables[j]);
     }
+    const auto use = [&](std::int32_t j) { _addedUses.emplace(file.variableNames[j]); };
+    for (const TavFileRowPart& part : file.rowParts) {
+      for (const TavFileProduct& product : part.products) use(product.first), use(product.second);
+    }
+    for (const TavFileToken& token : file.tokens) {
+      if (token.op == TavFileOp::Variable) use(token.arg);
+    }
   }
 
  private:
   [[noreturn]] void fail(const std::string& why) const { throw InputError(describe(*_edit) + ": " + why); }
+
+  [[noreturn]] void failUsed(const std::string& where) const {
+    fail("the column stands in a non-linear expression of " + where + ", which cannot lose it; fix it instead");
+  }
 
   void checkBounds(double lb, double ub) const {
     if (lb > ub) fail("the lower bound is above the upper bound");
@@ -115,7 +133,9 @@ class Checker {
 
   const Model& _model;
   const Edit* _edit = nullptr;
-  std::set<std::string> _removed, _addedRows;
+  std::set<std::string> _removed, _addedRows, _addedUses;
+  /// Found when it is first asked for.
+  std::optional<std::unordered_map<TavInt, std::string>> _uses;
   std::map<std::string, TavFileVariable> _addedColumns;
 };
 

@@ -47,7 +47,7 @@ def write_chart(path, benchmarks, twins, races):
             drawn.add(label)
             extremes.append(1.0 / race.ratio)
     axes.set_xscale("log")
-    axes.set_xlim(0.7 * min(extremes), 1.5 * max(extremes))
+    axes.set_xlim(0.7 * min(extremes), 2.2 * max(extremes))
     axes.set_ylim(0.7 - len(rows), 0.7)
     axes.set_yticks([-position for position in range(len(rows))], [title.replace("`", "") for _, title in rows])
     axes.xaxis.set_major_formatter(lambda value, _: f"{value:g}×")

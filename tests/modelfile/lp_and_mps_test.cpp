@@ -1,7 +1,6 @@
 /// What the text of LP and MPS files means, and where files are refused.
 
 #include <gtest/gtest.h>
-#include <zlib.h>
 
 #include <filesystem>
 #include <fstream>
@@ -269,25 +268,6 @@ TEST(MpsFiles, AreRefusedWhereTheyAreInDoubt) {
   };
   for (const Row& file : files)
     EXPECT_EQ(reading(file.text, TavFileFormat::Mps), std::string("refused ") + file.wanted) << file.text;
-}
-
-TEST(ModelFiles, CompressedTextIsReadUpToALimit) {
-  std::string text = lpRow("c: x >= 1");
-  std::string packed(1000, '\0');
-  z_stream stream{};
-  ASSERT_EQ(deflateInit2(&stream, 9, Z_DEFLATED, 16 + MAX_WBITS, 8, Z_DEFAULT_STRATEGY), Z_OK);
-  stream.next_in = reinterpret_cast<Bytef*>(text.data());
-  stream.avail_in = static_cast<uInt>(text.size());
-  stream.next_out = reinterpret_cast<Bytef*>(packed.data());
-  stream.avail_out = static_cast<uInt>(packed.size());
-  ASSERT_EQ(deflate(&stream, Z_FINISH), Z_STREAM_END);
-  packed.resize(stream.total_out);
-  deflateEnd(&stream);
-  EXPECT_EQ(reading(packed, TavFileFormat::Lp), reading(text, TavFileFormat::Lp));
-  EXPECT_EQ(reading(packed.substr(0, packed.size() - 9), TavFileFormat::Lp), "refused 0:0") << "cut off";
-  TavReadOptions options;
-  options.decompressedLimit = 10;
-  EXPECT_THROW(TavReadModelText(packed, "f", options), TavFileError);
 }
 
 TEST(ModelFiles, FilesOfTheSharedFolderAreAcceptedOrRefusedAsTheyShould) {

@@ -175,7 +175,18 @@ class Environment:
         algorithms = impl["_algorithms"]["_M_impl"]
         syntax = "library" if impl["librarySyntaxDisplay"] else "plain"
         count = int(algorithms["_M_finish"] - algorithms["_M_start"])
-        return f"environment of {int(impl['_liveObjects'])} objects and {count} algorithms, {syntax} syntax"
+        return f"environment of {self.objects(impl['_objects'])} objects and {count} algorithms, {syntax} syntax"
+
+    @staticmethod
+    def objects(table):
+        """As TavObjectTable::count: all identifiers without those in the list of free ones."""
+        entries, free = table["_entries"], int(table["_firstFree"])
+        count = int(entries["_size"])
+        while free >= 0:
+            count -= 1
+            free = word(int(entries["_words"]) + 8 * free) >> 2
+            free -= (free >> 61) << 62  # the sign
+        return count
 
 
 class Array:

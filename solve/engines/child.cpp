@@ -141,8 +141,7 @@ void deliver(std::string& buffer, const std::function<void(Message)>& receive) {
 
 void Message::extract(void* data, std::size_t size) {
   if (bytes.size() - _taken < size) throw std::length_error("a message of the solver ends early");
-  std::memcpy(data, bytes.data() + _taken, size);
-  _taken += size;
+  _taken += bytes.copy(static_cast<char*>(data), size, _taken);  // an empty array may have no address
 }
 
 void Parent::send(const Message& message) const {

@@ -48,6 +48,7 @@ void* operator new(std::size_t bytes) {
   if (!block) throw std::bad_alloc();
   return block;
 }
+void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept { return __wrap_malloc(bytes); }
 void* operator new(std::size_t bytes, std::align_val_t alignment) {
   const auto size = static_cast<std::size_t>(alignment);
   void* block = __wrap_aligned_alloc(size, (bytes + size - 1) / size * size);

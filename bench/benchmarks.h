@@ -1,5 +1,5 @@
 #pragma once
-/// The benchmarks: each is written once, as the sides of a race, for every world that has its operations.
+/// The benchmarks. Each is written once, as a side of a race, and works with every world that has its operations.
 
 #include "bench/edit_benchmarks.h"
 #include "bench/node_benchmarks.h"
@@ -10,7 +10,7 @@ template <class Other>
 void registerBenchmarks() {
   using Sum = typename Other::Sum;
   const std::initializer_list<long> sizes{1'000, 100'000, 1'000'000, 10'000'000};
-  // For links of eight operations each, and where every term needs a variable of its own.
+  // For benchmarks with eight operations per link, and for those in which every term needs its own variable.
   const std::initializer_list<long> toMillion{1'000, 100'000, 1'000'000};
   if constexpr (requires(Other world, Sum sum) { world.clear(sum); }) {
     registerBenchmark<BuildWarm, Library, Other>("buildWarm", sizes);

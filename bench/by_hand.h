@@ -1,7 +1,7 @@
 #pragma once
-/// The work of the library as somebody would write it by hand for one purpose: objects of the same fields, cells of 24
-/// bytes from bump pools, lists, and calls that check whom their operands belong to. It has no handles, no change
-/// records and no removal. Its bodies are compiled apart, as the library's are.
+/// The work of the library as one would write it by hand for this purpose alone: objects with the same fields, cells of
+/// 24 bytes from bump pools, lists, and calls that check the environment of their operands. It has no handles, no
+/// change records and no removal. Its function bodies are in a separate source file, as the library's are.
 
 #include <cstddef>
 #include <iosfwd>
@@ -14,7 +14,7 @@ class Env;
 struct Var;
 struct Cell;
 
-/// Where values of variables come from.
+/// Supplies the values of variables.
 class Values {
  public:
   virtual ~Values() = default;
@@ -60,9 +60,9 @@ struct Node {
   Node(Env* owner, const char* label);
   virtual ~Node() = default;
   virtual double eval(const Values& values) const = 0;
-  /// Gives operands back; the node itself goes to its pool afterwards.
+  /// Releases the operands; the node itself is returned to its pool afterwards.
   virtual void drop() = 0;
-  /// The pool that the node came from.
+  /// The pool from which the node was allocated.
   virtual Pool& pool() const = 0;
 
   Env* env;
@@ -76,7 +76,7 @@ struct Domain {
 };
 
 struct Var final : Node {
-  /// Its own first reference keeps it.
+  /// Its initial reference keeps it alive.
   Var(Env* owner, Domain* bounds, const char* label) : Node(owner, label), domain(bounds) { count = 1; }
   double eval(const Values& values) const override { return values.getValue(this); }
   void drop() override {}
@@ -92,7 +92,7 @@ struct Cell {
   double coef;
 };
 
-/// A summand that is no term, held with one reference.
+/// A summand that is not a term; it has one reference to its node.
 struct Part {
   Node* expr;
   Part* next;
@@ -181,7 +181,7 @@ class Env {
 Domain* newDomain(Env* env, double lb, double ub);
 Var* newVar(Env* env, Domain* domain, const char* name = nullptr);
 Sum* newSum(Env* env, double constant);
-/// A loose cell. Throws std::invalid_argument without a variable.
+/// A cell that is in no list. Throws std::invalid_argument without a variable.
 Cell* times(Var* var, double coef);
 /// Links the cell at the tail. Throws std::invalid_argument for a variable of another environment.
 void add(Sum* sum, Cell* cell);
@@ -192,23 +192,23 @@ Product* times(Node* a, Node* b);
 Scaled* scale(Node* node, double factor);
 Square* square(Node* node);
 void clear(Sum* sum);
-/// Drops one reference; the node goes when none is left.
+/// Releases one reference; destroys the node when none is left.
 void release(Node* node);
-/// Its terms and constant once more, uncounted.
+/// A copy of its terms and constant, without references.
 Sum* copy(const Sum* sum);
 /// Merges the cells of each variable into its last one and drops zeros.
 long normalize(Sum* sum);
-/// Sets the coefficients of these variables in a sum that has each variable once; what is absent is appended. Throws
+/// Sets the coefficients of these variables in a sum that has each variable once; appends absent ones. Throws
 /// std::invalid_argument for a variable of another environment.
 void setCoefs(Sum* sum, const std::vector<Var*>& vars, const std::vector<double>& coefs);
 /// Drops the cells of these variables. Throws as `setCoefs`.
 void remove(Sum* sum, const std::vector<Var*>& vars);
 void print(std::ostream& os, const Sum* sum);
-/// The same text into memory that has room for it, as a stream of the default formatting writes it; the text's end.
+/// Writes the text that a stream with default formatting produces into memory that is large enough; returns its end.
 char* print(char* out, const Sum* sum);
 
 using CloneMap = std::unordered_map<const Node*, Node*>;
-/// A copy in `target`; its variables are copied on first sight and found in `map` afterwards.
+/// A copy in `target`; its variables are copied at their first occurrence and found in `map` afterwards.
 Sum* clone(const Sum* sum, Env* target, CloneMap& map);
 
 }  // namespace hand

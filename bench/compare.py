@@ -51,7 +51,7 @@ BENCHMARKS = [
     ("printFixed", "printing, fixed digits", "term", {"hand": 1.0}),
     ("extract", "`tavsolve`: extraction", "non-zero", {"arrays": 1.5}),
 ]
-# The same of the evaluator, whose figures stand in docs/evaluator.md.
+# The same for the evaluator, whose figures are in docs/evaluator.md.
 EVALUATOR = [
     ("powerFlow", "power flow, all five", "row", 
      {"hand": 1.3, "hand 118": 1.7, "hand_avx2": 1.3, "hand_avx2 118": 1.7, "hand_sse2": 2.0, "hand_sse2 118": None,
@@ -127,7 +127,7 @@ class Race:
             goals = GOALS.get(self.benchmark, {})
             if self.library_ns > goals.get("ns", self.library_ns):
                 missed.append("nanoseconds")
-            # Below that, what the environment itself takes counts.
+            # At smaller sizes the environment's own memory distorts the figure.
             if "bytes" in goals and self.size >= goals.get("bytes from", PEER_SIZE) and round(self.library_bytes, 1) > goals["bytes"]:
                 missed.append("bytes")
         return " ".join(missed)

@@ -1,6 +1,6 @@
 // From an empty program to a model in the solver's memory: the construction benchmark of modelling layers. Facility
-// location with N + 1 points a side and N facilities, and linear-quadratic control on an N by N grid; the linear parts
-// alone for contenders that have no other. See docs/tavsolve_speed.md for the formulas.
+// location with N + 1 points per side and N facilities, and linear-quadratic control on an N by N grid; contenders
+// without non-linear expressions build only the linear parts. See docs/tavsolve_speed.md for the formulas.
 
 #include <CoinModel.hpp>
 #include <CoinPackedMatrix.hpp>
@@ -94,7 +94,7 @@ void control(int n, bool squares, Sink& sink) {
   }
 }
 
-/// What must come out alike: a sum over the matrix and the bounds in the solver's memory.
+/// A result that must be equal for all contenders: a sum over the matrix and the bounds in the solver's memory.
 double figureOf(const OsiClpSolverInterface& solver) {
   const CoinPackedMatrix& matrix = *solver.getMatrixByCol();
   double total = solver.getNumIntegers();

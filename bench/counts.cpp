@@ -15,7 +15,7 @@ template <template <class> class Benchmark>
 void count(const std::string& name) {
   Benchmark<Library> bench(kSize);
   const std::string title = name + "/" + std::to_string(bench.items());
-  // The first run makes the pools grow and types known.
+  // The first run grows the pools and registers the types.
   bench.prepare();
   bench.run();
   bench.finish();

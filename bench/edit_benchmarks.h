@@ -30,7 +30,7 @@ struct Drawn : Plain {
   std::vector<std::size_t> drawn;
 };
 
-/// The cells have been through earlier runs of the same work.
+/// Uses cells that earlier runs of the same work have freed.
 template <class World>
 struct MergeRecycled : Drawn<World> {
   using Drawn<World>::Drawn;
@@ -56,7 +56,7 @@ struct BuildAndMerge : Drawn<World> {
   }
 };
 
-/// Cells that were never used before.
+/// Uses cells from new memory.
 template <class World>
 struct MergeFresh : Plain {
   explicit MergeFresh(std::size_t terms) : size(terms) {}

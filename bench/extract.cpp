@@ -1,4 +1,4 @@
-// Loading a model into tavsolve's solver: by extraction, and from arrays that are there already.
+// Loading a model into tavsolve's solver: by extraction, and from arrays that already exist.
 
 #include <CoinPackedMatrix.hpp>
 #include <OsiClpSolverInterface.hpp>

@@ -1,5 +1,5 @@
 #pragma once
-/// The library as a contender: what each benchmark (benchmarks.h) does, written as a user would write it.
+/// The library as a contender: the operations of the benchmarks (benchmarks.h), written as a user would write them.
 
 #include <algorithm>
 #include <cstddef>
@@ -33,8 +33,8 @@ inline std::vector<std::size_t> shuffled(std::size_t count) {
   return order;
 }
 
-/// A world is an environment with variables 0, 1, 2, … and the operations of the benchmarks; contenders have worlds of
-/// the same shape, as far as they go.
+/// A world is an environment with variables 0, 1, 2, … and the operations of the benchmarks. The worlds of other
+/// contenders have the same members, or those that they support.
 class Library {
  public:
   static constexpr const char* kName = "library";
@@ -69,10 +69,10 @@ class Library {
       total += it.getCoef() * static_cast<double>(it.getVar().getImpl()->getId());
     return total;
   }
-  /// The sum is held by `sum`, so that the second handle copies it.
+  /// `sum` has a reference to the node, so the second handle copies it.
   Sum copy(const Sum& sum) { return TavExpr(TavNumExprArg(sum)); }
   double eval(const Sum& sum) { return sum.eval(TavAlgorithm(&_values)); }
-  /// The number of characters.
+  /// Returns the number of characters.
   double print(std::ostream& os, const Sum& sum) {
     os << sum;
     return static_cast<double>(os.tellp());
@@ -166,7 +166,7 @@ class Library {
   std::vector<TavExtractableI*> _clones{};
 };
 
-/// The library's own benchmarks by `+=`, which its shorter ways of writing a sum must not be slower than.
+/// The library's own `+=` as a contender: shorter ways of writing a sum should cost about the same.
 class OwnLoop : public Library {
  public:
   static constexpr const char* kName = "own";

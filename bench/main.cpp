@@ -5,7 +5,7 @@
 
 namespace {
 
-/// Numbers by std::to_chars into memory instead of a stream.
+/// Writes numbers by std::to_chars into memory instead of a stream.
 class ToChars : public ByHand {
  public:
   static constexpr const char* kName = "to_chars";

@@ -1,5 +1,5 @@
 /// Reading of model files: this project's readers, the usual readers of each format (CoinUtils for MPS and LP, ASL for
-/// .nl), and a pass over the same bytes that does nothing but find and parse the numbers, in one run on one file.
+/// .nl), and a pass over the same bytes that only finds and parses the numbers, in one run on one file.
 /// Prints processor times and their ratios, separated by tabs.
 ///
 /// usage: tav_bench_model_files [NON-ZEROS [REPETITIONS]]
@@ -79,7 +79,7 @@ TavFileModel sparseModel(std::size_t nonZeros) {
   return model;
 }
 
-/// Behind the word at `at`, eight bytes at a time.
+/// The end of the word at `at`, searched eight bytes at a time.
 const char* wordEnd(const char* at) {
   for (;; at += 8) {
     std::uint64_t word;
@@ -89,7 +89,7 @@ const char* wordEnd(const char* at) {
   }
 }
 
-/// Words that begin with a digit or a point are parsed, the others passed over.
+/// Parses the words that begin with a digit or a point and skips the others.
 std::size_t parseNumbers(const std::string& path) {
   const TavReadOptions options;
   TavFileInput input = TavFileInput::openFile(path, options);
@@ -150,7 +150,7 @@ int main(int argc, char** argv) {
     TavWriteModel(sparseModel(nonZeros), path);
     for (const char* names : {".col", ".row"}) std::filesystem::remove(stub + names);  // ASL does not read them
     double own = kNever, numbers = kNever, peer = kNever;
-    for (int i = 0; i < repetitions; ++i) {  // in turns: the least of each
+    for (int i = 0; i < repetitions; ++i) {  // in turns; the minimum of each
       own = std::min(own, timeOf([&] { TavReadModel(path); }));
       numbers = std::min(numbers, timeOf([&] { parseNumbers(path); }));
       peer = std::min(peer, timeOf([&] { readByPeer(path, format); }));

@@ -45,7 +45,7 @@ class Run:
 
 
 class Answer:
-    """What a program says of a model: a status, an objective where there is one, and its times."""
+    """What a program reports for a model: a status, an objective where there is one, and its times."""
 
     def __init__(self, run, status, objective=None, iterations=None, evaluation=None):
         self.run, self.status, self.objective = run, status, objective
@@ -58,7 +58,7 @@ def number(pattern, text):
 
 
 def tavsolve(program, model, limit):
-    engine = ["--engine", "ipopt"] if ".nl" in model else []  # the engine that the .nl files' rival drives
+    engine = ["--engine", "ipopt"] if ".nl" in model else []  # the solver that the .nl files' peer drives
     run = Run([program, "--quiet", "--time", str(limit), *engine, model], limit)
     status = re.search(r"^status +(locally optimal|locally infeasible|optimal|infeasible|unbounded|.*)", run.text,
                        re.MULTILINE)

@@ -1,5 +1,5 @@
 #pragma once
-/// Benchmarks over trees, the Rosenbrock chain over n variables, and over variables alone.
+/// Benchmarks over trees (the Rosenbrock chain over n variables) and over variables alone.
 
 #include <optional>
 

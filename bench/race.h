@@ -1,5 +1,5 @@
 #pragma once
-/// Two ways of doing the same work, run in turns, so that whatever else the machine does falls on both.
+/// Two ways of doing the same work, run in turns, so that other load on the machine affects both.
 
 #include <benchmark/benchmark.h>
 #include <malloc.h>
@@ -14,8 +14,8 @@
 #include <string>
 #include <vector>
 
-/// A side of a race has three steps; only `run` is timed. It knows how many pieces of work a run is, and a figure that
-/// must come out alike on both sides after `run`.
+/// A side of a race has three steps, of which only `run` is timed. It states the number of items of a run, and a result
+/// that must be equal on both sides after `run`.
 template <class Side>
 concept RaceSide = requires(Side side) {
   side.prepare();
@@ -25,7 +25,7 @@ concept RaceSide = requires(Side side) {
   { side.result() } -> std::convertible_to<double>;
 };
 
-/// A side that starts from memory that the process has not touched: what it takes is weighed.
+/// A side that starts from memory that the process has not touched; the bytes that it takes are measured.
 template <class Side>
 concept ColdSide = RaceSide<Side> && Side::kCold;
 
@@ -33,15 +33,15 @@ concept ColdSide = RaceSide<Side> && Side::kCold;
 template <class Side>
 concept PrintingSide = RaceSide<Side> && Side::kPrints;
 
-/// Seconds that this process has computed; what other processes take meanwhile does not count.
+/// Processor time of this process in seconds; the time of other processes does not count.
 inline double computedSeconds() {
   timespec time{};
   clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
   return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
 }
 
-/// The seconds that `work` takes: by the wall's clock, which costs less to read, when it is too short to be
-/// interrupted.
+/// The seconds that `work` takes, in processor time; in elapsed time, whose clock costs less to read, when the work is
+/// too short to be interrupted.
 template <class Work>
 double secondsOf(Work work) {
   constexpr double kShort = 100e-6;
@@ -52,13 +52,13 @@ double secondsOf(Work work) {
   return elapsed < kShort ? elapsed : computedSeconds() - computed;
 }
 
-/// How long the rounds of one race go on, in seconds.
+/// The duration of the rounds of one race, in seconds.
 inline double raceSeconds = 1.0;
 
-/// Gives freed memory back to the system, so that the next use of memory is a first one.
+/// Gives freed memory back to the system, so that the next allocations touch new pages.
 inline void chillMemory() { malloc_trim(0); }
 
-/// Bytes of the process that are in memory.
+/// The resident bytes of the process.
 inline double residentBytes() {
   std::ifstream file("/proc/self/smaps_rollup");
   std::string word;
@@ -69,7 +69,7 @@ inline double residentBytes() {
   return 0.0;
 }
 
-/// What one run gives, and the bytes it takes: those that came into memory, unless the side tells them.
+/// The result of one run and the bytes that it takes: the growth of resident memory, unless the side states them.
 struct Trial {
   double result, bytes;
 };
@@ -85,7 +85,7 @@ Trial tryOnce(Side& side) {
   return trial;
 }
 
-/// Runs a side a few times, enough to be timed; the time of one run, in seconds.
+/// Runs a side often enough to be timed; returns the time of one run in seconds.
 template <RaceSide Side>
 double timeOneRun(Side& side) {
   constexpr double kEnough = 0.0005;
@@ -108,10 +108,10 @@ inline double medianOf(std::vector<double> values) {
   return *middle;
 }
 
-/// Lets both sides work for `raceSeconds`, at least three rounds of library, other, other, library: each works once
-/// after itself and once after the other, which has emptied the caches. Reports the medians in nanoseconds per item
+/// Runs both sides for `raceSeconds`, at least three rounds of library, other, other, library: each side runs once
+/// after itself and once after the other, which has filled the caches. Reports the medians in nanoseconds per item
 /// and, as `ratio`, the median of library / other over the rounds; for cold sides also the bytes per item, for printing
-/// ones the megabytes a second. Fails when the two results differ.
+/// ones the megabytes per second. Fails when the two results differ.
 template <RaceSide Library, RaceSide Other>
 void race(benchmark::State& state, Library& library, Other& other) {
   const Trial trial = tryOnce(library), otherTrial = tryOnce(other);
@@ -160,7 +160,7 @@ void registerBenchmark(const char* name, std::initializer_list<long> sizes) {
   }
 }
 
-/// Runs the registered races. Takes --seconds=S beside Google Benchmark's arguments.
+/// Runs the registered races. Takes --seconds=S in addition to Google Benchmark's arguments.
 inline int runRaces(int argc, char** argv) {
   const std::string flag = "--seconds=";
   char** end = std::remove_if(argv + 1, argv + argc, [&flag](const std::string& argument) {

@@ -2,7 +2,7 @@
 
 # Below this line a page keeps what was written by hand.
 KEPT = "<!-- What follows is written by hand and kept. -->"
-# What stands between these two in the README is written here, for a choice of benchmarks.
+# The text between these two marks in the README is generated, for a selection of benchmarks.
 README_MARKS = ("<!-- scripts/bench --docs writes from here -->\n", "<!-- to here -->\n")
 README_BENCHMARKS = ["buildCold", "buildWarm", "rowsCold", "oneStatement", "scalProd", "mergeRecycled", "evalSum",
                      "chainCold", "chainEval", "cloneRows", "variablesArray", "print"]
@@ -19,13 +19,13 @@ def largest(races, benchmark, contender, limit=1_000_000):
 
 
 def write_chart(path, benchmarks, twins, races):
-    """How long each contender takes, the library being 1."""
+    """Draws the time of each contender relative to the library's."""
     import matplotlib
     matplotlib.use("svg")
     matplotlib.rcParams.update({"svg.hashsalt": "speed", "font.size": 9.5, "axes.edgecolor": "#888888"})
     from matplotlib import pyplot
 
-    # A benchmark whose time does not grow with its size has no place on the scale.
+    # A benchmark whose time does not grow with its size does not fit on the scale.
     rows = [(name, title) for name, title, _, goals in benchmarks
             if "ns" not in goals and any(race.benchmark == name for race in races)]
     figure, axes = pyplot.subplots(figsize=(9, 1.5 + 0.27 * len(rows)))
@@ -62,7 +62,7 @@ def write_chart(path, benchmarks, twins, races):
 
 
 def times(value):
-    """A factor with two digits that count."""
+    """A factor with two significant digits."""
     return f"{value:.2f}" if value < 9.95 else f"{value:,.0f}" if value < 10_000 else "over 9,999"
 
 
@@ -149,7 +149,7 @@ def peer_table(benchmarks, peers, races):
 
 
 def write_evaluator_chart(path, benchmarks, twins, races):
-    """How long each contender takes for all five, the evaluator being 1."""
+    """Draws the time of each contender for all five, relative to the evaluator's."""
     import matplotlib
     matplotlib.use("svg")
     matplotlib.rcParams.update({"svg.hashsalt": "evaluator", "font.size": 9.5, "axes.edgecolor": "#888888"})

@@ -77,7 +77,7 @@ struct RowsEnd : Rows<World> {
   void run() { this->end(this->rows); }
 };
 
-/// The rows stay, empty.
+/// The rows remain, empty.
 template <class World>
 struct RowsClear : Rows<World> {
   using Rows<World>::Rows;

@@ -1,5 +1,5 @@
 #pragma once
-/// Benchmarks over one sum: building, clearing, evaluating, copying, writing it in one go, printing it.
+/// Benchmarks over one sum: building, clearing, evaluating, copying, writing it in one statement, printing it.
 
 #include <iomanip>
 #include <optional>
@@ -9,11 +9,11 @@
 #include "bench/race.h"
 
 inline constexpr std::size_t kManyVariables = 1'000'000;
-/// Variables that rows are spread over, and their length.
+/// The number of variables that rows use, and the length of a row.
 inline constexpr std::size_t kColumns = 1000;
 inline constexpr std::size_t kRowLength = 10;
 
-/// What most benchmarks need: nothing to prepare, nothing to tidy up.
+/// The default steps of a benchmark: nothing to prepare, nothing to clean up.
 struct Plain {
   static constexpr bool kCold = false;
   static constexpr bool kPrints = false;
@@ -21,7 +21,7 @@ struct Plain {
   void finish() {}
 };
 
-// What not every contender has: a look at the terms, and a step that ends the building of a sum.
+// Operations that not every contender has: a pass over the terms, and a step that completes the building of a sum.
 template <class World>
 double walkOf(World& world, const typename World::Sum& sum) {
   if constexpr (requires { world.walk(sum); }) {
@@ -117,7 +117,7 @@ struct EvalSum : OneSum<World> {
   double value = 0.0;
 };
 
-/// A second holder of the sum gets a copy.
+/// A second counted handle of the sum receives a copy.
 template <class World>
 struct CopySum : OneSum<World> {
   explicit CopySum(std::size_t count) : OneSum<World>(count) { this->fill(); }
@@ -175,7 +175,7 @@ struct Print : OneSum<World> {
   std::ostringstream os;
 };
 
-/// Into a stream that writes numbers in another way than by default.
+/// Prints to a stream whose number format is not the default.
 template <class World>
 struct PrintFixed : Print<World> {
   explicit PrintFixed(std::size_t count) : Print<World>(count) { this->os << std::fixed << std::setprecision(3); }

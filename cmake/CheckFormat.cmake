@@ -1,4 +1,4 @@
-# Fails, with their names, when C++ files of the tree are not as clang-format writes them. Needs CLANG_FORMAT.
+# Fails and prints their names when C++ files of the tree are not formatted by clang-format. Needs CLANG_FORMAT.
 get_filename_component(root ${CMAKE_CURRENT_LIST_DIR} DIRECTORY)
 set(files)
 foreach(room host expression evaluator modelfile solve tests bench examples)

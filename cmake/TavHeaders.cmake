@@ -1,5 +1,5 @@
 # tav_every_header_alone(): a target every_header_alone that compiles each header of host/ and expression/ as the first
-# and only line of a source, twice over, so that missing includes and missing include guards show.
+# and only line of a source, included twice, so that missing includes and missing include guards show.
 function(tav_every_header_alone)
   file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/host/*.h
        ${PROJECT_SOURCE_DIR}/expression/*.h)

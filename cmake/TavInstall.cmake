@@ -29,7 +29,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/tavexpressionConfigVersio
 install(FILES ${PROJECT_BINARY_DIR}/tavexpressionConfig.cmake ${PROJECT_BINARY_DIR}/tavexpressionConfigVersion.cmake
         DESTINATION ${tav_package_dir})
 
-# Paths are told from the place of the file itself, so that an installed tree can be moved.
+# Paths are relative to the file itself, so that an installed tree can be moved.
 file(RELATIVE_PATH tav_prefix_from_pc /${tav_pc_dir} /)
 string(REGEX REPLACE "/$" "" tav_prefix_from_pc ${tav_prefix_from_pc})
 if(TAV_PLAIN_ALLOC)

@@ -2,7 +2,7 @@
 #
 # Each header opens the default visibility; sources and their helpers are hidden. Inline functions of headers are not:
 # programs take those of the classes in expression/classes.inc from the library. Within the library calls go straight to
-# its own functions, without the procedure linkage table. Two things are excepted, which every shared object of a program
+# its own functions, without the procedure linkage table. There are two exceptions, which every shared object of a program
 # must find at one address, wherever the loader has put them: data, and the functions whose addresses are type tokens.
 include(CheckLinkerFlag)
 

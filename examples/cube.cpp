@@ -1,4 +1,4 @@
-// A class of nodes that a client adds: the third power. docs/add_a_node.md goes through it.
+// A class of nodes that a client adds: the third power. docs/add_a_node.md explains it.
 
 #include <iostream>
 

@@ -1,5 +1,5 @@
 #pragma once
-/// What is asked of an evaluator, each at a point that it has not seen before.
+/// The benchmarks of an evaluator; each call is at a point at which it has not evaluated before.
 
 #include <memory>
 #include <random>
@@ -8,13 +8,13 @@
 #include "bench/evaluator/problems.h"
 #include "bench/race.h"
 
-/// A weight for a place, which does not depend on the order of places.
+/// A weight for a position, which does not depend on the order of positions.
 inline double weightOf(int row, int column) {
   const auto mixed = (static_cast<unsigned>(row) * 31u + static_cast<unsigned>(column) + 7u) * 2654435761u;
   return 0.5 + static_cast<double>(mixed >> 12) / 0x1p20;
 }
 
-/// A contender, two points near the start, multipliers, and room for results.
+/// A contender, two points near the start, multipliers, and arrays for results.
 template <class World>
 class Call {
  public:
@@ -37,7 +37,7 @@ class Call {
 
   void prepare() { x = points[turn ^= 1].data(); }
   void finish() {}
-  /// Rows, or columns where there are none.
+  /// The number of rows; of columns when there are no rows.
   std::size_t items() const { return g.empty() ? gradient.size() : g.size(); }
   double result() {
     double sum = f;
@@ -63,7 +63,7 @@ class Call {
   double f = 0;
 };
 
-/// Five calls, as solvers make them.
+/// Five separate calls, as solvers make them.
 template <class World>
 struct AllFive : Call<World> {
   using Call<World>::Call;
@@ -76,7 +76,7 @@ struct AllFive : Call<World> {
   }
 };
 
-/// The same by one call, which may share more.
+/// The same results by one call, which may share more work.
 template <class World>
 struct Fused : Call<World> {
   using Call<World>::Call;
@@ -109,7 +109,8 @@ struct Hessian : Call<World> {
   void run() { this->world.hessian(this->x, this->kSigma, this->lambda.data(), this->hessian.data()); }
 };
 
-/// From expressions to a program that is ready to evaluate, structures included; beside it preparing the work by hand.
+/// From expressions to a program that is ready to evaluate, structures included; compared with preparing the work by
+/// hand.
 template <class World>
 struct Compile : Call<World> {
   using Call<World>::Call;

@@ -1,6 +1,6 @@
 #pragma once
 /// Values and derivatives of the problems, written by hand: loops over the parts of a problem with the formulas of
-/// their derivatives, everything shared within a call that can be shared.
+/// their derivatives; each call computes common values once.
 
 #include <cstring>
 #include <utility>
@@ -8,10 +8,11 @@
 
 #include "bench/evaluator/problems.h"
 
-/// Places of values: row and column of each, in the contender's own order. Places may repeat; their values add up.
+/// Positions of values: the row and column of each, in the contender's own order. Positions may repeat; their values
+/// are added.
 using Places = std::vector<std::pair<int, int>>;
 
-/// What a contender by hand has; `all` at one point may share more than the five calls alone.
+/// The interface of a contender by hand; `all` at one point may share more work than five separate calls.
 template <class Problem>
 class ByHand;
 
@@ -36,13 +37,13 @@ class ByHand<PowerFlow> {
 
  private:
   struct Shunt {
-    int bus, active, reactive;  // places in the Jacobian; -1: none
+    int bus, active, reactive;  // positions in the Jacobian; -1: none
     double conductance, susceptance;
   };
   struct Branch {
     int from, to;
     PowerFlow::Flow flow[4];
-    int pair;      // first of four places in the Hessian
+    int pair;      // first of four positions in the Hessian
     bool ordered;  // from < to
   };
   void makeJacobian();

@@ -18,7 +18,7 @@ struct Model {
   TavNumExprArray constraints{env};
 };
 
-/// Receives a problem's description and makes expressions of it.
+/// Receives a problem's description and builds its expressions.
 class ModelReceiver {
  public:
   ModelReceiver(Model& model, int rows) : _model(model) {
@@ -59,7 +59,7 @@ inline void buildModel(const PowerFlow& problem, Model& model) {
   model.constraints = made.constraints;
 }
 
-/// The evaluator, by code for instruction sets up to `Widest`.
+/// The evaluator, with code for instruction sets up to `Widest`.
 template <class ProblemType, tavdetail::TavInstructionSet Widest = tavdetail::TavInstructionSet::Avx512>
 class Evaluator {
  public:
@@ -74,7 +74,7 @@ class Evaluator {
     _model.env.end();
   }
 
-  /// Compiles the model anew, with both structures.
+  /// Compiles the model again, with both structures.
   void compile() {
     release();
     tavdetail::limitInstructionSet(Widest);
@@ -119,7 +119,7 @@ class Evaluator {
   std::unique_ptr<TavEvaluation> _at;
 };
 
-/// The expressions evaluated as objects.
+/// Evaluates the expressions as objects.
 template <class ProblemType>
 class Objects : public TavAlgorithmI {
  public:

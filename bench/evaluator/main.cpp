@@ -5,7 +5,7 @@
 
 namespace {
 
-/// By hand, beside code for instruction sets that every x86-64 has.
+/// The work by hand, raced against evaluator code for the instruction sets that every x86-64 has.
 template <class Problem>
 struct BesideBaseline : ByHand<Problem> {
   static constexpr const char* kName = "hand_sse2";

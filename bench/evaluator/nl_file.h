@@ -23,7 +23,7 @@ NlTerm sqr(const NlTerm& a);
 NlTerm sin(const NlTerm& a);
 NlTerm cos(const NlTerm& a);
 
-/// Receives the description, then writes it. The format wants the columns of non-linear terms first, those of
+/// Receives the description, then writes it. The format requires the columns of non-linear terms first, those of
 /// constraints and objective before those of either, and the non-linear rows first.
 class NlFile {
  public:
@@ -36,7 +36,7 @@ class NlFile {
 
   void write(const std::string& path);
 
-  std::vector<int> columnAt, rowAt;  ///< of the problem, for each place in the file
+  std::vector<int> columnAt, rowAt;  ///< of the problem, for each position in the file
 
  private:
   struct Row {

@@ -1,7 +1,7 @@
 #pragma once
-/// The problems on which evaluators race. Each describes its rows to a receiver, term by term:
+/// The problems of the evaluator's benchmarks. Each describes its rows to a receiver, term by term:
 ///   out.constant(row, c); out.linear(row, c, column); out.add(row, term)
-/// where a term is made of out's own numbers: out.x(column), + - * by each other and by doubles, sqr, sin, cos.
+/// where a term consists of the receiver's numbers: out.x(column), + - * by each other and by doubles, sqr, sin, cos.
 
 #include <cmath>
 #include <cstddef>
@@ -9,13 +9,13 @@
 
 #include "examples/power_flow/network.h"
 
-/// The objective, wherever a row is asked for.
+/// Stands for the objective in place of a row.
 inline constexpr int kObjective = -1;
 
 inline double sqr(double value) { return value * value; }
 
 /// Optimal power flow on a case of PGLib-OPF, where the environment's variable TAV_CASES names a folder that has one of
-/// this size, else on a network of that many buses which is made at random. Columns and rows are in the order of
+/// this size, otherwise on a random network of that many buses. Columns and rows are in the order of
 /// examples/power_flow.
 struct PowerFlow {
   explicit PowerFlow(std::size_t buses);

@@ -1,4 +1,4 @@
-// What one would write by hand for rows without anything in common: code for each.
+// The work by hand for rows that have nothing in common: separate code for each row.
 
 #include <cmath>
 

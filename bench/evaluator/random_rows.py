@@ -4,8 +4,8 @@
 usage: random_rows.py ROWS COLUMNS FILE
 
 The file has a template that describes the rows, and for each row three functions as one would write them by hand: the
-value, the derivatives by the row's columns, and the entries of the second derivatives times a multiplier; what occurs
-twice is computed once.
+value, the derivatives by the row's columns, and the entries of the second derivatives times a multiplier. Common
+subexpressions are computed once.
 """
 
 import random
@@ -102,7 +102,7 @@ def random_node(graph, depth, columns):
 
 
 def text(graph, node):
-    """An expression as the description has it."""
+    """An expression in the form of the description."""
     operation, operands = graph.nodes[node]
     if operation == "x":
         return f"out.x({operands[0]})"

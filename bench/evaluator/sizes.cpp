@@ -1,4 +1,5 @@
-// Large and unusual models: what building, compiling, changing and evaluating them costs, at sizes that grow by ten.
+// Times of building, compiling, changing and evaluating large and unusual models, at sizes that grow by factors
+// of ten.
 // Usage: tav_bench_evaluator_sizes [LARGEST], the largest number of items; a million by default.
 
 #include <chrono>
@@ -22,7 +23,7 @@ struct Model {
   TavExprArray rows{env};
 };
 
-/// A random expression of some ten operations over five neighbouring columns.
+/// A random expression of about ten operations over five neighbouring columns.
 class RandomExpression {
  public:
   explicit RandomExpression(const TavNumVarArray& x) : _x(x) {}

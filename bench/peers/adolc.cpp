@@ -1,4 +1,4 @@
-// ADOL-C's tapes: an expression is recorded as it is computed, and evaluated by playing the record again.
+// ADOL-C's tapes: an expression is recorded as it is computed, and evaluated by replaying the record.
 
 #include <adolc/adouble.h>
 #include <adolc/drivers/drivers.h>
@@ -21,7 +21,7 @@ class Adolc {
 
   std::size_t size() const { return _values.size(); }
   Node rosenbrock() {
-    // Room for the whole tape in memory: what does not fit goes to files.
+    // Buffers for the whole tape in memory: ADOL-C writes what does not fit to files.
     const auto room = static_cast<unsigned>(64 * size() + 1000);
     trace_on(kTape, 0, room, room, room, room, 1);
     std::vector<adouble> x(size());

@@ -26,7 +26,7 @@ class PackedMatrix {
     _value.push_back(coef);
   }
   void seal(Sum&) {
-    // The matrix itself grows by little and copies all of it each time.
+    // By itself the matrix grows in small steps and copies all rows at each one.
     if (static_cast<std::size_t>(_rows.getNumRows()) == _room) {
       _room *= 2;
       _rows.reserve(static_cast<int>(_room), static_cast<CoinBigIndex>(_room * kRowLength));

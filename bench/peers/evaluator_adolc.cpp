@@ -1,6 +1,6 @@
-// The evaluator against ADOL-C. As Debian builds it, without ColPack, its own sparse drivers stop the program; so this
-// takes the patterns that are known by hand, colours them, and uses ADOL-C's compressed products (fov_forward,
-// hess_mat). The multipliers are parameters of the Lagrangian's tape.
+// The evaluator against ADOL-C. As Debian builds it, without ColPack, its own sparse drivers stop the program. This
+// program therefore takes the patterns from the work by hand, colours them, and uses ADOL-C's compressed products
+// (fov_forward, hess_mat). The multipliers are parameters of the Lagrangian's tape.
 
 #include <adolc/adolc.h>
 #include <adolc/param.h>
@@ -16,7 +16,7 @@ inline adouble sqr(const adouble& a) { return a * a; }
 
 namespace {
 
-/// A dense matrix by rows, as the drivers want it.
+/// A dense matrix by rows, as the drivers require it.
 struct Matrix {
   Matrix(int rows, int columns) : values(static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns)) {
     for (int i = 0; i < rows; ++i)
@@ -26,7 +26,7 @@ struct Matrix {
   std::vector<double*> at;
 };
 
-/// Groups of columns no two of which meet in a row, greedily.
+/// Groups of columns of which no two have an entry in the same row, found greedily.
 class Colouring {
  public:
   Colouring(int rows, int columns, const Places& places) : colours(static_cast<std::size_t>(columns), -1) {
@@ -131,7 +131,7 @@ class AdolcWorld {
         _hessianProducts(_n, _hessianColours.count),
         _rows(static_cast<std::size_t>(_m)),
         _weights(static_cast<std::size_t>(_m) + 1, 1.0) {
-    // By pair of columns: by hand a place may stand there twice, here its value is whole.
+    // Sorted without duplicates: the lists by hand may repeat a position, ADOL-C computes its whole value once.
     for (Places* places : {&jacobianPlaces, &hessianPlaces}) {
       std::sort(places->begin(), places->end());
       places->erase(std::unique(places->begin(), places->end()), places->end());
@@ -142,7 +142,7 @@ class AdolcWorld {
   void record(const Problem& problem, short tape) {
     const std::vector<double> start = problem.start();
     double value = 0;
-    // Room for the whole tape in memory: what does not fit goes to files.
+    // Buffers for the whole tape in memory: ADOL-C writes what does not fit to files.
     const auto room = static_cast<unsigned>(200 * (_n + _m) + 1000);
     trace_on(tape, 0, room, room, room, room, 1);
     {
@@ -172,7 +172,7 @@ class AdolcWorld {
 }  // namespace
 
 int main(int argc, char** argv) {
-  // What does not fit into its buffers goes to files where the program runs.
+  // ADOL-C writes what does not fit into its buffers to files in the current folder.
   std::filesystem::current_path(std::filesystem::temp_directory_path());
   registerBenchmark<AllFive, Evaluator<PowerFlow>, AdolcWorld<PowerFlow>>("powerFlow", {1354});
   registerBenchmark<AllFive, Evaluator<Beam>, AdolcWorld<Beam>>("beam", {5'000});

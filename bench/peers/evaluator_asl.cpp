@@ -1,6 +1,6 @@
 // The evaluator against the solver library of AMPL's authors (ASL), which reads .nl files. Its partially separable mode
 // finds groups of equal structure. Its orders of columns and rows differ, so points, rows and multipliers are permuted
-// here; that is about a nanosecond a number.
+// here, which takes about a nanosecond per number.
 
 #include <unistd.h>
 
@@ -62,7 +62,7 @@ class AslWorld {
     fint error = 0;
     if (_m > 0) jacval(permuted(x), values, &error);
   }
-  /// It takes the second derivatives at the point of the last values.
+  /// ASL computes second derivatives at the point of the last values.
   void hessian(const double* x, double sigma, const double* lambda, double* values) {
     if (_objectiveAt != x) objective(x);
     if (_m > 0 && _rowsAt != x) constraints(x, _unused.data());
@@ -101,7 +101,7 @@ class AslWorld {
 
   int _n, _m;
   NlFile _file;
-  ASL* asl = nullptr;  // the macros of its header want this name
+  ASL* asl = nullptr;  // the macros of ASL's header require this name
   std::vector<double> _x, _lambda, _values, _unused;
   const double *_objectiveAt = nullptr, *_rowsAt = nullptr;
 };

@@ -1,5 +1,5 @@
-// Gecode's MiniModel: sums are trees whose nodes are counted. Copies share, so copying is left out, and so is what
-// an expression that is not posted cannot do.
+// Gecode's MiniModel: sums are trees of reference-counted nodes. Copies share them, so the copying benchmarks are
+// omitted, as are the operations that need a posted expression.
 
 #include <gecode/int.hh>
 #include <gecode/minimodel.hh>

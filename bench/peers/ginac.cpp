@@ -39,7 +39,7 @@ class Ginac {
                 10.5 * x[8] + 11.5 * x[9]};
   }
   double eval(const Sum& sum) { return evalNode(sum.sum); }
-  /// Terms come in an order of its own, numbers with more digits.
+  /// Terms are printed in GiNaC's own order, numbers with more digits.
   double print(std::ostream& os, const Sum& sum) {
     os << sum.sum;
     return std::nan("");

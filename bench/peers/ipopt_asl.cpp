@@ -1,6 +1,6 @@
 // Ipopt driven by the solver library of AMPL's authors (ASL), for comparison with tavsolve's engine: reads an .nl file,
-// solves it with the same options and prints status, objective, iterations, and the seconds spent in all and in
-// evaluation. usage: tav_bench_ipopt_asl FILE
+// solves it with the same options and prints status, objective, iterations, the total seconds and those
+// spent in evaluation. usage: tav_bench_ipopt_asl FILE
 
 #include <IpIpoptApplication.hpp>
 #include <IpSolveStatistics.hpp>
@@ -54,7 +54,7 @@ class Problem final : public Ipopt::TNLP {
     for (Index i = 0; i < m; ++i) least[i] = LUrhs[2 * i], most[i] = LUrhs[2 * i + 1];
     return true;
   }
-  /// As tavsolve's engine: 0, brought into the bounds, where the file has no value.
+  /// As in tavsolve's engine: where the file has no value, 0 moved into the bounds.
   bool get_starting_point(Index n, bool, Number* x, bool, Number*, Number*, Index, bool, Number*) override {
     for (Index j = 0; j < n; ++j) {
       const auto i = static_cast<std::size_t>(j);
@@ -93,7 +93,7 @@ class Problem final : public Ipopt::TNLP {
       return true;
     }
     return timed([&](fint& error) {
-      if (isNew) {  // second derivatives are taken at the point of the last values
+      if (isNew) {  // ASL computes second derivatives at the point of the last values
         std::vector<double> unused(static_cast<std::size_t>(m));
         if (n_obj > 0) objval(0, at(x), &error);
         if (m > 0) conval(at(x), unused.data(), &error);
@@ -119,7 +119,7 @@ class Problem final : public Ipopt::TNLP {
   }
   static double* at(const Number* x) { return const_cast<double*>(x); }
 
-  ASL* asl = nullptr;  // the macros of its header want this name
+  ASL* asl = nullptr;  // the macros of ASL's header require this name
   std::vector<double> _start;
   std::vector<char> _hasStart;
   double _sign = 1.0;

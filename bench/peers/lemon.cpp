@@ -43,7 +43,7 @@ class Lemon {
     return 2.5 * x[0] + 3.5 * x[1] + 4.5 * x[2] + 5.5 * x[3] + 6.5 * x[4] + 7.5 * x[5] + 8.5 * x[6] + 9.5 * x[7] +
            10.5 * x[8] + 11.5 * x[9];
   }
-  /// Merged it is at any time; what is left are zeros.
+  /// The map is always merged; only zeros remain to be removed.
   double normalize(Sum& sum) {
     sum.simplify();
     return 0.0;

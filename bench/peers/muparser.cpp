@@ -36,7 +36,7 @@ class MuParser {
     parser->Eval();
     return parser;
   }
-  /// The place of the value of the variable x123.
+  /// The address of the value of the variable x123.
   static double* find(const char* name, void* self) {
     return &static_cast<MuParser*>(self)->_values[std::stoul(name + 1)];
   }

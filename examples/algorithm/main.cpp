@@ -1,5 +1,5 @@
 // An algorithm layer in one file. Its solver is the simplest there is: the greatest value that a linear sum takes while
-// each variable stays within its bounds. docs/algorithm_author.md goes through it.
+// each variable stays within its bounds. docs/algorithm_author.md explains it.
 
 #include <iostream>
 #include <unordered_map>
@@ -15,7 +15,7 @@ class GreatestI final : public TavAlgorithmI {
  public:
   explicit GreatestI(TavEnv env) : TavAlgorithmI(env.getImpl()) { installHooks(); }
 
-  /// Takes a sum over: one reference keeps it alive as long as it is extracted.
+  /// Extracts a sum: one reference keeps it alive as long as it is extracted.
   void extract(TavExpr sum) {
     sum.normalize();  // one term for each variable
     _sum = TavNumExpr(TavNumExprArg(sum.getImpl()));
@@ -63,7 +63,7 @@ class GreatestI final : public TavAlgorithmI {
     TavNumVarI* variable = static_cast<const TavSetNumVarBounds*>(change)->getVar();
     variable->modifyCP(algorithm, &in(algorithm)._columns.at(variable));
   }
-  /// The records say that a coefficient is new, not what it is: the sum knows.
+  /// The records say that a coefficient has changed, not its value: that is read from the sum.
   template <class Record>
   static void applyCoefficient(TavAlgorithm algorithm, const TavChange* change, void*) {
     TavNumVarI* variable = static_cast<const Record*>(change)->getVar();
@@ -96,7 +96,7 @@ int main() {
   std::cout << sum << "is at most " << greatest.greatest() << "\n";
 
   x.setUB(4);
-  sum.getImpl()->setCoef(z, 7);  // in place: through the handle a shared node would be copied
+  sum.getImpl()->setCoef(z, 7);  // in place; a call on the handle would copy a shared node
   std::cout << sum << "with x up to 4 is at most " << greatest.greatest() << "\n";
   y.end();
   std::cout << sum << "is at most " << greatest.greatest() << "\n";

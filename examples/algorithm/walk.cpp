@@ -1,4 +1,4 @@
-// What an algorithm layer meets in a model: node classes, nodes with several parents, and the changes that are
+// What an algorithm layer handles in a model: node classes, nodes with several parents, and the changes that are
 // reported. docs/algorithm_author.md explains it.
 
 #include <iostream>
@@ -57,7 +57,7 @@ class Walk final : public TavExtractableVisitor {
   std::unordered_set<const TavExtractableI*> _seen;
 };
 
-/// Whether no absolute value, rounding or unknown class stands below the root.
+/// Whether the tree below the root has no absolute value, rounding or unknown class.
 bool isSmooth(TavExtractableI* root) {
   Walk walk(root);
   while (TavExtractableI* object = walk.next()) {

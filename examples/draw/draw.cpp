@@ -9,7 +9,7 @@
 
 namespace {
 
-/// What a visit shows of one object.
+/// What a visit reports of one object.
 class Operands final : public TavExtractableVisitor {
  public:
   explicit Operands(TavExtractableI* object) { object->visitSubExtractables(this); }
@@ -34,7 +34,7 @@ void writeConstant(std::ostream& os, const TavExtractableI* object) {
   (write(as<Nodes>(object)), ...);
 }
 
-/// Writes the numbers of a node that keeps an array of them.
+/// Writes the numbers of a node that has an array of them.
 template <class... Nodes>
 void writeArray(std::ostream& os, const TavExtractableI* object) {
   const auto write = [&os](const auto* node) {
@@ -74,14 +74,14 @@ std::string labelOf(const TavExtractableI* object) {
   return os.str();
 }
 
-/// The labels of the edges of a linear node, in the order in which a visit shows its operands.
+/// The labels of the edges of a linear node, in the order in which a visit reports its operands.
 template <class Linear>
 void addCoefficients(const TavExtractableI* object, std::vector<std::string>& labels) {
   const auto* linear = as<Linear>(object);
   if (!linear) return;
   for (const TavPart* part = linear->getFirstPart(); part; part = part->next) labels.emplace_back();
   for (const TavNumLinExprTermI* term = linear->getFirstTerm(); term; term = term->next) {
-    if (term->coef == 0.0) continue;  // a visit passes it over
+    if (term->coef == 0.0) continue;  // a visit skips it
     std::ostringstream os;
     os << term->coef;
     labels.push_back(os.str());

@@ -2,7 +2,7 @@
 // of 6 jobs on 6 machines is H. Fisher's and G. L. Thompson's (Industrial Scheduling, 1963); the last job of the best
 // schedule ends at 55.
 //
-// The model is written as one thinks of it: of two jobs on one machine, one ends before the other starts, which is a
+// The model follows the problem directly: of two jobs on one machine, one ends before the other starts, which is a
 // maximum that is not negative. The engine linearises the maxima: a binary for each pair, with the horizon in the big-M
 // numbers, and none for the end of the last job, which is minimised.
 
@@ -31,8 +31,8 @@ constexpr std::array<std::array<Step, kMachines>, kJobs> kShop = {{
     {{{1, 3}, {3, 3}, {5, 9}, {0, 10}, {4, 4}, {2, 1}}},
 }};
 
-/// When a schedule ends that starts each step as soon as job and machine are free, step by step and job by job. The
-/// best schedule ends no later.
+/// The end of the schedule that starts each step as soon as job and machine are free, step by step and job by job. It
+/// is an upper bound of the optimum.
 int horizon() {
   std::array<int, kJobs> job{};
   std::array<int, kMachines> machine{};

@@ -6,7 +6,7 @@
 
 #include "solve/model/model.h"
 
-/// Expressions over the parameters, whose sum of squares is to be least.
+/// Expressions over the parameters, whose sum of squares is minimised.
 struct LeastSquares {
   std::vector<TavNumVar> parameters;
   std::vector<TavNumExpr> residuals;
@@ -14,13 +14,13 @@ struct LeastSquares {
 
 struct Fit {
   bool converged = false;
-  /// The solver's word on how it ended, when it did not converge.
+  /// The solver's message when it did not converge.
   std::string failure;
   std::vector<double> parameters;
   double sumOfSquares = 0;
 };
 
-/// Makes the sum of squares the objective of an empty model, in whose environment the problem is.
+/// Makes the sum of squares the objective of an empty model, whose environment contains the problem.
 void fill(tavsolve::Model& model, const LeastSquares& problem);
 
 /// Minimises from `start`, with the evaluator's derivatives.

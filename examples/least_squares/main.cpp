@@ -1,6 +1,6 @@
 // A model with a published fit: the set Misra1a of the Statistical Reference Datasets of NIST, dental research data on
 // monomolecular adsorption (volume over pressure), y = b1 (1 - exp(-b2 x)). The program fits it from both published
-// starting points and holds the result against the certified one.
+// starting points and compares the result with the certified one.
 
 #include <algorithm>
 #include <cmath>

@@ -1,8 +1,8 @@
 // When is the last machine done? The makespan of a schedule is a maximum over an array: the machines' loads. The engine
-// linearises the maximum, which takes no binaries where it is minimised, and hands the model to CBC.
+// linearises the maximum, which takes no binaries where it is minimised, and passes the model to CBC.
 //
-// Five jobs on two machines, after R. L. Graham (1969): giving each job, longest first, to the machine that is free
-// first takes 7 hours, the best schedule 6.
+// Five jobs on two machines, after R. L. Graham (1969): assigning each job, longest first, to the machine that is
+// free first takes 7 hours; the best schedule takes 6.
 
 #include <iostream>
 #include <memory>

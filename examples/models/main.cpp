@@ -108,7 +108,7 @@ void constraints() {
   TavScopedEnv env;
   TavNumVar x(env, 0, 10, "x"), y(env, 0, 10, "y");
   TavConstraint capacity = atMost(x + 2 * y, 12);
-  TavNumVar holds(capacity);  // a 0-1 variable that stands for the truth of the constraint
+  TavNumVar holds(capacity);  // a 0-1 variable that represents the truth of the constraint
   TavExpr penalty = 100 - 100 * holds;
   std::cout << capacity << "\n" << penalty << "\n";
 
@@ -121,7 +121,7 @@ void modifying() {
   TavScopedEnv env;
   TavNumVar x(env, 0, 10, "x"), y(env, 0, 10, "y"), z(env, 0, 10, "z");
   TavExpr e = x + 2 * y;
-  e += x + 3 * z;  // in place; x has two terms now
+  e += x + 3 * z;  // in place; x then has two terms
   std::cout << e << "\n";
   e.normalize();  // one term for each variable
   std::cout << e << "\n";
@@ -155,7 +155,7 @@ void trapOperands() {
   TavScopedEnv env;
   TavNumVar x(env, 0, 10, "x"), y(env, 0, 10, "y");
   auto e = x + y;  // an uncounted result
-  auto g = 2 * e;  // changes e in place: e and g name one node now
+  auto g = 2 * e;  // changes e in place: e and g then name one node
   TavExpr safe = x + y;
   TavExpr h = 2 * safe;  // copies: safe is counted
   std::cout << e << "| " << g << "| " << safe << "| " << h << "\n";

@@ -53,7 +53,7 @@ Arguments parse(int argc, char** argv) {
   return arguments;
 }
 
-/// Hands the parts of the model to tavsolve's engines; voltages start at 1, everything else at 0.
+/// Passes the parts of the model to tavsolve's engines; voltages start at 1, everything else at 0.
 void fill(tavsolve::Model& model, const PowerFlowModel& flow, tavsolve::Controls& controls) {
   const TavNumVarArray columns = flow.columns();
   for (TavInt i = 0; i < columns.getSize(); ++i) model.addColumn(columns[i]);
@@ -86,7 +86,7 @@ std::string nameOf(const Network& network, std::size_t branch) {
   return std::to_string(network.buses[ends.from].number) + "-" + std::to_string(network.buses[ends.to].number);
 }
 
-/// Takes a branch out of service: nothing flows into its ends, and its own constraints no longer hold. The engine is
+/// Takes a branch out of service: nothing flows into its ends, and its own constraints need not hold. The engine is
 /// notified of each change.
 void takeOut(tavsolve::Model& model, const PowerFlowModel& flow, const Network& network, const std::string& name) {
   const std::size_t branches = network.branches.size();
@@ -102,7 +102,7 @@ void takeOut(tavsolve::Model& model, const PowerFlowModel& flow, const Network& 
   }
 }
 
-/// Cost, the branch that is nearest to its rating, and what is asked for.
+/// Prints the cost, the branch that is nearest to its rating, and what the options request.
 void report(const Arguments& arguments, const Network& network, const PowerFlowModel& flow,
             const tavsolve::EngineI& engine, const tavsolve::Answer& answer) {
   std::cout << std::fixed << std::setprecision(1) << "cost " << answer.objective << " $/h\n";

@@ -25,7 +25,7 @@ class Builder {
 
  private:
   TavNumVar variable(Range range) { return TavNumVar(_env, range.least, range.most); }
-  /// A counted handle of each body keeps it until the environment ends.
+  /// A counted handle keeps each body alive until the environment ends.
   void add(const TavNumExpr& body, Range limits) {
     _model.constraints.add(body);
     _model.limits.push_back(limits);
@@ -59,7 +59,7 @@ class Builder {
     _model.cost = cost;
   }
 
-  /// What flows into branches, loads and shunts of a bus is what its generators give.
+  /// The power of a bus's generators equals the flows into its branches, loads and shunts.
   void balanceBuses() {
     const std::size_t buses = _network.buses.size(), branches = _network.branches.size();
     std::vector<TavExpr> active, reactive;

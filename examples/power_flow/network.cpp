@@ -13,7 +13,7 @@ namespace {
 
 using Row = std::vector<double>;
 
-/// What a file says, before units are changed: the rows of the plain form.
+/// The contents of a file in its own units: the rows of the plain form.
 struct Tables {
   double base = 0;
   std::vector<Row> buses, generators, branches, references;

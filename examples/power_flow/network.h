@@ -39,6 +39,6 @@ struct Network {
 };
 
 /// Reads a case: a MATPOWER file (version 2, polynomial costs up to the square) when the name ends in ".m", else the
-/// plain form of the files in this folder. What is out of service is left out. Throws std::runtime_error with a
-/// sentence that names the file.
+/// plain form of the files in this folder. Elements out of service are omitted. Throws std::runtime_error with a
+/// message that names the file.
 Network readNetwork(const std::string& path);

@@ -1,5 +1,5 @@
 // The bill for an amount of energy: a piecewise-linear tariff times the factor of the season. It is evaluated over a
-// range; then CBC, over the linearised bill, says how much energy a budget buys.
+// range; then CBC computes, with the linearised bill, how much energy a budget buys.
 
 #include <initializer_list>
 #include <iomanip>
@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Where the values of the variables come from: one amount of energy, one row of the seasons.
+/// Supplies the values of the variables: one amount of energy, one row of the seasons.
 class Bill final : public TavAlgorithmI {
  public:
   Bill(TavEnv env, TavIntVar energy, TavIntVar season)
@@ -58,7 +58,7 @@ int main() {
   const TavIntVar energy(env, 0, 1000, "energy");
   const TavIntVar season(env, 0, 2, "season");
 
-  // 0.2 per unit up to 100, 0.3 up to 300, then 0.25; from 500 on a fee of 12 once, which is a jump between two equal
+  // 0.2 per unit up to 100, 0.3 up to 300, then 0.25; from 500 on a single fee of 12, which is a jump between two equal
   // breakpoints. The standing charge of 9.5 is the value at 0.
   const TavNumArray limits = numbers(env, {100, 300, 500, 500});
   const TavNumArray slopes = numbers(env, {0.2, 0.3, 0.25, 12, 0.25});

@@ -1,6 +1,6 @@
 """GDB pretty-printers for tavexpression: `source tools/gdb/tavexpression.py` (see README).
 
-Handles print as the text of their expression, by a call of `display` in the program. Where GDB cannot call functions, as on
+Handles print as the text of their expression, by a call of `display` in the program. Where GDB cannot call functions, as in
 a core file, and after `set tavexpression-calls off`, they print the structure of their node instead; the reason is printed
 once. Without the library's debug information a node prints as its name, or as its class and identifier. Arrays print their
 size and elements, environments a summary."""
@@ -41,7 +41,7 @@ def word(address):
 
 
 def function(symbol, arguments):
-    """A function of the C or C++ library by its linker's name, called with plain words."""
+    """A function of the C or C++ library by its linker's name, called with integer arguments."""
     types = ", ".join(["unsigned long"] * len(arguments))
     values = ", ".join(str(a) for a in arguments)
     return int(gdb.parse_and_eval(f"((unsigned long (*)({types})) '{symbol}')({values})"))
@@ -53,8 +53,8 @@ def displayed(node):
     stream = function("malloc", [1024])
     function(ostringstream + "C1Ev", [stream])
     try:
-        function("_ZlsRSo14TavExtractable", [stream, node])  # stream << object, there without debug information too
-        # Behind the stream's and the buffer's tables of virtual functions: three input pointers, then the output's.
+        function("_ZlsRSo14TavExtractable", [stream, node])  # stream << object; exists without debug information too
+        # After the virtual function tables of stream and buffer: three input pointers, then the output pointers.
         begin, current = word(stream + 40), word(stream + 48)
         return gdb.selected_inferior().read_memory(begin, current - begin).tobytes().decode(errors="replace")
     finally:

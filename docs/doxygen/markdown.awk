@@ -29,7 +29,7 @@ code { print; next }
     sub(/\)$/, "", target)
     hash = index(target, "#")
     if (hash && target !~ /^https?:/) target = "#" page(hash > 1 ? target : FILENAME) "-" substr(target, hash + 1)
-    done = done (target ~ /^#|\.md$|^https?:/ ? "[" text "](" target ")" : text)
+    done = done (target ~ /^#|\.md$|^https?:/ && target !~ /README\.md$/ ? "[" text "](" target ")" : text)
   }
   print substr(done line, 2)
 }

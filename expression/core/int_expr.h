@@ -12,6 +12,7 @@ class TavIntExprI : public TavNode<TavIntExprI, TavNumExprI> {
  public:
   static constexpr const char* kTypeName = "TavIntExprI";
 
+  /// Enrols the node in its environment; classes without a kind of their own leave `kind` out.
   TavIntExprI(TavEnvI* env, TavNameArg name, TavKind kind = TavKind::Other) : TavNode(env, name, kind) {}
 
   bool isInteger() const override { return true; }

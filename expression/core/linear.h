@@ -19,7 +19,9 @@ class TavTermChange : public TavChangeRecord<Self> {
 
   /// The sum.
   Linear* getLinear() const noexcept { return _linear; }
+  /// The variable of the term.
   TavNumVarI* getVar() const noexcept { return _var; }
+  /// Visits the variable.
   void visitChange(TavEnvI*, TavExtractableI* object, TavChangeVisitor* visitor) const override {
     visitor->visitChild(object, _var);
   }

@@ -24,6 +24,7 @@ class TavNumExprI : public TavNode<TavNumExprI, TavExtractableI> {
  public:
   static constexpr const char* kTypeName = "TavNumExprI";
 
+  /// Enrols the node in its environment; classes without a kind of their own leave `kind` out.
   TavNumExprI(TavEnvI* env, TavNameArg name, TavKind kind = TavKind::Other)
       : TavNode(env, name), _references(static_cast<TavInt>(kind)) {}
 

@@ -171,10 +171,10 @@ void BonminEngineI::run(const Controls& controls, Answer& answer) {
   try {
     setup.initialize(Ipopt::SmartPtr<TMINLP>(GetRawPtr(problem)));
     search(setup);
-  } catch (const Bonmin::TNLPSolver::UnsolvedError&) {
-    answer.remark = "Ipopt could not solve a node";
-    if (functions->failure.empty()) return;
-    answer.remark = functions->failure;
+  } catch (const Bonmin::TNLPSolver::UnsolvedError* error) {  // thrown by address
+    const std::unique_ptr<const Bonmin::TNLPSolver::UnsolvedError> owner(error);
+    answer.remark =
+        functions->failure.empty() ? "Ipopt could not solve a node: " + error->errorName() : functions->failure;
     return;
   } catch (const Bonmin::OsiTMINLPInterface::SimpleError& error) {
     throw std::runtime_error(error.message());

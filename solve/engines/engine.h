@@ -224,7 +224,10 @@ class EngineI : public TavAlgorithmI {
   /// One run in a child process; false when the solver broke down, which `failure` describes.
   bool runOnce(const Controls& controls, Answer& answer, std::string& failure);
   void receive(Message message, const Controls& controls, Answer& answer, bool& done);
-  void sendAnswer(const Answer& answer) const;
+  void sendAnswer(Answer& answer);
+  /// Calls visit for each part of the answer and of the solution, in the order of the message.
+  template <class Visit>
+  void visitAnswer(Answer& answer, const Visit& visit);
 
   const Model& _model;
   /// By identifier: the number of the object's column or row, or one of the constants above.

@@ -103,6 +103,19 @@ bool EngineI::runOnce(const Controls& controls, Answer& answer, std::string& fai
   return true;
 }
 
+template <class Visit>
+void EngineI::visitAnswer(Answer& answer, const Visit& visit) {
+  visit(answer.status);
+  visit(answer.hasSolution);
+  visit(answer.objective);
+  visit(answer.bound);
+  visit(answer.iterations);
+  visit(answer.nodes);
+  visit(answer.evaluationSeconds);
+  visit(answer.remark);
+  for (std::vector<double>* numbers : {&_values, &_activities, &_reducedCosts, &_duals, &_state}) visit(*numbers);
+}
+
 void EngineI::receive(Message message, const Controls& controls, Answer& answer, bool& done) {
   Content content{};
   message.take(content);
@@ -118,35 +131,15 @@ void EngineI::receive(Message message, const Controls& controls, Answer& answer,
     message.take(_values);
     answer.hasSolution = true;
   } else {
-    message.take(answer.status);
-    message.take(answer.hasSolution);
-    message.take(answer.objective);
-    message.take(answer.bound);
-    message.take(answer.iterations);
-    message.take(answer.nodes);
-    message.take(answer.evaluationSeconds);
-    message.take(answer.remark);
-    for (std::vector<double>* numbers : {&_values, &_activities, &_reducedCosts, &_duals, &_state}) {
-      message.take(*numbers);
-    }
+    visitAnswer(answer, [&message](auto& part) { message.take(part); });
     done = true;
   }
 }
 
-void EngineI::sendAnswer(const Answer& answer) const {
+void EngineI::sendAnswer(Answer& answer) {
   Message message;
   message.put(Content::Answer);
-  message.put(answer.status);
-  message.put(answer.hasSolution);
-  message.put(answer.objective);
-  message.put(answer.bound);
-  message.put(answer.iterations);
-  message.put(answer.nodes);
-  message.put(answer.evaluationSeconds);
-  message.put(answer.remark);
-  for (const std::vector<double>* numbers : {&_values, &_activities, &_reducedCosts, &_duals, &_state}) {
-    message.put(*numbers);
-  }
+  visitAnswer(answer, [&message](const auto& part) { message.put(part); });
   _parent->send(message);
 }
 

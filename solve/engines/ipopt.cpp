@@ -97,6 +97,15 @@ Status statusOf(Ipopt::ApplicationReturnStatus status, bool isConvex, Answer& an
     case Ipopt::Invalid_Number_Detected:
       answer.remark = "a function or derivative has no finite value at the start";
       break;
+    case Ipopt::Error_In_Step_Computation:
+      answer.remark = "the linear system for the next step cannot be solved";
+      break;
+    case Ipopt::Not_Enough_Degrees_Of_Freedom:
+      answer.remark = "there are more equations than variables";
+      break;
+    case Ipopt::Insufficient_Memory:
+      answer.remark = "out of memory";
+      break;
     default:
       answer.remark = "Ipopt ended with status " + std::to_string(status);
   }

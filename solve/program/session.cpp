@@ -42,10 +42,14 @@ std::string megabytes(std::uint64_t bytes) {
   return buffer;
 }
 
+/// The call of a modelling system is to end while its model is read.
+struct CallEnds {};
+
 TavFileModel readFile(const Options& options, Progress& progress) {
   progress.begin("read");
   TavReadOptions how;
-  how.progress = [&progress](std::uint64_t done, std::uint64_t size) {
+  how.progress = [&](std::uint64_t done, std::uint64_t size) {
+    if (options.protocol && (interruption() || isTimeOver())) throw CallEnds();
     progress.update(megabytes(done) + (size > 0 ? " of " + megabytes(size) : "") + " MB");
   };
   TavFileModel file = TavReadModel(options.file, how);
@@ -167,6 +171,12 @@ void Session::applyStage(const EditStage& stage) {
   }
 }
 
+void Session::writeUnread() {
+  OutputFile file(_options.solution);
+  printUnreadSol(file.stream(), readStubFacts(_options.file), interruption() ? Status::Interrupted : Status::TimeLimit);
+  file.close();
+}
+
 bool Session::confirm() {
   const std::unique_ptr<EngineI> fresh = _kind->make(*_model);
   fresh->extract();
@@ -179,8 +189,14 @@ bool Session::confirm() {
 
 ExitCode Session::run() {
   const bool edited = _options.stages.size() > 1 || !_options.stages[0].empty();
-  std::optional<NothingToLose> loading(std::in_place);
-  load();
+  std::optional<NothingToLose> loading;
+  try {
+    if (!_options.protocol) loading.emplace();
+    load();
+  } catch (const CallEnds&) {
+    writeUnread();
+    return kSolved;
+  }
   if (_options.noSolve) {
     for (const EditStage& stage : _options.stages) applyStage(stage);
     loading.reset();

@@ -27,10 +27,9 @@ class Session {
   Answer solve(EngineI& engine, const char* stage);
   void solveAndReport(const char* stage);
   void applyStage(const EditStage& stage);
-  void reportBoth(const Answer& before);
+  /// The solution file of a call that ended while its model was read.
+  void writeUnread();
   bool confirm();
-  void printValuesOf(const Answer& answer);
-  void writeAnswer();
   Solution solution() const { return {*_model, *_engine, _answer, _stub}; }
 
   const Options& _options;

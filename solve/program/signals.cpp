@@ -54,6 +54,8 @@ void limitTime(double seconds) {
 
 const std::atomic<bool>& interruption() { return interrupted; }
 
+bool isTimeOver() { return timeIsOver; }
+
 double secondsSinceStart() { return std::chrono::duration<double>(Clock::now() - start).count(); }
 
 NothingToLose::NothingToLose() {

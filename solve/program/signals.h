@@ -12,6 +12,8 @@ void watchSignals();
 void limitTime(double seconds);
 
 const std::atomic<bool>& interruption();
+/// Whether the time limit is over.
+bool isTimeOver();
 double secondsSinceStart();
 
 /// While one lives there is nothing to be lost: an interruption and the end of the time limit end the program at once,

@@ -17,6 +17,9 @@ struct StubFacts {
   std::size_t columns = 0, rows = 0;
 };
 
+/// Reads them from the first two lines of an .nl file; those that it lacks stay 0.
+StubFacts readStubFacts(const std::string& path);
+
 /// One answer, for writing.
 struct Solution {
   const Model& model;
@@ -36,6 +39,8 @@ void printPlain(std::ostream& os, const Solution& solution);
 void printJson(std::ostream& os, const Solution& solution);
 /// As modelling systems read it.
 void printSol(std::ostream& os, const Solution& solution);
+/// The answer of a call that ended before its model was read.
+void printUnreadSol(std::ostream& os, const StubFacts& stub, Status status);
 
 /// Writes the solution in the format that the name says; "-" is standard output, and so are -.json and -.sol. Throws
 /// InputError.

@@ -1,4 +1,6 @@
 #include <cmath>
+#include <fstream>
+#include <limits>
 #include <ostream>
 #include <span>
 
@@ -37,6 +39,9 @@ int codeOf(Status status) {
   return 500;
 }
 
+/// A second option of this value says that a real number follows the options, which their number does not count.
+constexpr double kExtraOption = 3.0;
+
 /// Kinds of suffixes: what they belong to, and that their values are real numbers.
 enum SuffixKind { kOfVariables = 0, kOfProblem = 3, kReal = 4 };
 
@@ -62,7 +67,40 @@ void printReducedCosts(std::ostream& os, const Solution& solution) {
   for (const auto& [place, cost] : costs) os << place << " " << exactText(cost) << "\n";
 }
 
+/// What follows the message: the options, and how many duals and values come.
+void printCounts(std::ostream& os, const StubFacts& stub, bool hasDuals, bool hasValues) {
+  const bool extra = stub.options.size() > 2 && stub.options[1] == kExtraOption;
+  os << "\nOptions\n" << stub.options.size() - extra << "\n";
+  for (const double option : stub.options) os << exactText(option) << "\n";
+  os << stub.rows << "\n"
+     << (hasDuals ? stub.rows : 0) << "\n"
+     << stub.columns << "\n"
+     << (hasValues ? stub.columns : 0) << "\n";
+}
+
+void printEnd(std::ostream& os, Status status) { os << "objno 0 " << codeOf(status) << "\n"; }
+
 }  // namespace
+
+StubFacts readStubFacts(const std::string& path) {
+  StubFacts facts;
+  std::ifstream file(path, std::ios::binary);
+  char letter = 0;
+  std::size_t count = 0;
+  for (file >> letter >> count; facts.options.size() < count && file;) {
+    file >> facts.options.emplace_back();
+    if (facts.options.size() == 2 && facts.options[1] == kExtraOption) ++count;
+  }
+  file.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+  file >> facts.columns >> facts.rows;
+  return facts;
+}
+
+void printUnreadSol(std::ostream& os, const StubFacts& stub, Status status) {
+  os << "tavsolve " TAV_SOLVE_VERSION ": " << wordsFor(status) << "\nThe model was not read to its end.\n";
+  printCounts(os, stub, false, false);
+  printEnd(os, status);
+}
 
 void printSol(std::ostream& os, const Solution& solution) {
   const Answer& answer = solution.answer;
@@ -72,21 +110,14 @@ void printSol(std::ostream& os, const Solution& solution) {
   if (answer.hasSolution) os << "; objective " << text(answer.objective);
   os << "\n" << solution.engine.name() << ": " << answer.nodes << " nodes, " << answer.iterations << " iterations\n";
   if (!answer.remark.empty()) os << answer.remark << "\n";
-  const std::vector<double>& options = solution.stub.options;
-  const bool extra = options.size() > 2 && options[1] == 3.0;  // a real number follows, which is not counted
-  os << "\nOptions\n" << options.size() - extra << "\n";
-  for (const double option : options) os << exactText(option) << "\n";
   const bool hasDuals = answer.hasSolution && !rows.empty() && !std::isnan(solution.engine.dualOf(rows[0]));
-  os << solution.stub.rows << "\n"
-     << (hasDuals ? solution.stub.rows : 0) << "\n"
-     << columns.size() << "\n"
-     << (answer.hasSolution ? columns.size() : 0) << "\n";
+  printCounts(os, solution.stub, hasDuals, answer.hasSolution);
   for (std::size_t i = 0; hasDuals && i < solution.stub.rows; ++i)
     os << exactText(solution.engine.dualOf(rows[i])) << "\n";
   for (const TavNumVar column : columns) {
     if (answer.hasSolution) os << (column ? exactText(solution.engine.getValue(column.getImpl())) : "0") << "\n";
   }
-  os << "objno 0 " << codeOf(answer.status) << "\n";
+  printEnd(os, answer.status);
   if (!answer.hasSolution) return;
   printReducedCosts(os, solution);
   printProblemSuffix(os, "bestbound", answer.bound);

@@ -1,8 +1,9 @@
 """Plays a modelling system that calls tavsolve: writes an .nl file, calls, and reads the .sol file to the letter. Then
-a user who loses patience. usage: client.py TAVSOLVE"""
-import os, random, signal, subprocess, sys, time
+a user who loses patience. usage: client.py TAVSOLVE FOLDER_OF_ITS_SOLVER_CONFIGURATION"""
+import os, random, shutil, signal, subprocess, sys, time
 
-tavsolve, work = os.path.realpath(sys.argv[1]), os.path.abspath("tavsolve_client")
+tavsolve, configuration = map(os.path.realpath, sys.argv[1:3])
+work = os.path.abspath("tavsolve_client")
 os.makedirs(work, exist_ok=True)
 os.chdir(work)
 
@@ -88,7 +89,27 @@ write_nl([1, 1], [([1, 1], 2), ([-1, -1], -1)])
 check(call() == 0 and solution([0, 1, 0], 2, 2)[:3] == ([], [], 200), "infeasible")
 write_nl([-1, 1], [([1, 1], 2)])
 check(call() == 0 and solution([0, 1, 0], 1, 2)[2] == 300, "unbounded")
+check(call("time=1e-6") == 0 and solution([0, 1, 0], 1, 2)[2] == 400, "the time is over before the file is read")
 check(call("time=0") == 2 and not os.path.exists("stub.sol"), "a bad option")
+
+# A modelling system that speaks the protocol. Its library of linear forms is that of the installed configuration; the
+# standard one hands non-linear functions over as they are.
+for model, library, expected in (
+        ("var 0..3: x; var 0..9: y; var 0.0..8.0: z; constraint 4*x + 3*y <= 20; constraint z + int2float(x) <= 7.5;"
+         "solve maximize int2float(5*x + 4*y) + 2.0*z; output [show(x), \" \", show(y)];", "linear", "0 6\n----------\n=========="),
+        ("array[1..4] of var 1..4: q; constraint forall(i, j in 1..4 where i < j)(q[i] != q[j]);"
+         "constraint q[1] < q[2] \\/ q[3] = 1; solve maximize q[1] + 3*q[2] + 2*q[4]; output [show(q)];", "linear", "[2, 4, 1, 3]"),
+        ("var 0..5: x; var 0..5: y; constraint x + y >= 11; solve satisfy;", "linear", "UNSATISFIABLE"),
+        ("var -9.0..9.0: x; var 0..5: k; constraint exp(x) <= 7.0; constraint k*k <= 10;"
+         "solve maximize x + int2float(k); output [show_float(0, 4, x), \" \", show(k)];", "std", "1.9459 3\n")):
+    if not shutil.which("minizinc"):
+        print("minizinc is not installed")
+        break
+    with open("model.mzn", "w") as file:
+        file.write(model)
+    run = subprocess.run(["minizinc", "--solver", "tavsolve", "-G", library, "model.mzn"], capture_output=True, text=True, timeout=60,
+                         env={**os.environ, "MZN_SOLVER_PATH": configuration, "PATH": os.path.dirname(tavsolve) + os.pathsep + os.environ["PATH"]})
+    check(expected in run.stdout, "minizinc", model, run.stdout, run.stderr)
 
 # A user: what is best so far is kept; a second signal ends at once, also while nothing is read yet.
 random.seed(1)

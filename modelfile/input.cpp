@@ -28,7 +28,9 @@ std::uint64_t linesIn(const char* at, const char* end) noexcept {
 TavFileInput::TavFileInput(std::unique_ptr<TavByteSource> source, const std::string& name,
                            const TavReadOptions& options)
     : _source(std::move(source)), _name(name), _options(&options) {
-  fill();
+  // As much as the first block holds: a source may give a few bytes at a time, too few to recognise the format.
+  while (_filled < kBlock / 2 && fill()) {
+  }
   constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
   if (std::string_view(_buffer.get(), _filled).substr(0, 3) == kByteOrderMark) _begin = 3;
   _end = _filled;

@@ -46,6 +46,9 @@ class CbcEngineI : public EngineI {
 
   // Linear models (cbc_simplex.cpp).
   void runSimplex(const Controls& controls, Answer& answer);
+  bool isLinear() const;
+  /// As the solver has them, which minimises.
+  void takePrices(const double* reducedCosts, const double* duals);
   void keepBasis(const ClpSimplex& simplex);
   bool restoreBasis(ClpSimplex& simplex) const;
   void extendBasis(int firstColumn, int firstRow);

@@ -1,6 +1,5 @@
 #include <CbcEventHandler.hpp>
 #include <CbcModel.hpp>
-#include <CbcOrClpParam.hpp>
 #include <CbcSOS.hpp>
 #include <CbcSolver.hpp>
 #include <CoinPackedMatrix.hpp>
@@ -8,10 +7,10 @@
 #include <OsiClpSolverInterface.hpp>
 #include <algorithm>
 #include <cmath>
-#include <sstream>
 
 #include "solve/engines/cbc.h"
 #include "solve/engines/cbc_bounds.h"
+#include "solve/engines/cbc_options.h"
 #include "solve/model/errors.h"
 
 /// Models with whole numbers, semi-continuous columns or special ordered sets: CBC, run as its stand-alone program runs
@@ -20,13 +19,6 @@
 namespace tavsolve {
 
 namespace {
-
-std::string text(double number) {
-  std::ostringstream os;
-  os.precision(17);
-  os << number;
-  return os.str();
-}
 
 /// Reports the tree search and ends it when the time is over. CBC works on clones of the handler it is given.
 class SearchEvents final : public CbcEventHandler {
@@ -57,45 +49,6 @@ class SearchEvents final : public CbcEventHandler {
 
 int goOn(CbcModel*, int) { return 0; }
 
-/// The words of CBC's command line that say what the controls say.
-std::vector<std::string> wordsFor(const Controls& controls, double seconds, bool careful) {
-  std::vector<std::string> words{"tavsolve", "-log", controls.log.empty() ? "0" : "1"};
-  const auto say = [&words](const char* name, const std::string& value) { words.insert(words.end(), {name, value}); };
-  if (std::isfinite(seconds)) {
-    say("-timeMode", "elapsed");
-    say("-seconds", text(seconds));
-  }
-  if (controls.gap) say("-ratioGap", text(*controls.gap));
-  if (controls.absoluteGap) say("-allowableGap", text(*controls.absoluteGap));
-  if (controls.nodes) say("-maxNodes", std::to_string(*controls.nodes));
-  if (controls.threads && *controls.threads > 1) say("-threads", std::to_string(*controls.threads));
-  if (controls.seed) say("-randomCbcSeed", std::to_string(*controls.seed));
-  if (careful || !controls.presolve.value_or(true)) {
-    say("-preprocess", "off");
-    say("-presolve", "off");
-  }
-  if (careful) {
-    say("-heuristicsOnOff", "off");
-    say("-cutsOnOff", "off");
-    say("-strongBranching", "0");  // dynamic branching breaks down on sets beside whole columns
-    say("-trustPseudoCosts", "0");
-  }
-  for (const auto& [name, value] : controls.options) say(("-" + name).c_str(), value);
-  switch (controls.method) {
-    case Method::Primal:
-      words.push_back("-primalSimplex");
-      break;
-    case Method::Barrier:
-      words.push_back("-barrier");
-      break;
-    case Method::Automatic:
-    case Method::Dual:
-      break;
-  }
-  words.insert(words.end(), {"-solve", "-quit"});
-  return words;
-}
-
 Status statusOf(const CbcModel& search) {
   constexpr int kLinearUnbounded = 7;
   if (search.isContinuousUnbounded() || search.secondaryStatus() == kLinearUnbounded) return Status::Unbounded;
@@ -113,17 +66,7 @@ std::string CbcEngineI::labelOf(int column) const {
 }
 
 void CbcEngineI::prepare(const Controls& controls) {
-  if (!controls.options.empty()) {
-    CbcModel none;
-    CbcSolverUsefulData known;
-    CbcMain0(none, known);
-    for (const auto& option : controls.options) {
-      const auto matches = [&](const CbcOrClpParam& parameter) { return parameter.matches(option.first) == 1; };
-      if (std::none_of(known.parameters_.begin(), known.parameters_.end(), matches)) {
-        throw InputError("engine cbc has no option " + option.first);
-      }
-    }
-  }
+  checkCbcOptions(controls);
   constexpr double kGreatestCost = 1e25;  // asserted by CLP
   for (int j = 0; j < _solver->getNumCols(); ++j) {
     if (std::abs(_solver->getObjCoefficients()[j]) < kGreatestCost) continue;
@@ -148,9 +91,13 @@ void CbcEngineI::prepare(const Controls& controls) {
   }
 }
 
+bool CbcEngineI::isLinear() const {
+  return _solver->getNumIntegers() == 0 && model().sets().empty() && _semiContinuous.empty();
+}
+
 void CbcEngineI::run(const Controls& controls, Answer& answer) {
-  const bool isLinear = _solver->getNumIntegers() == 0 && model().sets().empty() && _semiContinuous.empty();
-  isLinear ? runSimplex(controls, answer) : runSearch(controls, answer);
+  // CBC's command line knows the options of CLP too.
+  isLinear() && controls.options.empty() ? runSimplex(controls, answer) : runSearch(controls, answer);
 }
 
 void CbcEngineI::runSearch(const Controls& controls, Answer& answer) {
@@ -179,7 +126,7 @@ void CbcEngineI::search(CbcModel& search, const Controls& controls, Answer& answ
   settings.useSignalHandler_ = false;
   search.setLogLevel(controls.log.empty() ? 0 : 1);
   std::vector<const char*> words;
-  const std::vector<std::string> texts = wordsFor(controls, secondsLeft(), _careful);
+  const std::vector<std::string> texts = cbcWords(controls, secondsLeft(), _careful);
   for (const std::string& word : texts) words.push_back(word.c_str());
   CbcMain1(static_cast<int>(words.size()), words.data(), search, goOn, settings);
   answer.status = statusOf(search);
@@ -281,6 +228,10 @@ void CbcEngineI::readBack(const CbcModel& search, Answer& answer) {
   answer.hasSolution = solution && answer.status != Status::Infeasible && answer.status != Status::Unbounded;
   if (!answer.hasSolution) return;
   answer.objective = sign() * search.getObjValue();
+  if (isLinear()) {
+    answer.iterations = search.solver()->getIterationCount();
+    takePrices(search.solver()->getReducedCost(), search.solver()->getRowPrice());
+  }
   _values.assign(solution, solution + columns().size());
   // By the rows as they were loaded: presolve leaves rows without coefficients at some bound.
   _activities.resize(rows().size());

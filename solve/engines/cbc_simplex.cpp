@@ -112,17 +112,17 @@ void CbcEngineI::runSimplex(const Controls& controls, Answer& answer) {
   }
   answer.objective = sign() * simplex.objectiveValue();
   if (answer.status == Status::Optimal) answer.bound = answer.objective;
-  const std::size_t columnCount = columns().size(), rowCount = rows().size();
   const double *values = simplex.primalColumnSolution(), *activities = simplex.primalRowSolution();
-  _values.assign(values, values + columnCount);
-  _activities.resize(rowCount);
-  for (std::size_t i = 0; i < rowCount; ++i) _activities[i] = rows()[i].constant + activities[i];
-  _reducedCosts.resize(columnCount);
-  _duals.resize(rowCount);
-  const double *reduced = simplex.dualColumnSolution(), *duals = simplex.dualRowSolution();
-  std::transform(reduced, reduced + columnCount, _reducedCosts.begin(), [&](double d) { return sign() * d; });
-  std::transform(duals, duals + rowCount, _duals.begin(), [&](double d) { return sign() * d; });
+  _values.assign(values, values + columns().size());
+  _activities.resize(rows().size());
+  for (std::size_t i = 0; i < rows().size(); ++i) _activities[i] = rows()[i].constant + activities[i];
+  takePrices(simplex.dualColumnSolution(), simplex.dualRowSolution());
   keepBasis(simplex);
+}
+
+void CbcEngineI::takePrices(const double* reducedCosts, const double* duals) {
+  for (std::size_t j = 0; j < columns().size(); ++j) _reducedCosts.push_back(sign() * reducedCosts[j]);
+  for (std::size_t i = 0; i < rows().size(); ++i) _duals.push_back(sign() * duals[i]);
 }
 
 /// The state is the basis: the status of each column and then of each row.

@@ -3,6 +3,9 @@
 #include <iostream>
 #include <new>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include "solve/edits/words.h"
 #include "solve/model/errors.h"
 #include "solve/program/pages.h"
@@ -31,6 +34,13 @@ int run(int argc, char** argv) {
   return code;
 }
 
+/// A standard stream that is closed stays useless: the first file to be opened would take its number and its contents.
+void reserveStandardStreams() {
+  for (const int number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(number, F_GETFD) < 0) open("/dev/null", number == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+  }
+}
+
 int complain(const char* what, int code) {
   std::cerr << "tavsolve: " << what << "\n";
   return code;
@@ -39,6 +49,7 @@ int complain(const char* what, int code) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  reserveStandardStreams();
   watchSignals();
   try {
     return run(argc, argv);

@@ -1,4 +1,5 @@
 #include <cmath>
+#include <filesystem>
 #include <limits>
 
 #include "solve/edits/words.h"
@@ -24,8 +25,9 @@ double notNegative(const std::string& word) {
 template <class Whole>
 Whole whole(const std::string& word, double least) {
   const double value = numberOf(word);
-  if (value != std::floor(value) || value < least || value > std::numeric_limits<int>::max()) {
-    throw InputError("\"" + word + "\" is not a whole number from " + text(least));
+  constexpr int kMost = std::numeric_limits<int>::max();
+  if (value != std::floor(value) || value < least || value > kMost) {
+    throw InputError("\"" + word + "\" is not a whole number from " + text(least) + " to " + std::to_string(kMost));
   }
   return static_cast<Whole>(value);
 }
@@ -42,7 +44,8 @@ std::size_t oneOf(const std::string& word, std::initializer_list<const char*> wo
 }
 
 std::string modelName(const std::string& path) {
-  if (TavFormatOfName(path) != TavFileFormat::Auto) return path;
+  // The last extension alone: compressed files are not written.
+  if (TavFormatOfName(std::filesystem::path(path).extension().native()) != TavFileFormat::Auto) return path;
   throw InputError(path + " says no format: expected a name that ends with .mps, .lp or .nl");
 }
 

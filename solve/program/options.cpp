@@ -55,6 +55,7 @@ std::size_t distance(std::string_view a, std::string_view b) {
 
 void set(Options& options, const OptionRow& row, const std::string& label, Operands operands) {
   try {
+    if (std::find(operands.begin(), operands.end(), "") != operands.end()) throw InputError("an argument is empty");
     if (row.verb) {
       options.stages.back().push_back(row.verb->parse(operands));
     } else {

@@ -2,7 +2,10 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <iostream>
+
+#include <unistd.h>
 
 #include "solve/model/errors.h"
 
@@ -38,6 +41,15 @@ void Output::note(const std::string& text) {
   if (_logName.empty()) return;
   errno = 0;
   if (!(_log << text).flush()) fail(_logName);
+}
+
+void checkWritable(const std::string& path) {
+  errno = std::filesystem::is_directory(path) ? EISDIR : 0;
+  if (errno) fail(path);
+  const std::filesystem::path folder = std::filesystem::path(path).parent_path();
+  if (access(path.c_str(), W_OK) == 0 || (errno == ENOENT && access(folder.empty() ? "." : folder.c_str(), W_OK) == 0))
+    return;
+  fail(path);
 }
 
 OutputFile::OutputFile(const std::string& path) : _path(path) {

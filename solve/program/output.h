@@ -23,6 +23,10 @@ class Output {
   std::ofstream _log;
 };
 
+/// Throws InputError when the file clearly cannot be written, before work is done for it: a folder has its name, its
+/// own folder is missing, or permission.
+void checkWritable(const std::string& path);
+
 /// A file that is being written, standard output for "-". What cannot be written throws InputError.
 class OutputFile {
  public:

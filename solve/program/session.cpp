@@ -98,6 +98,10 @@ Session::Session(const Options& options)
       _output(streamFor(options), options.log),
       _progress(options.quiet, _output),
       _controls(options.controls) {
+  const bool isFile = !options.solution.empty() && !isStandardOutput(options.solution);
+  for (const std::string& path : {isFile ? numbered(options.solution, 1) : "", options.write, options.keepFailed}) {
+    if (!path.empty()) checkWritable(path);
+  }
   _controls.log = options.log;
   _controls.interrupt = &interruption();
   _controls.progress = [this](const SolverProgress& now) { _progress.update(describe(now)); };

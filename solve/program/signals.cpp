@@ -38,7 +38,7 @@ void watchSignals() {
   action.sa_handler = onSignal;
   action.sa_flags = SA_RESTART;
   for (const int signal : {SIGINT, SIGTERM, SIGALRM}) sigaction(signal, &action, nullptr);
-  std::signal(SIGPIPE, SIG_IGN);  // a failed write is an error of the output
+  for (const int signal : {SIGPIPE, SIGXFSZ}) std::signal(signal, SIG_IGN);  // a failed write is an error of the output
 }
 
 void limitTime(double seconds) {

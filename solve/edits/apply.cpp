@@ -79,6 +79,23 @@ Edit inverseOf(const Model& model, const Edit& edit) {
 
 }  // namespace
 
+bool takesAdditions(const EngineKind& kind, const EditStage& stage) {
+  for (const Edit& edit : stage) {
+    const auto* addition = std::get_if<edit::Add>(&edit);
+    if (!addition) continue;
+    const TavFileModel& file = *addition->file;
+    if (!file.rowParts.empty() || !file.indicators.empty() || !file.logical.empty()) return false;
+    ModelClass added;
+    for (const TavFileVariable& column : file.variables) {
+      const bool semi = column.kind == TavFileKind::SemiContinuous || column.kind == TavFileKind::SemiInteger;
+      added.choices = added.choices || semi;
+      added.integers = added.integers || (!semi && column.kind != TavFileKind::Continuous);
+    }
+    if (!kind.takes(added)) return false;
+  }
+  return true;
+}
+
 void applyEdit(Model& model, EngineI* engine, const Edit& edit) {
   std::visit(Overloaded{
                  [&](const edit::Bounds& e) { model.setBounds(model.findColumn(e.column), e.lb, e.ub); },

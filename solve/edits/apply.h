@@ -4,12 +4,15 @@
 #include <vector>
 
 #include "solve/edits/edit.h"
-#include "solve/engines/engine.h"
+#include "solve/engines/engines.h"
 
 namespace tavsolve {
 
 /// Makes sure that all edits can be applied one after the other, without applying any. Throws InputError.
 void checkEdits(const Model& model, const std::vector<EditStage>& stages);
+
+/// Whether the engine takes what these edits add.
+bool takesAdditions(const EngineKind& kind, const EditStage& stage);
 
 /// Applies one checked edit through the library's public calls; every algorithm that has extracted the model is
 /// notified by change records before the call returns. `engine`, which may be null, also extracts new rows and columns.

@@ -74,6 +74,19 @@ std::string describe(const Edit& edit) {
       edit);
 }
 
+Edit parseEdit(std::span<const std::string> words) {
+  const EditVerb* verb = findVerb(words[0]);
+  if (!verb) throw InputError("\"" + words[0] + "\" is no edit");
+  if (words.size() != verb->operandCount + 1) {
+    throw InputError(std::string("expected ") + verb->name + " " + verb->operands);
+  }
+  try {
+    return verb->parse(words.subspan(1));
+  } catch (const InputError& error) {
+    throw InputError(std::string(verb->name) + ": " + error.what());
+  }
+}
+
 void parseEdits(std::string_view text, const std::string& file, std::vector<EditStage>& stages) {
   CommandReader commands(text, file);
   std::vector<std::string> words;
@@ -82,15 +95,10 @@ void parseEdits(std::string_view text, const std::string& file, std::vector<Edit
       stages.emplace_back();
       continue;
     }
-    const EditVerb* verb = findVerb(words[0]);
-    if (!verb) commands.fail("\"" + words[0] + "\" is no edit");
-    if (words.size() != verb->operandCount + 1) {
-      commands.fail(std::string("expected ") + verb->name + " " + verb->operands);
-    }
     try {
-      stages.back().push_back(verb->parse(Words(words).subspan(1)));
+      stages.back().push_back(parseEdit(words));
     } catch (const InputError& error) {
-      commands.fail(std::string(verb->name) + ": " + error.what());
+      commands.fail(error.what());
     }
   }
 }

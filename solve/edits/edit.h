@@ -71,6 +71,9 @@ std::string describe(const Edit& edit);
 /// Edits that are applied together; then the model is solved.
 using EditStage = std::vector<Edit>;
 
+/// The edit that a command's words say. Throws InputError for what is no edit.
+Edit parseEdit(std::span<const std::string> words);
+
 /// Appends the commands of a text to `stages`, which has at least one: an edit to the last of them, and an empty stage
 /// for each command `then`. Throws InputError, "FILE:LINE: …", for what is no edit.
 void parseEdits(std::string_view text, const std::string& file, std::vector<EditStage>& stages);

@@ -102,6 +102,23 @@ std::string exactText(double number) {
   return {buffer, std::to_chars(buffer, buffer + sizeof buffer, number + 0.0).ptr};  // never -0
 }
 
+std::string jsonNumber(double number) { return std::isfinite(number) ? exactText(number) : "null"; }
+
+std::string jsonString(std::string_view text) {
+  std::string result = "\"";
+  for (const char c : text) {
+    if (static_cast<unsigned char>(c) < 0x20) {
+      char escape[8];
+      std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(c));
+      result += escape;
+      continue;
+    }
+    if (c == '"' || c == '\\') result += '\\';
+    result += c;
+  }
+  return result + '"';
+}
+
 std::string contentsOf(const std::string& path) {
   const auto all = [](std::istream& is) {
     return std::string(std::istreambuf_iterator<char>(is), std::istreambuf_iterator<char>());

@@ -12,8 +12,9 @@ namespace tavsolve {
 /// comment, up to the end of the line.
 class CommandReader {
  public:
-  /// `text` must outlive the reader; `file` stands in messages.
-  CommandReader(std::string_view text, std::string file) : _text(text), _file(std::move(file)) {}
+  /// `text` must outlive the reader; `file` and the number of its first line stand in messages.
+  CommandReader(std::string_view text, std::string file, int firstLine = 1)
+      : _text(text), _file(std::move(file)), _line(firstLine), _lineOfCommand(firstLine) {}
 
   /// The words of the next command that has some; false at the end. Throws InputError for a quote that is not closed.
   bool next(std::vector<std::string>& words);
@@ -29,7 +30,7 @@ class CommandReader {
   std::string_view _text;
   std::string _file;
   std::size_t _at = 0;
-  int _line = 1, _lineOfCommand = 1;
+  int _line, _lineOfCommand;
 };
 
 /// The name as one word: in quotes where it would not be read back otherwise.
@@ -43,6 +44,12 @@ std::string text(double number);
 
 /// The shortest text that reads back the same; 0 for -0 too.
 std::string exactText(double number);
+
+///@{
+/// A number and a text as JSON has them; it has no infinities, which are null.
+std::string jsonNumber(double number);
+std::string jsonString(std::string_view text);
+///@}
 
 /// The contents of a file, of standard input for "-". Throws InputError.
 std::string contentsOf(const std::string& path);

@@ -20,6 +20,7 @@ class CbcEngineI : public EngineI {
   ~CbcEngineI() override;
 
   const char* name() const override { return "cbc"; }
+  bool isRepeatable(const Controls& controls) const override { return isLinear() && controls.options.empty(); }
 
  protected:
   /// What is loaded.

@@ -51,11 +51,16 @@ Controls LinearisedEngineI::controlsOf(const Controls& controls) const {
 
 Answer LinearisedEngineI::solve(const Controls& controls) {
   _tolerance = controls.tolerance;
-  for (std::vector<double>* numbers : {&_values, &_activities, &_reducedCosts, &_duals}) numbers->clear();
+  clearSolution();
   if (!_solver) makeSolver();
   Answer answer = _solver->solve(controlsOf(controls));
   if (answer.hasSolution) takeSolution(answer);
   return answer;
+}
+
+void LinearisedEngineI::startFrom(const WarmStart& start) {
+  EngineI::startFrom(start);
+  _solver.reset();  // it starts from its own last solution
 }
 
 void LinearisedEngineI::takeSolution(Answer& answer) {

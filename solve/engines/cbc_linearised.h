@@ -18,6 +18,8 @@ class LinearisedEngineI final : public EngineI {
   /// Throws InputError also for a model that a modification has made impossible to linearise.
   Answer solve(const Controls& controls) override;
 
+  void startFrom(const WarmStart& start) override;
+
   /// Expressions below the rows are followed as well.
   bool hasExtracted(const TavExtractableI* object) const override;
   void change(const TavChange& change) override;

@@ -92,7 +92,9 @@ void CbcEngineI::prepare(const Controls& controls) {
 }
 
 bool CbcEngineI::isLinear() const {
-  return _solver->getNumIntegers() == 0 && model().sets().empty() && _semiContinuous.empty();
+  const auto isSemiContinuous = [](const Column& column) { return column.threshold > 0.0; };
+  return _solver->getNumIntegers() == 0 && model().sets().empty() &&
+         std::none_of(columns().begin(), columns().end(), isSemiContinuous);
 }
 
 void CbcEngineI::run(const Controls& controls, Answer& answer) {

@@ -4,6 +4,7 @@
 #include <OsiClpSolverInterface.hpp>
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 #include "solve/engines/cbc.h"
 
@@ -73,7 +74,10 @@ bool isFeasible(const ClpSimplex& simplex) {
 }
 
 void CbcEngineI::runSimplex(const Controls& controls, Answer& answer) {
-  ClpSimplex& simplex = *_solver->getModelPtr();
+  // The solver keeps what its last run has left behind: in place it works on a copy.
+  std::optional<ClpSimplex> copy;
+  if (controls.inPlace) copy.emplace(*_solver->getModelPtr());
+  ClpSimplex& simplex = copy ? *copy : *_solver->getModelPtr();
   const std::function<bool(const SolverProgress&)> tick = [this](const SolverProgress& progress) {
     return this->tick(progress);
   };

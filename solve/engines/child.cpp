@@ -26,52 +26,6 @@ volatile std::sig_atomic_t endWanted = 0;
 
 extern "C" void wantEnd(int) { endWanted = 1; }
 
-/// A child process; killed with its owner.
-class Child {
- public:
-  explicit Child(pid_t id) : _id(id) {}
-  Child(const Child&) = delete;
-  Child& operator=(const Child&) = delete;
-  ~Child() {
-    if (_id <= 0) return;
-    signal(SIGKILL);
-    wait();
-  }
-
-  void signal(int number) const { kill(_id, number); }
-  /// Waits for its end and returns the status.
-  int wait() {
-    int status = 0;
-    while (waitpid(_id, &status, 0) < 0 && errno == EINTR) {
-    }
-    _id = 0;
-    return status;
-  }
-
- private:
-  pid_t _id;
-};
-
-/// A file descriptor, closed at the end.
-class Descriptor {
- public:
-  explicit Descriptor(int number) : _number(number) {
-    if (number < 0) throw std::system_error(errno, std::generic_category());
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() { close(); }
-
-  int number() const { return _number; }
-  void close() {
-    if (_number >= 0) ::close(_number);
-    _number = -1;
-  }
-
- private:
-  int _number;
-};
-
 void writeAll(int file, const char* data, std::size_t size) {
   while (size > 0) {
     const ssize_t written = write(file, data, size);
@@ -152,44 +106,86 @@ void Parent::send(const Message& message) const {
 
 bool Parent::wantsEnd() { return endWanted != 0; }
 
+Descriptor::Descriptor(int number) : _number(number) {
+  if (number < 0) throw std::system_error(errno, std::generic_category());
+}
+
+void Descriptor::close() {
+  if (_number >= 0) ::close(_number);
+  _number = -1;
+}
+
+namespace {
+
+std::array<int, 2> pipeEnds() {
+  std::array<int, 2> ends{};
+  if (pipe2(ends.data(), O_CLOEXEC) < 0) throw std::system_error(errno, std::generic_category());
+  return ends;
+}
+
+}  // namespace
+
+Pipe::Pipe() : Pipe(pipeEnds()) {}
+
+Child::Child(const std::function<void(const Parent&)>& work, const std::string& log)
+    : _errors(std::tmpfile(), std::fclose) {
+  if (!_errors) throw std::system_error(errno, std::generic_category());
+  std::cout.flush();
+  std::fflush(nullptr);
+  _id = fork();
+  if (_id < 0) throw std::system_error(errno, std::generic_category());
+  if (_id == 0) {
+    _pipe.reading.close();
+    live(work, _pipe.writing.number(), fileno(_errors.get()), log);
+  }
+  _pipe.writing.close();
+}
+
+Child::~Child() {
+  if (_id <= 0) return;
+  signal(SIGKILL);
+  wait();
+}
+
+void Child::signal(int number) const { kill(_id, number); }
+
+int Child::wait() {
+  int status = 0;
+  while (waitpid(_id, &status, 0) < 0 && errno == EINTR) {
+  }
+  _id = 0;
+  return status;
+}
+
+bool Child::receive(const std::function<void(Message)>& take) {
+  std::array<char, 1 << 16> chunk;
+  const ssize_t count = read(pipe(), chunk.data(), chunk.size());
+  if (count == 0) return false;
+  if (count < 0) return true;
+  _buffer.append(chunk.data(), static_cast<std::size_t>(count));
+  deliver(_buffer, take);
+  return true;
+}
+
+std::string Child::failure() { return failureOf(wait(), fileno(_errors.get())); }
+
 ChildEnd runInChild(const std::function<void(const Parent&)>& work, const std::function<void(Message)>& receive,
                     const std::function<Order()>& decide, const std::string& log) {
   constexpr int kMilliseconds = 20;
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> errors(std::tmpfile(), std::fclose);
-  int ends[2];
-  if (!errors || pipe2(ends, O_CLOEXEC) < 0) throw std::system_error(errno, std::generic_category());
-  Descriptor reading(ends[0]), writing(ends[1]);
-  std::cout.flush();
-  std::fflush(nullptr);
-  const pid_t id = fork();
-  if (id < 0) throw std::system_error(errno, std::generic_category());
-  if (id == 0) {
-    reading.close();
-    live(work, writing.number(), fileno(errors.get()), log);
-  }
-  writing.close();
-
-  Child child(id);
+  Child child(work, log);
   ChildEnd end;
-  std::string buffer;
-  std::vector<char> chunk(1 << 16);
-  bool asked = false;
-  for (;;) {
+  bool asked = false, lives = true;
+  while (lives) {
     const Order order = decide();
     if (order == Order::End && !asked) child.signal(SIGTERM);
     asked = asked || order == Order::End;
     if (order == Order::Kill && !end.killed) child.signal(SIGKILL);
     end.killed = end.killed || order == Order::Kill;
-    pollfd ready{reading.number(), POLLIN, 0};
-    if (poll(&ready, 1, kMilliseconds) <= 0) continue;
-    const ssize_t count = read(reading.number(), chunk.data(), chunk.size());
-    if (count == 0) break;  // the child has ended
-    if (count < 0) continue;
-    buffer.append(chunk.data(), static_cast<std::size_t>(count));
-    deliver(buffer, receive);
+    pollfd ready{child.pipe(), POLLIN, 0};
+    if (poll(&ready, 1, kMilliseconds) > 0) lives = child.receive(receive);
   }
-  const int status = child.wait();
-  if (!end.killed) end.failure = failureOf(status, fileno(errors.get()));
+  const std::string failure = child.failure();
+  if (!end.killed) end.failure = failure;
   return end;
 }
 

@@ -2,11 +2,14 @@
 /// Solvers run in a child process. Whatever they throw, assert, print or overrun then ends the child and not the
 /// program: the parent keeps the time limit and the last solution that it has heard of.
 
-#include <chrono>
+#include <array>
 #include <cstddef>
+#include <cstdio>
 #include <functional>
+#include <memory>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace tavsolve {
@@ -47,6 +50,36 @@ class Message {
   std::size_t _taken = 0;
 };
 
+/// A file descriptor, closed at the end.
+class Descriptor {
+ public:
+  /// Throws std::system_error, for what errno says, when the number is negative.
+  explicit Descriptor(int number);
+  Descriptor(Descriptor&& other) noexcept : _number(std::exchange(other._number, -1)) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(_number, other._number);
+    return *this;
+  }
+  ~Descriptor() { close(); }
+
+  int number() const { return _number; }
+  void close();
+
+ private:
+  int _number;
+};
+
+/// A pipe, whose ends are closed in programs that a process executes.
+struct Pipe {
+  /// Throws std::system_error.
+  Pipe();
+
+  Descriptor reading, writing;
+
+ private:
+  explicit Pipe(const std::array<int, 2>& ends) : reading(ends[0]), writing(ends[1]) {}
+};
+
 /// What the child's work may call.
 class Parent {
  public:
@@ -59,6 +92,33 @@ class Parent {
 
  private:
   int _pipe;
+};
+
+/// A process of its own that works for this one; killed when this object or this process ends.
+class Child {
+ public:
+  /// Runs `work` in the process. Its standard output and error go to the file `log`, or nowhere when the name is empty.
+  /// Throws std::system_error when there can be no process.
+  Child(const std::function<void(const Parent&)>& work, const std::string& log);
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+  ~Child();
+
+  /// Readable when the child has sent something or has ended.
+  int pipe() const { return _pipe.reading.number(); }
+  void signal(int number) const;
+  /// Takes what can be read now and hands over each complete message; false when the child has ended.
+  bool receive(const std::function<void(Message)>& take);
+  /// Waits for its end. What the child threw or broke down with, in one line.
+  std::string failure();
+
+ private:
+  int wait();
+
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> _errors;
+  Pipe _pipe;
+  int _id = 0;
+  std::string _buffer;
 };
 
 /// What the parent decides while the child works.
@@ -77,8 +137,7 @@ struct ChildEnd {
 };
 
 /// Runs `work` in a child process and hands each message that it sends to `receive`. `decide` is asked at least
-/// every 20 milliseconds. The child's standard output and error go to the file `log`, or nowhere when the name is
-/// empty. Throws std::system_error when there can be no child.
+/// every 20 milliseconds. `log` is as for Child. Throws std::system_error when there can be no child.
 ChildEnd runInChild(const std::function<void(const Parent&)>& work, const std::function<void(Message)>& receive,
                     const std::function<Order()>& decide, const std::string& log);
 

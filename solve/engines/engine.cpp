@@ -17,6 +17,13 @@ double coefficientIn(const TavNumLinTermI* sum, const TavNumVarI* variable) {
 
 }  // namespace
 
+const char* wordsFor(Status status) {
+  static constexpr const char* kWords[] = {"optimal",     "locally optimal", "infeasible", "locally infeasible",
+                                           "unbounded",   "violated",        "time limit", "node limit",
+                                           "interrupted", "stopped"};
+  return kWords[static_cast<std::size_t>(status)];
+}
+
 EngineI::EngineI(const Model& model) : TavAlgorithmI(model.getEnv().getImpl()), _model(model) { installHooks(); }
 
 // Extraction
@@ -33,7 +40,7 @@ void EngineI::extract() {
 void EngineI::extend() {
   const int firstColumn = static_cast<int>(_columns.size()), firstRow = static_cast<int>(_rows.size());
   extractNew();
-  for (std::vector<double>* numbers : {&_values, &_activities, &_reducedCosts, &_duals}) numbers->clear();
+  clearSolution();
   if (!_last.empty()) _last.resize(_columns.size(), std::numeric_limits<double>::quiet_NaN());
   appended(firstColumn, firstRow);
 }

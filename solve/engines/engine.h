@@ -35,6 +35,9 @@ enum class Status {
 /// Whether the question has been answered by a point.
 inline bool isSolved(Status status) { return status == Status::Optimal || status == Status::LocallyOptimal; }
 
+/// The status in a word or two, as files and programs have it.
+const char* wordsFor(Status status);
+
 enum class Method { Automatic, Primal, Dual, Barrier };
 
 /// What a solver is doing.
@@ -68,6 +71,9 @@ struct Controls {
   std::string log{};
   /// The solve ends in order soon after this has become true; null for never.
   const std::atomic<bool>* interrupt = nullptr;
+  /// Solves in the process that calls, which is a child process itself; nothing then ends a solver that does not end
+  /// by itself. A further solve in place starts from the model and the warm start alone, as a fresh process would.
+  bool inPlace = false;
   /// Called now and then; may be empty.
   std::function<void(const SolverProgress&)> progress{};
 };
@@ -97,6 +103,14 @@ struct Answer {
   std::string remark{};
 };
 
+/// What a further solve starts from.
+struct WarmStart {
+  /// One value a column; empty for none.
+  std::vector<double> point{};
+  /// What the engine has kept of the solve: a basis, multipliers.
+  std::vector<double> state{};
+};
+
 /// Columns and rows are numbered in order of extraction. The extraction hooks list them, load() hands them to the
 /// solver at once; from then on change records and forget() edit what is loaded.
 class EngineI : public TavAlgorithmI {
@@ -114,6 +128,13 @@ class EngineI : public TavAlgorithmI {
   /// interruption are kept whatever the solver does. Throws InputError, naming the column, row or option, for what the
   /// solver cannot be told, and SolverError, in one line, for what the solver throws or asserts.
   virtual Answer solve(const Controls& controls);
+
+  /// What the last solve has left for the next one.
+  WarmStart warmStart() const { return {_last, _state}; }
+  /// The next solve starts from there. The columns and rows are the same as when it was taken.
+  virtual void startFrom(const WarmStart& start);
+  /// Whether solves in place leave nothing behind in this process, so that their order makes no difference.
+  virtual bool isRepeatable(const Controls& /*controls*/) const { return false; }
 
   /// The column's value in the last solution; throws TavAlgorithm::Exception without one.
   double getValue(const TavNumVarI* variable) const override;
@@ -212,6 +233,7 @@ class EngineI : public TavAlgorithmI {
   std::vector<double> _values, _activities, _reducedCosts, _duals;
   /// What else the engine wants to know at the next solve.
   std::vector<double> _state;
+  void clearSolution();
   /// Checks the solution, once _values has it.
   void completeSolution(Answer& answer);
   /// Of the last solve.
@@ -221,6 +243,7 @@ class EngineI : public TavAlgorithmI {
   void* setPlace(const TavExtractableI* object, int place);
   void extractNew();
   void answerWithoutColumns(Answer& answer);
+  void solveInChild(const Controls& controls, Answer& answer);
   /// One run in a child process; false when the solver broke down, which `failure` describes.
   bool runOnce(const Controls& controls, Answer& answer, std::string& failure);
   void receive(Message message, const Controls& controls, Answer& answer, bool& done);
@@ -238,7 +261,7 @@ class EngineI : public TavAlgorithmI {
   std::vector<double> _last;
   std::chrono::steady_clock::time_point _start, _reported;
   double _seconds = std::numeric_limits<double>::infinity();
-  /// In the child process only.
+  /// In the child process of solveInChild() only.
   const Parent* _parent = nullptr;
 };
 

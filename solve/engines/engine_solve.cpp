@@ -64,10 +64,11 @@ Answer EngineI::solve(const Controls& controls) {
     answerWithoutColumns(answer);
   } else {
     prepare(controls);
-    std::string failure;
-    while (!runOnce(controls, answer, failure)) {
-      if (!makeCareful()) throw SolverError("the solver failed: " + failure);
-      answer = Answer();
+    if (controls.inPlace) {
+      clearSolution();
+      run(controls, answer);
+    } else {
+      solveInChild(controls, answer);
     }
     completeSolution(answer);
   }
@@ -75,10 +76,22 @@ Answer EngineI::solve(const Controls& controls) {
   return answer;
 }
 
+void EngineI::solveInChild(const Controls& controls, Answer& answer) {
+  std::string failure;
+  while (!runOnce(controls, answer, failure)) {
+    if (!makeCareful()) throw SolverError("the solver failed: " + failure);
+    answer = Answer();
+  }
+}
+
+void EngineI::clearSolution() {
+  for (std::vector<double>* numbers : {&_values, &_activities, &_reducedCosts, &_duals}) numbers->clear();
+}
+
 bool EngineI::runOnce(const Controls& controls, Answer& answer, std::string& failure) {
   bool done = false;
   std::vector<double> state = _state;  // what a broken child said of it does not count
-  for (std::vector<double>* numbers : {&_values, &_activities, &_reducedCosts, &_duals}) numbers->clear();
+  clearSolution();
   Overseer overseer(controls, _start);
   const auto work = [&](const Parent& parent) {
     _parent = &parent;
@@ -151,7 +164,7 @@ bool EngineI::shouldStop() const { return Parent::wantsEnd() || secondsSince(_st
 
 bool EngineI::tick(const SolverProgress& progress) {
   constexpr double kInterval = 0.1;
-  if (secondsSince(_reported) >= kInterval) {
+  if (_parent && secondsSince(_reported) >= kInterval) {
     _reported = Clock::now();
     Message message;
     message.put(Content::Progress);
@@ -162,11 +175,17 @@ bool EngineI::tick(const SolverProgress& progress) {
 }
 
 void EngineI::foundSolution(double objective, const double* values) const {
+  if (!_parent) return;
   Message message;
   message.put(Content::Solution);
   message.put(objective);
   message.put(std::vector<double>(values, values + _columns.size()));
   _parent->send(message);
+}
+
+void EngineI::startFrom(const WarmStart& start) {
+  _last = start.point;
+  _state = start.state;
 }
 
 std::vector<double> EngineI::startValues(const Controls& controls) const {

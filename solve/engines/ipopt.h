@@ -11,6 +11,7 @@ class IpoptEngineI final : public NonLinearEngineI {
   using NonLinearEngineI::NonLinearEngineI;
 
   const char* name() const override { return "ipopt"; }
+  bool isRepeatable(const Controls&) const override { return true; }
 
  protected:
   void prepare(const Controls& controls) override;

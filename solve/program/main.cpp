@@ -25,7 +25,7 @@ int run(int argc, char** argv) {
   if (options.listKeywords) printKeywords(std::cout);
   int code = kSolved;
   if (!options.help && !options.version && !options.listKeywords) {
-    limitTime(options.controls.seconds);
+    if (options.scenarios.empty()) limitTime(options.controls.seconds);
     // Never destroyed: the end of the process frees a great model at once, and the time limit holds for it too.
     static Session* const session = new Session(options);
     code = session->run();

@@ -104,6 +104,38 @@ const std::vector<OptionRow> kStages{
      [](Options& o, Operands) { o.check = true; }},
 };
 
+/// The names of a list, separated by commas; one with a comma or quote stands in double quotes.
+std::vector<std::string> namesOf(const std::string& list) {
+  std::vector<std::string> names(1);
+  bool isQuoted = false;
+  for (const char c : list) {
+    if (c == '"') {
+      isQuoted = !isQuoted;
+    } else if (c == ',' && !isQuoted) {
+      names.emplace_back();
+    } else {
+      names.back() += c;
+    }
+  }
+  if (isQuoted) throw InputError("a quote is not closed");
+  return names;
+}
+
+const std::vector<OptionRow> kScenarios{
+    {"scenarios", "FILE",
+     "Solves the scenarios of a file: each line is a name and edits as in files of edits, separated by semicolons.",
+     [](Options& o, Operands w) { o.scenarios = w[0]; }},
+    {"results", "FILE",
+     "Where their results go, a line each: as JSON for a name that ends with .json or .jsonl, else as CSV. A run that "
+     "was "
+     "ended early is continued by the same command.",
+     [](Options& o, Operands w) { o.results = w[0]; }},
+    {"values", "NAME,...", "Columns and rows whose values are part of the results.",
+     [](Options& o, Operands w) { o.values = namesOf(w[0]); }},
+    {"jobs", "COUNT", "So many processes solve scenarios at the same time. Default 1.",
+     [](Options& o, Operands w) { o.jobs = whole<int>(w[0], 1); }},
+};
+
 const std::vector<OptionRow> kAnswers{
     {"solution", "FILE",
      "Writes the solution: as JSON for a name that ends with .json, in the format of modelling systems for .sol, and "
@@ -160,6 +192,10 @@ const std::vector<OptionSection>& optionTable() {
        "The model is solved as it stands in the file; then these are applied in order, while it stays loaded in the "
        "solver, and it is solved again. All are checked before the first is applied.",
        editRows()},
+      {"Scenarios",
+       "The model, after the edits, is the base model. It is solved first; then each scenario is solved from the base "
+       "model's solution. --time is the limit of each solve.",
+       kScenarios},
       {"Answers", "", kAnswers},
       {"The model itself", "", kModel},
       {"Others", "", kOthers},

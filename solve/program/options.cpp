@@ -132,6 +132,31 @@ void parseCall(Options& options, const std::vector<std::string>& words) {
   if (!options.file.empty()) options.solution = options.file.substr(0, options.file.size() - 2) + "sol";
 }
 
+/// Throws InputError for options that scenarios need, or that they leave no sense.
+void checkScenarios(const Options& options) {
+  if (options.scenarios.empty()) {
+    const char* alone = !options.results.empty()  ? "--results"
+                        : !options.values.empty() ? "--values"
+                        : options.jobs > 1        ? "--jobs"
+                                                  : nullptr;
+    if (alone) throw InputError(std::string(alone) + " is for --scenarios");
+    return;
+  }
+  if (options.results.empty() || options.results == "-") throw InputError("--scenarios needs --results FILE");
+  if (options.file == "-" || options.scenarios == "-") {
+    throw InputError("--scenarios needs files, which can be read again when the run is continued");
+  }
+  const char* other = options.stages.size() > 1     ? "--then"
+                      : options.check               ? "--check"
+                      : options.noSolve             ? "--no-solve"
+                      : !options.solution.empty()   ? "--solution"
+                      : options.printValues         ? "--print-values"
+                      : !options.write.empty()      ? "--write"
+                      : !options.keepFailed.empty() ? "--keep-failed"
+                                                    : nullptr;
+  if (other) throw InputError(std::string(other) + " cannot be used with --scenarios");
+}
+
 }  // namespace
 
 Options parseOptions(int argc, const char* const* argv) {
@@ -150,6 +175,7 @@ Options parseOptions(int argc, const char* const* argv) {
   }
   if (options.help || options.version) return options;
   if (options.file.empty()) throw InputError("no model file given (see --help)");
+  checkScenarios(options);
   return options;
 }
 

@@ -30,6 +30,10 @@ struct Options {
   PrintForm print = PrintForm::None;
   // Names of files; empty for none.
   std::string start, write, solution, log, keepFailed;
+  // Of a run of scenarios.
+  std::string scenarios, results;
+  std::vector<std::string> values;
+  int jobs = 1;
   bool printValues = false;
   bool quiet = false;
   bool help = false;

@@ -42,13 +42,6 @@ std::string count(std::size_t n, const char* what) { return std::to_string(n) + 
 
 }  // namespace
 
-const char* wordsFor(Status status) {
-  static constexpr const char* kWords[] = {"optimal",     "locally optimal", "infeasible", "locally infeasible",
-                                           "unbounded",   "violated",        "time limit", "node limit",
-                                           "interrupted", "stopped"};
-  return kWords[static_cast<std::size_t>(status)];
-}
-
 void printSummary(std::ostream& os, const Model& model) {
   std::size_t whole = 0, semiContinuous = 0;
   for (const TavNumVar column : model.columns()) {

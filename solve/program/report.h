@@ -10,9 +10,6 @@
 
 namespace tavsolve {
 
-/// The status in a word or two, as files and programs have it.
-const char* wordsFor(Status status);
-
 /// One line on the size and kind of the model.
 void printSummary(std::ostream& os, const Model& model);
 

@@ -59,24 +59,6 @@ TavFileModel readFile(const Options& options, Progress& progress) {
   return file;
 }
 
-/// Whether the engine takes what these edits add.
-bool takesAdditions(const EngineKind& kind, const EditStage& stage) {
-  for (const Edit& edit : stage) {
-    const auto* addition = std::get_if<edit::Add>(&edit);
-    if (!addition) continue;
-    const TavFileModel& file = *addition->file;
-    if (!file.rowParts.empty() || !file.indicators.empty() || !file.logical.empty()) return false;
-    ModelClass added;
-    for (const TavFileVariable& column : file.variables) {
-      const bool semi = column.kind == TavFileKind::SemiContinuous || column.kind == TavFileKind::SemiInteger;
-      added.choices = added.choices || semi;
-      added.integers = added.integers || (!semi && column.kind != TavFileKind::Continuous);
-    }
-    if (!kind.takes(added)) return false;
-  }
-  return true;
-}
-
 /// The name for this solve: its number in place of %.
 std::string numbered(std::string path, int solve) {
   const std::size_t place = path.find('%');
@@ -136,7 +118,8 @@ void Session::makeEngine() {
 }
 
 Answer Session::solve(EngineI& engine, const char* stage) {
-  _controls.seconds = _options.controls.seconds - _reserve - secondsSinceStart();
+  // The limit is for the whole run, or for each scenario.
+  if (_options.scenarios.empty()) _controls.seconds = _options.controls.seconds - _reserve - secondsSinceStart();
   if (_controls.seconds <= 0.0 || interruption()) {
     Answer answer;
     answer.status = interruption() ? Status::Interrupted : Status::TimeLimit;
@@ -192,6 +175,7 @@ bool Session::confirm() {
 }
 
 ExitCode Session::run() {
+  if (!_options.scenarios.empty()) return runScenarios();
   const bool edited = _options.stages.size() > 1 || !_options.stages[0].empty();
   std::optional<NothingToLose> loading;
   try {

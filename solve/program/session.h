@@ -1,14 +1,18 @@
 #pragma once
 /// One run of the program over a model.
 
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "solve/engines/engines.h"
 #include "solve/program/options.h"
 #include "solve/program/output.h"
 #include "solve/program/progress.h"
 #include "solve/program/solution_file.h"
+#include "solve/scenarios/results_file.h"
+#include "solve/scenarios/scenario_file.h"
 
 namespace tavsolve {
 
@@ -30,6 +34,10 @@ class Session {
   /// The solution file of a call that ended while its model was read.
   void writeUnread();
   bool confirm();
+  // Scenarios (session_scenarios.cpp).
+  ExitCode runScenarios();
+  std::uint64_t hashOfRun(const ScenarioFile& scenarios) const;
+  std::vector<std::size_t> whatIsLeft(const ScenarioFile& scenarios, const ResultsFile& file) const;
   Solution solution() const { return {*_model, *_engine, _answer, _stub}; }
 
   const Options& _options;

@@ -1,5 +1,4 @@
 #include <cmath>
-#include <cstdio>
 #include <ostream>
 
 #include "solve/edits/words.h"
@@ -10,24 +9,6 @@ namespace tavsolve {
 
 namespace {
 
-/// JSON has no infinities.
-std::string number(double value) { return std::isfinite(value) ? exactText(value) : "null"; }
-
-std::string string(const std::string& text) {
-  std::string result = "\"";
-  for (const char c : text) {
-    if (static_cast<unsigned char>(c) < 0x20) {
-      char escape[8];
-      std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(c));
-      result += escape;
-      continue;
-    }
-    if (c == '"' || c == '\\') result += '\\';
-    result += c;
-  }
-  return result + '"';
-}
-
 /// Objects of an array: a name, a value and a price each.
 class Items {
  public:
@@ -35,8 +16,8 @@ class Items {
     _os << ",\n  \"" << title << "\": [";
   }
   void add(const std::string& name, double value, double price) {
-    _os << (_first ? "\n" : ",\n") << "    {\"name\": " << string(name) << ", \"value\": " << number(value);
-    if (!std::isnan(price)) _os << ", \"" << _price << "\": " << number(price);
+    _os << (_first ? "\n" : ",\n") << "    {\"name\": " << jsonString(name) << ", \"value\": " << jsonNumber(value);
+    if (!std::isnan(price)) _os << ", \"" << _price << "\": " << jsonNumber(price);
     _os << "}";
     _first = false;
   }
@@ -53,15 +34,15 @@ class Items {
 void printJson(std::ostream& os, const Solution& solution) {
   const Model& model = solution.model;
   const Answer& answer = solution.answer;
-  os << "{\n  \"model\": " << string(model.name()) << ",\n  \"status\": " << string(wordsFor(answer.status))
+  os << "{\n  \"model\": " << jsonString(model.name()) << ",\n  \"status\": " << jsonString(wordsFor(answer.status))
      << ",\n  \"solved\": " << (isSolved(answer.status) ? "true" : "false")
-     << ",\n  \"engine\": " << string(solution.engine.name()) << ",\n  \"bound\": " << number(answer.bound)
+     << ",\n  \"engine\": " << jsonString(solution.engine.name()) << ",\n  \"bound\": " << jsonNumber(answer.bound)
      << ",\n  \"nodes\": " << answer.nodes << ",\n  \"iterations\": " << answer.iterations
-     << ",\n  \"seconds\": " << number(answer.seconds);
+     << ",\n  \"seconds\": " << jsonNumber(answer.seconds);
   if (answer.hasSolution) {
-    os << ",\n  \"objective\": " << number(answer.objective)
-       << ",\n  \"violation\": " << number(answer.violation.amount);
-    if (!answer.violation.where.empty()) os << ",\n  \"violated\": " << string(answer.violation.where);
+    os << ",\n  \"objective\": " << jsonNumber(answer.objective)
+       << ",\n  \"violation\": " << jsonNumber(answer.violation.amount);
+    if (!answer.violation.where.empty()) os << ",\n  \"violated\": " << jsonString(answer.violation.where);
     Items columns(os, "columns", "reducedCost");
     for (std::size_t j = 0; j < model.columns().size(); ++j) {
       const TavNumVarI* column = model.columns()[j].getImpl();

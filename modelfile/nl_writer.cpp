@@ -372,7 +372,7 @@ class NlWriter {
 
   void writeBounds(double lower, double upper) {
     const bool below = std::isfinite(lower), above = std::isfinite(upper);
-    if (below && above && lower == upper) {
+    if (below && above && lower == upper && std::signbit(lower) == std::signbit(upper)) {
       _out << "4 " << lower << '\n';
     } else if (below && above) {
       _out << "0 " << lower << ' ' << upper << '\n';

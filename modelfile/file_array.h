@@ -18,6 +18,9 @@
 void* TavGrowBlock(void* block, std::size_t before, std::size_t bytes);
 /// Frees what TavGrowBlock returned for `bytes`.
 void TavFreeBlock(void* block, std::size_t bytes) noexcept;
+/// Gives the first `unused` bytes of what TavGrowBlock returned for `bytes` back to the system, as far as they are whole
+/// pages; their contents are lost.
+void TavDiscardFront(void* block, std::size_t bytes, std::size_t unused) noexcept;
 
 /// What std::vector does, for plain values. Growth neither copies nor initialises large memory, and memory that has not
 /// been written to costs nothing, so that room may be reserved generously.
@@ -71,6 +74,9 @@ class TavFileArray {
     return first;
   }
   void pop_back() noexcept { --_size; }
+  /// Gives the memory of the values before position `end` back to the system, as far as it can. These values are lost;
+  /// the size and all other values stay.
+  void discardBefore(std::size_t end) noexcept { TavDiscardFront(_data, _capacity * sizeof(T), end * sizeof(T)); }
   void clear() noexcept { _size = 0; }
   void reserve(std::size_t count) {
     if (count > _capacity) growTo(count);

@@ -81,6 +81,13 @@ std::vector<double> CbcEngineI::costs() const {
 }
 
 void CbcEngineI::load() {
+  loadVectors();
+  // Loaded without a coefficient, the solver takes the matrix as it is instead of a copy.
+  _solver->getModelPtr()->replaceMatrix(gather().release(), true);
+  _solver->setDblParam(OsiObjOffset, -sign() * objectiveSum()->getNumConstant());
+}
+
+void CbcEngineI::loadVectors() {
   const std::size_t rowCount = rows().size(), columnCount = columns().size();
   std::vector<double> rowLower(rowCount), rowUpper(rowCount), lower(columnCount), upper(columnCount);
   std::vector<int> integers;
@@ -95,12 +102,9 @@ void CbcEngineI::load() {
     upper[j] = solverBound(column.variable->getUB(), whole);
     if (whole && !column.relaxed) integers.push_back(static_cast<int>(j));
   }
-  // Loaded without a coefficient, the solver then takes the matrix as it is instead of a copy.
   CoinPackedMatrix none;
   none.setDimensions(static_cast<int>(rowCount), static_cast<int>(columnCount));
   _solver->loadProblem(none, lower.data(), upper.data(), costs().data(), rowLower.data(), rowUpper.data());
-  _solver->getModelPtr()->replaceMatrix(gather().release(), true);
-  _solver->setDblParam(OsiObjOffset, -sign() * objectiveSum()->getNumConstant());
   if (!integers.empty()) _solver->setInteger(integers.data(), static_cast<int>(integers.size()));
 }
 

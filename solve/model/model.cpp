@@ -69,10 +69,11 @@ void Model::noteKind(TavNumVar column) {
   _semiContinuous.emplace(column.getId(), TavSemiContVar(static_cast<TavSemiContVarI*>(column.getImpl())));
 }
 
-void Model::makeRows(TavModelBuilder& builder, const TavFileModel& file) {
+void Model::makeRows(TavModelBuilder& builder, TavFileModel& file) {
   _rows.reserve(static_cast<std::size_t>(builder.rowCount()));
   std::string name;
   for (std::int32_t i = 0; i < builder.rowCount(); ++i) {
+    if (i < std::ssize(file.rows)) file.discardRowsBefore(i);
     name = file.rowNames[i];
     addRow(builder.rowLower(i), builder.row(i), builder.rowUpper(i), nameOrNull(name));
   }

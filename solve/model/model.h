@@ -73,7 +73,8 @@ class Model {
 
  private:
   void noteKind(TavNumVar column);
-  void makeRows(TavModelBuilder& builder, const TavFileModel& file);
+  /// Uses the file up row by row.
+  void makeRows(TavModelBuilder& builder, TavFileModel& file);
   TavModelContents contents() const;
 
   TavEnv _env;

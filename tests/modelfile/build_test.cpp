@@ -46,3 +46,25 @@ TEST(ModelFileBuild, RandomModelsComeBackFromMemoryAndFromTheirFiles) {
     env.end();
   }
 }
+
+TEST(ModelFileBuild, RowsThatHaveBeenUsedGiveTheirMemoryBackAndLeaveTheOthers) {
+  constexpr std::int32_t kRows = 40 * 1024, kEntries = 20;
+  TavFileModel model;
+  for (std::int32_t i = 0; i < kRows; ++i) {
+    for (std::int32_t k = 0; k < kEntries; ++k) {
+      model.linearVariable.push_back(i);
+      model.linearValue.push_back(i);
+    }
+    model.linearBegin.push_back(model.linearValue.size());
+  }
+  for (std::int32_t i = 0; i < kRows; ++i) {
+    model.discardRowsBefore(i);
+    for (auto k = model.linearBegin[i]; k < model.linearBegin[i + 1]; ++k) {
+      ASSERT_EQ(model.linearVariable[k], i);
+      ASSERT_EQ(model.linearValue[k], i);
+    }
+  }
+#ifdef __linux__
+  EXPECT_EQ(model.linearValue[kEntries], 0.0) << "pages that are read again are new ones";
+#endif
+}

@@ -31,7 +31,10 @@ struct Code {
   std::vector<RowFacts> rows;           ///< The constraints, then the objective.
   std::vector<LooseRow> looseRows;      ///< The objective is the last.
   std::vector<std::uint32_t> summands;  ///< Of loose rows: places of values that shapes compute.
-  std::size_t valueCount = 0;           ///< Places that these values take.
+  /// The shape whose values, element by element, are the objective's summands in their order, or kNone. They are added
+  /// up while the next block is computed.
+  std::uint32_t adding = kNone;
+  std::size_t valueCount = 0;  ///< Places that these values take.
   std::vector<TavEvaluator::LinearTerm> terms;
   std::vector<std::uint32_t> termPlaces;  ///< Of the terms, in the Jacobian; kNone for the objective's.
   std::vector<std::uint32_t> byObjects;   ///< Rows whose values come from their objects.
@@ -42,7 +45,7 @@ struct Code {
   Structure jacobian, hessian;
   std::vector<double> gradientStart;      ///< The gradient of the objective's linear part.
   std::size_t patched = 0;                ///< Elements that have come since the program was compiled.
-  std::size_t registers = 0;              ///< That the largest program needs, in doubles.
+  std::size_t registers = 0;              ///< That the largest program needs, with one to spare, in doubles.
   const char* withoutJacobian = nullptr;  ///< Class without derivatives in a constraint, or null.
   const char* withoutGradient = nullptr;  ///< The same of the objective.
 

@@ -90,7 +90,7 @@ class Compilation {
         _shapeDrafts.push_back(draft);
         compiler.compile(draft, _options.derivatives, _code.runner.lanes, shape, _plans.emplace_back());
         for (const Program& program : shape.programs) {
-          _code.registers = std::max(_code.registers, std::size_t{program.registers} * shape.lanes);
+          _code.registers = std::max(_code.registers, (std::size_t{program.registers} + 1) * shape.lanes);
         }
         degrees = std::move(_plans.back().degree);
       }
@@ -110,10 +110,7 @@ class Compilation {
       Shape& shape = _code.shapes[s];
       shape.firstValue = static_cast<std::uint32_t>(_code.valueCount);
       for (std::uint32_t e = 0; e < draft.count; ++e) {
-        const std::uint32_t block = e / shape.lanes * shape.lanes * draft.valueCount;
-        for (std::uint32_t k = 0; k < draft.valueCount; ++k) {
-          placeOf[draft.values(e)[k]] = shape.firstValue + block + k * shape.lanes + e % shape.lanes;
-        }
+        for (std::uint32_t k = 0; k < draft.valueCount; ++k) placeOf[draft.values(e)[k]] = shape.placeOfValue(e, k);
       }
       _code.valueCount += std::size_t{shape.blockCount()} * shape.lanes * draft.valueCount;
     }
@@ -144,6 +141,24 @@ class Compilation {
     }
     _code.looseRows.shrink_to_fit();
     _code.summands.shrink_to_fit();
+    findAdding();
+  }
+
+  /// See Code::adding.
+  void findAdding() {
+    const Code::LooseRow& objective = _code.looseRows.back();
+    for (std::uint32_t s = 0; s < _code.shapes.size(); ++s) {
+      const Shape& shape = _code.shapes[s];
+      if (std::size_t{shape.count} * shape.objectiveValueCount != objective.summandCount) continue;
+      const std::uint32_t* summand = _code.summands.data() + objective.firstSummand;
+      bool isInOrder = objective.summandCount > 0;
+      for (std::uint32_t e = 0; e < shape.count; ++e) {
+        for (std::uint32_t k = 0; k < shape.objectiveValueCount; ++k) {
+          isInOrder = isInOrder && *summand++ == shape.placeOfValue(e, k);
+        }
+      }
+      if (isInOrder) _code.adding = s;
+    }
   }
 
   void layOutJacobian() {

@@ -163,9 +163,16 @@ void ShapeCompiler::makePrograms(Shape& shape) {
 
 void ShapeCompiler::chooseLanes(std::uint32_t lanes, Shape& shape) {
   constexpr std::uint32_t kFewest = 12, kMostRegisters = 4096;
+  constexpr std::uint32_t kMostSteps = 4, kCachedBytes = 1 << 14;
   std::uint32_t registers = 0;
   for (const Program& program : shape.programs) registers = std::max(registers, program.registers);
   shape.lanes = shape.count < kFewest || registers > kMostRegisters ? 1 : lanes;
+  if (shape.lanes == 1) return;
+  // The last block is filled in part.
+  for (std::uint32_t steps = 2; steps <= kMostSteps; steps *= 2) {
+    const std::uint32_t wider = steps * lanes;
+    if (shape.count >= 4 * wider && registers * wider * sizeof(double) <= kCachedBytes) shape.lanes = wider;
+  }
 }
 
 void ShapeCompiler::fillParameters(const ShapeDraft& draft, Shape& shape) {

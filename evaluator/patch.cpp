@@ -186,8 +186,7 @@ Patch::OldElement* Patch::findMatch(const ShapeDraft& draft, std::uint32_t e, co
 std::uint32_t Patch::valuePlace(const OldElement& old, std::uint32_t k) const {
   const std::uint32_t e = old.ref.element;
   if (isTape(old.ref)) return tapeShape(old.ref).firstValue + e * tapeShape(old.ref).valueCount + k;
-  const Shape& shape = _code.shapes[old.ref.shape];
-  return shape.firstValue + e / shape.lanes * shape.lanes * shape.valueCount + k * shape.lanes + e % shape.lanes;
+  return _code.shapes[old.ref.shape].placeOfValue(e, k);
 }
 
 /// The element stays and receives new parameters.

@@ -89,6 +89,7 @@ void Patch::appendTape() noexcept {
 
 void Patch::commitTerms(const NewRow& row, std::size_t& nextNumber) noexcept {
   const bool isObjective = row.number == objectiveRow();
+  if (isObjective) _code.adding = kNone;
   const Code::RowFacts& old = _code.rows[row.number];
   if (isObjective) {
     for (std::size_t t = old.firstTerm; t < old.termEnd; ++t) gradientStart(_code.terms[t]) = 0.0;

@@ -170,6 +170,10 @@ struct Shape {
   std::vector<std::uint32_t> dead;      ///< Elements that give no derivatives any more, ascending.
 
   std::uint32_t blockCount() const noexcept { return (count + lanes - 1) / lanes; }
+  /// Where value k of element e is stored.
+  std::uint32_t placeOfValue(std::uint32_t e, std::uint32_t k) const noexcept {
+    return firstValue + e / lanes * lanes * valueCount + k * lanes + e % lanes;
+  }
 };
 
 /// What parameters of lookups and piecewise-linear functions number. The objects belong to the expressions.

@@ -11,10 +11,10 @@ struct Task {
   const double* x;
   double sigma;
   const double* lambda;
-  std::array<double*, kSections> results;  ///< The first one is not used: the objective is a sum of summands.
+  std::array<double*, kSections> results;  ///< To the objective the adding shape alone writes.
+  const Shape* adding;                     ///< See Code::adding; null for none.
   double* summands;                        ///< Of the objective and of rows; they are added when all are there.
-  double* registers;                       ///< At the start of a cache line, enough for program and lanes.
-  double* living;                          ///< At the start of a cache line, enough for a block.
+  double* registers;                       ///< At the start of a cache line, one more block than the program has.
   TapeNode* nodes;                         ///< Enough for the elements of the tape.
   double* tangents;                        ///< The same, 2 * Tape::kDirections for each node.
   std::size_t firstAddedOfJacobian, firstAddedOfHessian;  ///< Values before these are stored, not added.

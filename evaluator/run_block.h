@@ -10,19 +10,18 @@ namespace taveval::TAV_INSTRUCTION_SET {
 
 using namespace tavdetail::TAV_INSTRUCTION_SET;
 
-/// A block of elements in vectors: enough of them that their operations overlap, and few enough that the registers of a
-/// program stay in the first-level cache.
+/// Elements in vectors, kStep at a time so that operations overlap; a block is some such steps.
 struct Block {
   using Value = Doubles;
   static constexpr std::uint32_t kValues = 8;
-  static constexpr std::uint32_t kWidth = kValues * kLanes;
+  static constexpr std::uint32_t kStep = kValues * kLanes;
 };
 
 /// One element.
 struct Single {
   using Value = double;
-  static constexpr std::uint32_t kWidth = 1;
   static constexpr std::uint32_t kValues = 1;
+  static constexpr std::uint32_t kStep = 1;
 };
 
 // Beside those of vectors.
@@ -49,48 +48,61 @@ template <class Elements>
 class Machine {
  public:
   Machine(const Shape& shape, const Program& program, const Task& task) noexcept
-      : _shape(shape), _program(program), _task(task) {}
+      : _shape(shape), _program(program), _task(task), _width(shape.lanes) {}
 
   void run(std::uint32_t first, std::uint32_t end) {
     _bases[static_cast<int>(Place::Register)] = _task.registers;
     _bases[static_cast<int>(Place::Uniform)] = _shape.uniforms.data();
     for (std::uint32_t block = first; block < end; ++block) {
-      const std::size_t parameters = std::size_t{_shape.parameterCount} * kWidth;
+      const std::size_t parameters = std::size_t{_shape.parameterCount} * width();
       _bases[static_cast<int>(Place::Parameter)] = _shape.parameters.data() + block * parameters;
-      _live = block + 1 == _shape.blockCount() ? _shape.count - block * kWidth : kWidth;
+      _live = block + 1 == _shape.blockCount() ? _shape.count - block * width() : width();
       load(block);
       for (const Instruction& instruction : _program.code) execute(instruction);
-      while (_nextDead < _shape.dead.size() && _shape.dead[_nextDead] / kWidth < block) ++_nextDead;
+      while (_nextDead < _shape.dead.size() && _shape.dead[_nextDead] / width() < block) ++_nextDead;
+      storeObjective(block);
       storeRows(block);
       addGradient(block);
       storeEntries(Section::Jacobian, _shape.jacobian, _task.firstAddedOfJacobian, block);
       storeEntries(Section::Hessian, _shape.hessian, _task.firstAddedOfHessian, block);
     }
+    if (_task.adding == &_shape && _program.has(Section::Objective)) *_task.results[0] = _sum;
   }
 
  private:
   using Value = typename Elements::Value;
-  static constexpr std::uint32_t kWidth = Elements::kWidth;
+  static constexpr std::uint32_t kStep = Elements::kStep;
   static constexpr std::uint32_t kValues = Elements::kValues;
 
-  const double* at(Operand operand) const noexcept { return _bases[operand & 3] + std::size_t{operand >> 2} * kWidth; }
-  double* registerAt(std::uint32_t number) const noexcept { return _task.registers + std::size_t{number} * kWidth; }
+  /// Elements of a block.
+  std::uint32_t width() const noexcept { return kStep == 1 ? 1 : _width; }
+  const double* at(Operand operand) const noexcept { return _bases[operand & 3] + std::size_t{operand >> 2} * width(); }
+  double* registerAt(std::uint32_t number) const noexcept { return _task.registers + std::size_t{number} * width(); }
+
+  template <class Visit>
+  void forEachLane(Visit visit) const noexcept {
+    for (std::uint32_t first = 0; first < width(); first += kStep) {
+#pragma GCC unroll 8
+      for (std::uint32_t i = first; i < first + kStep; ++i) visit(i);
+    }
+  }
 
   // Loads
 
   /// Copies a block.
-  static void copy(double* to, const double* from) noexcept { __builtin_memcpy(to, from, kWidth * sizeof(double)); }
+  void copy(double* to, const double* from) const noexcept {
+    for (std::uint32_t i = 0; i < width(); i += kStep) __builtin_memcpy(to + i, from + i, kStep * sizeof(double));
+  }
 
   void gather(double* to, const double* from, const Indices& indices, const Indices::Entry& entry) const noexcept {
     if (entry.kind == Indices::Kind::Run) {
       copy(to, from + entry.at);
     } else if (entry.kind == Indices::Kind::Same) {
       const double value = from[entry.at];
-      for (std::uint32_t i = 0; i < kWidth; ++i) to[i] = value;
+      for (std::uint32_t i = 0; i < width(); ++i) to[i] = value;
     } else {
       const std::uint32_t* lane = indices.lanes(entry);
-#pragma GCC unroll 8
-      for (std::uint32_t i = 0; i < kWidth; ++i) to[i] = from[lane[i]];
+      forEachLane([=](std::uint32_t i) { to[i] = from[lane[i]]; });
     }
   }
 
@@ -102,7 +114,7 @@ class Machine {
     const Indices::Entry* rows = _shape.rows.entries() + std::size_t{block} * _shape.isObjective.size();
     for (const Load& l : _program.weights) {
       if (_shape.isObjective[l.number]) {
-        for (std::uint32_t i = 0; i < kWidth; ++i) registerAt(l.reg)[i] = _task.sigma;
+        for (std::uint32_t i = 0; i < width(); ++i) registerAt(l.reg)[i] = _task.sigma;
       } else {
         gather(registerAt(l.reg), _task.lambda, _shape.rows, rows[l.number]);
       }
@@ -117,13 +129,15 @@ class Machine {
     const auto* b = reinterpret_cast<const Value*>(at(instruction.b));
     const auto* c = reinterpret_cast<const Value*>(at(instruction.c));
     auto* result = reinterpret_cast<Value*>(registerAt(instruction.result));
-    for (std::uint32_t i = 0; i < kValues; ++i) result[i] = function(a[i], b[i], c[i]);
+    for (std::uint32_t first = 0; first < width() / kStep * kValues; first += kValues) {
+      for (std::uint32_t i = first; i < first + kValues; ++i) result[i] = function(a[i], b[i], c[i]);
+    }
   }
 
   void byLanes(const Instruction& instruction) const {
     const double *a = at(instruction.a), *b = at(instruction.b), *c = at(instruction.c);
     double* result = registerAt(instruction.result);
-    for (std::uint32_t i = 0; i < kWidth; ++i) {
+    for (std::uint32_t i = 0; i < width(); ++i) {
       result[i] = applyScalar(instruction.op, a[i], b[i], c[i], _task.tables);
     }
   }
@@ -132,12 +146,12 @@ class Machine {
     const double* a = at(instruction.a);
     double* sine = registerAt(instruction.result);
     double* cosine = registerAt(instruction.c >> 2);
-    if constexpr (kWidth == 1) {
+    if constexpr (kStep == 1) {
       const double angle = *a;
       *sine = ::sin(angle);
       *cosine = ::cos(angle);
     } else {
-      for (std::uint32_t i = 0; i < kWidth; i += kLanes) {
+      for (std::uint32_t i = 0; i < width(); i += kLanes) {
         const SineCosine value = sineCosine(tavdetail::TAV_INSTRUCTION_SET::load(a + i));
         store(sine + i, value.sine);
         store(cosine + i, value.cosine);
@@ -233,16 +247,15 @@ class Machine {
   template <bool Adds>
   void scatter(double* to, const double* from, const std::uint32_t* lane) const noexcept {
     const auto put = [to](std::uint32_t at, double value) { to[at] = Adds ? to[at] + value : value; };
-    if (_live == kWidth) {
-#pragma GCC unroll 8
-      for (std::uint32_t i = 0; i < kWidth; ++i) put(lane[i], from[i]);
+    if (_live == width()) {
+      forEachLane([=](std::uint32_t i) { put(lane[i], from[i]); });
     } else {
       for (std::uint32_t i = 0; i < _live; ++i) put(lane[i], from[i]);
     }
   }
 
   void storeRun(double* to, const double* from) const noexcept {
-    if (_live == kWidth) {
+    if (_live == width()) {
       copy(to, from);
     } else {
       for (std::uint32_t i = 0; i < _live; ++i) to[i] = from[i];
@@ -251,7 +264,7 @@ class Machine {
 
   void addRun(double* to, const double* from) const noexcept {
     std::uint32_t i = 0;
-    if constexpr (kWidth > 1) {
+    if constexpr (kStep > 1) {
       for (; i + kLanes <= _live; i += kLanes) {
         store(to + i, tavdetail::TAV_INSTRUCTION_SET::load(to + i) + tavdetail::TAV_INSTRUCTION_SET::load(from + i));
       }
@@ -259,17 +272,38 @@ class Machine {
     for (; i < _live; ++i) to[i] += from[i];
   }
 
-  void storeRows(std::uint32_t block) const noexcept {
-    const std::size_t objectives = _shape.objectiveValueCount, summands = _shape.valueCount - objectives;
-    double* to = _task.summands + _shape.firstValue + std::size_t{block} * _shape.valueCount * kWidth;
-    for (const Operand operand : _program.sections[static_cast<int>(Section::Objective)]) {
-      copy(to, at(operand));
-      to += kWidth;
+  /// Adds the block's values, element by element.
+  void addObjective(const Operand* operands, std::uint32_t count) noexcept {
+    double sum = _sum;
+    if (count == 2) {
+      const double *a = at(operands[0]), *b = at(operands[1]);
+      for (std::uint32_t i = 0; i < _live; ++i) sum = sum + a[i] + b[i];
+    } else {
+      for (std::uint32_t i = 0; i < _live; ++i) {
+        for (std::uint32_t k = 0; k < count; ++k) sum += at(operands[k])[i];
+      }
     }
+    _sum = sum;
+  }
+
+  void storeObjective(std::uint32_t block) noexcept {
+    const auto& operands = _program.sections[static_cast<int>(Section::Objective)];
+    if (_task.adding == &_shape) {
+      return addObjective(operands.data(), static_cast<std::uint32_t>(operands.size()));
+    }
+    double* to = _task.summands + _shape.firstValue + std::size_t{block} * _shape.valueCount * width();
+    for (const Operand operand : operands) {
+      copy(to, at(operand));
+      to += width();
+    }
+  }
+
+  void storeRows(std::uint32_t block) const noexcept {
     const auto& operands = _program.sections[static_cast<int>(Section::Rows)];
     if (operands.empty()) return;
-    to = _task.summands + _shape.firstValue + (std::size_t{block} * _shape.valueCount + objectives) * kWidth;
-    for (std::size_t k = 0; k < summands; ++k) copy(to + k * kWidth, at(operands[k]));
+    const std::size_t objectives = _shape.objectiveValueCount, summands = _shape.valueCount - objectives;
+    double* to = _task.summands + _shape.firstValue + (std::size_t{block} * _shape.valueCount + objectives) * width();
+    for (std::size_t k = 0; k < summands; ++k) copy(to + k * width(), at(operands[k]));
     const Indices::Entry* entries = _shape.rows.entries() + block * _shape.isObjective.size();
     std::size_t next = summands;
     for (const std::uint32_t output : _shape.wholeOutputs) {
@@ -290,10 +324,10 @@ class Machine {
   const double* withoutDead(const double* from, std::uint32_t block) const noexcept {
     if (_shape.dead.empty()) [[likely]]
       return from;
-    double* values = _task.living;
+    double* values = registerAt(_program.registers);
     copy(values, from);
-    for (std::size_t k = _nextDead; k < _shape.dead.size() && _shape.dead[k] / kWidth == block; ++k) {
-      values[_shape.dead[k] % kWidth] = 0.0;
+    for (std::size_t k = _nextDead; k < _shape.dead.size() && _shape.dead[k] / width() == block; ++k) {
+      values[_shape.dead[k] % width()] = 0.0;
     }
     return values;
   }
@@ -318,9 +352,11 @@ class Machine {
   const Shape& _shape;
   const Program& _program;
   const Task& _task;
+  const std::uint32_t _width;
   const double* _bases[3] = {};
   std::uint32_t _live = 0;
   std::size_t _nextDead = 0;
+  double _sum = 0.0;  // of the objective's summands
 };
 
 [[gnu::flatten]] static void runBlocks(const Shape& shape, const Program& program, const Task& task,

@@ -392,6 +392,6 @@ class TapeMachine {
 
 [[gnu::flatten]] static void runTape(const Tape& tape, const Task& task) { TapeMachine(tape, task).run(); }
 
-static constexpr BlockRunner kRunner{runBlocks, Block::kWidth, runTape};
+static constexpr BlockRunner kRunner{runBlocks, Block::kStep, runTape};
 
 }  // namespace taveval::TAV_INSTRUCTION_SET

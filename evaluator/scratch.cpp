@@ -31,7 +31,6 @@ Scratch::~Scratch() = default;
 
 const Code& Scratch::code() {
   const Code& code = _compiled.code();
-  if (_living.empty()) _living.resize(code.runner.lanes);
   if (_registers.size() < code.registers) _registers.resize(code.registers);
   if (_values.size() < code.valueCount) _values.resize(code.valueCount);
   if (_nodes.size() < code.tape.mostNodes) {
@@ -48,10 +47,15 @@ double* Scratch::matrix(std::size_t size) {
 
 namespace {
 
-double sumOf(const Code& code, const Code::LooseRow& row, const double* values, const double* x) noexcept {
+double sumOfSummands(const Code& code, const Code::LooseRow& row, const double* values) noexcept {
   double sum = 0.0;
   const std::uint32_t* summand = code.summands.data() + row.firstSummand;
   for (std::uint32_t s = 0; s < row.summandCount; ++s) sum += values[summand[s]];
+  return sum;
+}
+
+/// The value of a row by the sum of its summands.
+double valueOf(const Code& code, const Code::LooseRow& row, double sum, const double* x) noexcept {
   const TavEvaluator::LinearTerm* term = code.terms.data() + row.firstTerm;
   for (std::uint32_t t = 0; t < row.termCount; ++t) sum += term[t].coefficient * x[term[t].column];
   return row.constant + sum;
@@ -81,11 +85,15 @@ void Scratch::evaluateByObjects(const Code& code, const double* x, const Results
 }
 
 void Scratch::addUp(const Code& code, const double* x, const Results& results) const {
-  if (results.objective) *results.objective = sumOf(code, code.looseRows.back(), _values.data(), x);
+  if (results.objective) {
+    const Code::LooseRow& row = code.looseRows.back();
+    const double sum = code.adding == kNone ? sumOfSummands(code, row, _values.data()) : *results.objective;
+    *results.objective = valueOf(code, row, sum, x);
+  }
   if (!results.rows) return;
   for (std::size_t k = 0; k + 1 < code.looseRows.size(); ++k) {
     const Code::LooseRow& row = code.looseRows[k];
-    results.rows[row.row] = sumOf(code, row, _values.data(), x);
+    results.rows[row.row] = valueOf(code, row, sumOfSummands(code, row, _values.data()), x);
   }
 }
 
@@ -96,9 +104,9 @@ void Scratch::evaluate(const double* x, double sigma, const double* lambda, cons
                   sigma,
                   lambda,
                   {results.objective, results.rows, results.gradient, results.jacobian, results.hessian},
+                  code.adding == kNone ? nullptr : &code.shapes[code.adding],
                   _values.data(),
                   _registers.data(),
-                  _living.data(),
                   _nodes.data(),
                   _tangents.data(),
                   code.jacobian.firstAdded,

@@ -36,7 +36,6 @@ class Scratch {
 
   Compiled& _compiled;
   AlignedDoubles _registers;
-  AlignedDoubles _living;
   AlignedDoubles _values;  // summands of rows
   std::vector<TapeNode> _nodes;
   AlignedDoubles _tangents;

@@ -278,24 +278,29 @@ void expectClose(const Results& got, const Results& wanted) {
   expectClose(got.hessian, wanted.hessian);
 }
 
-// Blocks of vectors against single elements: one row alone has no block.
+// Wide blocks against narrow ones, and blocks against single elements: one row alone has no block.
 TEST(Evaluator, BlocksComputeWhatSingleElementsDo) {
-  Model model(77);
-  const Results all = model.results();
-  Results sum;
-  sum.gradient = all.gradient;
-  sum.objective = all.objective;
-  for (TavInt r = -1; r < model.rows.getSize(); ++r) {
-    TavExprArray row(model.env);
-    if (r >= 0) row.add(model.rows[r]);
-    TavEvaluator alone(model.env, r < 0 ? TavNumExprArg(model.objective) : TavNumExprArg(), row, model.x, {});
-    const std::vector<double> lambda(r < 0 ? 0 : 1, r < 0 ? 0.0 : model.lambda[static_cast<std::size_t>(r)]);
-    const Results one = resultsOf(alone, model.point, 0.7, lambda);
-    for (const double value : one.constraints) sum.constraints.push_back(value);
-    for (const auto& [at, value] : one.jacobian) sum.jacobian[{static_cast<int>(r), at.second}] = value;
-    for (const auto& [at, value] : one.hessian) sum.hessian[at] += value;
+  for (const auto& [size, rowsEach] : {std::pair(77, 1), std::pair(600, 100)}) {
+    Model model(size);
+    const Results all = model.results();
+    Results sum;
+    sum.gradient = all.gradient;
+    sum.objective = all.objective;
+    for (TavInt r = -1; r < model.rows.getSize(); r += r < 0 ? 1 : rowsEach) {
+      TavExprArray rows(model.env);
+      std::vector<double> lambda;
+      for (TavInt k = r; k >= 0 && k < r + rowsEach && k < model.rows.getSize(); ++k) {
+        rows.add(model.rows[k]);
+        lambda.push_back(model.lambda[static_cast<std::size_t>(k)]);
+      }
+      TavEvaluator alone(model.env, r < 0 ? TavNumExprArg(model.objective) : TavNumExprArg(), rows, model.x, {});
+      const Results part = resultsOf(alone, model.point, 0.7, lambda);
+      for (const double value : part.constraints) sum.constraints.push_back(value);
+      for (const auto& [at, value] : part.jacobian) sum.jacobian[{static_cast<int>(r) + at.first, at.second}] = value;
+      for (const auto& [at, value] : part.hessian) sum.hessian[at] += value;
+    }
+    expectClose(all, sum);
   }
-  expectClose(all, sum);
 }
 
 TEST(Evaluator, EachCallAloneGivesWhatAllTogetherGive) {

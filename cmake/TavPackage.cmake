@@ -1,5 +1,6 @@
 # Debian packages by cpack, from a build configured with -DCMAKE_INSTALL_PREFIX=/usr: libtavexpression-dev, and with a
-# shared library libtavexpression<SOVERSION>, on which it depends; tavsolve where it is built.
+# shared library libtavexpression<SOVERSION>, on which it depends; tavsolve where it is built, and tavsolve-mpi, which
+# alone depends on MPI.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR})
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
@@ -43,6 +44,18 @@ if(TARGET tavsolve)
       "Solver of optimisation models in MPS, LP and .nl files
 Reads a model, solves it with the engine that suits its class, edits it while it
 stays loaded in the solver, and solves it again. Modelling systems can call it.")
+  if(TARGET tavsolve-mpi)
+    install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tavsolve-mpi RENAME copyright COMPONENT ranks)
+    list(APPEND CPACK_COMPONENTS_ALL ranks)
+    set(CPACK_DEBIAN_RANKS_PACKAGE_NAME tavsolve-mpi)
+    set(CPACK_DEBIAN_RANKS_PACKAGE_SECTION math)
+    set(CPACK_DEBIAN_RANKS_PACKAGE_SHLIBDEPS ON)
+    set(CPACK_DEBIAN_RANKS_PACKAGE_DEPENDS "tavsolve (= ${PROJECT_VERSION})")
+    set(CPACK_DEBIAN_RANKS_DESCRIPTION
+        "Solver of optimisation models, on several machines
+tavsolve executes this program when mpirun has started it several times to solve
+the scenarios of a model.")
+  endif()
   if(BUILD_SHARED_LIBS)
     # The library's own package is not installed here, so that its dependency is not among those that are generated.
     set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR} ${PROJECT_BINARY_DIR}/modelfile)

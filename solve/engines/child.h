@@ -21,13 +21,19 @@ class Message {
   requires std::is_trivially_copyable_v<T>
   void put(const T& value) { append(&value, sizeof value); }
   void put(const std::string& text) { putArray(text.data(), text.size()); }
-  void put(const std::vector<double>& numbers) { putArray(numbers.data(), numbers.size()); }
+  template <class T>
+  void put(const std::vector<T>& items) {
+    putArray(items.data(), items.size());
+  }
 
   template <class T>
   requires std::is_trivially_copyable_v<T>
   void take(T& value) { extract(&value, sizeof value); }
   void take(std::string& text) { takeArray(text); }
-  void take(std::vector<double>& numbers) { takeArray(numbers); }
+  template <class T>
+  void take(std::vector<T>& items) {
+    takeArray(items);
+  }
 
   std::string bytes{};
 

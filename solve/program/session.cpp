@@ -75,10 +75,11 @@ std::string printed(Print print) {
 
 }  // namespace
 
-Session::Session(const Options& options)
+Session::Session(const Options& options, Ranks* ranks)
     : _options(options),
-      _output(streamFor(options), options.log),
-      _progress(options.quiet, _output),
+      _ranks(ranks),
+      _output(isLeader() ? streamFor(options) : nullptr, isLeader() ? options.log : ""),
+      _progress(options.quiet || !isLeader(), _output),
       _controls(options.controls) {
   const bool isFile = !options.solution.empty() && !isStandardOutput(options.solution);
   for (const std::string& path : {isFile ? numbered(options.solution, 1) : "", options.write, options.keepFailed}) {

@@ -11,8 +11,9 @@
 #include "solve/program/output.h"
 #include "solve/program/progress.h"
 #include "solve/program/solution_file.h"
-#include "solve/scenarios/results_file.h"
+#include "solve/scenarios/ranks.h"
 #include "solve/scenarios/scenario_file.h"
+#include "solve/scenarios/worker.h"
 
 namespace tavsolve {
 
@@ -20,7 +21,8 @@ enum ExitCode : int { kSolved = 0, kNotSolved = 1, kBadInput = 2, kSolverFailed 
 
 class Session {
  public:
-  explicit Session(const Options& options);
+  /// `ranks`, which may be null, share a run of scenarios with this process.
+  Session(const Options& options, Ranks* ranks);
 
   /// Reads, solves, edits and solves again. Throws InputError, TavFileError and SolverError.
   ExitCode run();
@@ -37,10 +39,24 @@ class Session {
   // Scenarios (session_scenarios.cpp).
   ExitCode runScenarios();
   std::uint64_t hashOfRun(const ScenarioFile& scenarios) const;
-  std::vector<std::size_t> whatIsLeft(const ScenarioFile& scenarios, const ResultsFile& file) const;
+  /// What is to be done, and what has been done by earlier runs.
+  struct Plan {
+    std::vector<std::size_t> left{};
+    Share::Counts before{};
+    std::size_t fileSize = 0;
+  };
+  static Plan planOf(const ScenarioFile& scenarios, const ResultsFile& file);
+  void loadBase();
+  void shareBase(Plan& plan);
+  void work(const ScenarioBase& base, const std::vector<std::size_t>& left, Share& share,
+            const std::function<void()>& inWorker);
+  bool summarise(const Share::Counts& before, const Share::Counts& now, std::size_t count);
   Solution solution() const { return {*_model, *_engine, _answer, _stub}; }
 
+  bool isLeader() const { return !_ranks || _ranks->isLeader(); }
+
   const Options& _options;
+  Ranks* _ranks;
   Output _output;
   Progress _progress;
   StubFacts _stub;

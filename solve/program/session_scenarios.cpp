@@ -58,52 +58,93 @@ std::uint64_t Session::hashOfRun(const ScenarioFile& scenarios) const {
   return hashOf(scenarios.contents(), hash);
 }
 
-std::vector<std::size_t> Session::whatIsLeft(const ScenarioFile& scenarios, const ResultsFile& file) const {
-  std::vector<std::size_t> left;
+Session::Plan Session::planOf(const ScenarioFile& scenarios, const ResultsFile& file) {
+  Plan plan;
+  plan.fileSize = file.size();
   for (std::size_t i = 0; i < scenarios.size(); ++i) {
-    if (!file.finished().contains(scenarios.name(i))) left.push_back(i);
+    const auto finished = file.finished().find(scenarios.name(i));
+    if (finished == file.finished().end()) {
+      plan.left.push_back(i);
+    } else {
+      ++plan.before.done;
+      plan.before.failed += finished->second;
+    }
   }
-  return left;
+  return plan;
+}
+
+/// The base model, and with it everything that can be wrong with the command.
+void Session::loadBase() {
+  load();
+  for (const std::string& name : _options.values) {
+    if (!_model->findColumn(name) && !_model->findRow(name)) {
+      throw InputError("--values: no column or row is named " + name);
+    }
+  }
+  applyStage(_options.stages[0]);
+  makeEngine();
+}
+
+/// The warm start and the plan of the leader.
+void Session::shareBase(Plan& plan) {
+  Message message;
+  const WarmStart own = _engine->warmStart();
+  message.put(own.point), message.put(own.state), message.put(plan.left), message.put(plan.fileSize);
+  _ranks->broadcast(message.bytes);
+  WarmStart common;
+  message.take(common.point), message.take(common.state), message.take(plan.left), message.take(plan.fileSize);
+  _engine->startFrom(common);
 }
 
 ExitCode Session::runScenarios() {
-  std::optional<NothingToLose> loading(std::in_place);
+  std::optional<NothingToLose> loading;
+  if (!_ranks) loading.emplace();
   const ScenarioFile scenarios(_options.scenarios);
   const ResultFormat format(_options.results, _options.values, hashOfRun(scenarios));
-  load();
-  for (const std::string& name : _options.values) {
-    if (!_model->findColumn(name) && !_model->findRow(name))
-      throw InputError("--values: no column or row is named " + name);
-  }
-  applyStage(_options.stages[0]);
-  ResultsFile file(_options.results, format);
-  const std::vector<std::size_t> left = whatIsLeft(scenarios, file);
-  Share::Counts before{file.finished().size(), 0};
-  for (const auto& [name, failed] : file.finished()) before.failed += failed;
-  LocalShare share(left.size(), file);
-  double seconds = 0.0;
-  if (!left.empty()) {
-    makeEngine();
+  loadBase();
+  std::optional<ResultsFile> file;
+  Plan plan;
+  if (isLeader()) {
+    file.emplace(_options.results, format);
+    plan = planOf(scenarios, *file);
     loading.reset();
-    solveAndReport("base");
-    const ScenarioBase base{*_model,   _kind,           *_engine,  _engine->warmStart(),
-                            _controls, _options.engine, scenarios, format};
-    Crew crew(base, left, _options.jobs, [&file] { file.leave(); });
-    _progress.begin("solve");
-    const double begin = secondsSinceStart();
-    crew.run(share, [&] { _progress.update(describe(share.counts(), left.size(), secondsSinceStart() - begin)); });
-    seconds = secondsSinceStart() - begin;
-    _progress.finish(describe(share.counts(), left.size(), seconds));
-    file.flush();
+    if (!plan.left.empty()) solveAndReport("base");
   }
-  const Share::Counts now = share.counts();
+  if (_ranks) shareBase(plan);
+  const std::unique_ptr<Share> share = _ranks ? _ranks->share(plan.left.size(), _options.results, plan.fileSize)
+                                              : std::make_unique<LocalShare>(plan.left.size(), *file);
+  const ScenarioBase base{*_model,   _kind,           *_engine,  _engine->warmStart(),
+                          _controls, _options.engine, scenarios, format};
+  work(base, plan.left, *share, [&file] {
+    if (file) file->leave();
+  });
+  const bool complete = summarise(plan.before, interruption() ? share->counts() : share->finish(), scenarios.size());
+  if (_ranks && interruption()) _ranks->abort(kNotSolved);
+  if (file) file->flush();
+  return complete || !isLeader() ? kSolved : kNotSolved;
+}
+
+void Session::work(const ScenarioBase& base, const std::vector<std::size_t>& left, Share& share,
+                   const std::function<void()>& inWorker) {
+  Crew crew(base, left, _options.jobs, inWorker);
+  _progress.begin("solve");
+  const double begin = secondsSinceStart();
+  std::string now;
+  crew.run(share, [&] {
+    if (!isLeader()) return;
+    now = describe(share.counts(), left.size(), secondsSinceStart() - begin);
+    _progress.update(now);
+  });
+  _progress.finish(now);
+}
+
+/// Says what has been done; whether that is all, without a failure.
+bool Session::summarise(const Share::Counts& before, const Share::Counts& now, std::size_t count) {
   const std::size_t done = before.done + now.done, failed = before.failed + now.failed;
-  _output.write("scenarios  " + std::to_string(done) + " of " + std::to_string(scenarios.size()) + " have results, " +
+  _output.write("scenarios  " + std::to_string(done) + " of " + std::to_string(count) + " have results, " +
                 std::to_string(failed) + " failed; " + std::to_string(before.done) + " of them by an earlier run\n");
-  if (now.done > 0) _output.write("rate       " + rateText(now.done, seconds) + "\n");
-  const bool complete = done == scenarios.size();
-  if (!complete) _output.write("status     not solved: interrupted; the same command continues\n");
-  return complete && failed == 0 ? kSolved : kNotSolved;
+  if (done < count) _output.write("status     not solved: interrupted; the same command continues\n");
+  return done == count && failed == 0;
 }
 
 }  // namespace tavsolve

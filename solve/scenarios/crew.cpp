@@ -14,7 +14,8 @@ Crew::Crew(const ScenarioBase& base, const std::vector<std::size_t>& left, int w
     : _base(base), _left(left), _workers(static_cast<std::size_t>(workers)), _inWorker(std::move(inWorker)) {}
 
 void Crew::run(Share& share, const std::function<void()>& tick) {
-  constexpr int kMilliseconds = 20;
+  constexpr auto kInterval = std::chrono::milliseconds(100);
+  Clock::time_point ticked;
   const auto interrupted = [this] { return _base.controls.interrupt && *_base.controls.interrupt; };
   std::vector<pollfd> pipes;
   std::vector<Worker*> busy;
@@ -27,11 +28,14 @@ void Crew::run(Share& share, const std::function<void()>& tick) {
       busy.push_back(&worker);
     }
     if (busy.empty()) break;
-    poll(pipes.data(), pipes.size(), kMilliseconds);
+    poll(pipes.data(), pipes.size(), share.patience());
+    share.serve();
     for (std::size_t i = 0; i < busy.size(); ++i) {
       if (pipes[i].revents) listen(*busy[i], share);
       if (busy[i]->busy) killLate(*busy[i], share);
     }
+    if (Clock::now() - ticked < kInterval) continue;
+    ticked = Clock::now();
     tick();
   }
   for (Worker& worker : _workers) worker.child.reset();

@@ -24,6 +24,12 @@ class Share {
   };
   /// What has been appended in this run, by all together.
   virtual Counts counts() = 0;
+  /// Waits for all, and returns what they have done together. The share cannot be used any more.
+  virtual Counts finish() { return counts(); }
+
+  /// Called again and again, whenever so many milliseconds may have passed.
+  virtual void serve() {}
+  virtual int patience() const { return 20; }
 };
 
 /// Of one process and its workers.

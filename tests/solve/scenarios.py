@@ -1,9 +1,12 @@
 """Runs of scenarios against tavsolve started for each, in any order, by any number of workers and ranks, and killed at
-random moments. usage: scenarios.py TAVSOLVE FOLDER_OF_ITS_MODELS"""
-import csv, json, math, os, random, shutil, subprocess, sys
+random moments. usage: scenarios.py TAVSOLVE FOLDER_OF_ITS_MODELS [MPIRUN [KILLS]]; with MPIRUN two ranks alone are
+tested. KILLS is the number of random kills."""
+import csv, glob, json, math, os, random, shutil, signal, subprocess, sys, time
 
 tavsolve, models = os.path.realpath(sys.argv[1]), os.path.realpath(sys.argv[2])
-work = os.path.abspath("tavsolve_scenarios")
+mpirun = [sys.argv[3], "-n", "2", "--oversubscribe", "--allow-run-as-root"] if sys.argv[3:] and sys.argv[3] else []
+kills = int(sys.argv[4]) if len(sys.argv) > 4 else 5
+work = os.path.abspath("tavsolve_ranks" if mpirun else "tavsolve_scenarios")
 shutil.rmtree(work, ignore_errors=True)
 shutil.copytree(models, work)
 os.chdir(work)
@@ -36,7 +39,6 @@ def lines(results):
             rows = [list(map(str, {**json.loads(line), "seconds": 0, "check": 0}.values())) for line in file]
         else:
             rows = [row[:5] + row[6:-1] for row in csv.reader(file)][1:]
-    check(len({row[0] for row in rows}) == len(rows), results, "has a scenario twice")
     return sorted(rows)
 
 
@@ -89,9 +91,77 @@ def compare_with_single_runs(model, columns, rows, objective, extra="missing.lp"
         os.remove(name)
 
 
+def descendants(process):
+    parents = {}
+    for stat in glob.glob("/proc/[0-9]*/stat"):
+        try:
+            with open(stat) as file:
+                parents[int(stat.split("/")[2])] = int(file.read().rsplit(")", 1)[1].split()[1])
+        except (FileNotFoundError, ProcessLookupError):
+            pass
+    found = [process]
+    for pid in found:
+        found += [child for child, parent in parents.items() if parent == pid]
+    return found[1:]
+
+
+def kill(process):
+    """One of the processes at random, or all of them."""
+    family = descendants(process)
+    victims = [chance.choice(family)] if family and chance.random() < 0.7 else [process] + family
+    for victim in victims:
+        try:
+            os.kill(victim, signal.SIGKILL)
+        except ProcessLookupError:
+            pass
+
+
+def damage(results):
+    """What a killed write leaves: a shorter file, or zeros where another rank has written behind the gap."""
+    size, header = os.path.getsize(results), 80
+    with open(results, "r+b") as file:
+        if chance.random() < 0.5:
+            file.truncate(max(header, size - chance.randint(0, 150)))
+        elif size > 400:
+            file.seek(chance.randint(header, size - 200))
+            file.write(bytes(chance.randint(1, 99)))
+
+
+def kill_at_random(words, results, reference, count):
+    start = time.time()
+    call([*words, "--results", results], 0)
+    seconds = time.time() - start
+    for _ in range(count):
+        if os.path.exists(results) and lines(results) == reference:
+            os.remove(results)
+        run = subprocess.Popen([*words, "--results", results], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        time.sleep(chance.uniform(0, seconds))
+        kill(run.pid)
+        run.wait(timeout=300)
+        if os.path.exists(results) and os.path.getsize(results) > 80:
+            damage(results)
+    call([*words, "--results", results], 0)
+    check(lines(results) == reference, words, "does not continue as undisturbed")
+
+
+write("long.txt", [(f"s{i}", [f"set-row-bounds SEATTLE -inf {chance.randint(250, 500)}"]) for i in range(1500)])
+long = [tavsolve, "--quiet", "transport.mps", "--scenarios", "long.txt", "--values", "SE_NY,SEATTLE"]
+call([*long, "--results", "long.csv"], 0)
+if mpirun:
+    os.environ["LSAN_OPTIONS"] = "detect_leaks=0"  # MPI does not free all that it takes
+    call([*mpirun, *long, "--results", "ranks.csv"], 0)
+    check(lines("ranks.csv") == lines("long.csv"), "ranks make a difference")
+    kill_at_random([*mpirun, *long], "ranks.csv", lines("long.csv"), kills)
+    refused = call([*mpirun, tavsolve, "none.mps", "--scenarios", "long.txt", "--results", "r.csv"], 2)
+    check("none.mps: cannot be read" in refused, refused)
+    sys.exit()
 compare_with_single_runs("transport.mps", ["SE_NY", "SD_TO", "SE_CH"], ["SEATTLE", "NEWYORK"], "FREIGHT", "extra.lp")
 compare_with_single_runs("stockco.lp", ["invest1", "invest2", "invest3"], ["cash"], "value")
 if any("engine ipopt" in line and "not built" not in line for line in call([tavsolve, "--version"], 0).split("\n")):
     compare_with_single_runs("bowl.lp", ["x", "y"], ["c1"], "obj")
-
-print("all as single runs say")
+call([*long, "--results", "long.csv"], 0)
+check("of another model" in call([*long, "--seed", "3", "--results", "long.csv"], 2), "results of another run")
+kill_at_random([*long, "--jobs", "2"], "jobs.csv", lines("long.csv"), kills)
+shutil.copy(tavsolve, "alone")
+os.environ["OMPI_COMM_WORLD_SIZE"] = "2"
+check("--jobs" in call(["./alone", *long[1:], "--results", "r.csv"], 2), "without MPI")

@@ -60,6 +60,7 @@ class CbcEngineI : public EngineI {
   void runSearch(const Controls& controls, Answer& answer);
   void search(CbcModel& search, const Controls& controls, Answer& answer);
   Status confirm(const Controls& controls, Status claimed);
+  std::vector<double> impliedUpperBounds() const;
   void addSemiContinuous(OsiClpSolverInterface& solver) const;
   void addSets(CbcModel& search) const;
   void takeIncumbent(const CbcModel& search, const OsiClpSolverInterface& whole);

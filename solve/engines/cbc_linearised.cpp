@@ -101,7 +101,7 @@ void LinearisedEngineI::change(const TavChange& change) {
   }
   if (!object || EngineI::hasExtracted(object)) EngineI::change(change);
   if (object && object->getTypeInfo() == RangeConstraintI::GetTypeInfo()) {
-    refusing([&] { _counterpart->rowChanged(static_cast<const RangeConstraintI*>(object)); });
+    _counterpart->rowChanged(static_cast<const RangeConstraintI*>(object));
   }
 }
 
@@ -114,7 +114,7 @@ void LinearisedEngineI::forget(TavExtractableI* object) {
 
 void LinearisedEngineI::columnChanged(int column) {
   _solver.reset();
-  _counterpart->changed(columns()[static_cast<std::size_t>(column)].variable);
+  _counterpart->columnChanged(columns()[static_cast<std::size_t>(column)].variable);
 }
 
 void LinearisedEngineI::columnRemoved(int) { _solver.reset(); }

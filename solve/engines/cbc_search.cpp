@@ -9,8 +9,8 @@
 #include <cmath>
 
 #include "solve/engines/cbc.h"
-#include "solve/engines/cbc_bounds.h"
 #include "solve/engines/cbc_options.h"
+#include "solve/linearise/implied_bounds.h"
 #include "solve/model/errors.h"
 
 /// Models with whole numbers, semi-continuous columns or special ordered sets: CBC, run as its stand-alone program runs
@@ -65,6 +65,24 @@ std::string CbcEngineI::labelOf(int column) const {
   return name ? name : std::to_string(column + 1);
 }
 
+/// Of the columns, by their own bounds and by the rows.
+std::vector<double> CbcEngineI::impliedUpperBounds() const {
+  tavlinear::ColumnBounds bounds;
+  for (int j = 0; j < _solver->getNumCols(); ++j) {
+    bounds.add(_solver->getColLower()[j], _solver->getColUpper()[j], _solver->isInteger(j));
+  }
+  tavlinear::LinearRows terms;
+  const CoinPackedMatrix& matrix = *_solver->getMatrixByRow();
+  for (int i = 0; i < _solver->getNumRows(); ++i) {
+    for (CoinBigIndex k = matrix.getVectorFirst(i); k < matrix.getVectorLast(i); ++k) {
+      terms.addTerm(matrix.getIndices()[k], matrix.getElements()[k]);
+    }
+    terms.endRow(_solver->getRowLower()[i], _solver->getRowUpper()[i]);
+  }
+  propagate(terms, bounds);
+  return bounds.upper;
+}
+
 void CbcEngineI::prepare(const Controls& controls) {
   checkCbcOptions(controls);
   constexpr double kGreatestCost = 1e25;  // asserted by CLP
@@ -74,20 +92,16 @@ void CbcEngineI::prepare(const Controls& controls) {
                      " is 1e25 or more, which the engine cbc does not take");
   }
   _semiContinuous.clear();
-  ColumnBounds bounds;
+  std::vector<double> upper;
   for (int j = 0; j < static_cast<int>(columns().size()); ++j) {
     if (columns()[static_cast<std::size_t>(j)].threshold <= 0.0) continue;
-    if (bounds.upper.empty()) {
-      bounds.lower.assign(_solver->getColLower(), _solver->getColLower() + columns().size());
-      bounds.upper.assign(_solver->getColUpper(), _solver->getColUpper() + columns().size());
-      propagate(*_solver->getMatrixByRow(), _solver->getRowLower(), _solver->getRowUpper(), bounds);
-    }
-    const double upper = bounds.upper[static_cast<std::size_t>(j)];
-    if (upper >= 1e20) {
+    if (upper.empty()) upper = impliedUpperBounds();
+    const double most = upper[static_cast<std::size_t>(j)];
+    if (most >= tavlinear::kNoBound) {
       throw InputError("column " + labelOf(j) +
                        " is semi-continuous without an upper bound, and the rows imply none; the engine cbc needs one");
     }
-    _semiContinuous.emplace_back(j, upper);
+    _semiContinuous.emplace_back(j, most);
   }
 }
 

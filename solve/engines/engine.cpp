@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "solve/model/errors.h"
+
 namespace tavsolve {
 
 namespace {
@@ -70,6 +72,10 @@ void* EngineI::setPlace(const TavExtractableI* object, int place) {
 void* EngineI::addColumn(const TavNumVarI* variable, double threshold) {
   _columns.push_back({variable, threshold, false});
   return setPlace(variable, static_cast<int>(_columns.size()) - 1);
+}
+
+void* EngineI::addIndicator(const TavNumVarI*) {
+  throw InputError("the engine " + std::string(name()) + " does not take variables that stand for constraints");
 }
 
 void* EngineI::addSum(const TavNumLinTermI* sum) { return setPlace(sum, static_cast<int>(_rows.size())); }

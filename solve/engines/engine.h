@@ -153,6 +153,8 @@ class EngineI : public TavAlgorithmI {
 
   // What the class hooks do (hooks.cpp); each extraction returns the algorithm's object.
   void* addColumn(const TavNumVarI* variable, double threshold);
+  /// A variable that stands for the truth of a constraint: refused by engines that do not linearise.
+  virtual void* addIndicator(const TavNumVarI* variable);
   void* addSum(const TavNumLinTermI* sum);
   void* addRow(const RangeConstraintI* constraint);
   void* takeObjective(const ObjectiveI* objective);

@@ -72,6 +72,10 @@ Answer EngineI::solve(const Controls& controls) {
     }
     completeSolution(answer);
   }
+  constexpr double kNoBound = 1e50;  // solvers have numbers of their own for it
+  const bool isKnown = std::abs(answer.bound) < kNoBound && answer.status != Status::Infeasible &&
+                       answer.status != Status::LocallyInfeasible && answer.status != Status::Unbounded;
+  if (!isKnown) answer.bound = std::numeric_limits<double>::quiet_NaN();
   answer.seconds = secondsSince(_start);
   return answer;
 }

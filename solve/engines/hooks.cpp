@@ -19,6 +19,10 @@ void* extractSemiContinuous(TavAlgorithm algorithm, const TavExtractableI* objec
   return engine(algorithm).addColumn(variable, variable->getThreshold());
 }
 
+void* extractIndicator(TavAlgorithm algorithm, const TavExtractableI* object) {
+  return engine(algorithm).addIndicator(static_cast<const TavNumVarI*>(object));
+}
+
 void unextractVariable(TavAlgorithm algorithm, const TavExtractableI* object, void*) {
   engine(algorithm).dropColumn(static_cast<const TavNumVarI*>(object));
 }
@@ -79,6 +83,9 @@ void installHooks() {
   TavSemiContVarI::_extractCP = extractSemiContinuous;
   TavSemiContVarI::_unextractCP = unextractVariable;
   TavSemiContVarI::_modifyCP = modifyVariable;
+  TavConstraintIndVarI::_extractCP = extractIndicator;
+  TavConstraintIndVarI::_unextractCP = unextractVariable;
+  TavConstraintIndVarI::_modifyCP = modifyVariable;
   TavNumLinTermI::_extractCP = extractSum;
   RangeConstraintI::_extractCP = extractRange;
   ObjectiveI::_extractCP = extractObjective;

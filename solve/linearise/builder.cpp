@@ -38,6 +38,7 @@ std::string textOf(const TavExtractableI* object) {
   std::ostream stream(&characters);
   object->display(stream);
   std::string text = characters.text();
+  std::replace(text.begin(), text.end(), '\n', ' ');
   while (!text.empty() && text.back() == ' ') text.pop_back();
   return text;
 }
@@ -103,7 +104,7 @@ void Builder::addSet(std::vector<int> columns) { _made.sets.push_back(_all._sets
 
 Interval Builder::rangeOfColumn(int number) const {
   const Column& column = _all._columns[number];
-  return column.variable ? rangeOfVariable(column.variable) : Interval{column.lb, column.ub, column.whole};
+  return column.variable ? _all._ranges.ofVariable(column.variable) : Interval{column.lb, column.ub, column.whole};
 }
 
 Interval Builder::rangeOf(const LinearForm& form, Interval known) const {
@@ -120,7 +121,7 @@ double Builder::finite(const Operand& operand, double bound, bool above) {
     refuse("its " + side + " bound " + shortNumber(bound) + " is beyond 1e9, too far for an exact row");
   const TavNumVarI* variable = _all._ranges.unbounded(operand, above);
   if (!variable) refuse("it has no finite " + side + " bound");
-  const Interval range = rangeOfVariable(variable);
+  const Interval range = _all._ranges.ofVariable(variable);
   const bool noLower = range.lo == -kInfinity, noUpper = range.hi == kInfinity;
   refuse("variable " + (variable->getName() ? variable->getName() : textOf(variable)) + " has no " +
          (noLower && noUpper ? ""

@@ -17,6 +17,8 @@ class Builder {
     const bool isSure = !operand.node || _all._ranges.isSure(operand.node);
     return isSure ? _all._ranges.of(operand) : Interval();
   }
+  /// Of the node's terms and constant.
+  Interval rangeOfTerms() const { return _all._ranges.ofTerms(_reading); }
   LinearForm of(const Operand& operand, Demand demand);
   /// Whether the operand's form is there; otherwise it is noted.
   bool has(const Operand& operand, Demand demand);

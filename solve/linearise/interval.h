@@ -25,6 +25,7 @@ struct Interval {
   /// How many whole numbers it has, which it does if it is whole and finite.
   double count() const noexcept { return hi - lo + 1.0; }
 
+  friend bool operator==(const Interval&, const Interval&) = default;
   friend Interval operator+(Interval a, Interval b) { return {a.lo + b.lo, a.hi + b.hi, a.whole && b.whole}; }
   friend Interval operator-(Interval a) { return {-a.hi, -a.lo, a.whole}; }
   friend Interval operator-(Interval a, Interval b) { return a + -b; }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "solve/linearise/implied_bounds.h"
+
 namespace tavsolve {
 
 namespace {
@@ -13,13 +15,14 @@ std::string labelOf(const char* what, const TavExtractableI* object) {
   return object->getName() ? std::string(what) + " " + object->getName() : std::string(what) + " without a name";
 }
 
-/// A variable of the same kind, bounds and name.
-TavNumVar copyOf(TavEnv env, const TavNumVarI* variable) {
-  const double lb = variable->getLB(), ub = variable->getUB();
+/// A variable of the same kind and name; a semi-continuous one keeps its bounds.
+TavNumVar copyOf(TavEnv env, const TavNumVarI* variable, tavlinear::Interval range) {
+  const double lb = range.lo, ub = range.hi;
   const char* name = variable->getName();
   const TavNumVar::Type type = variable->isInteger() ? TavNumVar::Int : TavNumVar::Float;
   if (variable->isType(TavSemiContVarI::GetTypeInfo())) {
-    return TavSemiContVar(env, static_cast<const TavSemiContVarI*>(variable)->getThreshold(), ub, type, name);
+    return TavSemiContVar(env, static_cast<const TavSemiContVarI*>(variable)->getThreshold(), variable->getUB(), type,
+                          name);
   }
   if (type == TavNumVar::Float) return TavNumVar(env, lb, ub, type, name);
   return TavIntVar(env, wholeLowerBound(lb), wholeUpperBound(ub), name);
@@ -40,7 +43,9 @@ class Copier {
  public:
   explicit Copier(Model& target) : _target(target), _env(target.getEnv()) {}
 
-  void addColumn(const TavNumVarI* variable) { _copyOf[variable] = _target.addColumn(copyOf(_env, variable)); }
+  void addColumn(const TavNumVarI* variable, tavlinear::Interval range) {
+    _copyOf[variable] = _target.addColumn(copyOf(_env, variable, range));
+  }
   int addColumn(const tavlinear::Column& column) {
     const TavNumVar added = column.whole
                                 ? TavNumVar(TavIntVar(_env, wholeLowerBound(column.lb), wholeUpperBound(column.ub)))
@@ -90,6 +95,7 @@ bool LinearModel::isLinear(const TavNumLinTermI* sum) const {
 }
 
 void LinearModel::extend() {
+  implyRanges();
   for (; _seenColumns < _model.columns().size(); ++_seenColumns) {
     const TavNumVar column = _model.columns()[_seenColumns];
     if (column && indicatorOf(column.getImpl())) addTruth(column.getImpl());
@@ -109,13 +115,46 @@ void LinearModel::addRow(const RangeConstraintI* row) {
   if (!isLinear(sum)) _rowOf[row] = _linear.addRow(sum, row->getLB(), row->getUB(), labelOf("row", row));
 }
 
-void LinearModel::rowChanged(const RangeConstraintI* row) {
-  _linear.changed(row);
-  const auto found = _rowOf.find(row);
-  if (found == _rowOf.end()) return;
-  _linear.removeRow(found->second);
-  _rowOf.erase(found);
-  addRow(row);
+void LinearModel::boundsChanged(const TavExtractableI* object, double lb, double ub) {
+  _linear.changed(object);
+  if (const auto found = _rowOf.find(object); found != _rowOf.end()) _linear.setBounds(found->second, lb, ub);
+}
+
+void LinearModel::removed(const TavNumVarI* variable) {
+  if (const auto truth = _rowOf.find(variable); truth != _rowOf.end()) {
+    _linear.removeRow(truth->second);
+    _rowOf.erase(truth);
+  }
+  _linear.forget(variable);
+}
+
+/// What the rows that are linear as they stand imply for the variables.
+void LinearModel::implyRanges() {
+  tavlinear::ColumnBounds bounds;
+  std::unordered_map<const TavNumVarI*, int> place;
+  for (const TavNumVar column : _model.columns()) {
+    if (!column) continue;
+    const tavlinear::Interval own = tavlinear::rangeOfVariable(column.getImpl());
+    place[column.getImpl()] = static_cast<int>(bounds.lower.size());
+    bounds.add(own.lo, own.hi, own.whole);
+  }
+  tavlinear::LinearRows rows;
+  for (const RangeConstraintI* row : _model.rows()) {
+    const TavNumLinTermI* sum = row->getSum().getImpl();
+    if (sum->getFirstPart()) continue;
+    for (const auto* term = sum->getFirstTerm(); term; term = term->next) rows.addTerm(place.at(term->var), term->coef);
+    rows.endRow(row->getLB() - sum->getNumConstant(), row->getUB() - sum->getNumConstant());
+  }
+  propagate(rows, bounds);
+  tavlinear::Implied implied;
+  for (const auto& [variable, j] : place) {
+    const auto at = static_cast<std::size_t>(j);
+    tavlinear::Interval range = {bounds.lower[at], bounds.upper[at], bounds.whole[at]};
+    if (range.lo <= -tavlinear::kNoBound) range.lo = -tavlinear::kInfinity;
+    if (range.hi >= tavlinear::kNoBound) range.hi = tavlinear::kInfinity;
+    if (range != tavlinear::rangeOfVariable(variable)) implied.emplace(variable, range);
+  }
+  _linear.imply(std::move(implied));
 }
 
 void LinearModel::objectiveChanged() {
@@ -126,11 +165,12 @@ void LinearModel::objectiveChanged() {
 }
 
 std::unique_ptr<Model> LinearModel::make() {
+  implyRanges();
   _linear.update();
   auto target = std::make_unique<Model>();
   Copier copier(*target);
   for (const TavNumVar column : _model.columns()) {
-    if (column) copier.addColumn(column.getImpl());
+    if (column) copier.addColumn(column.getImpl(), _linear.rangeOf(column.getImpl()));
   }
   const auto size = static_cast<std::size_t>(_linear.columns().size());
   copier.columnOf.resize(size);

@@ -24,12 +24,13 @@ class LinearModel {
   /// Whether the object stands in an expression that was linearised.
   bool contains(const TavExtractableI* object) const { return _linear.contains(object); }
   ///@{
-  /// The original has been modified: bounds or terms of an object, the bounds of a row, the objective; a variable
-  /// goes; columns and rows have come.
+  /// The original has been modified: an object in expressions, the bounds of a row or column, the objective; a
+  /// variable goes; columns and rows have come.
   void changed(const TavExtractableI* object) { _linear.changed(object); }
-  void rowChanged(const RangeConstraintI* row);
+  void rowChanged(const RangeConstraintI* row) { boundsChanged(row, row->getLB(), row->getUB()); }
+  void columnChanged(const TavNumVarI* column) { boundsChanged(column, column->getLB(), column->getUB()); }
   void objectiveChanged();
-  void removed(const TavNumVarI* variable) { _linear.forget(variable); }
+  void removed(const TavNumVarI* variable);
   void extend();
   ///@}
 
@@ -47,11 +48,13 @@ class LinearModel {
  private:
   bool isLinear(const TavNumLinTermI* sum) const;
   void addRow(const RangeConstraintI* row);
+  void boundsChanged(const TavExtractableI* object, double lb, double ub);
+  void implyRanges();
   void addTruth(const TavNumVarI* indicator);
 
   const Model& _model;
   tavlinear::Linearisation _linear;
-  /// Rows of the model that are linearised.
+  /// Rows of the model that are linearised, and indicator variables.
   std::unordered_map<const TavExtractableI*, int> _rowOf;
   std::size_t _seenColumns = 0, _seenRows = 0;
   bool _hasIndicators = false;

@@ -148,7 +148,9 @@ void Linearisation::collectObjects(Root& root, int number) {
     open.pop_back();
     if (!reading.row) continue;
     reading.row->read(reading.node, reading);
-    for (const auto* term = reading.terms; term; term = term->next) seen.insert(term->var);
+    for (const auto* term = reading.terms; term; term = term->next) {
+      if (!isIndicator(term->var)) seen.insert(term->var);  // those are operands, whose constraints follow
+    }
     if (statementOf && isIndicator(reading.node)) {
       const auto* indicator = static_cast<const TavConstraintIndVarI*>(static_cast<const TavNumVarI*>(reading.node));
       seen.insert(indicator->getConstraint());
@@ -242,9 +244,29 @@ void Linearisation::removeRow(int row) {
 void Linearisation::changed(const TavExtractableI* object) {
   const auto found = _rootsOf.find(object);
   if (found == _rootsOf.end()) return;
-  for (const int number : found->second) {
-    if (!std::exchange(rootAt(number).isDirty, true)) _dirty.push_back(number);
-  }
+  for (const int number : found->second) affect(number);
+}
+
+void Linearisation::affect(int number) {
+  if (!std::exchange(rootAt(number).isDirty, true)) _dirty.push_back(number);
+}
+
+void Linearisation::setBounds(int row, double lb, double ub) {
+  _roots[row].lb = lb;
+  _roots[row].ub = ub;
+  affect(row);
+}
+
+void Linearisation::imply(Implied ranges) {
+  const auto compare = [this](const Implied& some, const Implied& others) {
+    for (const auto& [variable, range] : some) {
+      const auto other = others.find(variable);
+      if (other == others.end() || other->second != range) changed(variable);
+    }
+  };
+  compare(ranges, _ranges.implied);
+  compare(_ranges.implied, ranges);
+  _ranges.implied = std::move(ranges);
 }
 
 /// Every use of an expression with a changed object belongs to an affected root, so that nothing old stays shared.
@@ -257,7 +279,9 @@ void Linearisation::discardDirty() {
 void Linearisation::forget(const TavExtractableI* object) {
   changed(object);
   discardDirty();
-  const auto found = _columnOf.find(static_cast<const TavNumVarI*>(object));
+  const auto* variable = static_cast<const TavNumVarI*>(object);
+  _ranges.implied.erase(variable);
+  const auto found = _columnOf.find(variable);
   if (found == _columnOf.end()) return;
   _columns.remove(found->second);
   _columnOf.erase(found);

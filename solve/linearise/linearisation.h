@@ -58,6 +58,8 @@ class Linearisation {
   int addRow(const TavNumExprI* expression, double lb, double ub, const std::string& name);
   /// The objective; a later call replaces it.
   void setObjective(const TavNumExprI* expression, bool maximise, const std::string& name);
+  /// Gives the row new bounds; update() makes it again.
+  void setBounds(int row, double lb, double ub);
   /// Removes the row with all that was made for it alone.
   void removeRow(int row);
   /// The bounds or values of this variable, or the terms of this sum, have changed: update() will make the rows again
@@ -67,6 +69,11 @@ class Linearisation {
   void forget(const TavExtractableI* object);
   /// Whether the object stands in an expression that was given.
   bool contains(const TavExtractableI* object) const { return _rootsOf.contains(object); }
+  /// The rows of the model imply these ranges for variables, besides their own bounds; they replace those of an earlier
+  /// call.
+  void imply(Implied ranges);
+  /// The range of a variable by its bounds and by those implied.
+  Interval rangeOf(const TavNumVarI* variable) const { return _ranges.ofVariable(variable); }
   /// Makes the rows again that changes have affected. Throws Refusal for one that has no linear form any more; it then
   /// stays affected.
   void update();
@@ -149,6 +156,7 @@ class Linearisation {
   bool make(const Key& key, const Root& root, std::vector<Key>& missing);
   void build(Root& root, int number);
   void discard(Root& root, int number);
+  void affect(int number);
   void discardDirty();
   void release(int item);
   void drop(Item& item);

@@ -36,10 +36,16 @@ Interval rangeOfVariable(const TavNumVarI* variable) {
   return range;
 }
 
-Interval rangeOfTerms(const Reading& reading) {
+Interval Ranges::ofVariable(const TavNumVarI* variable) const {
+  const Interval own = rangeOfVariable(variable);
+  const auto known = implied.find(variable);
+  return known == implied.end() ? own : meet(own, known->second);
+}
+
+Interval Ranges::ofTerms(const Reading& reading) const {
   Interval sum = Interval::point(reading.constant);
   for (const auto* term = reading.terms; term; term = term->next) {
-    if (!isIndicator(term->var)) sum = sum + term->coef * rangeOfVariable(term->var);
+    if (!isIndicator(term->var)) sum = sum + term->coef * ofVariable(term->var);
   }
   return sum;
 }
@@ -101,12 +107,12 @@ const TavNumVarI* Ranges::unbounded(const Operand& operand, bool above) {
     reading.row = findClass(at.node->getTypeInfo());
     if (at.node->isType(TavNumVarI::GetTypeInfo())) {
       const auto* variable = static_cast<const TavNumVarI*>(at.node);
-      return isOpen(rangeOfVariable(variable), above) ? variable : nullptr;
+      return isOpen(ofVariable(variable), above) ? variable : nullptr;
     }
     if (!reading.row) return nullptr;
     reading.row->read(at.node, reading);
     for (const auto* term = reading.terms; term; term = term->next) {
-      if (term->coef != 0.0 && isOpen(rangeOfVariable(term->var), above == (term->coef > 0.0))) return term->var;
+      if (term->coef != 0.0 && isOpen(ofVariable(term->var), above == (term->coef > 0.0))) return term->var;
     }
     // The value may rise or fall with an operand; the side that the node lacks is tried first.
     const Operand* next = nullptr;

@@ -30,7 +30,7 @@ class OperandDemands {
  public:
   OperandDemands(Builder& builder, const Reading& reading, Demand demand) : _builder(builder), _demand(demand) {
     if (demand.sense == Sense::Both) return;
-    add(rangeOfTerms(reading));
+    add(builder.rangeOfTerms());
     for (const Operand& operand : reading.operands) add(builder.range(operand));
   }
   Demand of(const Operand& operand) {
@@ -52,7 +52,7 @@ class OperandDemands {
 };
 
 Interval sumRange(const Reading& reading, Ranges& ranges) {
-  Interval range = rangeOfTerms(reading);
+  Interval range = ranges.ofTerms(reading);
   for (const Operand& operand : reading.operands) range = range + ranges.of(operand);
   return range;
 }
@@ -75,8 +75,8 @@ LinearForm sumForm(Builder& builder, const Reading& reading, Demand demand) {
   return sum;
 }
 
-Interval variableRange(const Reading& reading, Ranges&) {
-  return rangeOfVariable(static_cast<const TavNumVarI*>(reading.node));
+Interval variableRange(const Reading& reading, Ranges& ranges) {
+  return ranges.ofVariable(static_cast<const TavNumVarI*>(reading.node));
 }
 
 }  // namespace

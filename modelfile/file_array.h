@@ -18,8 +18,8 @@
 void* TavGrowBlock(void* block, std::size_t before, std::size_t bytes);
 /// Frees what TavGrowBlock returned for `bytes`.
 void TavFreeBlock(void* block, std::size_t bytes) noexcept;
-/// Gives the first `unused` bytes of what TavGrowBlock returned for `bytes` back to the system, as far as they are whole
-/// pages; their contents are lost.
+/// Gives the first `unused` bytes of what TavGrowBlock returned for `bytes` back to the system, as far as they are
+/// whole pages; their contents are lost.
 void TavDiscardFront(void* block, std::size_t bytes, std::size_t unused) noexcept;
 
 /// What std::vector does, for plain values. Growth neither copies nor initialises large memory, and memory that has not

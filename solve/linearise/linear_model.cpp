@@ -128,7 +128,9 @@ void LinearModel::removed(const TavNumVarI* variable) {
   _linear.forget(variable);
 }
 
-/// What the rows that are linear as they stand imply for the variables.
+/// Bounds that the rows that are linear as they stand imply for variables without one of their own. Others stay as they
+/// are: CBC tightens them itself, and its presolve has been seen to cut off optima of models that were tightened
+/// before.
 void LinearModel::implyRanges() {
   tavlinear::ColumnBounds bounds;
   std::unordered_map<const TavNumVarI*, int> place;
@@ -149,10 +151,11 @@ void LinearModel::implyRanges() {
   tavlinear::Implied implied;
   for (const auto& [variable, j] : place) {
     const auto at = static_cast<std::size_t>(j);
-    tavlinear::Interval range = {bounds.lower[at], bounds.upper[at], bounds.whole[at]};
-    if (range.lo <= -tavlinear::kNoBound) range.lo = -tavlinear::kInfinity;
-    if (range.hi >= tavlinear::kNoBound) range.hi = tavlinear::kInfinity;
-    if (range != tavlinear::rangeOfVariable(variable)) implied.emplace(variable, range);
+    const tavlinear::Interval own = tavlinear::rangeOfVariable(variable);
+    tavlinear::Interval range = own;
+    if (own.lo == -tavlinear::kInfinity && bounds.lower[at] > -tavlinear::kNoBound) range.lo = bounds.lower[at];
+    if (own.hi == tavlinear::kInfinity && bounds.upper[at] < tavlinear::kNoBound) range.hi = bounds.upper[at];
+    if (range != own) implied.emplace(variable, range);
   }
   _linear.imply(std::move(implied));
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <numeric>
 
 #include "evaluator/code.h"
 #include "evaluator/compile_shape.h"
@@ -66,16 +67,12 @@ class Compilation {
     }
   }
 
-  static constexpr auto kFirstElements = [] {
-    std::array<std::uint32_t, TapeCompiler::kFewest> numbers{};
-    for (std::uint32_t e = 0; e < numbers.size(); ++e) numbers[e] = e;
-    return numbers;
-  }();
-
   void compileShapes() {
     ShapeCompiler compiler;
     TapeCompiler tape;
     std::vector<char> degrees;
+    std::array<std::uint32_t, TapeCompiler::kFewest> numbers;
+    std::iota(numbers.begin(), numbers.end(), 0U);
     std::size_t rare = 0;
     for (std::size_t s = 0; s < _drafts.shapes.size(); ++s) rare += TapeCompiler::canTake(ShapeDraft(_drafts, s));
     for (std::size_t s = 0; s < _drafts.shapes.size(); ++s) {
@@ -84,7 +81,7 @@ class Compilation {
         _tapeDrafts.push_back(draft);
         tape.read(draft);
         tape.findDegrees(degrees);
-        tape.add(draft, std::span(kFirstElements).first(draft.count), _options.derivatives, _code.tape);
+        tape.add(draft, std::span(numbers).first(draft.count), _options.derivatives, _code.tape);
       } else {
         Shape& shape = _code.shapes.emplace_back();
         _shapeDrafts.push_back(draft);

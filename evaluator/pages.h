@@ -20,8 +20,9 @@ class Pages {
   T& operator[](std::size_t at) {
     const std::size_t number = at / kSize;
     if (number >= _pages.size()) _pages.resize(std::max(number + 1, 2 * _pages.size()));
-    if (_pages[number].empty()) _pages[number].assign(kSize, kInitial);
-    return _pages[number][at % kSize];
+    std::vector<T>& page = _pages[number];
+    if (page.empty()) page.assign(kSize, kInitial);
+    return page[at % kSize];
   }
   T get(std::size_t at) const noexcept {
     const std::size_t number = at / kSize;

@@ -373,7 +373,6 @@ class TapeMachine {
         const double value = reinterpret_cast<const double*>(&_adjoints[_nodeOf[row]])[direction];
         put(result, place[k], _task.firstAddedOfHessian, value);
       }
-      clearVariables(shape);
     }
   }
 

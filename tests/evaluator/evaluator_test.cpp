@@ -349,6 +349,62 @@ TEST(Evaluator, EachCallAloneGivesWhatAllTogetherGive) {
   for (std::thread& thread : threads) thread.join();
 }
 
+TEST(Evaluator, DescribesRowsAsItEvaluatesThem) {
+  Model model(40);
+  TavEvaluator evaluator(model.env, model.objective, model.rows, model.x, {});
+  for (std::size_t r = 0; r < model.lambda.size(); ++r) {
+    std::vector<double> lambda(model.lambda.size());
+    lambda[r] = 1.0;
+    if (evaluator.getKind(r) == TavEvaluator::Kind::NonLinear) continue;
+    Matrix wanted = resultsOf(evaluator, model.point, 0.0, lambda).hessian, got;
+    std::erase_if(wanted, [](const auto& entry) { return entry.second == 0.0; });
+    for (const auto& [at, value] : evaluator.getConstantHessian(r)) got[{at.row, at.column}] = value;
+    expectClose(got, wanted);
+  }
+  const auto expectSorted = [](const TavEvaluator::CompressedRows& rows, auto positions) {
+    std::vector<std::pair<int, int>> wanted, got;
+    for (const auto& [row, column] : positions) wanted.emplace_back(row, column);
+    std::sort(wanted.begin(), wanted.end());
+    for (std::size_t r = 0; r + 1 < rows.starts.size(); ++r) {
+      for (std::size_t k = rows.starts[r]; k < rows.starts[r + 1]; ++k) {
+        got.emplace_back(static_cast<int>(r), rows.columns[k]);
+        EXPECT_EQ(positions[rows.order[k]].column, rows.columns[k]);
+      }
+    }
+    EXPECT_EQ(got, wanted);
+  };
+  expectSorted(evaluator.getJacobianByRows(), evaluator.getJacobianStructure());
+  expectSorted(evaluator.getHessianByRows(), evaluator.getHessianStructure());
+}
+
+// The derivative of what is not chosen is infinite or undefined here; alone, in blocks, and interpreted.
+TEST(Evaluator, WhatIsNotChosenDoesNotShowInDerivatives) {
+  const auto root = [](TavNumVar of) { return TavPower(of, 0.5); };
+  const std::function<TavNumExprArg(TavNumVar, TavNumVar)> expressions[] = {
+      [&](TavNumVar x, TavNumVar y) { return TavMax(3.0 * x, root(y)) * x; },
+      [&](TavNumVar x, TavNumVar y) { return TavMin(-3.0 * x, root(y)) * -x; }};
+  for (const auto& expression : expressions) {
+    for (const int count : {1, 40}) {
+      TavEnv env;
+      TavNumVarArray x(env);
+      TavExprArray rows(env);
+      for (int i = 0; i < 2 * count; ++i) x.add(TavNumVar(env));
+      for (int i = 0; i < count; ++i) rows.add(TavExpr(expression(x[2 * i], x[2 * i + 1])));
+      TavEvaluator evaluator(env, {}, rows, x, {});
+      std::vector<double> point(2 * static_cast<std::size_t>(count), 0.0);
+      point[0] = 2.0;  // f = 3 x^2
+      for (const bool isInterpreted : {false, true}) {
+        if (isInterpreted) evaluator.setConstraint(0, TavExpr(expression(x[0], x[1])));
+        const Results got = resultsOf(evaluator, point, 0.0, std::vector<double>(static_cast<std::size_t>(count), 1.0));
+        const Matrix jacobian{{{0, 0}, 12.0}, {{0, 1}, 0.0}}, hessian{{{0, 0}, 6.0}, {{1, 0}, 0.0}, {{1, 1}, 0.0}};
+        for (const auto& [at, value] : jacobian) EXPECT_EQ(got.jacobian.at(at), value) << at.second;
+        for (const auto& [at, value] : hessian) EXPECT_EQ(got.hessian.at(at), value) << at.first << at.second;
+      }
+      env.end();
+    }
+  }
+}
+
 /// Modifies a model and its evaluator at random.
 class Modifier {
  public:

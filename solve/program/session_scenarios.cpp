@@ -115,10 +115,14 @@ ExitCode Session::runScenarios() {
                                               : std::make_unique<LocalShare>(plan.left.size(), *file);
   const ScenarioBase base{*_model,   _kind,           *_engine,  _engine->warmStart(),
                           _controls, _options.engine, scenarios, format};
-  work(base, plan.left, *share, [&file] {
+  const auto inWorker = [&file] {
     if (file) file->leave();
-  });
-  const bool complete = summarise(plan.before, interruption() ? share->counts() : share->finish(), scenarios.size());
+  };
+  const double begin = secondsSinceStart();
+  if (!plan.left.empty()) work(base, plan.left, *share, inWorker);
+  const Share::Counts now = interruption() ? share->counts() : share->finish();
+  if (!plan.left.empty()) _output.write("rate       " + rateText(now.done, secondsSinceStart() - begin) + "\n");
+  const bool complete = summarise(plan.before, now, scenarios.size());
   if (_ranks && interruption()) _ranks->abort(kNotSolved);
   if (file) file->flush();
   return complete || !isLeader() ? kSolved : kNotSolved;
@@ -129,20 +133,19 @@ void Session::work(const ScenarioBase& base, const std::vector<std::size_t>& lef
   Crew crew(base, left, _options.jobs, inWorker);
   _progress.begin("solve");
   const double begin = secondsSinceStart();
-  std::string now;
+  const auto now = [&] { return describe(share.counts(), left.size(), secondsSinceStart() - begin); };
   crew.run(share, [&] {
-    if (!isLeader()) return;
-    now = describe(share.counts(), left.size(), secondsSinceStart() - begin);
-    _progress.update(now);
+    if (isLeader()) _progress.update(now());
   });
-  _progress.finish(now);
+  if (isLeader()) _progress.finish(now());
 }
 
 /// Says what has been done; whether that is all, without a failure.
 bool Session::summarise(const Share::Counts& before, const Share::Counts& now, std::size_t count) {
   const std::size_t done = before.done + now.done, failed = before.failed + now.failed;
   _output.write("scenarios  " + std::to_string(done) + " of " + std::to_string(count) + " have results, " +
-                std::to_string(failed) + " failed; " + std::to_string(before.done) + " of them by an earlier run\n");
+                std::to_string(failed) + " failed" +
+                (before.done > 0 ? "; " + std::to_string(before.done) + " of them by an earlier run\n" : "\n"));
   if (done < count) _output.write("status     not solved: interrupted; the same command continues\n");
   return done == count && failed == 0;
 }

@@ -106,7 +106,9 @@ def descendants(process):
 
 
 def kill(process):
-    """One of the processes at random, or all of them."""
+    """Interrupts the run, or kills one of its processes at random, or all of them."""
+    if chance.random() < 0.2:
+        return os.kill(process, signal.SIGINT)
     family = descendants(process)
     victims = [chance.choice(family)] if family and chance.random() < 0.7 else [process] + family
     for victim in victims:

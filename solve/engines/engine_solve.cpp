@@ -64,13 +64,16 @@ Answer EngineI::solve(const Controls& controls) {
     answerWithoutColumns(answer);
   } else {
     prepare(controls);
-    if (controls.inPlace) {
-      clearSolution();
-      run(controls, answer);
-    } else {
-      solveInChild(controls, answer);
-    }
-    completeSolution(answer);
+    do {
+      answer = Answer();
+      if (controls.inPlace) {
+        clearSolution();
+        run(controls, answer);
+      } else {
+        solveInChild(controls, answer);
+      }
+      completeSolution(answer);
+    } while (answer.status == Status::Violated && makeCareful());
   }
   constexpr double kNoBound = 1e50;  // solvers have numbers of their own for it
   const bool isKnown = std::abs(answer.bound) < kNoBound && answer.status != Status::Infeasible &&

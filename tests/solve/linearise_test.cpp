@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <map>
+#include <numeric>
 #include <optional>
 #include <random>
 #include <set>
@@ -209,7 +210,10 @@ TEST(Linearise, OptimaOfRandomModelsAreThoseOfEnumerationBeforeAndAfterModificat
   std::set<std::string> taken;
   int models = 0;
   const char* last = std::getenv("TAV_SEEDS");
-  for (unsigned seed = 1; seed <= (last ? std::stoul(last) : 400); ++seed) {
+  std::vector<unsigned> seeds(last ? std::stoul(last) : 400);
+  std::iota(seeds.begin(), seeds.end(), 1U);
+  seeds.push_back(2109);  // CBC's first answer violates a row
+  for (const unsigned seed : seeds) {
     RandomModel random(seed);
     try {
       LinearisedEngineI engine(random.model);

@@ -85,7 +85,7 @@ def cbc(program, model, limit):
 def glpsol(program, model, limit):
     kind = "--freemps" if model.endswith(".mps") else "--lp"
     run = Run([program, kind, model, "--tmlim", str(int(limit)), "-o", "/dev/stdout"], limit)
-    if "OPTIMAL" in run.text:
+    if re.search(r"^Status: +(INTEGER )?OPTIMAL$", run.text, re.M):
         return Answer(run, "optimal", number(r"^Objective: .*= +(\S+)", run.text))
     for word in ("INFEASIBLE", "UNBOUNDED", "UNDEFINED"):
         if word in run.text.upper():

@@ -271,8 +271,7 @@ TEST(MpsFiles, AreRefusedWhereTheyAreInDoubt) {
 }
 
 TEST(ModelFiles, FilesOfTheSharedFolderAreAcceptedOrRefusedAsTheyShould) {
-  const char* variable = std::getenv("TAV_SHARED_DATA");
-  const std::filesystem::path folder = variable ? variable : TAV_SOURCE_DIR "/../shared/data";
+  const std::filesystem::path folder = sharedData();
   if (!std::filesystem::exists(folder / "models")) GTEST_SKIP() << "no folder " << folder << " (or TAV_SHARED_DATA)";
   const std::string refused =
       " 1448.lp 1449a.lp garbage.lp nan0.mps nan1.mps abort-bound-1e100.mps abort-cost-inf.lp abort-osi1200.lp "

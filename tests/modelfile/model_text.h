@@ -2,6 +2,8 @@
 /// A file model as text, for comparisons, and random models.
 
 #include <cstdint>
+#include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #include "modelfile/tavmodelfile.h"
@@ -21,3 +23,9 @@ struct RandomFileModelParts {
 
 /// A model that depends on the seed alone. All items have names, with every character that is legal in all formats.
 TavFileModel randomFileModel(std::uint64_t seed, const RandomFileModelParts& parts);
+
+/// The folder of public and malformed files, which is beside a checkout of the developers or named by TAV_SHARED_DATA.
+inline std::filesystem::path sharedData() {
+  const char* folder = std::getenv("TAV_SHARED_DATA");
+  return folder ? folder : TAV_SOURCE_DIR "/../shared/data";
+}

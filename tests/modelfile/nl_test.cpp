@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include "evaluator/tavevaluator.h"
+#include "model_text.h"
 #include "modelfile/formats.h"
 #include "nl_binary.h"
 #include "nl_models.h"
@@ -317,9 +318,8 @@ TEST(Nl, LinearCommonExpressionsStayLinear) {
 }
 
 TEST(Nl, PublicFilesReadBuildAndComeBack) {
-  const char* data = std::getenv("TAV_DATA");
-  const std::filesystem::path folder = std::filesystem::path(data ? data : TAV_SOURCE_DIR "/../shared/data") / "nl";
-  if (!std::filesystem::exists(folder)) GTEST_SKIP() << "no folder " << folder;
+  const std::filesystem::path folder = sharedData() / "nl";
+  if (!std::filesystem::exists(folder)) GTEST_SKIP() << "no folder " << folder << " (or TAV_SHARED_DATA)";
   for (const auto& entry : std::filesystem::directory_iterator(folder)) {
     const TavFileModel model = TavReadModel(entry.path().string());
     const Built built(model);

@@ -36,21 +36,38 @@ void TavNameTable::append(std::string_view name) {
 }
 
 std::int32_t TavNameTable::insertNew(std::string_view name, const Key& key) {
-  if (name.empty()) {
-    append(name);
-    return size() - 1;
-  }
-  if (3 * (_used + 1) > 2 * _slots.size()) grow(_used + 1);
+  const std::int32_t item = size();
+  if (!name.empty()) makeRoom(item, key);
   append(name);
-  _slots[slotOf(name, key)] = {key.word, key.size, size()};
+  if (!name.empty()) enter(item, name, key);
+  return item;
+}
+
+void TavNameTable::makeRoom(std::int32_t item, const Key& key) {
+  if (continuesRun(item, key)) return;
+  const std::size_t wanted = _used + 1 + (beginsRun(item) ? static_cast<std::size_t>(_numbered.count()) : 0);
+  if (3 * wanted > 2 * _slots.size()) grow(wanted);
+}
+
+void TavNameTable::enter(std::int32_t item, std::string_view name, const Key& key) noexcept {
+  if (continuesRun(item, key)) return _numbered.extend();
+  if (!beginsRun(item)) return hash(item, name, key);
+  const std::int32_t end = _firstNumbered + _numbered.count();
+  for (std::int32_t i = _firstNumbered; i != end; ++i) hash(i, (*this)[i], keyOf((*this)[i]));
+  _numbered.begin(key);
+  _firstNumbered = item;
+  if (_numbered.count() == 0) hash(item, name, key);
+}
+
+void TavNameTable::hash(std::int32_t item, std::string_view name, const Key& key) noexcept {
+  _slots[slotOf(name, key)] = {key.word, key.size, item + 1};
   ++_used;
-  return size() - 1;
 }
 
 std::int32_t TavNameTable::rehash() {
   _slots.clear();
   _used = 0;
-  grow(_end.size());
+  _numbered = {};
   std::int32_t twice = kNone;
   constexpr std::int32_t kAhead = 16;
   for (std::int32_t i = 0; i < size(); ++i) {
@@ -58,20 +75,14 @@ std::int32_t TavNameTable::rehash() {
     const std::string_view name = (*this)[i];
     if (name.empty()) continue;
     const Key key = keyOf(name);
-    Slot& slot = _slots[slotOf(name, key)];
-    if (slot.item == 0) {
-      slot = {key.word, key.size, i + 1};
-      ++_used;
+    if (find(name, key) == kNone) {
+      makeRoom(i, key);
+      enter(i, name, key);
     } else if (twice == kNone) {
       twice = i;
     }
   }
   return twice;
-}
-
-void TavNameTable::reserve(std::size_t items) {
-  _end.reserve(items);
-  if (3 * items > 2 * _slots.size()) grow(items);
 }
 
 void TavNameTable::grow(std::size_t items) {

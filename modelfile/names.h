@@ -7,22 +7,19 @@
 #include <string_view>
 
 #include "modelfile/file_array.h"
-#include "modelfile/number_text.h"
+#include "modelfile/numbered_names.h"
 
 #pragma GCC visibility push(default)
 
-/// Names of the items 0, 1, …, all characters in one arena, found by one hash table over it. An item may have no name,
-/// which reads as the empty name; several items may share a name that was not hashed.
+/// Names of the items 0, 1, …, all characters in one arena. A run of numbered names is found by their numbers, all
+/// others by one hash table. An item may have no name, which reads as the empty name; several items may share a name
+/// that was only appended.
 class TavNameTable {
  public:
   /// No item of this name.
   static constexpr std::int32_t kNone = -1;
 
-  /// What the table compares first: names of up to eight bytes whole, longer ones hashed.
-  struct Key {
-    std::uint64_t word;  ///< The bytes or their hash.
-    std::uint32_t size;  ///< Bytes of the name.
-  };
+  using Key = TavNameKey;  ///< What is compared first.
 
   /// Number of items that have been given a name, the empty ones included.
   std::int32_t size() const noexcept { return static_cast<std::int32_t>(_end.size()); }
@@ -61,6 +58,8 @@ class TavNameTable {
   }
   /// The item that `insert` or `rehash` entered under this name, or kNone. `key` is the name's.
   std::int32_t find(std::string_view name, const Key& key) const noexcept {
+    const std::int32_t numbered = _numbered.find(key);
+    if (numbered >= 0) return _firstNumbered + numbered;
     return _slots.empty() || name.empty() ? kNone : _slots[slotOf(name, key)].item - 1;
   }
   std::int32_t find(std::string_view name) const noexcept { return find(name, keyOf(name)); }
@@ -76,8 +75,6 @@ class TavNameTable {
   /// Enters all items, so that `find` sees them; of several with one name it sees the first.
   /// Returns the first item whose name an item before it has too, or kNone. Cost: O(characters).
   std::int32_t rehash();
-  /// Room for this many items.
-  void reserve(std::size_t items);
 
  private:
   struct Slot {
@@ -119,6 +116,16 @@ class TavNameTable {
     }
   }
   std::int32_t insertNew(std::string_view name, const Key& key);
+  /// Room for entering this name, which find does not see, as the one of `item`.
+  void makeRoom(std::int32_t item, const Key& key);
+  void enter(std::int32_t item, std::string_view name, const Key& key) noexcept;
+  /// The name goes on with the run, and its item too.
+  bool continuesRun(std::int32_t item, const Key& key) const noexcept {
+    return item == _firstNumbered + _numbered.count() && _numbered.isNext(key);
+  }
+  /// A run that most items are not in gives way to one that begins at `item`.
+  bool beginsRun(std::int32_t item) const noexcept { return _numbered.count() <= item / 2; }
+  void hash(std::int32_t item, std::string_view name, const Key& key) noexcept;
   void grow(std::size_t items);
 
   /// Odd, and another one in each process: no file can be made to collide.
@@ -131,6 +138,9 @@ class TavNameTable {
   TavFileArray<Slot> _slots;
   std::size_t _used = 0;
   int _shift = 63;
+  /// Names of consecutive items, which are not in the slots.
+  TavNumberedNames _numbered;
+  std::int32_t _firstNumbered = 0;
 };
 
 /// The item of this name, or kNone. Where names come in the order of the items it is `next`, which is looked at first

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <numeric>
 #include <span>
 
 namespace {
@@ -68,6 +69,29 @@ std::array<std::int32_t, kGroups> order(TavNlOrder& out, const std::vector<std::
 /// In both, in rows, in objectives, nowhere.
 constexpr std::uint8_t kRankOfUse[] = {3, 1, 2, 0};
 
+/// Moves the linear parts so that they stand in the order of the rows.
+void moveLinearParts(TavFileModel& model, std::vector<TavNlPiece>& pieces) {
+  std::vector<std::size_t> order(pieces.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  std::stable_sort(order.begin(), order.end(), [&](auto a, auto b) { return pieces[a].row < pieces[b].row; });
+  TavFileArray<std::int32_t> variables;
+  TavFileArray<double> values;
+  variables.reserve(model.linearVariable.size());
+  values.reserve(model.linearValue.size());
+  std::vector<TavNlPiece> moved;
+  for (const std::size_t i : order) {
+    const std::size_t end = i + 1 < pieces.size() ? pieces[i + 1].begin : model.linearVariable.size();
+    moved.push_back({pieces[i].row, variables.size()});
+    for (std::size_t k = pieces[i].begin; k < end; ++k) {
+      variables.push_back(model.linearVariable[k]);
+      values.push_back(model.linearValue[k]);
+    }
+  }
+  pieces = std::move(moved);
+  model.linearVariable = std::move(variables);
+  model.linearValue = std::move(values);
+}
+
 }  // namespace
 
 bool TavNlIsNonlinear(const TavFileObjective& objective) noexcept {
@@ -125,4 +149,17 @@ TavNlLayout::TavNlLayout(const TavFileModel& model) : partOf(model.rows.size()),
   integersInObjectives = sizes[5];
   binaries = sizes[7];
   integers = sizes[8];
+}
+
+std::int32_t TavNlSortRows(TavFileModel& model, std::vector<TavNlPiece> pieces) {
+  const auto byRow = [](const TavNlPiece& a, const TavNlPiece& b) { return a.row < b.row; };
+  if (!std::is_sorted(pieces.begin(), pieces.end(), byRow)) moveLinearParts(model, pieces);
+  model.linearBegin.reserve(model.rows.size() + 1);
+  auto piece = pieces.begin();
+  for (std::int32_t row = 0; row < std::ssize(model.rows); ++row) {
+    if (piece != pieces.end() && piece->row == row) ++piece;
+    if (piece != pieces.end() && piece->row == row) return row;
+    model.linearBegin.push_back(piece != pieces.end() ? piece->begin : model.linearVariable.size());
+  }
+  return -1;
 }

@@ -42,3 +42,13 @@ struct TavNlLayout {
 
 /// Whether the objective has a nonlinear part.
 bool TavNlIsNonlinear(const TavFileObjective& objective) noexcept;
+
+/// The linear part of a row in the arrays of a model that is being read: it begins here and ends where the next one
+/// begins.
+struct TavNlPiece {
+  std::int32_t row;
+  std::size_t begin;
+};
+
+/// Makes the pieces, which came in any order, the linear parts of the model's rows. Returns a row that has two, or -1.
+std::int32_t TavNlSortRows(TavFileModel& model, std::vector<TavNlPiece> pieces);

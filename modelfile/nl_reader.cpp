@@ -7,6 +7,7 @@
 #include "modelfile/formats.h"
 #include "modelfile/nl_expressions.h"
 #include "modelfile/nl_names.h"
+#include "modelfile/nl_order.h"
 
 namespace {
 
@@ -318,7 +319,8 @@ class NlReader : private TavNlExpressions<Tokens> {
     }
     if (std::ssize(_model.logical) != _header.logical) _tokens.fail("the file ends here, expected logical constraints");
     sortRowParts();
-    sortRows();
+    const std::int32_t twice = TavNlSortRows(_model, std::move(_pieces));
+    if (twice >= 0) _tokens.fail("constraint " + text(twice) + " has two linear parts");
     for (auto& [i, objective] : _objectives) {
       if (i != std::ssize(_model.objectives))
         _tokens.fail("objective " + text(std::ssize(_model.objectives)) + " is missing");
@@ -346,59 +348,15 @@ class NlReader : private TavNlExpressions<Tokens> {
     }
   }
 
-  /// Makes the linear parts those of ascending rows.
-  void sortRows() {
-    const auto byRow = [](const Piece& a, const Piece& b) { return a.row < b.row; };
-    if (!std::is_sorted(_pieces.begin(), _pieces.end(), byRow)) moveLinearParts(byRow);
-    _model.linearBegin.reserve(_model.rows.size() + 1);
-    auto piece = _pieces.begin();
-    for (std::int32_t row = 0; row < _header.rows; ++row) {
-      if (piece != _pieces.end() && piece->row == row) ++piece;
-      if (piece != _pieces.end() && piece->row == row)
-        _tokens.fail("constraint " + text(row) + " has two linear parts");
-      _model.linearBegin.push_back(piece != _pieces.end() ? piece->begin : _model.linearVariable.size());
-    }
-  }
-
-  template <class ByRow>
-  void moveLinearParts(ByRow byRow) {
-    std::vector<Piece> pieces = _pieces;
-    for (std::size_t i = 0; i < pieces.size(); ++i) {
-      pieces[i].end = i + 1 < pieces.size() ? pieces[i + 1].begin : _model.linearVariable.size();
-    }
-    std::stable_sort(pieces.begin(), pieces.end(), byRow);
-    TavFileArray<std::int32_t> variables;
-    TavFileArray<double> values;
-    variables.reserve(_model.linearVariable.size());
-    values.reserve(_model.linearValue.size());
-    _pieces.clear();
-    for (const Piece& piece : pieces) {
-      _pieces.push_back({piece.row, variables.size()});
-      for (std::size_t k = piece.begin; k < piece.end; ++k) {
-        variables.push_back(_model.linearVariable[k]);
-        values.push_back(_model.linearValue[k]);
-      }
-    }
-    _model.linearVariable = std::move(variables);
-    _model.linearValue = std::move(values);
-  }
-
   static void spread(const std::vector<TavFileTerm>& values, std::int32_t size, std::vector<double>& out) {
     if (values.empty()) return;
     out.assign(static_cast<std::size_t>(size), std::numeric_limits<double>::quiet_NaN());
     for (const TavFileTerm& value : values) out[static_cast<std::size_t>(value.variable)] = value.value;
   }
 
-  /// The linear part of a row begins here; it ends where the next one begins, or, when they are moved, at `end`.
-  struct Piece {
-    std::int32_t row;
-    std::size_t begin;
-    std::size_t end = 0;
-  };
-
   double _infinity;
   std::map<std::int32_t, TavFileObjective> _objectives;
-  std::vector<Piece> _pieces;
+  std::vector<TavNlPiece> _pieces;
   bool _partsInOrder = true;
   std::vector<TavFileTerm> _start, _dualStart;
 };

@@ -5,17 +5,17 @@
 #include "modelfile/formats.h"
 #include "modelfile/nl_order.h"
 #include "modelfile/operations.h"
+#include "modelfile/writer_check.h"
 
 namespace {
 
 /// Writes one model.
 class NlWriter {
  public:
-  NlWriter(const TavFileModel& model, const std::string& file, TavTextSink& out)
-      : _model(model), _file(file), _out(out), _layout(model), _seen(model.variables.size(), kNever) {}
+  NlWriter(const TavFileModel& model, TavTextSink& out)
+      : _model(model), _out(out), _layout(model), _seen(model.variables.size(), kNever) {}
 
   void write() {
-    refuse();
     findRowVariables();
     header();
     suffixes();
@@ -39,34 +39,6 @@ class NlWriter {
   static std::string number(std::size_t n) { return std::to_string(n); }
   std::size_t place(std::int32_t variable) const {
     return static_cast<std::size_t>(_layout.variables.placeOf[static_cast<std::size_t>(variable)]);
-  }
-  [[noreturn]] void fail(const std::string& what) const { throw TavFileError(_file, {}, what); }
-  std::string variableLabel(std::size_t j) const {
-    const std::string_view name = _model.variableNames[static_cast<std::int32_t>(j)];
-    return "variable " + (name.empty() ? "number " + number(j + 1) : std::string(name));
-  }
-
-  void refuse() const {
-    for (std::size_t j = 0; j < _model.variables.size(); ++j) {
-      const TavFileKind kind = _model.variables[j].kind;
-      if (kind == TavFileKind::SemiContinuous || kind == TavFileKind::SemiInteger) {
-        fail(variableLabel(j) + " is semi-continuous, which .nl files cannot say");
-      }
-    }
-    for (const TavFileSuffix& suffix : _model.suffixes) {
-      const auto ends = [](unsigned char c) { return c <= ' ' || c == '#'; };
-      if (suffix.name.empty() || std::any_of(suffix.name.begin(), suffix.name.end(), ends)) {
-        fail("the suffix \"" + suffix.name + "\" has a name that text .nl files cannot say");
-      }
-    }
-    std::vector<bool> inSet(_model.variables.size());
-    for (const TavFileSet& set : _model.sets) {
-      for (const TavFileTerm& member : set.members) {
-        const auto j = static_cast<std::size_t>(member.variable);
-        if (inSet[j]) fail(variableLabel(j) + " is in two special ordered sets, which .nl files cannot say");
-        inSet[j] = true;
-      }
-    }
   }
 
   /// The variables of each row and objective, by their places in the file and in ascending order, with their linear
@@ -412,7 +384,6 @@ class NlWriter {
   }
 
   const TavFileModel& _model;
-  const std::string& _file;
   TavTextSink& _out;
   TavNlLayout _layout;
   /// By variable and common expression: the row that it was seen in last.
@@ -429,5 +400,6 @@ class NlWriter {
 }  // namespace
 
 void TavWriteNl(const TavFileModel& model, const std::string& file, TavTextSink& out) {
-  NlWriter(model, file, out).write();
+  TavCheckForNl(model, file);
+  NlWriter(model, out).write();
 }

@@ -34,6 +34,20 @@ TavScannedNumber TavScanHardNumber(const char* begin, const char* end, std::int6
 /// bits of the word.
 constexpr bool kTavWordsBeginLow = std::endian::native == std::endian::little;
 
+/// The highest bits of those bytes of the word that are above 9: '0' has been taken off digits.
+constexpr std::uint64_t TavNoDigitsIn(std::uint64_t word) noexcept {
+  return ((word + 0x7676767676767676) | word) & 0x8080808080808080;
+}
+
+/// The number whose digits, 1 to 8 of them, are the lowest bytes of the word, the first one lowest.
+constexpr std::uint64_t TavNumberOfDigits(std::uint64_t word, int count) noexcept {
+  word <<= 64 - 8 * count;  // zeros in front
+  // Neighbours are added up: digits, then pairs, then fours.
+  word = (word * 10 + (word >> 8)) & 0x00ff00ff00ff00ff;
+  word = (word * 100 + (word >> 16)) & 0x0000ffff0000ffff;
+  return (word * 10000 + (word >> 32)) & 0x00000000ffffffff;
+}
+
 /// Appends the decimal digits that begin at `at` to `value`, which wraps where there are too many, and returns their
 /// end. Eight bytes behind the digits may be read.
 inline const char* TavScanDigits(const char* at, std::uint64_t& value) noexcept {
@@ -46,15 +60,9 @@ inline const char* TavScanDigits(const char* at, std::uint64_t& value) noexcept 
     std::uint64_t word;
     std::memcpy(&word, at, sizeof word);
     word ^= 0x3030303030303030;  // digits become 0 to 9
-    const std::uint64_t others = ((word + 0x7676767676767676) | word) & 0x8080808080808080;
-    const int count = std::countr_zero(others) / 8;
+    const int count = std::countr_zero(TavNoDigitsIn(word)) / 8;
     if (count == 0) return at;
-    word <<= 64 - 8 * count;  // zeros in front
-    // Neighbours are added up: digits, then pairs, then fours.
-    word = (word * 10 + (word >> 8)) & 0x00ff00ff00ff00ff;
-    word = (word * 100 + (word >> 16)) & 0x0000ffff0000ffff;
-    word = (word * 10000 + (word >> 32)) & 0x00000000ffffffff;
-    value = value * kTens[count] + word;
+    value = value * kTens[count] + TavNumberOfDigits(word, count);
     at += count;
     if (count != 8) return at;
   }

@@ -1,5 +1,6 @@
 #include "modelfile/writer_check.h"
 
+#include <algorithm>
 #include <cmath>
 #include <unordered_set>
 
@@ -108,6 +109,34 @@ std::string TavNamed(const char* kind, std::string_view name) {
   return std::string("the ") + kind + " \"" + std::string(name) + '"';
 }
 
+void TavCheckForNl(const TavFileModel& model, const std::string& file) {
+  const auto fail = [&](const std::string& what) { throw TavFileError(file, {}, what); };
+  const auto label = [&](std::size_t j) {
+    const std::string_view name = model.variableNames[static_cast<std::int32_t>(j)];
+    return "variable " + (name.empty() ? "number " + std::to_string(j + 1) : std::string(name));
+  };
+  for (std::size_t j = 0; j < model.variables.size(); ++j) {
+    const TavFileKind kind = model.variables[j].kind;
+    if (kind == TavFileKind::SemiContinuous || kind == TavFileKind::SemiInteger) {
+      fail(label(j) + " is semi-continuous, which .nl files cannot say");
+    }
+  }
+  for (const TavFileSuffix& suffix : model.suffixes) {
+    const auto ends = [](unsigned char c) { return c <= ' ' || c == '#'; };
+    if (suffix.name.empty() || std::any_of(suffix.name.begin(), suffix.name.end(), ends)) {
+      fail("the suffix \"" + suffix.name + "\" has a name that text .nl files cannot say");
+    }
+  }
+  std::vector<bool> inSet(model.variables.size());
+  for (const TavFileSet& set : model.sets) {
+    for (const TavFileTerm& member : set.members) {
+      const auto j = static_cast<std::size_t>(member.variable);
+      if (inSet[j]) fail(label(j) + " is in two special ordered sets, which .nl files cannot say");
+      inSet[j] = true;
+    }
+  }
+}
+
 TavWriterNames::TavWriterNames(const TavNameTable& names, std::size_t count, const char* prefix, const char* what,
                                const std::string& file)
     : _all(names) {
@@ -120,7 +149,6 @@ TavWriterNames::TavWriterNames(const TavNameTable& names, std::size_t count, con
   }
   if (complete) return;
   TavNameTable all;
-  all.reserve(count);
   for (std::int32_t i = 0; i < size; ++i) {
     all.append(names[i].empty() ? freeName(prefix + std::to_string(i + 1)) : std::string(names[i]));
   }

@@ -1,5 +1,5 @@
 #pragma once
-/// Class header of the writers of MPS and LP: names for what has none, and what neither format can say.
+/// Class header of the writers: names for what has none, and what the formats cannot say.
 
 #include <cstdint>
 #include <string>
@@ -27,6 +27,10 @@ class TavWriterNames {
 /// expressions, finite coefficients, bounds that are below 1e20 or infinite.
 void TavCheckForText(const TavFileModel& model, const TavWriterNames& variables, const TavWriterNames& rows,
                      const std::string& file);
+
+/// Fails unless the model is one that .nl files can say: no semi-continuous variables, no variable in two special
+/// ordered sets, suffixes with names of one word.
+void TavCheckForNl(const TavFileModel& model, const std::string& file);
 
 /// `kind "name"`, for messages.
 std::string TavNamed(const char* kind, std::string_view name);

@@ -131,6 +131,7 @@ void ShapeCompiler::differentiate(int derivatives, ShapePlan& plan) {
     for (const Derivative& d : from) rootsOf(section).push_back(d.node);
   };
   if (derivatives < 1) return;
+  _graph.startJoiningFactors();
   const std::uint32_t count = _graph.size();
   for (std::uint32_t k = 0; k < _outputs.size(); ++k) {
     if (!(_uses[k] & kDerivatives)) continue;

@@ -27,6 +27,7 @@ bool same(const Graph::Node& x, const Graph::Node& y) noexcept {
 void Graph::clear() noexcept {
   _nodes.clear();
   ++_generation;
+  _joinsFactors = false;
 }
 
 void Graph::grow() {
@@ -42,7 +43,10 @@ void Graph::grow() {
 
 std::uint32_t Graph::make(Op op, std::uint32_t a, std::uint32_t b, std::uint32_t c, double value) {
   if (2 * (_nodes.size() + 1) > _slots.size()) grow();
-  const Node node{op, a, b, c, value};
+  const std::uint32_t of[] = {a, b, c};
+  bool isFixed = op == Op::Constant || op == Op::Parameter || (operandCount(op) > 0 && !readsTable(op));
+  for (int i = 0; i < operandCount(op); ++i) isFixed = isFixed && _nodes[of[i]].isFixed;
+  const Node node{op, isFixed, a, b, c, value};
   const std::size_t mask = _slots.size() - 1;
   std::size_t at = hashOf(node) & mask;
   for (; _slots[at].generation == _generation; at = (at + 1) & mask) {
@@ -90,7 +94,19 @@ std::uint32_t Graph::mul(std::uint32_t a, std::uint32_t b) {
   if (_nodes[a].op == Op::Constant && _nodes[a].value < 0) return neg(mul(constant(-_nodes[a].value), b));
   if (_nodes[b].op == Op::Constant && _nodes[b].value < 0) return neg(mul(a, constant(-_nodes[b].value)));
   if (a == b) return make(Op::Square, a, kNone, kNone, 0.0);
+  if (const std::uint32_t joined = joinFactors(a, b); joined != kNone) return joined;
   return make(Op::Mul, std::min(a, b), std::max(a, b), kNone, 0.0);
+}
+
+/// f (g x) as (f g) x, for fixed f and g. One of them is part of the structure: a product of data could overflow.
+std::uint32_t Graph::joinFactors(std::uint32_t a, std::uint32_t b) {
+  if (_nodes[b].isFixed) std::swap(a, b);
+  const Node product = _nodes[b];
+  if (!_joinsFactors || !_nodes[a].isFixed || product.op != Op::Mul) return kNone;
+  const bool isFirst = _nodes[product.a].isFixed;
+  const std::uint32_t factor = isFirst ? product.a : product.b, rest = isFirst ? product.b : product.a;
+  if (!_nodes[factor].isFixed || (_nodes[a].op != Op::Constant && _nodes[factor].op != Op::Constant)) return kNone;
+  return mul(mul(a, factor), rest);
 }
 
 std::uint32_t Graph::div(std::uint32_t a, std::uint32_t b) {

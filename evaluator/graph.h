@@ -14,12 +14,15 @@ class Graph {
  public:
   struct Node {
     Op op;
+    bool isFixed;           ///< It depends on constants and parameters alone.
     std::uint32_t a, b, c;  ///< Operands, or the number of a leaf in a; kNone for none.
     double value;           ///< Of a constant.
   };
 
   /// Drops all nodes; memory stays for the next graph.
   void clear() noexcept;
+  /// From now on fixed factors of products are joined. Derivatives want this; values are rounded as `eval` does.
+  void startJoiningFactors() noexcept { _joinsFactors = true; }
   std::uint32_t size() const noexcept { return static_cast<std::uint32_t>(_nodes.size()); }
   const Node& operator[](std::uint32_t node) const noexcept { return _nodes[node]; }
   /// Whether the node is this constant.
@@ -41,6 +44,7 @@ class Graph {
  private:
   std::uint32_t make(Op op, std::uint32_t a, std::uint32_t b, std::uint32_t c, double value);
   void grow();
+  std::uint32_t joinFactors(std::uint32_t a, std::uint32_t b);
   /// The argument of an odd or even function without its sign; `negated` tells whether it had one.
   std::uint32_t withoutSign(std::uint32_t a, bool& negated);
   std::uint32_t power(std::uint32_t base, std::uint32_t exponent);
@@ -52,6 +56,7 @@ class Graph {
   std::vector<Node> _nodes;
   std::vector<Slot> _slots;  // open addressing; slots of older generations are free
   std::uint32_t _generation = 1;
+  bool _joinsFactors = false;
 };
 
 }  // namespace taveval

@@ -63,16 +63,8 @@ void ParameterRecipe::compute(const double* own, double* result, std::vector<dou
 
 void Lowering::markNeeded(const Graph& graph, const Roots& roots) {
   const std::uint32_t count = graph.size();
-  _fixed.assign(count, 0);
   _needed.assign(count, 0);
   _uses.assign(count, 0);
-  for (std::uint32_t k = 0; k < count; ++k) {
-    const Graph::Node& node = graph[k];
-    const int operands = operandCount(node.op);
-    _fixed[k] = static_cast<char>(node.op == Op::Constant || node.op == Op::Parameter ||
-                                  (operands > 0 && !readsTable(node.op) && _fixed[node.a] &&
-                                   (operands < 2 || _fixed[node.b]) && (operands < 3 || _fixed[node.c])));
-  }
   for (const auto& section : roots) {
     for (const std::uint32_t root : section) {
       _needed[root] = 1;
@@ -80,7 +72,7 @@ void Lowering::markNeeded(const Graph& graph, const Roots& roots) {
     }
   }
   for (std::uint32_t k = count; k-- > 0;) {
-    if (!_needed[k] || _fixed[k]) continue;
+    if (!_needed[k] || graph[k].isFixed) continue;
     const int operands = operandCount(graph[k].op);
     const std::uint32_t of[] = {graph[k].a, graph[k].b, graph[k].c};
     for (int i = 0; i < operands; ++i) {
@@ -92,7 +84,7 @@ void Lowering::markNeeded(const Graph& graph, const Roots& roots) {
 
 bool Lowering::fuse(const Graph& graph, Draft& draft) {
   const auto fusible = [&](std::uint32_t k) {
-    return (graph[k].op == Op::Mul || graph[k].op == Op::Square) && _uses[k] == 1 && !_fixed[k];
+    return (graph[k].op == Op::Mul || graph[k].op == Op::Square) && _uses[k] == 1 && !graph[k].isFixed;
   };
   const auto product = [&](std::uint32_t k, Op op, std::uint32_t summand) {
     const Graph::Node& node = graph[k];
@@ -115,7 +107,7 @@ void Lowering::pairSines(const Graph& graph) {
   _sine.assign(graph.size(), kNone);
   _cosine.assign(graph.size(), kNone);
   for (std::uint32_t k = 0; k < graph.size(); ++k) {
-    if (!_needed[k] || _fixed[k]) continue;
+    if (!_needed[k] || graph[k].isFixed) continue;
     if (graph[k].op == Op::Sin) _sine[graph[k].a] = k;
     if (graph[k].op == Op::Cos) _cosine[graph[k].a] = k;
   }
@@ -129,7 +121,7 @@ void Lowering::draftInstructions(const Graph& graph) {
   for (std::uint32_t k = graph.size(); k-- > 0;) {
     const Graph::Node& node = graph[k];
     const int operands = operandCount(node.op);
-    if (!_needed[k] || _fixed[k] || _done[k] || operands == 0) continue;
+    if (!_needed[k] || graph[k].isFixed || _done[k] || operands == 0) continue;
     Draft draft{
         node.op, k, kNone, operands > 0 ? node.a : kNone, operands > 1 ? node.b : kNone, operands > 2 ? node.c : kNone};
     fuse(graph, draft);
@@ -168,7 +160,7 @@ std::uint32_t Lowering::takeRegister(std::uint32_t node, Program& program) {
 
 Operand Lowering::operandOf(const Graph& graph, std::uint32_t node, DerivedParameters& derived) const {
   if (node == kNone) return 0;
-  if (_fixed[node]) return operandAt(Place::Parameter, derived.of(graph, node));
+  if (graph[node].isFixed) return operandAt(Place::Parameter, derived.of(graph, node));
   return operandAt(Place::Register, _register[node]);
 }
 

@@ -49,7 +49,7 @@ class Lowering {
   std::uint32_t takeRegister(std::uint32_t node, Program& program);
   Operand operandOf(const Graph& graph, std::uint32_t node, DerivedParameters& derived) const;
 
-  std::vector<char> _fixed, _needed, _done;
+  std::vector<char> _needed, _done;
   std::vector<std::uint32_t> _uses, _lastUse, _register, _spare, _sine, _cosine;
   std::vector<Draft> _drafts;
 };

@@ -27,14 +27,11 @@ void Patch::commitParameters() noexcept {
       continue;
     }
     Shape& shape = _code.shapes[update.ref.shape];
-    // Lanes behind the last element repeat it.
-    const std::size_t lane = e % shape.lanes, end = e + 1 == shape.count ? shape.lanes : lane + 1;
     double* block = shape.parameters.data() + e / shape.lanes * shape.parameterCount * shape.lanes;
     for (std::size_t p = 0; p < update.values.size(); ++p) {
       const Operand place = shape.parameterPlace[p];
       if (placeOf(place) == Place::Parameter) {
-        std::fill(block + numberOf(place) * shape.lanes + lane, block + numberOf(place) * shape.lanes + end,
-                  update.values[p]);
+        block[numberOf(place) * shape.lanes + e % shape.lanes] = update.values[p];
       } else if (placeOf(place) == Place::Uniform && shape.count == 1) {
         std::fill_n(shape.uniforms.data() + std::size_t{numberOf(place)} * shape.lanes, shape.lanes, update.values[p]);
       }

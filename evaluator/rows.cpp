@@ -91,12 +91,12 @@ const ClassRow& Reader::rowFor(const TavNumExprI* node) {
   return *classRowOf(node->isType(TavNumVarI::GetTypeInfo()) ? TavNumVarI::GetTypeInfo() : TavNumExprI::GetTypeInfo());
 }
 
-/// Notes that the row depends on what an earlier row has read.
-void Reader::share(std::uint32_t record) {
-  if (record >= _firstRecords.back().record || _rows.records[record].op == Op::Variable) return;
-  const auto owner = std::partition_point(_firstRecords.begin(), _firstRecords.end(),
-                                          [record](const FirstRecord& first) { return first.record <= record; });
-  _watch.byRow.add((owner - 1)->row, _number);
+/// Notes that the row depends on what an earlier row has read. A sum of one variable has the variable's record.
+void Reader::share(const TavNumExprI* node) {
+  const Known known = _known.get(idOf(node));
+  if (known.row == _number) return;
+  const Record& record = _rows.records[known.record];
+  if (record.op != Op::Variable || _columns.variable(record.a) != node) _watch.byRow.add(known.row, _number);
 }
 
 std::uint32_t Reader::read(const TavNumExprI* root) {
@@ -104,7 +104,7 @@ std::uint32_t Reader::read(const TavNumExprI* root) {
   while (!_frames.empty()) {
     const Frame frame = _frames.back();
     if (isRead(frame.node)) {
-      share(of(frame.node));
+      share(frame.node);
       _frames.pop_back();
     } else if (frame.row) {
       _frames.pop_back();
@@ -192,7 +192,6 @@ void Reader::splitScaled(const Pending& pending, const ClassRow& row) {
 
 void Reader::readRow(TavNumExprI* root, std::uint32_t number) {
   _number = number;
-  _firstRecords.push_back({_rows.records.size(), number});
   Row& fresh = _rows.rows.emplace_back();
   fresh.firstTerm = _rows.terms.size();
   fresh.firstSummand = _rows.summands.size();

@@ -119,6 +119,12 @@ class Columns {
   bool _isOpen = false;
 };
 
+/// The record of a node that has been read, and the row that read it.
+struct Known {
+  std::uint32_t record = kNone;
+  std::uint32_t row = 0;
+};
+
 /// Reads expressions into rows, without recursion.
 class Reader {
  public:
@@ -134,7 +140,7 @@ class Reader {
     if (operand) _asked.push_back(operand);
   }
   /// The record of an operand that has been read; null throws when it is evaluated.
-  std::uint32_t of(const TavNumExprI* operand) { return operand ? _recordOf.get(idOf(operand)) : throwing(); }
+  std::uint32_t of(const TavNumExprI* operand) { return operand ? _known.get(idOf(operand)).record : throwing(); }
   /// The record of what throws when it is evaluated.
   std::uint32_t throwing() { return put(Op::Constant, 0, 0, kNone, Record::kByObjects); }
   std::uint32_t put(Op op, std::uint32_t a, std::uint32_t b = kNone, std::uint32_t c = kNone, std::uint8_t flags = 0);
@@ -164,27 +170,22 @@ class Reader {
   std::uint32_t putNumber(Op op, double value);
   std::uint32_t read(const TavNumExprI* node);
   const ClassRow& rowFor(const TavNumExprI* node);
-  bool isRead(const TavNumExprI* node) const { return _recordOf.get(idOf(node)) != kNone; }
-  void setRecord(const TavNumExprI* node, std::uint32_t record) { _recordOf[idOf(node)] = record; }
+  bool isRead(const TavNumExprI* node) const { return _known.get(idOf(node)).record != kNone; }
+  void setRecord(const TavNumExprI* node, std::uint32_t record) { _known[idOf(node)] = {record, _number}; }
   template <class Linear>
   void splitSum(const Linear* sum, const Pending& pending);
   void splitScaled(const Pending& pending, const ClassRow& row);
   void addTerm(TavNumVarI* variable, double coefficient);
   void addSummand(const Pending& pending);
   bool metBefore(const TavNumExprI* node);
-  void share(std::uint32_t record);
+  void share(const TavNumExprI* node);
   const char* nameWithoutDerivative(std::uint32_t record) const;
 
   Rows& _rows;
   Columns& _columns;
   Watch& _watch;
-  std::uint32_t _number = 0;  // of the row that is read
-  struct FirstRecord {
-    std::size_t record;
-    std::uint32_t row;
-  };
-  std::vector<FirstRecord> _firstRecords;                    // of the rows read
-  Pages<std::uint32_t, kNone> _recordOf;                     // by identifier
+  std::uint32_t _number = 0;                                 // of the row that is read
+  Pages<Known, Known{}> _known;                              // by identifier
   Pages<std::uint32_t, kNone> _metInRow;                     // by identifier: the row that met a sum last
   Pages<std::size_t, static_cast<std::size_t>(-1)> _termOf;  // by column: the row's term, if it is of this row
   std::vector<Frame> _frames;

@@ -61,16 +61,18 @@ double valueOf(const Code& code, const Code::LooseRow& row, double sum, const do
   return row.constant + sum;
 }
 
-void startMatrix(const Structure& structure, double* values) noexcept {
-  std::copy(structure.start.begin(), structure.start.end(), values + structure.firstAdded);
-}
-
 }  // namespace
 
 void Scratch::start(const Code& code, const Results& results) {
-  if (results.gradient) std::copy(code.gradientStart.begin(), code.gradientStart.end(), results.gradient);
-  if (results.jacobian) startMatrix(code.jacobian, results.jacobian);
-  if (results.hessian) startMatrix(code.hessian, results.hessian);
+  const auto copy = [](const std::vector<double>& from, double* to) { std::copy(from.begin(), from.end(), to); };
+  const Code::RowFacts& objective = code.rows.back();
+  if (results.gradient && objective.firstTerm != objective.termEnd) {
+    copy(code.gradientStart, results.gradient);
+  } else if (results.gradient) {
+    std::fill_n(results.gradient, code.gradientStart.size(), 0.0);
+  }
+  if (results.jacobian) copy(code.jacobian.start, results.jacobian + code.jacobian.firstAdded);
+  if (results.hessian) std::fill_n(results.hessian + code.hessian.firstAdded, code.hessian.start.size(), 0.0);
 }
 
 void Scratch::evaluateByObjects(const Code& code, const double* x, const Results& results) {

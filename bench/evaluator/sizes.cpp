@@ -1,20 +1,17 @@
-// Times of building, compiling, changing and evaluating large and unusual models, at sizes that grow by factors
-// of ten.
-// Usage: tav_bench_evaluator_sizes [LARGEST], the largest number of items; a million by default.
+// Processor times of building, compiling, changing and evaluating large and unusual models, at sizes that grow by
+// factors of ten. Usage: tav_bench_evaluator_sizes [LARGEST], the largest number of items; a million by default.
 
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <random>
 #include <string>
 
+#include "bench/race.h"
 #include "evaluator/tavevaluator.h"
 #include "expression/nodes.h"
 
 namespace {
-
-double now() { return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(); }
 
 struct Model {
   TavEnv env;
@@ -60,19 +57,19 @@ class RandomExpression {
 
 void measure(const std::string& name, long size, const std::function<void(Model&)>& build) {
   Model model;
-  const double start = now();
+  const double start = computedSeconds();
   build(model);
-  const double built = now();
+  const double built = computedSeconds();
   TavEvaluator evaluator(model.env, model.objective, model.rows, model.x, {});
   TavEvaluation at(evaluator);
-  const double compiled = now();
+  const double compiled = computedSeconds();
   std::vector<double> point(evaluator.getColumnCount(), 0.7), lambda(evaluator.getRowCount(), 1.0), g(lambda),
       gradient(point), jacobian(evaluator.getJacobianStructure().size()),
       hessian(evaluator.getHessianStructure().size());
   at.all(point, 1.0, lambda, gradient, g, jacobian, hessian);
-  const double first = now();
+  const double first = computedSeconds();
   at.all(point, 1.0, lambda, gradient, g, jacobian, hessian);
-  const double evaluated = now();
+  const double evaluated = computedSeconds();
   const double perItem = 1e9 / static_cast<double>(size);
   std::printf("| %s | %ld | %.0f | %.0f | %.0f | %.0f |\n", name.c_str(), size, (built - start) * perItem,
               (compiled - built) * perItem, static_cast<double>(evaluator.getMemoryUse()) / static_cast<double>(size),
@@ -81,19 +78,19 @@ void measure(const std::string& name, long size, const std::function<void(Model&
   if (model.rows.getSize() > 1 && model.rows[0].getImpl()->isType(TavNumLinTermI::GetTypeInfo())) {
     const auto change = [&](const char* what, double coefficient, TavInt variable) {
       static_cast<TavNumLinTermI*>(model.rows[0].getImpl())->setCoef(model.x[variable], coefficient);
-      const double before = now();
+      const double before = computedSeconds();
       evaluator.update();
-      const double updated = now();
+      const double updated = computedSeconds();
       std::printf("|   %s | %ld | | %.1f us in all, a compilation %.0f times | | |\n", what, size,
                   (updated - before) * 1e6, (compiled - built) / (updated - before));
     };
     change("the first change of a coefficient", 3.0, 0);
     change("another one", 4.0, 0);
     change("a new term", 2.0, 9);
-    const double before = now();
+    const double before = computedSeconds();
     evaluator.setConstraint(1, TavExpr(TavSin(model.x[3]) * model.x[4]));
     evaluator.update();
-    const double updated = now();
+    const double updated = computedSeconds();
     std::printf("|   a row replaced | %ld | | %.1f us in all, a compilation %.0f times | | |\n", size,
                 (updated - before) * 1e6, (compiled - built) / (updated - before));
   }

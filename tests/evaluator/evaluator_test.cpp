@@ -233,10 +233,11 @@ class Model {
     for (int i = 0; i + 1 < size; ++i) {
       const double c = 0.1 * i + 0.3;
       objective += c * TavSquare(x[i + 1] - TavSquare(x[i])) + x[i];
-      angles.push_back(TavExpr(x[i] - x[i + 1]));  // one node in two rows
+      angles.push_back(TavExpr(x[i] - 2.0 * x[i + 1]));  // one node in three rows
       rows.add(TavExpr(c * TavSin(angles.back()) * x[i] + TavExponent(c * x[i]) - 2.0 * x[i + 1]));
       rows.add(TavExpr(TavCos(angles.back()) / (2.0 + c * x[i] * x[i]) + TavLog(3.0 + x[i]) + 1.0));
-      rows.add(TavExpr(x[i] * x[i + 1] + c * TavSquare(x[i]) - 3.0 * x[i] + TavSquare(x[(i + 7) % size])));
+      rows.add(TavExpr(x[i] * x[i + 1] + c * TavSquare(x[i]) - 3.0 * x[i] + TavSquare(x[(i + 7) % size]) +
+                       TavSquare(angles.back())));
       rows.add(TavExpr(TavPower(TavAbs(x[i]) + c, 1.5) + TavMax(x[i], x[i + 1]) + TavTan(x[i])));
       rows.add(TavExpr(x[i] - c * x[i + 1]));
     }
@@ -429,8 +430,11 @@ class Modifier {
       case 5:
         return void(_model.objective.getImpl()->setCoef(variable(), coefficient()));
       case 6:
-      case 7:  // within functions
-        return void(_model.angles[number(_model.angles.size())].getImpl()->setCoef(variable(), coefficient()));
+      case 7: {  // within functions; often a coefficient that so far is the same in all rows
+        const std::size_t k = number(_model.angles.size());
+        const TavNumVar own = _model.x[static_cast<TavInt>(k + 1)];
+        return void(_model.angles[k].getImpl()->setCoef(number(2) ? own : variable(), coefficient()));
+      }
       default:
         return void(row()->setCoef(variable(), coefficient()));
     }

@@ -86,8 +86,9 @@ std::vector<double> CbcEngineI::impliedUpperBounds() const {
 void CbcEngineI::prepare(const Controls& controls) {
   checkCbcOptions(controls);
   constexpr double kGreatestCost = 1e25;  // asserted by CLP
+  const double* costs = _solver->getObjCoefficients();
   for (int j = 0; j < _solver->getNumCols(); ++j) {
-    if (std::abs(_solver->getObjCoefficients()[j]) < kGreatestCost) continue;
+    if (std::abs(costs[j]) < kGreatestCost) continue;
     throw InputError("the objective's coefficient of column " + labelOf(j) +
                      " is 1e25 or more, which the engine cbc does not take");
   }
@@ -106,8 +107,11 @@ void CbcEngineI::prepare(const Controls& controls) {
 }
 
 bool CbcEngineI::isLinear() const {
+  const ClpSimplex& simplex = *_solver->getModelPtr();
+  const char* whole = simplex.integerInformation();  // null where no column is
   const auto isSemiContinuous = [](const Column& column) { return column.threshold > 0.0; };
-  return _solver->getNumIntegers() == 0 && model().sets().empty() &&
+  return model().sets().empty() &&
+         (!whole || std::count(whole, whole + columns().size(), 0) == std::ssize(columns())) &&
          std::none_of(columns().begin(), columns().end(), isSemiContinuous);
 }
 

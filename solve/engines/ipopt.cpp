@@ -45,13 +45,6 @@ class Problem final : public FunctionCalls<Ipopt::TNLP, Index, Number> {
   Tick _tick;
 };
 
-Ipopt::SmartPtr<Ipopt::IpoptApplication> application(const Controls& controls) {
-  Ipopt::SmartPtr<Ipopt::IpoptApplication> solver = IpoptApplicationFactory();
-  setCommonOptions(*solver->Options(), controls);
-  setOptions(*solver->Options(), *solver->RegOptions(), controls, "ipopt");
-  return solver;
-}
-
 /// Spares the evaluation of what does not change, and starts near the last solution.
 void describeProblem(Ipopt::OptionsList& options, const TavEvaluator& evaluator, bool isWarm) {
   bool linearRows = true;
@@ -114,9 +107,26 @@ Status statusOf(Ipopt::ApplicationReturnStatus status, bool isConvex, Answer& an
 
 }  // namespace
 
+struct IpoptEngineI::Solver {
+  /// Throws InputError for options that there are not.
+  explicit Solver(const Controls& controls) : application(IpoptApplicationFactory()) {
+    setCommonOptions(*application->Options(), controls);
+    setOptions(*application->Options(), *application->RegOptions(), controls, "ipopt");
+    options = *application->Options();
+  }
+
+  Ipopt::SmartPtr<Ipopt::IpoptApplication> application;
+  /// As they are before a solve adds its own.
+  Ipopt::OptionsList options;
+};
+
+IpoptEngineI::IpoptEngineI(const Model& model) : NonLinearEngineI(model) {}
+
+IpoptEngineI::~IpoptEngineI() = default;
+
 void IpoptEngineI::prepare(const Controls& controls) {
   NonLinearEngineI::prepare(controls);
-  application(controls);  // throws for options that there are not
+  if (!_solver || !controls.inPlace) _solver = std::make_unique<Solver>(controls);
 }
 
 void IpoptEngineI::run(const Controls& controls, Answer& answer) {
@@ -135,7 +145,8 @@ void IpoptEngineI::optimise(const Controls& controls, Functions& functions, bool
   const Ipopt::SmartPtr<Problem> problem =
       new Problem(functions, [this](const SolverProgress& progress) { return tick(progress); });
   const Ipopt::SmartPtr<Ipopt::TNLP> calls = GetRawPtr(problem);
-  Ipopt::SmartPtr<Ipopt::IpoptApplication> solver = application(controls);
+  const Ipopt::SmartPtr<Ipopt::IpoptApplication>& solver = _solver->application;
+  *solver->Options() = _solver->options;
   describeProblem(*solver->Options(), functions.evaluator, isWarm);
   Ipopt::ApplicationReturnStatus status = solver->Initialize();
   if (status == Ipopt::Solve_Succeeded) status = solver->OptimizeTNLP(calls);

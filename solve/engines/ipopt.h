@@ -8,7 +8,8 @@ namespace tavsolve {
 
 class IpoptEngineI final : public NonLinearEngineI {
  public:
-  using NonLinearEngineI::NonLinearEngineI;
+  explicit IpoptEngineI(const Model& model);
+  ~IpoptEngineI() override;
 
   const char* name() const override { return "ipopt"; }
   bool isRepeatable(const Controls&) const override { return true; }
@@ -18,8 +19,13 @@ class IpoptEngineI final : public NonLinearEngineI {
   void run(const Controls& controls, Answer& answer) override;
 
  private:
+  struct Solver;
+
   /// One run of the solver; `isWarm` where the start has the multipliers.
   void optimise(const Controls& controls, Functions& functions, bool isWarm, Answer& answer);
+
+  /// With the options of the user; to make one takes as long as to solve a small model.
+  std::unique_ptr<Solver> _solver;
 };
 
 }  // namespace tavsolve

@@ -194,7 +194,9 @@ const std::vector<OptionSection>& optionTable() {
        editRows()},
       {"Scenarios",
        "The model, after the edits, is the base model. It is solved first; then each scenario is solved from the base "
-       "model's solution. --time is the limit of each solve.",
+       "model's solution. --time is the limit of each solve. The exit code is 0 when all have a result and none has "
+       "failed, "
+       "and else 1. Under mpirun the processes share the scenarios.",
        kScenarios},
       {"Answers", "", kAnswers},
       {"The model itself", "", kModel},

@@ -1,0 +1,188 @@
+"""Measures runs of scenarios; prints the figures and, with --docs, writes the tables and the chart of docs/scenarios.md.
+usage: measure.py SOLVE_FOLDER BENCH_FOLDER ROOT [--docs] [--case FILE.m] [--contingencies PROGRAM]"""
+
+import argparse
+import os
+import random
+import re
+import shutil
+import statistics
+import subprocess
+import tempfile
+import time
+
+MPIRUN = ["mpirun", "--oversubscribe", "--allow-run-as-root"]
+MARKS = ("<!-- scripts/bench --scenarios writes from here -->\n", "<!-- to here -->\n")
+
+
+def run(words):
+    done = subprocess.run([str(word) for word in words], capture_output=True, text=True)
+    if done.returncode > 1:
+        raise SystemExit(f"{words}\n{done.stdout}{done.stderr}")
+    return done.stdout
+
+
+def write_transport(name, plants, markets, scenarios):
+    """A transport problem, every demand 15 % up or down in each scenario."""
+    chance = random.Random(plants)
+    demand = [chance.randint(50, 150) for _ in range(markets)]
+    supply = 1.3 * sum(demand) / plants
+    rows = [f" L  P{i}" for i in range(plants)] + [f" G  M{j}" for j in range(markets)]
+    columns = [f"    X{i}_{j}  COST  {chance.randint(10, 99)}  P{i}  1\n    X{i}_{j}  M{j}  1"
+               for i in range(plants) for j in range(markets)]
+    sides = [f"    RHS  P{i}  {supply:.1f}" for i in range(plants)] + [f"    RHS  M{j}  {demand[j]}" for j in range(markets)]
+    with open(name + ".mps", "w") as file:
+        file.write("\n".join(["NAME T", "ROWS", " N  COST", *rows, "COLUMNS", *columns, "RHS", *sides, "ENDATA", ""]))
+    with open(name + ".txt", "w") as file:
+        for s in range(scenarios):
+            edits = [f"set-row-bounds M{j} {demand[j] * chance.uniform(0.85, 1.15):.1f} inf" for j in range(markets)]
+            file.write(f"s{s} " + "; ".join(edits) + "\n")
+
+
+class Bench:
+    def __init__(self, solve, bench, root):
+        self.solve, self.bench, self.root = solve, bench, root
+
+    def rate(self, model, scenarios, *options, ranks=0, start=None):
+        """Scenarios a second behind the solution of the base model, as tavsolve says."""
+        if os.path.exists("results.csv"):
+            os.remove("results.csv")
+        starter = [*MPIRUN, "-n", ranks] if ranks else []
+        words = [*starter, self.solve + "/tavsolve", model, "--quiet", "--scenarios", scenarios, "--results", "results.csv"]
+        text = run([*words, *(["--start", start] if start else []), *options])
+        return float(re.search(r"^rate +(\S+) a second$", text, re.M)[1])
+
+    def by_hand(self, program, *words):
+        return float(run([f"{self.bench}/tav_bench_{program}", *words, "by_hand.csv"]).split()[1])
+
+    def single(self, model, scenarios, count):
+        """Scenarios a second by a start of the program for each."""
+        with open(scenarios) as file:
+            lines = file.read().splitlines()[:count]
+        begin = time.time()
+        for line in lines:
+            with open("edits.txt", "w") as file:
+                file.write(line.split(" ", 1)[1] + "\n")
+            run([self.solve + "/tavsolve", model, "--quiet", "--edits", "edits.txt"])
+        return len(lines) / (time.time() - begin)
+
+
+def ratios(first, second, rounds):
+    """Medians of both and of their ratio, measured in turns."""
+    pairs = [(first(), second()) for _ in range(rounds)]
+    return [statistics.median(values) for values in (*zip(*pairs), [a / b for a, b in pairs])]
+
+
+def row(*cells):
+    return "| " + " | ".join(cells) + " |\n"
+
+
+def compare(bench, rounds, cases):
+    text = row("model", "scenarios a second", "in comparison", "ratio") + "|---|---:|---|---:|\n"
+    for name, model, scenarios, start in cases:
+        if start is None:
+            hand = lambda: bench.by_hand("clp_by_hand", model, scenarios)
+        else:
+            hand = lambda: bench.by_hand("ipopt_by_hand", model, start, scenarios)
+        own = lambda: bench.rate(model, scenarios, start=start)
+        a, b, ratio = ratios(own, hand, rounds)
+        text += row(name, f"{a:.4g}", f"{'Ipopt' if start else 'CLP'} by hand {b:.4g}", f"{ratio:.2f}")
+        print(text.splitlines()[-1], flush=True)
+        if name.endswith(("three markets", "14 buses")):
+            a, b, ratio = ratios(own, lambda: bench.single(model, scenarios, 20), rounds)
+            text += row(name, f"{a:.4g}", f"one start of tavsolve for each {b:.4g}", f"{ratio:.0f}")
+            print(text.splitlines()[-1], flush=True)
+    return text
+
+
+def scale(bench, rounds, cases):
+    text = row("model", "a scenario", "2 workers / 1", "2 ranks / 1", "two runs at once / 1") + "|---|---:|---:|---:|---:|\n"
+    figures = []
+    for name, model, scenarios in cases:
+        def two_runs():
+            folders = []
+            for k in range(2):
+                folder = tempfile.mkdtemp(dir=".")
+                folders.append(folder)
+            words = [bench.solve + "/tavsolve", os.path.abspath(model), "--quiet", "--scenarios", os.path.abspath(scenarios),
+                     "--results", "results.csv"]
+            running = [subprocess.Popen(words, cwd=folder, stdout=subprocess.PIPE, text=True) for folder in folders]
+            return sum(float(re.search(r"^rate +(\S+)", r.communicate()[0], re.M)[1]) for r in running)
+        rounds_of = []
+        for _ in range(rounds):
+            one = bench.rate(model, scenarios)
+            jobs = bench.rate(model, scenarios, "--jobs", 2)
+            rank = bench.rate(model, scenarios, ranks=1)
+            ranks = bench.rate(model, scenarios, ranks=2)
+            rounds_of.append((one, jobs / one, ranks / rank, two_runs() / one))
+        one, jobs, ranks, both = (statistics.median(column) for column in zip(*rounds_of))
+        text += row(name, f"{1e3 / one:.3g} ms", f"{jobs:.2f}", f"{ranks:.2f}", f"{both:.2f}")
+        figures.append((name, jobs, ranks, both))
+        print(text.splitlines()[-1], flush=True)
+    return text, figures
+
+
+def write_chart(path, figures):
+    import matplotlib
+    matplotlib.use("svg")
+    matplotlib.rcParams.update({"svg.hashsalt": "scenarios", "font.size": 9.5, "axes.edgecolor": "#888888"})
+    from matplotlib import pyplot
+
+    figure, axes = pyplot.subplots(figsize=(7, 3))
+    series = [("2 workers (--jobs 2)", "#0072b2"), ("2 ranks (mpirun -n 2)", "#009e73"),
+              ("two runs at once: what the machine can do", "#bbbbbb")]
+    for k, (label, colour) in enumerate(series):
+        axes.barh([i + 0.27 * (1 - k) for i in range(len(figures))], [f[k + 1] for f in figures], 0.25, color=colour, label=label)
+    axes.set_yticks(range(len(figures)), [f[0] for f in figures])
+    axes.set_xlabel("scenarios a second, one worker being 1")
+    axes.set_xlim(0, 2.1)
+    axes.axvline(2, color="#888888", linewidth=0.6)
+    figure.legend(*axes.get_legend_handles_labels(), loc="lower center", ncols=3, frameon=False, fontsize=8.5)
+    figure.tight_layout(rect=(0, 0.08, 1, 1))
+    figure.savefig(path, facecolor="white", metadata={"Date": None, "Creator": None})
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("solve")
+    parser.add_argument("bench")
+    parser.add_argument("root")
+    parser.add_argument("--docs", action="store_true")
+    parser.add_argument("--rounds", type=int, default=5)
+    parser.add_argument("--case", help="a MATPOWER file, which is measured too")
+    arguments = parser.parse_args()
+    solve, programs, root = map(os.path.abspath, (arguments.solve, arguments.bench, arguments.root))
+    cases = [("14 buses", root + "/examples/power_flow/case14_ieee.txt")]
+    if arguments.case:
+        cases.append(("118 buses", os.path.abspath(arguments.case)))
+    bench = Bench(solve, programs, root)
+    with tempfile.TemporaryDirectory() as work:
+        os.chdir(work)
+        write_transport("small", 2, 3, 10000)
+        write_transport("middle", 20, 30, 4000)
+        write_transport("large", 100, 150, 400)
+        races = [("transport, two plants, three markets", "small.mps", "small.txt", None),
+                 ("transport, 20 plants, 30 markets", "middle.mps", "middle.txt", None),
+                 ("transport, 100 plants, 150 markets", "large.mps", "large.txt", None)]
+        for name, case in cases:
+            run([f"{solve}/../examples/contingencies/example_contingencies", "write", case, name])
+            races.append((f"line outages, {name}", f"{name}/grid.nl", f"{name}/outages.txt", f"{name}/start.txt"))
+        comparison = compare(bench, arguments.rounds, races)
+        scaling, figures = scale(bench, arguments.rounds, [(name, model, text) for name, model, text, start in races if not start])
+        operations = row("ranks", "taking a scenario", "writing a line of 110 bytes") + "|---|---:|---:|\n"
+        for ranks in 1, 2:
+            words = run([*MPIRUN, "-n", ranks, programs + "/tav_bench_ranks", 50000, "lines"]).split()
+            operations += row(str(ranks), f"{1e6 * float(words[1]):.2f} µs", f"{1e6 * float(words[3]):.1f} µs")
+        print(operations)
+        if arguments.docs:
+            page = root + "/docs/scenarios.md"
+            with open(page, encoding="utf-8") as file:
+                before, rest = file.read().split(MARKS[0])
+            with open(page, "w", encoding="utf-8") as file:
+                file.write(before + MARKS[0] + "\n" + comparison + "\n" + scaling + "\n" + operations + "\n" + MARKS[1] +
+                           rest.split(MARKS[1])[1])
+            write_chart(root + "/docs/scenarios.svg", figures)
+
+
+if __name__ == "__main__":
+    main()

@@ -15,20 +15,21 @@ bool read(const std::string& text, T& value) {
   return error == std::errc() && end == text.data() + text.size();
 }
 
-bool set(Ipopt::OptionsList& options, Ipopt::RegisteredOptionType type, const std::string& name,
+/// Asks the option first: the list prints its refusals on standard output.
+bool set(Ipopt::OptionsList& options, const Ipopt::RegisteredOption& option, const std::string& name,
          const std::string& value) {
   int whole = 0;
   double number = 0.0;
-  switch (type) {
+  switch (option.Type()) {
     case Ipopt::OT_Number:
-      return read(value, number) && options.SetNumericValue(name, number);
+      return read(value, number) && option.IsValidNumberSetting(number) && options.SetNumericValue(name, number);
     case Ipopt::OT_Integer:
-      return read(value, whole) && options.SetIntegerValue(name, whole);
+      return read(value, whole) && option.IsValidIntegerSetting(whole) && options.SetIntegerValue(name, whole);
     case Ipopt::OT_String:
     case Ipopt::OT_Unknown:
       break;
   }
-  return options.SetStringValue(name, value);
+  return option.IsValidStringSetting(value) && options.SetStringValue(name, value);
 }
 
 }  // namespace
@@ -39,7 +40,7 @@ void setOptions(Ipopt::OptionsList& options, Ipopt::RegisteredOptions& registere
     const std::string known = name.starts_with("bonmin.") ? name.substr(7) : name;
     const Ipopt::SmartPtr<const Ipopt::RegisteredOption> option = registered.GetOption(known);
     if (!IsValid(option)) throw InputError(std::string("engine ") + engine + " has no option " + name);
-    if (!set(options, option->Type(), name, value)) {
+    if (!set(options, *option, name, value)) {
       throw InputError(std::string("engine ") + engine + " does not take the value " + value + " for its option " +
                        name);
     }

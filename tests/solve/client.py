@@ -89,6 +89,11 @@ write_nl([1, 1], [([1, 1], 2), ([-1, -1], -1)])
 check(call() == 0 and solution([0, 1, 0], 2, 2)[:3] == ([], [], 200), "infeasible")
 write_nl([-1, 1], [([1, 1], 2)])
 check(call() == 0 and solution([0, 1, 0], 1, 2)[2] == 300, "unbounded")
+with open("stub.nl", "w") as file:  # sin(x) >= 2
+    file.write("g3 0 1 0\n 1 1 1 0 0\n 1 0\n 0 0\n 1 0 0\n 0 0 0 1\n 0 0 0 0 0\n 1 1\n 0 0\n 0 0 0 0 0\n"
+               "C0\no41\nv0\nO0 0\nn0\nr\n2 2\nb\n0 0 10\nk0\nJ0 1\n0 0\nG0 1\n0 1\n")
+check(call() == 0 and solution([0, 1, 0], 1, 1)[2] == 201, "locally infeasible")
+write_nl([-1, 1], [([1, 1], 2)])
 check(call("time=1e-6") == 0 and solution([0, 1, 0], 1, 2)[2] == 400, "the time is over before the file is read")
 check(call("time=0") == 2 and not os.path.exists("stub.sol"), "a bad option")
 

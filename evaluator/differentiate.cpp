@@ -6,8 +6,6 @@
 
 namespace taveval {
 
-namespace {
-
 /// Formulas that are nodes of a graph.
 class NodeFormula : public FormulaOperators<NodeFormula> {
  public:
@@ -22,8 +20,6 @@ class NodeFormula : public FormulaOperators<NodeFormula> {
   Graph* _graph = nullptr;
   std::uint32_t _node = kNone;
 };
-
-}  // namespace
 
 /// The rule of a node, and the nodes that its partials are by.
 struct Differentiator::NodeRule : Rule<NodeFormula> {

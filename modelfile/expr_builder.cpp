@@ -11,17 +11,7 @@ namespace {
 
 using Item = TavBuildItem;
 
-Item numberItem(double value) { return {.value = value}; }
-
-Item nodeItem(TavNumExprI* node) { return {.kind = Item::Node, .node = node}; }
-
-Item truthItem(TavIntExprI* node) { return {.kind = Item::Node, .truth = true, .node = node}; }
-
 Item termItem(TavNumVarI* variable, double coef) { return {.kind = Item::Term, .value = coef, .node = variable}; }
-
-TavNumVarI* variableOf(const Item& term) { return static_cast<TavNumVarI*>(term.node); }
-
-TavNumLinTermI* sumOf(const Item& item) { return static_cast<TavNumLinTermI*>(item.node); }
 
 /// A node that this builder has made and nobody holds yet.
 bool isLoose(const Item& item) {
@@ -110,7 +100,7 @@ TavBuildItem& TavExprBuilder::build(TavFileExpr expr) {
 }
 
 void TavExprBuilder::push(const TavFileToken& token) {
-  if (token.op == TavFileOp::Number) return _stack.push_back(numberItem(token.value));
+  if (token.op == TavFileOp::Number) return _stack.push_back(Item::ofNumber(token.value));
   if (token.op == TavFileOp::Variable) return _stack.push_back(termItem(variable(token.arg), 1.0));
   if (token.op == TavFileOp::Common) return _stack.push_back(_commons[static_cast<std::size_t>(token.arg)]);
   const auto count = static_cast<std::size_t>(TavArgumentsOf(token));
@@ -135,10 +125,10 @@ void TavExprBuilder::discard() noexcept {
 
 TavNumExprI* TavExprBuilder::nodeOf(Item& item) {
   if (item.kind == Item::Number) {
-    item = nodeItem(new (_env) TavNumLinTermI(_env, item.value));
+    item = Item::ofNode(new (_env) TavNumLinTermI(_env, item.value));
   } else if (item.kind == Item::Term && item.value != 1.0) {
     auto sum = TavMakeNode<TavNumLinTermI>(_env, _env, 0.0);
-    sum->append(_env->newTerm(variableOf(item), item.value));
+    sum->append(_env->newTerm(item.variable(), item.value));
     item = {.kind = Item::Sum, .cells = 1, .node = sum.release()};
   }
   return item.node;
@@ -147,10 +137,10 @@ TavNumExprI* TavExprBuilder::nodeOf(Item& item) {
 TavIntExprI* TavExprBuilder::truthOf(Item& item) {
   if (!item.truth) {
     if (item.kind == Item::Number) {
-      item = truthItem(new (_env) TavIntLinTermI(_env, item.value != 0.0 ? 1 : 0));
+      item = Item::ofTruth(new (_env) TavIntLinTermI(_env, item.value != 0.0 ? 1 : 0));
     } else {
       TavNumExprI* node = nodeOf(item);
-      item = truthItem(new (_env) TavIntAbsI(_env, new (_env) TavSgnI(_env, node)));
+      item = Item::ofTruth(new (_env) TavIntAbsI(_env, new (_env) TavSgnI(_env, node)));
     }
   }
   return static_cast<TavIntExprI*>(item.node);
@@ -164,7 +154,7 @@ bool TavExprBuilder::affords(std::uint32_t cells) noexcept {
 
 void TavExprBuilder::copyLinear(Item& item) {
   if (!item.linear || !affords(item.cells)) return;
-  item = {.kind = Item::Sum, .cells = item.cells, .node = sumOf(item)->copyLinear()};
+  item = {.kind = Item::Sum, .cells = item.cells, .node = item.sum()->copyLinear()};
 }
 
 void TavExprBuilder::addTo(TavNumLinTermI* sum, Item& item) {
@@ -174,10 +164,10 @@ void TavExprBuilder::addTo(TavNumLinTermI* sum, Item& item) {
       sum->setConstant(sum->getConstant() + item.value);
       break;
     case Item::Term:
-      sum->append(_env->newTerm(variableOf(item), item.value));
+      sum->append(_env->newTerm(item.variable(), item.value));
       break;
     case Item::Sum:
-      sum->append(sumOf(item));
+      sum->append(item.sum());
       item = Item();  // its node is ended
       break;
     case Item::Node:
@@ -208,7 +198,7 @@ TavBuildItem TavExprBuilder::applyUnary(TavFileOp op, Item& x) {
     case TavFileOp::Square:
       return unary<TavNumSquareI>(x);
     case TavFileOp::Sqrt:
-      return nodeItem(new (_env) TavNumPowerCstI(_env, nodeOf(x), 0.5));
+      return Item::ofNode(new (_env) TavNumPowerCstI(_env, nodeOf(x), 0.5));
     case TavFileOp::Exp:
       return unary<TavExponentI>(x);
     case TavFileOp::Log:
@@ -252,7 +242,7 @@ TavBuildItem TavExprBuilder::composeUnary(TavFileOp op, Item& x) {
         return tavcompose::atanh(arg);
     }
   };
-  return nodeItem(compose().getImpl());
+  return Item::ofNode(compose().getImpl());
 }
 
 TavBuildItem TavExprBuilder::applyBinary(TavFileOp op, Item& a, Item& b) {
@@ -272,7 +262,7 @@ TavBuildItem TavExprBuilder::applyBinary(TavFileOp op, Item& a, Item& b) {
       return power(a, b);
     case TavFileOp::Less: {
       Item difference = subtract(a, b);
-      return nodeItem(new (_env) TavNumMaxCstI(_env, nodeOf(difference), 0.0));
+      return Item::ofNode(new (_env) TavNumMaxCstI(_env, nodeOf(difference), 0.0));
     }
     case TavFileOp::TruncatedQuotient: {
       Item quotient = divide(a, b);
@@ -287,7 +277,7 @@ TavBuildItem TavExprBuilder::applyBinary(TavFileOp op, Item& a, Item& b) {
   const TavNumExprArg first(nodeOf(a)), second(nodeOf(b));
   const TavKeepAlive keepFirst(first.getImpl()), keepSecond(second.getImpl());
   assert((op == TavFileOp::Atan2 || op == TavFileOp::Remainder) && "the table has no other operation of two arguments");
-  return nodeItem(
+  return Item::ofNode(
       (op == TavFileOp::Atan2 ? tavcompose::atan2(first, second) : tavcompose::remainder(first, second)).getImpl());
 }
 
@@ -297,7 +287,7 @@ TavBuildItem TavExprBuilder::applyList(TavFileOp op, std::span<Item> args) {
     case TavFileOp::Max:
       return minMax(op == TavFileOp::Min, args);
     case TavFileOp::Count:
-      return nodeItem(TavMakeArrayNode<TavCountI>(_env, truthsOf(args), TavInt{1}));
+      return Item::ofNode(TavMakeArrayNode<TavCountI>(_env, truthsOf(args), TavInt{1}));
     case TavFileOp::NumberOf:
       return numberOf(args);
     default: {

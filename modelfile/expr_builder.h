@@ -27,6 +27,14 @@ struct TavBuildItem {
   std::uint32_t cells = 0;
   double value = 0.0;
   TavNumExprI* node = nullptr;
+
+  static TavBuildItem ofNumber(double value) noexcept { return {.value = value}; }
+  static TavBuildItem ofNode(TavNumExprI* node) noexcept { return {.kind = Node, .node = node}; }
+  static TavBuildItem ofTruth(TavIntExprI* node) noexcept { return {.kind = Node, .truth = true, .node = node}; }
+  /// The sum of a Sum.
+  TavNumLinTermI* sum() const noexcept { return static_cast<TavNumLinTermI*>(node); }
+  /// The variable of a Term.
+  TavNumVarI* variable() const noexcept { return static_cast<TavNumVarI*>(node); }
 };
 
 /// Builds the expressions of one model in one environment, without recursion. The rules of expr_builder_rules.cpp and

@@ -7,25 +7,17 @@
 
 // Statements become integer expressions of value 1 or 0: max(sgn(a - b), 0) for a > b, |sgn(a - b)| for a != b.
 
-namespace {
-
-using Item = TavBuildItem;
-
-Item truthItem(TavIntExprI* node) { return {.kind = Item::Node, .truth = true, .node = node}; }
-
-}  // namespace
-
 TavBuildItem TavExprBuilder::greater(Item& a, Item& b) {
   Item difference = subtract(a, b);
-  return truthItem(tavcompose::positive(TavNumExprArg(nodeOf(difference))));
+  return Item::ofTruth(tavcompose::positive(TavNumExprArg(nodeOf(difference))));
 }
 
 TavBuildItem TavExprBuilder::different(Item& a, Item& b) {
   Item difference = subtract(a, b);
-  return truthItem(tavcompose::nonZero(TavNumExprArg(nodeOf(difference))));
+  return Item::ofTruth(tavcompose::nonZero(TavNumExprArg(nodeOf(difference))));
 }
 
-TavBuildItem TavExprBuilder::negated(Item x) { return truthItem(tavcompose::negated(truthOf(x))); }
+TavBuildItem TavExprBuilder::negated(Item x) { return Item::ofTruth(tavcompose::negated(truthOf(x))); }
 
 TavBuildItem TavExprBuilder::applyLogical(TavFileOp op, std::span<Item> args) {
   switch (op) {
@@ -64,17 +56,17 @@ TavBuildItem TavExprBuilder::connect(TavFileOp op, std::span<Item> args) {
     case TavFileOp::Iff:
       return negated(different(args[0], args[1]));
     case TavFileOp::Implies:
-      return truthItem(new (_env) TavConditionalIntExprI(_env, args[0].node, truthOf(args[1]), truthOf(args[2]),
-                                                         TavInt{0}, TavInt{0}));
+      return Item::ofTruth(new (_env) TavConditionalIntExprI(_env, args[0].node, truthOf(args[1]), truthOf(args[2]),
+                                                             TavInt{0}, TavInt{0}));
     default:
       break;
   }
   if (args.size() == 1) return std::exchange(args[0], Item());
   if (op == TavFileOp::And || op == TavFileOp::All) {
-    return truthItem(TavMakeArrayNode<TavIntMinArrayI>(_env, truthsOf(args)));
+    return Item::ofTruth(TavMakeArrayNode<TavIntMinArrayI>(_env, truthsOf(args)));
   }
   assert((op == TavFileOp::Or || op == TavFileOp::Any) && "the table has no other statement");
-  return truthItem(TavMakeArrayNode<TavIntMaxArrayI>(_env, truthsOf(args)));
+  return Item::ofTruth(TavMakeArrayNode<TavIntMaxArrayI>(_env, truthsOf(args)));
 }
 
 TavBuildItem TavExprBuilder::numberOf(std::span<Item> args) {
@@ -96,7 +88,7 @@ TavBuildItem TavExprBuilder::allDifferent(std::span<Item> args) {
   }
   pairs.add(TavIntExprArg(new (_env) TavIntLinTermI(_env, 1)));  // also for one argument, which differs from all others
   guard.release();
-  return truthItem(TavMakeArrayNode<TavIntMinArrayI>(_env, pairs));
+  return Item::ofTruth(TavMakeArrayNode<TavIntMinArrayI>(_env, pairs));
 }
 
 void TavExprBuilder::keep(Item& item) {

@@ -11,14 +11,6 @@ namespace {
 
 using Item = TavBuildItem;
 
-Item numberItem(double value) { return {.value = value}; }
-
-Item nodeItem(TavNumExprI* node) { return {.kind = Item::Node, .node = node}; }
-
-TavNumLinTermI* sumOf(const Item& item) { return static_cast<TavNumLinTermI*>(item.node); }
-
-TavNumVarI* variableOf(const Item& term) { return static_cast<TavNumVarI*>(term.node); }
-
 bool isNumber(const Item& item, double value) { return item.kind == Item::Number && item.value == value; }
 
 }  // namespace
@@ -26,13 +18,13 @@ bool isNumber(const Item& item, double value) { return item.kind == Item::Number
 TavBuildItem TavExprBuilder::add(Item& a, Item& b) {
   copyLinear(a);
   copyLinear(b);
-  if (a.kind == Item::Number && b.kind == Item::Number) return numberItem(a.value + b.value);
+  if (a.kind == Item::Number && b.kind == Item::Number) return Item::ofNumber(a.value + b.value);
   if (a.kind != Item::Sum && b.kind == Item::Sum && a.kind != Item::Node) {
     // In front, so that the terms keep their order, and without a new node: nested sums cost no more than flat ones.
     if (a.kind == Item::Number) {
-      sumOf(b)->setConstant(a.value + sumOf(b)->getConstant());
+      b.sum()->setConstant(a.value + b.sum()->getConstant());
     } else {
-      sumOf(b)->prepend(_env->newTerm(variableOf(a), a.value));
+      b.sum()->prepend(_env->newTerm(a.variable(), a.value));
     }
     ++b.cells;
     return std::exchange(b, Item());
@@ -44,7 +36,7 @@ TavBuildItem TavExprBuilder::add(Item& a, Item& b) {
     a = {.kind = Item::Sum, .cells = 1, .node = sum.release()};
   }
   const std::uint32_t cells = b.kind == Item::Sum ? b.cells : 1;
-  addTo(sumOf(a), b);
+  addTo(a.sum(), b);
   a.cells += cells;
   return std::exchange(a, Item());
 }
@@ -62,14 +54,14 @@ TavBuildItem TavExprBuilder::scale(Item& x, double factor) {
   }
   copyLinear(x);
   if (multipliesTerms(x)) {
-    sumOf(x)->multiply(factor);
+    x.sum()->multiply(factor);
     return std::exchange(x, Item());
   }
-  return nodeItem(new (_env) TavNumTimesCstI(_env, x.node, factor));
+  return Item::ofNode(new (_env) TavNumTimesCstI(_env, x.node, factor));
 }
 
 bool TavExprBuilder::multipliesTerms(const Item& x) {
-  return x.kind == Item::Sum && !sumOf(x)->getFirstPart() && affords(x.cells);
+  return x.kind == Item::Sum && !x.sum()->getFirstPart() && affords(x.cells);
 }
 
 TavBuildItem TavExprBuilder::multiply(Item& a, Item& b) {
@@ -77,20 +69,20 @@ TavBuildItem TavExprBuilder::multiply(Item& a, Item& b) {
   if (b.kind == Item::Number) return scale(a, b.value);
   if (a.kind == Item::Term && b.kind == Item::Term && a.value * b.value != 1.0) {
     TavNumExprI* product = new (_env) TavNumTimesI(_env, a.node, b.node);
-    return nodeItem(new (_env) TavNumTimesCstI(_env, product, a.value * b.value));
+    return Item::ofNode(new (_env) TavNumTimesCstI(_env, product, a.value * b.value));
   }
   TavNumExprI* left = nodeOf(a);
-  return nodeItem(new (_env) TavNumTimesI(_env, left, nodeOf(b)));
+  return Item::ofNode(new (_env) TavNumTimesI(_env, left, nodeOf(b)));
 }
 
 TavBuildItem TavExprBuilder::divide(Item& a, Item& b) {
   if (a.kind == Item::Number) {
-    return b.kind == Item::Number ? numberItem(a.value / b.value)
-                                  : nodeItem(new (_env) TavNumRecDivCstI(_env, nodeOf(b), a.value));
+    return b.kind == Item::Number ? Item::ofNumber(a.value / b.value)
+                                  : Item::ofNode(new (_env) TavNumRecDivCstI(_env, nodeOf(b), a.value));
   }
   if (b.kind != Item::Number) {
     TavNumExprI* left = nodeOf(a);
-    return nodeItem(new (_env) TavNumDivI(_env, left, nodeOf(b)));
+    return Item::ofNode(new (_env) TavNumDivI(_env, left, nodeOf(b)));
   }
   if (a.kind == Item::Term) {
     Item divided = a;
@@ -99,26 +91,26 @@ TavBuildItem TavExprBuilder::divide(Item& a, Item& b) {
   }
   copyLinear(a);
   if (multipliesTerms(a)) {
-    sumOf(a)->divide(b.value);
+    a.sum()->divide(b.value);
     return std::exchange(a, Item());
   }
-  return nodeItem(new (_env) TavNumDivCstI(_env, a.node, b.value));
+  return Item::ofNode(new (_env) TavNumDivCstI(_env, a.node, b.value));
 }
 
 TavBuildItem TavExprBuilder::power(Item& base, Item& exponent) {
   if (base.kind == Item::Number && exponent.kind == Item::Number) {
-    return numberItem(std::pow(base.value, exponent.value));
+    return Item::ofNumber(std::pow(base.value, exponent.value));
   }
   if (isNumber(exponent, 1.0)) return std::exchange(base, Item());
   if (isNumber(exponent, 2.0)) return unary<TavNumSquareI>(base);
   if (exponent.kind == Item::Number) {
-    return nodeItem(new (_env) TavNumPowerCstI(_env, nodeOf(base), exponent.value));
+    return Item::ofNode(new (_env) TavNumPowerCstI(_env, nodeOf(base), exponent.value));
   }
   if (base.kind == Item::Number) {
-    return nodeItem(new (_env) TavNumRecPowerCstI(_env, nodeOf(exponent), base.value));
+    return Item::ofNode(new (_env) TavNumRecPowerCstI(_env, nodeOf(exponent), base.value));
   }
   TavNumExprI* left = nodeOf(base);
-  return nodeItem(new (_env) TavNumPowerI(_env, left, nodeOf(exponent)));
+  return Item::ofNode(new (_env) TavNumPowerI(_env, left, nodeOf(exponent)));
 }
 
 TavBuildItem TavExprBuilder::minMax(bool least, std::span<Item> args) {
@@ -128,20 +120,20 @@ TavBuildItem TavExprBuilder::minMax(bool least, std::span<Item> args) {
     Item& other = &number == &args[0] ? args[1] : args[0];
     if (number.kind == Item::Number) {
       TavNumExprI* x = nodeOf(other);
-      if (least) return nodeItem(new (_env) TavNumMinCstI(_env, x, number.value));
-      return nodeItem(new (_env) TavNumMaxCstI(_env, x, number.value));
+      if (least) return Item::ofNode(new (_env) TavNumMinCstI(_env, x, number.value));
+      return Item::ofNode(new (_env) TavNumMaxCstI(_env, x, number.value));
     }
     TavNumExprI* left = nodeOf(args[0]);
     TavNumExprI* right = nodeOf(args[1]);
-    if (least) return nodeItem(new (_env) TavNumMinI(_env, left, right));
-    return nodeItem(new (_env) TavNumMaxI(_env, left, right));
+    if (least) return Item::ofNode(new (_env) TavNumMinI(_env, left, right));
+    return Item::ofNode(new (_env) TavNumMaxI(_env, left, right));
   }
   TavNumExprArray operands{TavEnv(_env)};
   TavGuard<TavArrayI> guard(operands.getImpl());
   for (Item& arg : args) operands.add(TavNumExprArg(nodeOf(arg)));
   guard.release();
-  if (least) return nodeItem(TavMakeArrayNode<TavNumMinArrayI>(_env, operands));
-  return nodeItem(TavMakeArrayNode<TavNumMaxArrayI>(_env, operands));
+  if (least) return Item::ofNode(TavMakeArrayNode<TavNumMinArrayI>(_env, operands));
+  return Item::ofNode(TavMakeArrayNode<TavNumMaxArrayI>(_env, operands));
 }
 
 TavBuildItem TavExprBuilder::piecewise(std::span<Item> args) {
@@ -155,13 +147,13 @@ TavBuildItem TavExprBuilder::piecewise(std::span<Item> args) {
       TavExprPiecewiseLinearI(_env, TavExprPiecewiseLinearI::kBySlopes, operand, breakpoints, slopes, 0.0, 0.0);
   guardSlopes.release();
   guardBreakpoints.release();
-  return nodeItem(node);
+  return Item::ofNode(node);
 }
 
 TavBuildItem TavExprBuilder::round(TavFileOp op, Item& x, Item& digits) {
   const TavNumExprArg arg(nodeOf(x));
   const TavKeepAlive keepAlive(arg.getImpl());
-  return nodeItem(
+  return Item::ofNode(
       (op == TavFileOp::Round ? tavcompose::round(arg, digits.value) : tavcompose::truncate(arg, digits.value))
           .getImpl());
 }
@@ -173,8 +165,8 @@ TavBuildItem TavExprBuilder::choose(Item& condition, Item& whenTrue, Item& whenF
   const auto branch = [this](Item& x) { return x.kind == Item::Number ? nullptr : nodeOf(x); };
   TavNumExprI* left = branch(whenTrue);
   TavNumExprI* right = branch(whenFalse);
-  return nodeItem(new (_env) TavConditionalNumExprI(_env, test, left, right, left ? 0.0 : whenTrue.value,
-                                                    right ? 0.0 : whenFalse.value));
+  return Item::ofNode(new (_env) TavConditionalNumExprI(_env, test, left, right, left ? 0.0 : whenTrue.value,
+                                                        right ? 0.0 : whenFalse.value));
 }
 
 TavIntExprArray TavExprBuilder::truthsOf(std::span<Item> args) {

@@ -10,7 +10,7 @@
 namespace {
 
 template <class Node>
-const Node* as(const TavNumExprI* node) {
+const Node* nodeAs(const TavNumExprI* node) {
   return node->getTypeInfo() == Node::GetTypeInfo() ? static_cast<const Node*>(node) : nullptr;
 }
 
@@ -19,7 +19,7 @@ bool isLinear(TavKind kind) { return kind == TavKind::NumLinear || kind == TavKi
 /// Calls use(first term, first part, constant) for a linear node of either kind.
 template <class Use>
 void withLinear(const TavNumExprI* node, Use use) {
-  if (const auto* sum = as<TavNumLinTermI>(node)) {
+  if (const auto* sum = nodeAs<TavNumLinTermI>(node)) {
     use(sum->getFirstTerm(), sum->getFirstPart(), sum->getConstant());
   } else {
     const auto* whole = static_cast<const TavIntLinTermI*>(node);
@@ -29,8 +29,8 @@ void withLinear(const TavNumExprI* node, Use use) {
 
 /// operand * factor, for the products by a constant; an empty operand for every other node.
 TavFlatSum::Part multipleOf(const TavNumExprI* node) {
-  if (const auto* product = as<TavNumTimesCstI>(node)) return {product->getOperand(), product->getConstant()};
-  if (const auto* whole = as<TavIntTimesCstI>(node)) {
+  if (const auto* product = nodeAs<TavNumTimesCstI>(node)) return {product->getOperand(), product->getConstant()};
+  if (const auto* whole = nodeAs<TavIntTimesCstI>(node)) {
     return {whole->getOperand(), static_cast<double>(whole->getConstant())};
   }
   return {nullptr, 1.0};
@@ -38,11 +38,11 @@ TavFlatSum::Part multipleOf(const TavNumExprI* node) {
 
 /// The two factors of a product, a square or a second power; empty for every other node.
 std::pair<const TavNumExprI*, const TavNumExprI*> factorsOf(const TavNumExprI* node) {
-  if (const auto* product = as<TavNumTimesI>(node)) return {product->getLeft(), product->getRight()};
-  if (const auto* product = as<TavIntTimesI>(node)) return {product->getLeft(), product->getRight()};
-  if (const auto* square = as<TavNumSquareI>(node)) return {square->getOperand(), square->getOperand()};
-  if (const auto* square = as<TavIntSquareI>(node)) return {square->getOperand(), square->getOperand()};
-  const auto* power = as<TavNumPowerCstI>(node);
+  if (const auto* product = nodeAs<TavNumTimesI>(node)) return {product->getLeft(), product->getRight()};
+  if (const auto* product = nodeAs<TavIntTimesI>(node)) return {product->getLeft(), product->getRight()};
+  if (const auto* square = nodeAs<TavNumSquareI>(node)) return {square->getOperand(), square->getOperand()};
+  if (const auto* square = nodeAs<TavIntSquareI>(node)) return {square->getOperand(), square->getOperand()};
+  const auto* power = nodeAs<TavNumPowerCstI>(node);
   if (power && power->getConstant() == 2.0) return {power->getOperand(), power->getOperand()};
   return {nullptr, nullptr};
 }
@@ -119,7 +119,7 @@ void TavFlattener::note(const TavNumExprI* root, const std::string& item) {
 
 void TavFlattener::defineCommons() {
   for (const TavNumExprI* node : _order) {
-    if (as<TavStandardDeviationI>(node)) defineMean(node);
+    if (nodeAs<TavStandardDeviationI>(node)) defineMean(node);
     Use& use = useOf(node);
     const bool linear = isLinear(node->kind());
     if (use.uses < 2 || (linear && TavIsConstant(node))) continue;
@@ -139,7 +139,7 @@ void TavFlattener::defineCommons() {
 }
 
 void TavFlattener::defineMean(const TavNumExprI* node) {
-  const TavIntExprArray exprs = as<TavStandardDeviationI>(node)->getExprs();
+  const TavIntExprArray exprs = nodeAs<TavStandardDeviationI>(node)->getExprs();
   TavTokenList list;
   list.op(TavFileOp::Divide);
   list.op(TavFileOp::Sum, static_cast<std::size_t>(exprs.getSize()));

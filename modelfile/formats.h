@@ -1,6 +1,7 @@
 #pragma once
 /// Class header: the reader and the writer of each format.
 
+#include <limits>
 #include <string>
 #include <string_view>
 
@@ -34,6 +35,9 @@ class TavTextSink {
   static constexpr std::size_t kBlock = std::size_t{1} << 16;
   std::string _text;
 };
+
+/// A bound that is none.
+inline constexpr double kTavInfinity = std::numeric_limits<double>::infinity();
 
 ///@{
 /// Reads the model; the input's window is at the beginning of the file. Throws TavFileError.

@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr std::size_t kBlock = std::size_t{1} << 18;
+constexpr std::size_t kReadBlock = std::size_t{1} << 18;
 /// A longer line is no model file's.
 constexpr std::size_t kLongestLine = std::size_t{1} << 30;
 
@@ -29,7 +29,7 @@ TavFileInput::TavFileInput(std::unique_ptr<TavByteSource> source, const std::str
                            const TavReadOptions& options)
     : _source(std::move(source)), _name(name), _options(&options) {
   // As much as the first block holds: a source may give a few bytes at a time, too few to recognise the format.
-  while (_filled < kBlock / 2 && fill()) {
+  while (_filled < kReadBlock / 2 && fill()) {
   }
   constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
   if (std::string_view(_buffer.get(), _filled).substr(0, 3) == kByteOrderMark) _begin = 3;
@@ -47,8 +47,8 @@ TavFileInput TavFileInput::openText(std::string_view text, const std::string& na
 /// Reads one block behind what is there; grows the buffer when it is full.
 bool TavFileInput::fill() {
   if (_atEnd) return false;
-  if (_capacity - _filled < kBlock / 2) {
-    const std::size_t wanted = std::max(_capacity * 2, kBlock);
+  if (_capacity - _filled < kReadBlock / 2) {
+    const std::size_t wanted = std::max(_capacity * 2, kReadBlock);
     if (wanted > kLongestLine) fail(begin(), "a line of more than 2^29 bytes, expected a model file");
     std::unique_ptr<char[]> larger(new char[wanted + kSlack]);
     if (_filled != 0) std::memcpy(larger.get(), _buffer.get(), _filled);

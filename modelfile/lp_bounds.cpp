@@ -5,12 +5,6 @@
 #include "modelfile/lp_reader.h"
 #include "modelfile/words.h"
 
-namespace {
-
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-
-}  // namespace
-
 std::int32_t TavLpReader::variableOf(std::string_view name) {
   settleNames();
   return enter(name, TavNameTable::keyOf(name));
@@ -60,7 +54,7 @@ double TavLpReader::boundValue() {
   const char* end;
   if (infinityAt(end)) {
     take(static_cast<std::size_t>(end - _at));
-    return sign * kInfinity;
+    return sign * kTavInfinity;
   }
   return sign * number();
 }
@@ -81,8 +75,8 @@ void TavLpReader::readBound() {
     if (!kTavLpBytes.beginsName(*word) || !TavSameWord(name(), "free")) {
       fail(word, "expected a relation or the word free");
     }
-    setLower(variable, -kInfinity, start);
-    return setUpper(variable, kInfinity, start);
+    setLower(variable, -kTavInfinity, start);
+    return setUpper(variable, kTavInfinity, start);
   }
   const TavFilePlace place = placeOf(_at);
   const double first = boundValue();
@@ -109,7 +103,7 @@ void TavLpReader::setLower(std::int32_t variable, double value, TavFilePlace pla
   if (value >= _input.options().infinity) {
     fail(place, "a lower bound that counts as +infinity, expected a finite one or none");
   }
-  if (value <= -_input.options().infinity) value = -kInfinity;
+  if (value <= -_input.options().infinity) value = -kTavInfinity;
   if (_states[at].lower && _model.variables[at].lower != value) {
     fail(place, "a second lower bound of \"" + std::string(_model.variableNames[variable]) + "\", expected one");
   }
@@ -122,7 +116,7 @@ void TavLpReader::setUpper(std::int32_t variable, double value, TavFilePlace pla
   if (value <= -_input.options().infinity) {
     fail(place, "an upper bound that counts as -infinity, expected a finite one or none");
   }
-  if (value >= _input.options().infinity) value = kInfinity;
+  if (value >= _input.options().infinity) value = kTavInfinity;
   if (_states[at].upper && _model.variables[at].upper != value) {
     fail(place, "a second upper bound of \"" + std::string(_model.variableNames[variable]) + "\", expected one");
   }

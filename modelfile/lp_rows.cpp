@@ -7,12 +7,6 @@
 #include "modelfile/lp_reader.h"
 #include "modelfile/words.h"
 
-namespace {
-
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-
-}  // namespace
-
 void TavLpReader::readObjective() {
   if (kTavLpBytes.beginsName(peek())) {
     const char* end = TavLpNameEnd(_at);
@@ -345,10 +339,10 @@ void TavLpReader::readProduct(double factor, double scale) {
 }
 
 void TavLpReader::setRowBound(TavFileRow& row, Relation relation, double value, int infinite) {
-  if (infinite != 0) value = infinite * kInfinity;
-  if (std::fabs(value) >= _input.options().infinity) value = std::copysign(kInfinity, value);
-  const bool impossible = (relation == Relation::AtLeast && value == kInfinity) ||
-                          (relation == Relation::AtMost && value == -kInfinity) ||
+  if (infinite != 0) value = infinite * kTavInfinity;
+  if (std::fabs(value) >= _input.options().infinity) value = std::copysign(kTavInfinity, value);
+  const bool impossible = (relation == Relation::AtLeast && value == kTavInfinity) ||
+                          (relation == Relation::AtMost && value == -kTavInfinity) ||
                           (relation == Relation::Equal && std::isinf(value));
   if (impossible) fail("the row has a bound that counts as infinite, expected one that can be met");
   if (relation != Relation::AtMost) row.lower = value;

@@ -7,8 +7,6 @@
 
 namespace {
 
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-
 /// Types of bounds; those that need no value.
 bool needsNoValue(std::string_view type) { return type == "FR" || type == "MI" || type == "PL" || type == "BV"; }
 bool isBoundType(std::string_view type) {
@@ -65,8 +63,8 @@ void TavMpsReader::setBound(std::string_view type, std::int32_t column, std::str
   const std::string_view where = value.empty() ? _lines.text() : value;
   state.mentioned = true;
   if (type == "SC" || type == "SI") return setSemi(column, value, type);
-  if (type == "FR" || type == "MI") setLower(column, -kInfinity, where);
-  if (type == "FR" || type == "PL") setUpper(column, kInfinity, where);
+  if (type == "FR" || type == "MI") setLower(column, -kTavInfinity, where);
+  if (type == "FR" || type == "PL") setUpper(column, kTavInfinity, where);
   if (type == "BV") state.binary = true;
   if (needsNoValue(type)) {
     if (!value.empty()) number(value, "a value, which has no meaning here", true);
@@ -83,7 +81,7 @@ void TavMpsReader::setLower(std::int32_t column, double value, std::string_view 
   if (value >= _input.options().infinity) {
     _lines.fail(where, "a lower bound that counts as +infinity, expected a finite one or none");
   }
-  if (value <= -_input.options().infinity) value = -kInfinity;
+  if (value <= -_input.options().infinity) value = -kTavInfinity;
   double& lower = _model.variables[at].lower;
   if (_columnStates[at].lower && lower != value) {
     _lines.fail(where, "a second lower bound of " + TavQuoted(_model.variableNames[column]) + ", expected one");
@@ -97,7 +95,7 @@ void TavMpsReader::setUpper(std::int32_t column, double value, std::string_view 
   if (value <= -_input.options().infinity) {
     _lines.fail(where, "an upper bound that counts as -infinity, expected a finite one or none");
   }
-  if (value >= _input.options().infinity) value = kInfinity;
+  if (value >= _input.options().infinity) value = kTavInfinity;
   double& upper = _model.variables[at].upper;
   if (_columnStates[at].upper && upper != value) {
     _lines.fail(where, "a second upper bound of " + TavQuoted(_model.variableNames[column]) + ", expected one");
@@ -110,7 +108,7 @@ void TavMpsReader::setSemi(std::int32_t column, std::string_view value, std::str
   ColumnState& state = _columnStates[static_cast<std::size_t>(column)];
   state.semi = true;
   if (type == "SI") state.integer = true;
-  const double limit = value.empty() ? kInfinity : number(value, "an upper limit", true);
+  const double limit = value.empty() ? kTavInfinity : number(value, "an upper limit", true);
   if (!(limit > 0.0)) _lines.fail(value, "a semi-continuous limit of " + TavQuoted(value) + ", expected one above 0");
   setUpper(column, limit, value.empty() ? _lines.text() : value);
 }
@@ -141,7 +139,7 @@ void TavMpsReader::finishColumn(std::int32_t column) {
   if (state.integer && !state.mentioned) variable.upper = 1.0;
   if (state.upper && !state.lower && variable.upper < 0.0) {
     // By contract: an upper bound below 0 takes the default lower bound away.
-    variable.lower = -kInfinity;
+    variable.lower = -kTavInfinity;
     if (_negativeUppers++ == 0) {
       _model.notes.push_back("the column " + name() +
                              " has an upper bound below 0 and no lower one: it is not bounded below");

@@ -7,12 +7,6 @@
 #include "modelfile/mps_reader.h"
 #include "modelfile/words.h"
 
-namespace {
-
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-
-}  // namespace
-
 void TavMpsReader::rowLine() {
   const TavMpsFields& fields = _lines.fields(_section->plausible);
   const bool comment = fields.count > 2 && (fields[2].front() == '$' || fields[2].front() == '*');
@@ -187,9 +181,9 @@ void TavMpsReader::setRhs(std::string_view rowName, std::string_view text) {
     return;
   }
   RowState& state = _rowStates[static_cast<std::size_t>(row)];
-  if (std::fabs(value) >= _input.options().infinity) value = std::copysign(kInfinity, value);
-  const bool impossible = (state.type == 'E' && std::isinf(value)) || (state.type == 'L' && value == -kInfinity) ||
-                          (state.type == 'G' && value == kInfinity);
+  if (std::fabs(value) >= _input.options().infinity) value = std::copysign(kTavInfinity, value);
+  const bool impossible = (state.type == 'E' && std::isinf(value)) || (state.type == 'L' && value == -kTavInfinity) ||
+                          (state.type == 'G' && value == kTavInfinity);
   if (impossible) {
     _lines.fail(text,
                 "the right-hand side " + TavQuoted(text) + " counts as infinite, expected a bound that can be met");
@@ -215,7 +209,7 @@ void TavMpsReader::setRange(std::string_view rowName, std::string_view text) {
   if (state.hasRange) _lines.fail(rowName, "a second range of " + TavQuoted(rowName) + ", expected one");
   state.hasRange = true;
   state.range = number(text, "a range", true);
-  if (std::fabs(state.range) >= _input.options().infinity) state.range = std::copysign(kInfinity, state.range);
+  if (std::fabs(state.range) >= _input.options().infinity) state.range = std::copysign(kTavInfinity, state.range);
 }
 
 /// The bounds of a row. A range r widens them: E and r >= 0 to [rhs, rhs + r], E and r < 0 to [rhs + r, rhs], L to
@@ -235,7 +229,7 @@ void TavMpsReader::finishRow(std::int32_t row) {
   const bool up = state.type == 'G' || (state.type == 'E' && !std::signbit(state.range));
   double& bound = up ? bounds.upper : bounds.lower;
   bound = up ? state.rhs + range : state.rhs - range;
-  if (std::fabs(bound) >= _input.options().infinity) bound = std::copysign(kInfinity, bound);
+  if (std::fabs(bound) >= _input.options().infinity) bound = std::copysign(kTavInfinity, bound);
 }
 
 void TavMpsReader::finish() {

@@ -6,7 +6,7 @@
 
 namespace {
 
-const char* skipBlanks(const char* at) noexcept {
+const char* skipSpaces(const char* at) noexcept {
   while (*at == ' ') ++at;
   return at;
 }
@@ -30,13 +30,13 @@ bool TavMpsReader::plainEntry(const char*& at, PlainEntry& entry) const {
   entry.key = TavNameTable::keyOfWord(at);
   at += entry.key.size;
   if (*at != ' ' || entry.key.size == 0 || isSpecial(*entry.row)) return false;
-  entry.number = skipBlanks(at);
+  entry.number = skipSpaces(at);
   const bool negative = *entry.number == '-';
   const TavScannedNumber scanned = TavScanNumber<true>(entry.number + negative);
   if (scanned.fault != TavNumberFault::None) return false;
   entry.value = negative ? -scanned.value : scanned.value;
   entry.numberEnd = scanned.end;
-  at = skipBlanks(scanned.end);
+  at = skipSpaces(scanned.end);
   if (*at == '\r' && at[1] == '\n') ++at;
   return *at == '\n' || at != scanned.end;
 }
@@ -50,11 +50,11 @@ void TavMpsReader::plainColumnLines() {
 
 bool TavMpsReader::plainColumnLine(const char* line) {
   if (*line != ' ') return false;
-  const char* const column = skipBlanks(line);
+  const char* const column = skipSpaces(line);
   const TavNameTable::Key key = TavNameTable::keyOfWord(column);
   const char* const columnEnd = column + key.size;
   if (*columnEnd != ' ' || isSpecial(*column)) return false;
-  const char* at = skipBlanks(columnEnd);
+  const char* at = skipSpaces(columnEnd);
   PlainEntry entries[2];
   int count = 0;
   do {

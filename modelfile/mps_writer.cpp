@@ -7,8 +7,6 @@
 
 namespace {
 
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-
 /// The right-hand side and the range of a row with two bounds, and its type.
 struct RangeText {
   char type;
@@ -23,7 +21,7 @@ RangeText rangeOf(double lower, double upper) {
   const double range = upper - lower;
   const RangeText ways[] = {{'G', lower, range}, {'L', upper, range}};
   for (const RangeText& way : ways) {
-    for (const double wider : {range, std::nextafter(range, kInfinity), std::nextafter(range, 0.0)}) {
+    for (const double wider : {range, std::nextafter(range, kTavInfinity), std::nextafter(range, 0.0)}) {
       const bool exact = way.type == 'G' ? lower + wider == upper : upper - wider == lower;
       if (exact) return {way.type, way.rhs, wider};
     }

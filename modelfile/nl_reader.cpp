@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-
 /// Reads the segments behind the header into a model.
 template <class Tokens>
 class NlReader : private TavNlExpressions<Tokens> {
@@ -180,7 +178,7 @@ class NlReader : private TavNlExpressions<Tokens> {
 
   /// Both bounds as the type of a line says.
   std::pair<double, double> bounds() {
-    std::pair<double, double> bounds{-kInfinity, kInfinity};
+    std::pair<double, double> bounds{-kTavInfinity, kTavInfinity};
     switch (_tokens.boundType()) {
       case 0:
         bounds.first = lower();
@@ -210,17 +208,17 @@ class NlReader : private TavNlExpressions<Tokens> {
 
   double lower() {
     const double value = withInfinity(_tokens.number());
-    if (value == kInfinity) _tokens.fail("a lower bound of plus infinity");
+    if (value == kTavInfinity) _tokens.fail("a lower bound of plus infinity");
     return value;
   }
   double upper() {
     const double value = withInfinity(_tokens.number());
-    if (value == -kInfinity) _tokens.fail("an upper bound of minus infinity");
+    if (value == -kTavInfinity) _tokens.fail("an upper bound of minus infinity");
     return value;
   }
   double withInfinity(double bound) {
     if (std::isnan(bound)) _tokens.fail("a bound that is not a number");
-    return std::fabs(bound) >= _infinity ? std::copysign(kInfinity, bound) : bound;
+    return std::fabs(bound) >= _infinity ? std::copysign(kTavInfinity, bound) : bound;
   }
   double finite() {
     const double value = _tokens.number();

@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr std::size_t kBlock = std::size_t{1} << 16;
+constexpr std::size_t kPackedBlock = std::size_t{1} << 16;
 
 class DescriptorSource final : public TavByteSource {
  public:
@@ -145,7 +145,7 @@ template <class Codec>
 class CompressedSource final : public TavByteSource {
  public:
   CompressedSource(std::unique_ptr<TavByteSource> inner, const std::string& name, std::uint64_t limit)
-      : _inner(std::move(inner)), _name(name), _limit(limit), _packed(new char[kBlock]) {
+      : _inner(std::move(inner)), _name(name), _limit(limit), _packed(new char[kPackedBlock]) {
     beginStream();
   }
   ~CompressedSource() override {
@@ -185,7 +185,7 @@ class CompressedSource final : public TavByteSource {
     if (_codec.stream.avail_in != 0) beginStream();
   }
   void fillPacked() {
-    const std::size_t count = _inner->read(_packed.get(), kBlock);
+    const std::size_t count = _inner->read(_packed.get(), kPackedBlock);
     _innerAtEnd = count == 0;
     _codec.input(_packed.get(), count);
   }

@@ -7,7 +7,7 @@
 namespace {
 
 /// Readers take bounds of this size for infinite ones.
-constexpr double kInfinity = 1e20;
+constexpr double kTextInfinity = 1e20;
 
 class Checker {
  public:
@@ -53,8 +53,8 @@ class Checker {
 
   template <class Name>
   void checkBounds(double lower, double upper, Name name) const {
-    const bool low = lower == -HUGE_VAL || std::fabs(lower) < kInfinity;
-    const bool high = upper == HUGE_VAL || std::fabs(upper) < kInfinity;
+    const bool low = lower == -HUGE_VAL || std::fabs(lower) < kTextInfinity;
+    const bool high = upper == HUGE_VAL || std::fabs(upper) < kTextInfinity;
     if (!low || !high) fail(name() + " has a bound that readers would take for infinite, or that is no number");
   }
 

@@ -17,9 +17,9 @@ using Bonmin::TMINLP;
 using Ipopt::Index;
 using Ipopt::Number;
 
-class Problem final : public FunctionCalls<TMINLP, Index, Number> {
+class BonminProblem final : public FunctionCalls<TMINLP, Index, Number> {
  public:
-  Problem(Functions& functions, const std::vector<bool>& isWhole) : FunctionCalls(functions), _isWhole(isWhole) {}
+  BonminProblem(Functions& functions, const std::vector<bool>& isWhole) : FunctionCalls(functions), _isWhole(isWhole) {}
 
   TMINLP::SolverReturn status = TMINLP::MINLP_ERROR;
   PrimalDualPoint solution{};
@@ -160,7 +160,7 @@ void BonminEngineI::run(const Controls& controls, Answer& answer) {
   const std::unique_ptr<Functions> functions = this->functions(controls);
   std::vector<bool> isWhole;
   for (const Column& column : columns()) isWhole.push_back(column.isWhole());
-  const Ipopt::SmartPtr<Problem> problem = new Problem(*functions, isWhole);
+  const Ipopt::SmartPtr<BonminProblem> problem = new BonminProblem(*functions, isWhole);
   Bonmin::BonminSetup setup;
   setUp(setup, controls, secondsLeft());
   Bonmin::Bab search;

@@ -14,10 +14,10 @@ namespace {
 using Ipopt::Index;
 using Ipopt::Number;
 
-class Problem final : public FunctionCalls<Ipopt::TNLP, Index, Number> {
+class IpoptProblem final : public FunctionCalls<Ipopt::TNLP, Index, Number> {
  public:
   using Tick = std::function<bool(const SolverProgress&)>;
-  Problem(Functions& functions, Tick tick) : FunctionCalls(functions), _tick(std::move(tick)) {}
+  IpoptProblem(Functions& functions, Tick tick) : FunctionCalls(functions), _tick(std::move(tick)) {}
 
   PrimalDualPoint solution{};
 
@@ -142,8 +142,8 @@ void IpoptEngineI::run(const Controls& controls, Answer& answer) {
 }
 
 void IpoptEngineI::optimise(const Controls& controls, Functions& functions, bool isWarm, Answer& answer) {
-  const Ipopt::SmartPtr<Problem> problem =
-      new Problem(functions, [this](const SolverProgress& progress) { return tick(progress); });
+  const Ipopt::SmartPtr<IpoptProblem> problem =
+      new IpoptProblem(functions, [this](const SolverProgress& progress) { return tick(progress); });
   const Ipopt::SmartPtr<Ipopt::TNLP> calls = GetRawPtr(problem);
   const Ipopt::SmartPtr<Ipopt::IpoptApplication>& solver = _solver->application;
   *solver->Options() = _solver->options;

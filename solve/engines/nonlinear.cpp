@@ -10,7 +10,7 @@ namespace tavsolve {
 
 namespace {
 
-double solverBound(double bound) { return std::clamp(bound, -kSolverInfinity, kSolverInfinity); }
+double clampedBound(double bound) { return std::clamp(bound, -kSolverInfinity, kSolverInfinity); }
 
 }  // namespace
 
@@ -44,14 +44,14 @@ std::unique_ptr<Functions> NonLinearEngineI::functions(const Controls& controls)
   result->start.values = startValues(controls);
   for (std::size_t j = 0; j < columns().size(); ++j) {
     const TavNumVarI* variable = columns()[j].variable;
-    result->columnLower.push_back(solverBound(variable->getLB()));
-    result->columnUpper.push_back(solverBound(variable->getUB()));
+    result->columnLower.push_back(clampedBound(variable->getLB()));
+    result->columnUpper.push_back(clampedBound(variable->getUB()));
     double& start = result->start.values[j];
     if (std::isnan(start)) start = std::min(std::max(0.0, variable->getLB()), variable->getUB());
   }
   for (const Row& row : rows()) {
-    result->rowLower.push_back(solverBound(row.lb));
-    result->rowUpper.push_back(solverBound(row.ub));
+    result->rowLower.push_back(clampedBound(row.lb));
+    result->rowUpper.push_back(clampedBound(row.ub));
   }
   return result;
 }

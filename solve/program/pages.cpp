@@ -25,11 +25,11 @@ constexpr const char* kProtocol =
     "then from the arguments, and writes STUB.sol. KEY is an option's name without dashes. \"tavsolve -=\" lists "
     "them.";
 
-struct ExitCode {
+struct ExitCodeText {
   int code;
   const char* meaning;
 };
-constexpr ExitCode kExitCodes[] = {
+constexpr ExitCodeText kExitCodes[] = {
     {0,
      "the last solve has found an optimum, at which rows and bounds hold within the tolerance; or there was nothing "
      "to solve"},
@@ -103,7 +103,7 @@ void printHelp(std::ostream& os) {
     }
   }
   os << "\nExit code\n";
-  for (const ExitCode& code : kExitCodes) wrap(os, code.meaning, "  " + std::to_string(code.code) + "  ", 5);
+  for (const ExitCodeText& code : kExitCodes) wrap(os, code.meaning, "  " + std::to_string(code.code) + "  ", 5);
 }
 
 void printVersion(std::ostream& os) {
@@ -140,7 +140,7 @@ void printManPage(std::ostream& os) {
     }
   }
   os << ".SH \"EXIT STATUS\"\n";
-  for (const ExitCode& code : kExitCodes) os << ".TP\n.B " << code.code << "\n" << troff(code.meaning) << "\n";
+  for (const ExitCodeText& code : kExitCodes) os << ".TP\n.B " << code.code << "\n" << troff(code.meaning) << "\n";
 }
 
 void printCompletion(std::ostream& os) {

@@ -62,14 +62,14 @@ template <class Call, class State>
 long failEach(Call call, State state) {
   auto before = state();
   for (long let = 0;; ++let) {
-    std::optional<Gate> gate(std::in_place, let);
+    std::optional<Gate> shut(std::in_place, let);
     try {
       call();
-      if (!gate->hasFailed()) return let;
-      gate.reset();  // a sort does without its memory
+      if (!shut->hasFailed()) return let;
+      shut.reset();  // a sort does without its memory
       before = state();
     } catch (const std::bad_alloc&) {
-      gate.reset();
+      shut.reset();
       EXPECT_EQ(state(), before) << "allocation " << let;
     }
   }

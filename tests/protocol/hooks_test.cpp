@@ -28,6 +28,8 @@ void install(const std::string& name, bool own) {
     Class::_modifyCP = set ? hook<3, TavExtractableI> : nullptr;
 #define TAV_CHANGE(Class) Class::_applyCP = (name == Class::kTypeName) == own ? hook<4, TavChange> : nullptr;
 #include "expression/classes.inc"
+#undef TAV_NODE
+#undef TAV_CHANGE
 }
 
 using Hooks = ProtocolTest;

@@ -50,6 +50,8 @@ TEST_F(Identity, ObjectsHaveTheTypeOfTheirClassAndItsBasesAndNoOther) {
 #define TAV_NODE(Class, Base) \
   if (!std::is_abstract_v<Class>) unseen.insert(Class::kTypeName);
 #include "expression/classes.inc"
+#undef TAV_NODE
+#undef TAV_CHANGE
   forEachObject([&](const char* name, const Facts& facts, const auto& object) {
     unseen.erase(name);
     EXPECT_STREQ(object.getRttiTypeName(), name);

@@ -49,7 +49,7 @@ row > 2 {
       continue
     }
     for (c = 3; c <= columns + 1; ++c) {
-      if (cells[c] ~ /`/) printf "  gives(R\"(%s)\", %s, [&] { return %s(%s); });\n", calls[k], literal(cells[c]), name[c], calls[k]
+      if (cells[c] ~ /`/) printf "  gives(R\"(%s)\", %s, %s(%s));\n", calls[k], literal(cells[c]), name[c], calls[k]
     }
   }
 }

@@ -20,8 +20,8 @@ extern "C" const char* __lsan_default_suppressions() { return "leak:libCoinUtils
 namespace {
 
 /// Everything by name, since the readers number variables differently.
-struct Text {
-  Text() { text.precision(12); }
+struct CoinText {
+  CoinText() { text.precision(12); }
   void bounds(double lower, double upper) {
     const auto put = [&](double bound) {
       std::fabs(bound) > 1e20 ? text << (bound < 0 ? "-inf" : "inf") : text << bound;
@@ -43,7 +43,7 @@ struct Text {
 
 template <class Reader>
 std::string textOfCoin(const Reader& reader, bool maximised) {
-  Text out;
+  CoinText out;
   const auto column = [&](int j) { return std::string(reader.columnName(j)); };
   std::map<std::string, double> cost;
   for (int j = 0; j < reader.getNumCols(); ++j) cost[column(j)] = reader.getObjCoefficients()[j] * (maximised ? -1 : 1);
@@ -66,7 +66,7 @@ std::string textOfCoin(const Reader& reader, bool maximised) {
 }
 
 std::string textOfOwn(const TavFileModel& model) {
-  Text out;
+  CoinText out;
   std::map<std::string, double> cost;
   for (const TavFileTerm& term : model.objectives[0].linear) {
     cost[std::string(model.variableNames[term.variable])] = term.value;

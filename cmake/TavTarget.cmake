@@ -40,6 +40,15 @@ function(tav_target target)
   endif()
 endfunction()
 
+# tav_units_by_folder(<target> <folder>...): a unit for each folder, where the names in one folder may be those of another.
+function(tav_units_by_folder target)
+  set_target_properties(${target} PROPERTIES UNITY_BUILD_MODE GROUP)
+  foreach(folder IN LISTS ARGN)
+    file(GLOB sources CONFIGURE_DEPENDS ${folder}/*.cpp)
+    set_source_files_properties(${sources} PROPERTIES UNITY_GROUP ${folder})
+  endforeach()
+endfunction()
+
 function(tav_options target)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF UNITY_BUILD_BATCH_SIZE 0)
   target_compile_features(${target} PRIVATE cxx_std_20)

@@ -57,21 +57,22 @@ const EditVerb* findVerb(std::string_view name) {
 }
 
 std::string describe(const Edit& edit) {
-  return std::visit(
-      Overloaded{
-          [](const edit::Bounds& e) { return "set-bounds " + quoted(e.column) + " " + text(e.lb) + " " + text(e.ub); },
-          [](const edit::Fix& e) { return "fix " + quoted(e.column) + " " + text(e.value); },
-          [](const edit::Coef& e) {
-            return "set-coef " + quoted(e.row) + " " + quoted(e.column) + " " + text(e.value);
-          },
-          [](const edit::RowBounds& e) {
-            return "set-row-bounds " + quoted(e.row) + " " + text(e.lb) + " " + text(e.ub);
-          },
-          [](const edit::Sense& e) { return std::string("set-sense ") + (e.maximise ? "max" : "min"); },
-          [](const edit::Remove& e) { return "remove " + quoted(e.column); },
-          [](const edit::Add& e) { return "add " + quoted(e.path); },
-      },
-      edit);
+  return std::visit(Overloaded{
+                        [](const edit::Bounds& e) {
+                          return "set-bounds " + quotedName(e.column) + " " + text(e.lb) + " " + text(e.ub);
+                        },
+                        [](const edit::Fix& e) { return "fix " + quotedName(e.column) + " " + text(e.value); },
+                        [](const edit::Coef& e) {
+                          return "set-coef " + quotedName(e.row) + " " + quotedName(e.column) + " " + text(e.value);
+                        },
+                        [](const edit::RowBounds& e) {
+                          return "set-row-bounds " + quotedName(e.row) + " " + text(e.lb) + " " + text(e.ub);
+                        },
+                        [](const edit::Sense& e) { return std::string("set-sense ") + (e.maximise ? "max" : "min"); },
+                        [](const edit::Remove& e) { return "remove " + quotedName(e.column); },
+                        [](const edit::Add& e) { return "add " + quotedName(e.path); },
+                    },
+                    edit);
 }
 
 Edit parseEdit(std::span<const std::string> words) {

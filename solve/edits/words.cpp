@@ -70,7 +70,7 @@ void CommandReader::fail(const std::string& what) const {
   throw InputError(_file + ":" + std::to_string(_lineOfCommand) + ": " + what);
 }
 
-std::string quoted(std::string_view name) {
+std::string quotedName(std::string_view name) {
   if (!name.empty() && name[0] != '#' && name.back() != ';' && name.find_first_of(" \t\"") == name.npos) {
     return std::string(name);
   }

@@ -34,7 +34,7 @@ class CommandReader {
 };
 
 /// The name as one word: in quotes where it would not be read back otherwise.
-std::string quoted(std::string_view name);
+std::string quotedName(std::string_view name);
 
 /// The number that the word is, inf and -inf included; throws InputError for another word.
 double numberOf(const std::string& word);

@@ -21,9 +21,9 @@ struct LeastSum {
   }
 };
 
-class Row {
+class RowReader {
  public:
-  Row(const LinearRows& rows, std::size_t row, ColumnBounds& bounds)
+  RowReader(const LinearRows& rows, std::size_t row, ColumnBounds& bounds)
       : _first(rows.first[row]), _last(rows.first[row + 1]), _rows(rows), _bounds(bounds) {}
 
   /// sign * row <= limit; returns whether a bound has become tighter.
@@ -69,7 +69,7 @@ void propagate(const LinearRows& rows, ColumnBounds& bounds) {
   for (int round = 0; changed && round < kRounds; ++round) {
     changed = false;
     for (std::size_t i = 0; i < rows.lower.size(); ++i) {
-      Row row(rows, i, bounds);
+      RowReader row(rows, i, bounds);
       changed = row.atMost(1.0, rows.upper[i]) || changed;
       changed = row.atMost(-1.0, -rows.lower[i]) || changed;
     }

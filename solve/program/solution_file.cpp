@@ -31,7 +31,7 @@ void forRows(const Model& model, Visit visit) {
 }
 
 void printWithPrice(std::ostream& os, const char* what, const std::string& name, double value, double price) {
-  os << what << " " << quoted(name) << " " << exactText(value);
+  os << what << " " << quotedName(name) << " " << exactText(value);
   if (!std::isnan(price)) os << " " << exactText(price);
   os << "\n";
 }
@@ -52,7 +52,7 @@ void printColumns(std::ostream& os, const Solution& solution, bool valuesOnly) {
 
 void printPlain(std::ostream& os, const Solution& solution) {
   const Answer& answer = solution.answer;
-  os << "model " << quoted(solution.model.name()) << "\nstatus " << quoted(wordsFor(answer.status)) << "\n";
+  os << "model " << quotedName(solution.model.name()) << "\nstatus " << quotedName(wordsFor(answer.status)) << "\n";
   if (!std::isnan(answer.bound)) os << "bound " << exactText(answer.bound) << "\n";
   if (!answer.hasSolution) return;
   os << "objective " << exactText(answer.objective) << "\nviolation " << exactText(answer.violation.amount) << "\n";

@@ -352,7 +352,10 @@ TEST(Evaluator, EachCallAloneGivesWhatAllTogetherGive) {
 
 TEST(Evaluator, DescribesRowsAsItEvaluatesThem) {
   Model model(40);
+  model.rows.add(TavExpr(model.x[0] / model.x[1] + TavSquare(model.x[2]) / 4.0));
+  model.lambda.push_back(1.0);
   TavEvaluator evaluator(model.env, model.objective, model.rows, model.x, {});
+  EXPECT_EQ(evaluator.getKind(model.lambda.size() - 1), TavEvaluator::Kind::NonLinear);
   for (std::size_t r = 0; r < model.lambda.size(); ++r) {
     std::vector<double> lambda(model.lambda.size());
     lambda[r] = 1.0;
@@ -492,6 +495,25 @@ TEST(Evaluator, GivesWhatAFreshOneDoesAfterModifications) {
       if (testing::Test::HasFailure()) return;
     }
   }
+}
+
+TEST(Evaluator, AnEndedVariableIsNoColumn) {
+  TavEnv env;
+  TavNumVar x(env, -9, 9, "x"), y(env, -9, 9, "y"), z(env, -9, 9, "z");
+  TavExprArray rows(env);
+  rows.add(TavExpr(2.0 * x + 3.0 * y + TavSquare(z)));
+  TavEvaluator evaluator(env, TavNumExprArg(rows[0]), rows, TavNumVarArray(env, 3, x, y, z), {});
+  const Matrix before{{{0, 0}, 2.0}, {{0, 1}, 3.0}, {{0, 2}, 10.0}}, after{{{0, 0}, 2.0}, {{0, 1}, 10.0}};
+  EXPECT_EQ(resultsOf(evaluator, {1.0, 1.0, 5.0}, 1.0, {1.0}).jacobian, before);
+  y.end();
+  evaluator.update();
+  ASSERT_EQ(evaluator.getColumnCount(), 2U);
+  EXPECT_EQ(evaluator.getColumnOf(z), 1U);
+  const Results got = resultsOf(evaluator, {1.0, 5.0}, 1.0, {1.0});
+  EXPECT_EQ(got.jacobian, after);
+  EXPECT_EQ(got.gradient, (std::vector<double>{2.0, 10.0}));
+  EXPECT_EQ(got.objective, 27.0);
+  env.end();
 }
 
 TEST(Evaluator, AddsInTheOrderOfEval) {

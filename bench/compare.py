@@ -74,6 +74,7 @@ EVALUATOR = [
     ("rosenbrockCompile", "Rosenbrock chain, compiling", "column", {"ns": 2000, "bytes": 350, "bytes from": 1_000}),
     ("random", "300 random rows, all five", "row", {"hand": 10.0}),
     ("randomValues", "300 random rows, values", "row", {"eval": 1.0}),
+    ("randomCompile", "300 random rows, compiling", "row", {"ns": 2000, "bytes": 350, "bytes from": 100}),
 ]
 EVALUATOR_TWINS = {"hand": "by hand", "hand_avx2": "by hand (AVX2 at most)", "hand_sse2": "by hand (SSE2 only)",
                    "eval": "`eval`"}

@@ -1,5 +1,6 @@
 // Processor times of building, compiling, changing and evaluating large and unusual models, at sizes that grow by
-// factors of ten. Usage: tav_bench_evaluator_sizes [LARGEST], the largest number of items; a million by default.
+// factors of ten. Usage: tav_bench_evaluator_sizes [LARGEST], the largest number of items (a million by default);
+// beyond a million the terms of a sum alone.
 
 #include <cstdio>
 #include <cstdlib>
@@ -136,7 +137,7 @@ int main(int argc, char** argv) {
   std::printf(
       "| what | items | building, ns an item | compiling | bytes | evaluating all five |\n|---|---|---|---|---|---|\n");
   for (long size = 1000; size <= largest; size *= 10) {
-    measure("rows of one shape", size, [=](Model& model) { oneShape(model, size); });
+    if (size <= 1'000'000) measure("rows of one shape", size, [=](Model& model) { oneShape(model, size); });
     if (size <= 100'000) measure("rows of different shapes", size, [=](Model& model) { differentShapes(model, size); });
     measure("terms of a sum", size, [=](Model& model) { longSum(model, size); });
     if (size <= 1'000'000) measure("nested nodes", size, [=](Model& model) { deepNest(model, size); });

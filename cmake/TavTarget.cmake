@@ -12,10 +12,6 @@ endif()
 # With TAV_BUILD_ONCE, a build from nothing costs half the processor time: the sources of a target are one unit, and the
 # most expensive headers are precompiled in two sets, `library`, and `tests`, which has GoogleTest too. It is not for
 # editing: every change compiles a whole target, and a missing include is not noticed.
-if(TAV_BUILD_ONCE)
-  set(CMAKE_UNITY_BUILD ON)
-endif()
-
 # tav_precompiled_set(<set> <header>...): defines a set.
 function(tav_precompiled_set set)
   if(NOT TAV_BUILD_ONCE)
@@ -50,7 +46,7 @@ function(tav_units_by_folder target)
 endfunction()
 
 function(tav_options target)
-  set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF UNITY_BUILD_BATCH_SIZE 0)
+  set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF UNITY_BUILD ${TAV_BUILD_ONCE} UNITY_BUILD_BATCH_SIZE 0)
   target_compile_features(${target} PRIVATE cxx_std_20)
   if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
     # -Wall contains the form of -Woverloaded-virtual that accepts a class which overrides one of several overloads. Before

@@ -177,6 +177,15 @@ TEST(MpsFiles, Sections) {
   }
 }
 
+TEST(MpsFiles, MatricesOfTheObjectiveMeanTheSameAsInLpFiles) {
+  const std::string wanted = reading("min o: x + y + [ 3 x^2 + 4 x * y ] / 2\nst\nend", TavFileFormat::Lp);
+  for (const std::string matrix :
+       {"QUADOBJ\n x x 3\n x y 2", "QMATRIX\n x x 3\n x y 2\n y x 2", "QSECTION o\n x x 3\n y x 2"}) {
+    EXPECT_EQ(reading("ROWS\n N o\nCOLUMNS\n x o 1\n y o 1\n" + matrix + "\nENDATA", TavFileFormat::Mps), wanted)
+        << matrix;
+  }
+}
+
 TEST(MpsFiles, FixedAndFreeFormatAreToldApart) {
   const Row files[] = {
       {"NAME          B\nROWS\n N  COST\n G  R 1\nCOLUMNS\n    X Y       COST               1.0   R 1                "
@@ -203,6 +212,7 @@ TEST(MpsFiles, AreRefusedWhereTheyAreInDoubt) {
       {"BOUNDS\n UP x", "14:6"},
       {"BOUNDS\n XX x 1", "14:2"},
       {"BOUNDS\n UP x 1\n UP x 2", "15:7"},
+      {"BOUNDS\n UP x 1\n PL x", "15:1"},
       {"BOUNDS\n LO x 1e20", "14:7"},
       {"QMATRIX\n x y 1", "14:2"},
       {"CSECTION", "13:1"},

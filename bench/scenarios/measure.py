@@ -5,7 +5,7 @@ import argparse
 import os
 import random
 import re
-import shutil
+import resource
 import statistics
 import subprocess
 import tempfile
@@ -62,7 +62,7 @@ class Bench:
         begin = time.time()
         for line in lines:
             with open("edits.txt", "w") as file:
-                file.write(line.split(" ", 1)[1] + "\n")
+                file.write(line.partition(" ")[2] + "\n")
             run([self.solve + "/tavsolve", model, "--quiet", "--edits", "edits.txt"])
         return len(lines) / (time.time() - begin)
 
@@ -77,28 +77,40 @@ def row(*cells):
     return "| " + " | ".join(cells) + " |\n"
 
 
+def processor_seconds(work):
+    before = resource.getrusage(resource.RUSAGE_CHILDREN)
+    work()
+    after = resource.getrusage(resource.RUSAGE_CHILDREN)
+    return after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
+
+
 def compare(bench, rounds, cases):
-    text = row("model", "scenarios a second", "in comparison", "ratio") + "|---|---:|---|---:|\n"
+    """Processor time of whole runs, reading and the base model included."""
+    text = row("model", "tavsolve, ms a scenario", "by hand, ms", "tavsolve / by hand") + "|---|---:|---:|---:|\n"
     for name, model, scenarios, start in cases:
-        if start is None:
-            hand = lambda: bench.by_hand("clp_by_hand", model, scenarios)
-        else:
-            hand = lambda: bench.by_hand("ipopt_by_hand", model, start, scenarios)
-        own = lambda: bench.rate(model, scenarios, start=start)
-        a, b, ratio = ratios(own, hand, rounds)
-        text += row(name, f"{a:.4g}", f"{'Ipopt' if start else 'CLP'} by hand {b:.4g}", f"{ratio:.2f}")
+        hand = ["clp_by_hand", model] if start is None else ["ipopt_by_hand", model, start]
+        with open(scenarios) as file:
+            count = sum(1 for _ in file)
+        a, b, ratio = ratios(lambda: processor_seconds(lambda: bench.rate(model, scenarios, start=start)),
+                             lambda: processor_seconds(lambda: bench.by_hand(*hand, scenarios)), rounds)
+        text += row(name, f"{1e3 * a / count:.3g}", f"{1e3 * b / count:.3g}", f"{ratio:.2f}")
         print(text.splitlines()[-1], flush=True)
-        if name.endswith(("three markets", "14 buses")):
-            a, b, ratio = ratios(own, lambda: bench.single(model, scenarios, 20), rounds)
-            text += row(name, f"{a:.4g}", f"one start of tavsolve for each {b:.4g}", f"{ratio:.0f}")
-            print(text.splitlines()[-1], flush=True)
+    return text
+
+
+def compare_with_starts(bench, rounds, cases):
+    text = row("model", "scenarios a second", "by a start of tavsolve for each", "ratio") + "|---|---:|---:|---:|\n"
+    for name, model, scenarios, start in cases:
+        a, b, ratio = ratios(lambda: bench.rate(model, scenarios, start=start), lambda: bench.single(model, scenarios, 20), rounds)
+        text += row(name, f"{a:.4g}", f"{b:.4g}", f"{ratio:.0f}")
+        print(text.splitlines()[-1], flush=True)
     return text
 
 
 def scale(bench, rounds, cases):
     text = row("model", "a scenario", "2 workers / 1", "2 ranks / 1", "two runs at once / 1") + "|---|---:|---:|---:|---:|\n"
     figures = []
-    for name, model, scenarios in cases:
+    for name, model, scenarios, start in cases:
         def two_runs():
             folders = []
             for k in range(2):
@@ -106,16 +118,20 @@ def scale(bench, rounds, cases):
                 folders.append(folder)
             words = [bench.solve + "/tavsolve", os.path.abspath(model), "--quiet", "--scenarios", os.path.abspath(scenarios),
                      "--results", "results.csv"]
+            if start:
+                words += ["--start", os.path.abspath(start)]
             running = [subprocess.Popen(words, cwd=folder, stdout=subprocess.PIPE, text=True) for folder in folders]
             return sum(float(re.search(r"^rate +(\S+)", r.communicate()[0], re.M)[1]) for r in running)
         rounds_of = []
         for _ in range(rounds):
-            one = bench.rate(model, scenarios)
-            jobs = bench.rate(model, scenarios, "--jobs", 2)
-            rank = bench.rate(model, scenarios, ranks=1)
-            ranks = bench.rate(model, scenarios, ranks=2)
-            rounds_of.append((one, jobs / one, ranks / rank, two_runs() / one))
-        one, jobs, ranks, both = (statistics.median(column) for column in zip(*rounds_of))
+            one = bench.rate(model, scenarios, start=start)
+            jobs = bench.rate(model, scenarios, "--jobs", 2, start=start)
+            rank = bench.rate(model, scenarios, ranks=1, start=start)
+            ranks = bench.rate(model, scenarios, ranks=2, start=start)
+            rounds_of.append((one, jobs, rank, ranks, two_runs()))
+        # The best of each: what else runs on the machine only takes away.
+        one, jobs, rank, ranks, both = (max(column) for column in zip(*rounds_of))
+        jobs, ranks, both = jobs / one, ranks / rank, both / one
         text += row(name, f"{1e3 / one:.3g} ms", f"{jobs:.2f}", f"{ranks:.2f}", f"{both:.2f}")
         figures.append((name, jobs, ranks, both))
         print(text.splitlines()[-1], flush=True)
@@ -166,9 +182,15 @@ def main():
                  ("transport, 100 plants, 150 markets", "large.mps", "large.txt", None)]
         for name, case in cases:
             run([f"{solve}/../examples/contingencies/example_contingencies", "write", case, name])
+            with open(f"{name}/outages.txt") as file:
+                lines = [line.rstrip("\n").partition(" ") for line in file]
+            with open(f"{name}/outages.txt", "w") as file:  # a large network's first ones, a small one's several times
+                for k in range(1 if len(lines) > 24 else 15):
+                    file.writelines(f"{name}.{k} {edits}\n" for name, _, edits in lines[:24])
             races.append((f"line outages, {name}", f"{name}/grid.nl", f"{name}/outages.txt", f"{name}/start.txt"))
         comparison = compare(bench, arguments.rounds, races)
-        scaling, figures = scale(bench, arguments.rounds, [(name, model, text) for name, model, text, start in races if not start])
+        comparison += "\n" + compare_with_starts(bench, arguments.rounds, races[:2])
+        scaling, figures = scale(bench, arguments.rounds, races)
         operations = row("ranks", "taking a scenario", "writing a line of 110 bytes") + "|---|---:|---:|\n"
         for ranks in 1, 2:
             words = run([*MPIRUN, "-n", ranks, programs + "/tav_bench_ranks", 50000, "lines"]).split()

@@ -68,3 +68,16 @@ TEST(ModelFileBuild, RowsThatHaveBeenUsedGiveTheirMemoryBackAndLeaveTheOthers) {
   EXPECT_EQ(model.linearValue[kEntries], 0.0) << "pages that are read again are new ones";
 #endif
 }
+
+TEST(ModelFileBuild, ConstantsOfRowsMoveIntoTheirBounds) {
+  TavEnv env;
+  TavModelContents model;
+  const TavNumVar x(env, 0.0, 10.0, "x");
+  const TavExpr sum = x + 3;
+  model.variables = {x};
+  model.rows = {{sum, 1.0, 5.0, "r"}};
+  const TavFileModel file = TavFileModelOf(model);
+  EXPECT_EQ(file.rows[0].lower, -2.0);
+  EXPECT_EQ(file.rows[0].upper, 2.0);
+  env.end();
+}

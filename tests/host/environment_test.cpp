@@ -51,15 +51,16 @@ TEST_F(Environment, IdentifiersAreUsedAgainAndMarkArraysHaveAnEntryForEach) {
 }
 
 TEST_F(Environment, RemovalMarksNestAndAreTakenBack) {
-  TestObject *a = makeObject(env), *b = makeObject(env), *c = makeObject(env);
+  TestObject *a = makeObject(env), *b = makeObject(env), *c = makeObject(env), *d = makeObject(env);
   const std::size_t outer = impl()->markedCount();
   impl()->markRemoved(a);
   const std::size_t inner = impl()->markedCount();
-  for (TestObject* object : {a, b, c}) impl()->markRemoved(object);  // a is marked already
+  for (TestObject* object : {a, b, c, d}) impl()->markRemoved(object);  // a is marked already
   EXPECT_TRUE(impl()->isRemoved(a) && impl()->isRemoved(b));
   impl()->destroy(c, 0);  // a marked object may be destroyed
   TestObject* successor = makeObject(env);
   EXPECT_FALSE(impl()->isRemoved(successor));
+  impl()->destroy(d, 0);  // its identifier stays free
   impl()->restoreMarks(inner);
   EXPECT_TRUE(impl()->isRemoved(a) && !impl()->isRemoved(b) && !impl()->isRemoved(successor));
   impl()->restoreMarks(outer);

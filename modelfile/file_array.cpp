@@ -78,10 +78,9 @@ void TavFreeBlock(void* block, std::size_t bytes) noexcept {
   std::free(block);
 }
 
-void TavDiscardFront(void* block, std::size_t bytes, std::size_t unused) noexcept {
+void TavDiscardFront([[maybe_unused]] void* block, [[maybe_unused]] std::size_t bytes,
+                     [[maybe_unused]] std::size_t unused) noexcept {
 #ifdef __linux__
   if (isMapped(bytes) && unused >= kPiece) ::madvise(block, unused & ~(kPiece - 1), MADV_DONTNEED);
-#else
-  static_cast<void>(block), static_cast<void>(bytes), static_cast<void>(unused);
 #endif
 }

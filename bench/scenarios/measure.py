@@ -1,5 +1,5 @@
 """Measures runs of scenarios; prints the figures and, with --docs, writes the tables and the chart of docs/scenarios.md.
-usage: measure.py SOLVE_FOLDER BENCH_FOLDER ROOT [--docs] [--case FILE.m] [--contingencies PROGRAM]"""
+usage: measure.py SOLVE_FOLDER BENCH_FOLDER ROOT [--docs] [--rounds N] [--case FILE.m]..."""
 
 import argparse
 import os
@@ -165,12 +165,11 @@ def main():
     parser.add_argument("root")
     parser.add_argument("--docs", action="store_true")
     parser.add_argument("--rounds", type=int, default=5)
-    parser.add_argument("--case", help="a MATPOWER file, which is measured too")
+    parser.add_argument("--case", action="append", default=[], help="a MATPOWER file, which is measured too")
     arguments = parser.parse_args()
     solve, programs, root = map(os.path.abspath, (arguments.solve, arguments.bench, arguments.root))
     cases = [("14 buses", root + "/examples/power_flow/case14_ieee.txt")]
-    if arguments.case:
-        cases.append(("118 buses", os.path.abspath(arguments.case)))
+    cases += [(re.search(r"case(\d+)", case)[1] + " buses", os.path.abspath(case)) for case in arguments.case]
     bench = Bench(solve, programs, root)
     with tempfile.TemporaryDirectory() as work:
         os.chdir(work)

@@ -33,7 +33,7 @@ std::vector<Line> linesOf(const Network& network) {
     const Network::Branch& branch = network.branches[l];
     std::string name =
         std::to_string(network.buses[branch.from].number) + "-" + std::to_string(network.buses[branch.to].number);
-    if (const int number = ++known[name]; number > 1) name += "/" + std::to_string(number);
+    if (const int number = ++known[name]; number > 1) name.append("/").append(std::to_string(number));
     lines.push_back({name, !isConnectedWithout(network, l)});
   }
   return lines;

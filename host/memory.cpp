@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <new>
 
+#include "host/large_block.h"
+
 TavInt TavFixedSizeAllocatorI::liveBlocks() const noexcept {
   TavInt live = _carved;
   for (const FreeBlock* block = _free; block; block = TavPeek(&block->next)) --live;
@@ -76,7 +78,7 @@ TavChunk* TavMemory::makeChunk(std::size_t bytes, std::size_t blockSize) {
 #ifdef TAV_PLAIN_ALLOC
   void* raw = std::malloc(bytes);
 #else
-  void* raw = std::aligned_alloc(kChunkSize, (bytes + kChunkSize - 1) / kChunkSize * kChunkSize);
+  void* raw = TavAllocAligned(kChunkSize, (bytes + kChunkSize - 1) / kChunkSize * kChunkSize);
 #endif
   if (!raw) throw std::bad_alloc();
   auto* chunk = new (raw) TavChunk{this, blockSize, _chunks, nullptr};

@@ -2,9 +2,9 @@
 /// A growing array of words.
 
 #include <cstddef>
-#include <cstdlib>
-#include <new>
 #include <type_traits>
+
+#include "host/large_block.h"
 
 #pragma GCC visibility push(default)
 
@@ -19,7 +19,7 @@ class TavTable {
   TavTable() = default;
   TavTable(const TavTable&) = delete;
   TavTable& operator=(const TavTable&) = delete;
-  ~TavTable() { std::free(_words); }
+  ~TavTable() { TavFreeBlock(_words, _capacity * sizeof(Word)); }
 
   /// Number of words.
   std::size_t size() const noexcept { return _size; }
@@ -48,9 +48,7 @@ class TavTable {
   void reserve(std::size_t size) {
     if (size <= _capacity) return;
     const std::size_t wanted = size > 2 * _capacity ? size : 2 * _capacity;
-    void* words = std::realloc(_words, wanted * sizeof(Word));
-    if (!words) throw std::bad_alloc();
-    _words = static_cast<Word*>(words);
+    _words = static_cast<Word*>(TavGrowBlock(_words, _capacity * sizeof(Word), wanted * sizeof(Word)));
     _capacity = wanted;
   }
 

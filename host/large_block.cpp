@@ -1,4 +1,4 @@
-#include "modelfile/file_array.h"
+#include "host/large_block.h"
 
 #ifdef __linux__
 #include <sys/mman.h>
@@ -7,13 +7,17 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace {
 
+/// Size and alignment of a huge page. Clearing and addressing one costs a fraction of what it costs for small pages.
+constexpr std::size_t kPiece = std::size_t{1} << 21;
+
 #ifdef __linux__
 
-/// Size and alignment of a huge page.
-constexpr std::size_t kPiece = std::size_t{1} << 21;
+/// Asks for huge pages; where that is refused, pages are small ones.
+void wantHugePages(void* begin, std::size_t bytes) noexcept { ::madvise(begin, bytes, MADV_HUGEPAGE); }
 
 /// Whether the block is mapped; smaller ones come from the heap.
 bool isMapped(std::size_t bytes) noexcept { return bytes >= kPiece; }
@@ -30,7 +34,7 @@ void* map(std::size_t bytes) {
   const std::size_t front = -reinterpret_cast<std::uintptr_t>(raw) & (kPiece - 1);
   if (front != 0) ::munmap(begin, front);
   ::munmap(begin + front + size, kPiece - front);
-  ::madvise(begin + front, size, MADV_HUGEPAGE);  // where it is refused, pages are small ones
+  wantHugePages(begin + front, size);
   return begin + front;
 }
 
@@ -45,6 +49,7 @@ void* growMapped(void* block, std::size_t before, std::size_t bytes) {
 
 #else
 
+void wantHugePages(void*, std::size_t) noexcept {}
 bool isMapped(std::size_t) noexcept { return false; }
 void* map(std::size_t) { throw std::bad_alloc(); }
 void* growMapped(void*, std::size_t, std::size_t) { throw std::bad_alloc(); }
@@ -83,4 +88,11 @@ void TavDiscardFront([[maybe_unused]] void* block, [[maybe_unused]] std::size_t 
 #ifdef __linux__
   if (isMapped(bytes) && unused >= kPiece) ::madvise(block, unused & ~(kPiece - 1), MADV_DONTNEED);
 #endif
+}
+
+void* TavAllocAligned(std::size_t alignment, std::size_t bytes) noexcept {
+  void* block = nullptr;
+  if (::posix_memalign(&block, bytes < kPiece ? alignment : kPiece, bytes) != 0) return nullptr;
+  if (bytes >= kPiece) wantHugePages(block, bytes / kPiece * kPiece);
+  return block;
 }

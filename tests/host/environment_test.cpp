@@ -68,6 +68,46 @@ TEST_F(Environment, RemovalMarksNestAndAreTakenBack) {
   EXPECT_EQ(objects(), 3);
 }
 
+TEST_F(Environment, AHookMayDestroyAndRemoveObjectsThatAreBeingRemoved) {
+  std::vector<TavInt> destroyed;
+  TestObject* made[6];
+  for (TestObject*& object : made) object = makeObject(env), object->destroyed = &destroyed;
+  const auto& [watcher, a, b, c, inner, d] = made;
+  int notified = 0;
+  a->onRemoval = [&](TavExtractableI*) { ++notified; };  // never: it is being removed
+  watcher->onRemoval = [&, &b = b, &c = c, &inner = inner](TavExtractableI* removed) {
+    if (removed == inner) {
+      impl()->destroy(b, 0);  // of the outer removal
+    } else {
+      impl()->destroy(c, 0);
+      inner->end();
+    }
+  };
+  TavExtractableI* batch[] = {a, b, a, c, d};
+  impl()->removeFromAllAndDestroy(std::begin(batch), std::end(batch));
+  EXPECT_EQ(destroyed, (std::vector<TavInt>{3, 2, 4, 1, 5}));  // c, b, inner, a, d
+  EXPECT_EQ(notified, 0);
+
+  // Of two environments: all are destroyed, and the failure in one of them comes out.
+  TavEnv other;
+  makeObject(other)->onRemoval = [](TavExtractableI*) { throw TavException("from a hook"); };
+  watcher->onRemoval = nullptr;
+  TavExtractableI* both[] = {makeObject(env), makeObject(other)};
+  EXPECT_THROW(TavEnvI::removeAcrossEnvs(std::begin(both), std::end(both)), TavException);
+  EXPECT_EQ(objects() + other.getImpl()->liveObjectCount(), 2);
+  other.end();
+}
+
+TEST_F(Environment, ObjectsThatNestDeeplyAndDestroySeveralOthersLeaveNone) {
+  TestObject* top = makeObject(env);
+  for (int level = 0; level < 100; ++level) {
+    top = makeObject(env, nullptr, {top, makeObject(env)});
+    top->destroysChildren = true;
+  }
+  impl()->destroy(top, 0);
+  EXPECT_EQ(objects(), 0);
+}
+
 TEST_F(Environment, ARecordReachesTheListenerAndEveryAlgorithmThatWantsIt) {
   TestObject* object = makeObject(env);
   std::make_unique<TestAlgorithm>(env).reset();  // a destroyed algorithm is not notified

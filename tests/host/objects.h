@@ -1,18 +1,25 @@
 #pragma once
 /// A model object, a change record and an algorithm for the tests of the host alone.
 
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "host/tavhost.h"
 
-/// A model object that owns memory, has children and records its destruction.
+/// A model object that owns memory, has children, which it may destroy, and records removals and its destruction.
 class TestObject : public TavExtractableI {
  public:
   TestObject(TavEnvI* env, const char* name, std::vector<TavExtractableI*> operands = {})
       : TavExtractableI(env, name), text(100, 'x'), children(std::move(operands)) {}
   ~TestObject() override {
     if (destroyed) destroyed->push_back(getId());
+    if (destroysChildren) {
+      for (TavExtractableI* child : children) getEnv()->destroy(child, 0);
+    }
+  }
+  void atRemove(TavExtractableI* removed, void*) override {
+    if (onRemoval) onRemoval(removed);
   }
   void visitSubExtractables(TavExtractableVisitor* visitor) override {
     visitor->beginVisit(this);
@@ -29,6 +36,9 @@ class TestObject : public TavExtractableI {
   std::string text;
   std::vector<TavExtractableI*> children;
   mutable int clones = 0;
+  bool destroysChildren = false;
+  /// Called when other objects are removed, with the first of them.
+  std::function<void(TavExtractableI*)> onRemoval;
   /// Where the object adds its identifier when it is destroyed, or null.
   std::vector<TavInt>* destroyed = nullptr;
 };

@@ -57,7 +57,7 @@ struct Code {
 Code compile(const std::vector<TavNumExprI*>& constraints, TavNumExprI* objective, Columns& columns,
              const TavEvaluator::Options& options, Watch& watch);
 
-/// Of a row, when nothing is known of the degrees of its summands: Quadratic if it has any.
+/// How a row depends on the columns.
 TavEvaluator::Kind kindOf(const Row& row) noexcept;
 /// A row that is added up, without its summands.
 Code::LooseRow looseRowOf(const Row& row, std::size_t firstTerm, std::uint32_t number) noexcept;

@@ -10,7 +10,7 @@
 namespace taveval {
 
 TavEvaluator::Kind kindOf(const Row& row) noexcept {
-  if (row.withoutDerivative) return TavEvaluator::Kind::NonLinear;
+  if (row.withoutDerivative || row.degree > 2) return TavEvaluator::Kind::NonLinear;
   return row.firstSummand == row.summandEnd ? TavEvaluator::Kind::Linear : TavEvaluator::Kind::Quadratic;
 }
 
@@ -70,7 +70,6 @@ class Compilation {
   void compileShapes() {
     ShapeCompiler compiler;
     TapeCompiler tape;
-    std::vector<char> degrees;
     std::array<std::uint32_t, TapeCompiler::kFewest> numbers;
     std::iota(numbers.begin(), numbers.end(), 0U);
     std::size_t rare = 0;
@@ -79,8 +78,6 @@ class Compilation {
       const ShapeDraft draft(_drafts, s);
       if (TapeCompiler::takes(draft, rare)) {
         _tapeDrafts.push_back(draft);
-        tape.read(draft);
-        tape.findDegrees(degrees);
         tape.add(draft, std::span(numbers).first(draft.count), _options.derivatives, _code.tape);
       } else {
         Shape& shape = _code.shapes.emplace_back();
@@ -89,12 +86,6 @@ class Compilation {
         for (const Program& program : shape.programs) {
           _code.registers = std::max(_code.registers, (std::size_t{program.registers} + 1) * shape.lanes);
         }
-        degrees = std::move(_plans.back().degree);
-      }
-      for (std::uint32_t k = 0; k < draft.outputCount; ++k) {
-        if (degrees[k] <= 2) continue;
-        for (std::uint32_t e = 0; e < draft.count; ++e)
-          _code.rows[draft.rows(e)[k]].kind = TavEvaluator::Kind::NonLinear;
       }
     }
   }
@@ -247,8 +238,8 @@ std::size_t Code::bytes() const noexcept {
                     hessian.bytes() + tape.bytes();
   for (const Shape& shape : shapes) {
     sum += (shape.parameters.capacity() + shape.uniforms.capacity()) * sizeof(double) + shape.variables.bytes() +
-           shape.rows.bytes() + shape.jacobian.bytes() + shape.hessian.bytes() +
-           (shape.key.capacity() + shape.parameterPlace.capacity() + shape.dead.capacity()) * sizeof(std::uint32_t) +
+           shape.rows.bytes() + shape.jacobian.bytes() + shape.hessian.bytes() + shape.key.capacity() +
+           (shape.parameterPlace.capacity() + shape.dead.capacity()) * sizeof(std::uint32_t) +
            shape.recipe.nodes.capacity() * sizeof(Graph::Node);
     for (const Program& program : shape.programs) {
       sum += program.code.capacity() * sizeof(Instruction) +

@@ -74,13 +74,13 @@ void ShapeCompiler::readMark(KeyMark mark, std::uint32_t node, std::uint32_t& pa
   sum = sum == kNone ? node : _graph.add(sum, node);
 }
 
-void ShapeCompiler::endOutput(std::uint32_t uses) {
+void ShapeCompiler::endOutput() {
+  const std::uint32_t uses = _uses.back();
   auto& values = rootsOf(uses & kOfObjective ? Section::Objective : Section::Rows);
   if (uses & kSum) values.push_back(_sum);
   if (uses & kEach) values.insert(values.end(), _summands.begin(), _summands.end());
   if (uses & kWhole) _wholeValues.push_back(_value == kNone ? _sum : _value);
   _outputs.push_back(_sum);
-  _uses.push_back(uses);
   _summands.clear();
   _sum = _value = kNone;
 }
@@ -100,7 +100,10 @@ struct ShapeCompiler::Reading {
   void mark(KeyMark mark, std::uint32_t node) {
     to.readMark(mark, node == kNone ? kNone : to._nodeOf[node], parameters);
   }
-  void output(std::uint32_t uses) { to.endOutput(uses); }
+  void output(std::uint32_t uses) {
+    if (!to._uses.empty()) to.endOutput();
+    to._uses.push_back(uses);
+  }
 };
 
 void ShapeCompiler::readDraft(const ShapeDraft& draft) {
@@ -111,19 +114,7 @@ void ShapeCompiler::readDraft(const ShapeDraft& draft) {
   // Variables have the lowest numbers: second derivatives end at them.
   for (std::uint32_t v = 0; v < draft.variableCount; ++v) _graph.leaf(Op::Variable, v);
   readKey(draft.key(), Reading{*this});
-}
-
-void ShapeCompiler::findDegrees(ShapePlan& plan) const {
-  std::vector<int> degree(_graph.size());
-  for (std::uint32_t k = 0; k < _graph.size(); ++k) {
-    const Graph::Node& node = _graph[k];
-    const int operands = operandCount(node.op);
-    degree[k] = degreeOf(node.op, operands > 0 ? degree[node.a] : 0, operands > 1 ? degree[node.b] : 0,
-                         operands > 2 ? degree[node.c] : 0);
-  }
-  for (std::size_t k = 0; k < _outputs.size(); ++k) {
-    plan.degree.push_back(_uses[k] & kDerivatives ? static_cast<char>(degree[_outputs[k]]) : char{0});
-  }
+  endOutput();
 }
 
 void ShapeCompiler::differentiate(int derivatives, ShapePlan& plan) {
@@ -247,7 +238,6 @@ void ShapeCompiler::compile(const ShapeDraft& draft, int derivatives, std::uint3
                             ShapePlan& plan) {
   readDraft(draft);
   _derived.begin(draft.parameterCount);
-  findDegrees(plan);
   shape.count = draft.count;
   shape.variableCount = draft.variableCount;
   rootsOf(Section::Rows).insert(rootsOf(Section::Rows).end(), _wholeValues.begin(), _wholeValues.end());

@@ -14,7 +14,6 @@ struct ShapePlan {
   std::vector<Derivative> jacobian;  ///< row: output; column: variable of the shape.
   std::vector<Derivative> gradient;  ///< The same of the objective.
   std::vector<Derivative> hessian;   ///< Variables of the shape.
-  std::vector<char> degree;          ///< By output: 0, 1, 2, or 3 for anything else.
 };
 
 /// Compiles shapes; memory is kept from shape to shape.
@@ -29,8 +28,7 @@ class ShapeCompiler {
   void readDraft(const ShapeDraft& draft);
   std::vector<std::uint32_t>& rootsOf(Section section) { return _roots[static_cast<std::size_t>(section)]; }
   void readMark(KeyMark mark, std::uint32_t node, std::uint32_t& parameters);
-  void endOutput(std::uint32_t uses);
-  void findDegrees(ShapePlan& plan) const;
+  void endOutput();
   void differentiate(int derivatives, ShapePlan& plan);
   void makePrograms(Shape& shape);
   static void chooseLanes(std::uint32_t lanes, Shape& shape);

@@ -1,58 +1,24 @@
 #include "evaluator/elements.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace taveval {
-
-namespace {
-
-std::uint64_t hashOf(const std::uint32_t* first, std::size_t count) noexcept {
-  std::uint64_t hash = count + 1;
-  for (std::size_t i = 0; i < count; ++i) {
-    hash = (hash ^ first[i]) * 0x9e3779b97f4a7c15ULL;
-    hash ^= hash >> 29;
-  }
-  return hash;
-}
-
-bool isSumOrProduct(Op op) noexcept {
-  return op == Op::Add || op == Op::Sub || op == Op::Neg || op == Op::Mul || op == Op::Square || op == Op::Parameter ||
-         op == Op::Constant;
-}
-
-}  // namespace
 
 // Variables of summands
 
 void Elements::collectVariables(std::uint32_t root, Local& local) {
   ++_stamp;
   local.firstVariable = static_cast<std::uint32_t>(_sets.size());
-  local.isCheap = true;
   _stack.push_back(root);
   while (!_stack.empty()) {
     const std::uint32_t at = _stack.back();
     _stack.pop_back();
-    if (_recordStamp[at] == _stamp) continue;
-    _recordStamp[at] = _stamp;
+    if (std::exchange(_written[at].stamp, _stamp) == _stamp) continue;
     const Record& record = _rows.records[at];
-    if (record.op == Op::Variable) {
-      _sets.push_back(record.a);
-      continue;
-    }
-    local.isCheap = local.isCheap && isSumOrProduct(record.op);
-    switch (operandCount(record.op)) {
-      case 3:
-        _stack.push_back(record.c);
-        [[fallthrough]];
-      case 2:
-        _stack.push_back(record.b);
-        [[fallthrough]];
-      case 1:
-        _stack.push_back(record.a);
-        break;
-      default:
-        break;
-    }
+    if (record.op == Op::Variable) _sets.push_back(record.a);
+    const std::uint32_t of[] = {record.a, record.b, record.c};
+    for (int i = operandCount(record.op); i-- > 0;) _stack.push_back(of[i]);
   }
   local.variableCount = static_cast<std::uint32_t>(_sets.size()) - local.firstVariable;
   std::sort(_sets.begin() + local.firstVariable, _sets.end());
@@ -86,7 +52,14 @@ Elements::Local Elements::localOf(std::size_t summand) {
   local.firstSummand = local.lastSummand = static_cast<std::uint32_t>(_links.size());
   local.summandCount = 1;
   _links.push_back({static_cast<std::uint32_t>(summand), kNone});
-  collectVariables(_rows.summands[summand].record, local);
+  const Summand& its = _rows.summands[summand];
+  local.isCheap = !(_rows.records[its.record].flags & Record::kCostly);
+  if (its.firstRecord == kNone) {
+    collectVariables(its.record, local);
+  } else {
+    local.firstVariable = its.firstColumn;
+    local.variableCount = its.columnCount;
+  }
   return local;
 }
 
@@ -172,7 +145,7 @@ void Elements::growTable() {
   _elementOfHash.assign(std::max<std::size_t>(1024, 4 * _elementOfHash.size()), kNone);
   for (std::uint32_t e = 0; e < _elements.size(); ++e) {
     Element& element = _elements[e];
-    auto& head = _elementOfHash[hashOf(_sets.data() + element.firstVariable, element.variableCount) &
+    auto& head = _elementOfHash[hashOfBytes(_sets.data() + element.firstVariable, 4 * element.variableCount) &
                                 (_elementOfHash.size() - 1)];
     element.nextOfHash = head;
     head = e;
@@ -182,7 +155,7 @@ void Elements::growTable() {
 std::uint32_t Elements::elementOf(const Local& local, std::uint32_t row) {
   if (_elements.size() >= _elementOfHash.size()) growTable();
   const auto* set = _sets.data() + local.firstVariable;
-  auto& head = _elementOfHash[hashOf(set, local.variableCount) & (_elementOfHash.size() - 1)];
+  auto& head = _elementOfHash[hashOfBytes(set, 4 * local.variableCount) & (_elementOfHash.size() - 1)];
   for (std::uint32_t e = head, tried = 0; e != kNone && tried < kMostCandidates; e = _elements[e].nextOfHash, ++tried) {
     const Element& element = _elements[e];
     if (element.variableCount == local.variableCount && element.outputCount < kMostOutputs &&
@@ -209,46 +182,78 @@ void Elements::addOutput(const Local& local, std::uint32_t number, std::uint32_t
 
 // Shapes
 
+/// Writes an operation whose operands are written.
+void Elements::writeNode(std::uint32_t at, const Record& record) {
+  _written[at] = {_stamp, _nodeCount};
+  _key.op(record.op);
+  switch (record.op) {
+    case Op::Variable:
+      _drafts.variables.push_back(record.a);
+      _writtenColumn[record.a] = _written[at];
+      break;
+    case Op::Parameter:
+      _drafts.parameters.push_back(record.number());
+      break;
+    case Op::Constant:
+      _key.constant(record.number());
+      break;
+    default: {
+      const std::uint32_t of[] = {record.a, record.b, record.c};
+      const int operands = operandCount(record.op);
+      for (int i = 0; i < operands; ++i) _key.number(_nodeCount - _written[of[i]].number);
+    }
+  }
+  ++_nodeCount;
+}
+
+/// Writes a record behind its operands.
 void Elements::writeRecord(std::uint32_t root) {
   _stack.push_back(root);
   while (!_stack.empty()) {
     const std::uint32_t at = _stack.back();
     const Record& record = _rows.records[at];
-    if (_recordStamp[at] == _stamp) {
+    if (_written[at].stamp == _stamp) {
       _stack.pop_back();
       continue;
     }
     const std::uint32_t of[] = {record.a, record.b, record.c};
-    const int operands = operandCount(record.op);
     const std::size_t before = _stack.size();
-    for (int i = operands; i-- > 0;) {
-      if (_recordStamp[of[i]] != _stamp) _stack.push_back(of[i]);
+    for (int i = operandCount(record.op); i-- > 0;) {
+      if (_written[of[i]].stamp != _stamp) _stack.push_back(of[i]);
     }
     if (_stack.size() != before) continue;
     _stack.pop_back();
-    _recordStamp[at] = _stamp;
-    _numberOf[at] = _written++;
-    _key.push_back(static_cast<std::uint32_t>(record.op));
-    if (record.op == Op::Variable) {
-      _drafts.variables.push_back(record.a);
-      _columnStamp[record.a] = _stamp;
-      _numberOfColumn[record.a] = _numberOf[at];
-    } else if (record.op == Op::Parameter) {
-      _drafts.parameters.push_back(record.number());
-    } else if (record.op == Op::Constant) {
-      _key.insert(_key.end(), {record.a, record.b});
-    } else {
-      for (int i = 0; i < operands; ++i) _key.push_back(_numberOf[of[i]]);
+    writeNode(at, record);
+  }
+}
+
+/// Writes the records of a summand that are not written yet.
+void Elements::writeSummand(const Summand& summand) {
+  if (summand.firstRecord == kNone) return writeRecord(summand.record);
+  // In the order in which they were read, variables where they are used first.
+  for (std::uint32_t at = summand.firstRecord; at <= summand.record; ++at) {
+    const Record& record = _rows.records[at];
+    if (record.op == Op::Variable || _written[at].stamp == _stamp) continue;
+    const std::uint32_t of[] = {record.a, record.b, record.c};
+    const int operands = operandCount(record.op);
+    for (int i = 0; i < operands; ++i) {
+      const Record& operand = _rows.records[of[i]];
+      if (operand.op == Op::Variable && _written[of[i]].stamp != _stamp) writeNode(of[i], operand);
     }
+    writeNode(at, record);
   }
 }
 
 void Elements::writeColumn(std::uint32_t column) {
-  if (_columnStamp[column] == _stamp) return;
-  _columnStamp[column] = _stamp;
-  _numberOfColumn[column] = _written++;
-  _key.push_back(static_cast<std::uint32_t>(Op::Variable));
+  if (_writtenColumn[column].stamp == _stamp) return;
+  _writtenColumn[column] = {_stamp, _nodeCount++};
+  _key.op(Op::Variable);
   _drafts.variables.push_back(column);
+}
+
+void Elements::writeMark(KeyMark mark, std::uint32_t node) {
+  _key.mark(mark);
+  _key.number(_nodeCount - node);
 }
 
 void Elements::writeLinearPart(const Row& row) {
@@ -259,11 +264,11 @@ void Elements::writeLinearPart(const Row& row) {
     const KeyMark mark = coefficient == 1.0    ? KeyMark::LinearPlus
                          : coefficient == -1.0 ? KeyMark::LinearMinus
                                                : KeyMark::LinearScaled;
-    _key.insert(_key.end(), {static_cast<std::uint32_t>(mark), _numberOfColumn[column]});
+    writeMark(mark, _writtenColumn[column].number);
     if (mark == KeyMark::LinearScaled) _drafts.parameters.push_back(coefficient);
   }
   if (row.constant != 0.0) {
-    _key.push_back(static_cast<std::uint32_t>(KeyMark::LinearNumber));
+    _key.mark(KeyMark::LinearNumber);
     _drafts.parameters.push_back(row.constant);
   }
 }
@@ -277,30 +282,34 @@ void Elements::growShapeTable() {
   }
 }
 
-/// The shape of the key; a new one if there is none. The element's data lies at the end of the drafts.
-std::uint32_t Elements::shapeOfKey(const Drafts::Element& from) {
+/// The shape of the key, which lies at the end of the drafts as the element's data does; a new one if there is none.
+std::uint32_t Elements::shapeOfKey(const Drafts::Element& from, std::size_t firstByte) {
   auto& shapes = _drafts.shapes;
+  auto& keys = _drafts.keys;
   if (shapes.size() >= _shapeOfHash.size()) growShapeTable();
-  const std::uint64_t hash = hashOf(_key.data(), _key.size());
+  const std::uint8_t* key = keys.data() + firstByte;
+  const std::size_t size = keys.size() - firstByte;
+  const std::uint64_t hash = hashOfBytes(key, size);
   auto& head = _shapeOfHash[hash & (_shapeOfHash.size() - 1)];
   for (std::uint32_t s = head; s != kNone; s = shapes[s].nextOfHash) {
-    if (shapes[s].hash == hash && shapes[s].wordCount == _key.size() &&
-        std::equal(_key.begin(), _key.end(),
-                   _drafts.words.begin() + static_cast<std::ptrdiff_t>(shapes[s].firstWord))) {
+    if (shapes[s].hash == hash && shapes[s].byteCount == size &&
+        std::equal(key, key + size, keys.data() + shapes[s].firstByte)) {
+      keys.resize(firstByte);
       return s;
     }
   }
   const auto number = [](std::size_t count) { return static_cast<std::uint32_t>(count); };
-  shapes.push_back({_drafts.words.size(), number(_key.size()), number(_drafts.variables.size() - from.variables),
+  shapes.push_back({firstByte, number(size), number(_drafts.variables.size() - from.variables),
                     number(_drafts.parameters.size() - from.parameters), number(_drafts.rows.size() - from.rows),
-                    number(_drafts.values.size() - from.values), _written, number(_objectiveValues.size()), 0, 0, head,
-                    hash});
-  _drafts.words.insert(_drafts.words.end(), _key.begin(), _key.end());
+                    number(_drafts.values.size() - from.values), _nodeCount, number(_objectiveValues.size()), 0, 0,
+                    head, hash});
   head = number(shapes.size() - 1);
   return head;
 }
 
 void Elements::writeOutput(const Output& output) {
+  _key.mark(KeyMark::Output);
+  _key.number(output.uses);
   // In the order of the expression.
   _summands.clear();
   for (std::uint32_t link = output.firstSummand; link != kNone; link = _links[link].next) {
@@ -309,17 +318,14 @@ void Elements::writeOutput(const Output& output) {
   std::sort(_summands.begin(), _summands.end());
   for (const std::uint32_t number : _summands) {
     const Summand& summand = _rows.summands[number];
-    writeRecord(summand.record);
+    writeSummand(summand);
     const KeyMark mark = summand.isScaled            ? KeyMark::Scaled
                          : summand.coefficient > 0.0 ? KeyMark::Plus
                                                      : KeyMark::Minus;
-    _key.push_back(static_cast<std::uint32_t>(mark));
-    _key.push_back(_numberOf[summand.record]);
+    writeMark(mark, _written[summand.record].number);
     if (summand.isScaled) _drafts.parameters.push_back(summand.coefficient);
   }
   if (output.uses & kWhole) writeLinearPart(_rows.rows[output.row]);
-  _key.push_back(static_cast<std::uint32_t>(KeyMark::Output));
-  _key.push_back(output.uses);
   _drafts.rows.push_back(output.row);
   auto& values = output.uses & kOfObjective ? _objectiveValues : _values;
   if (output.uses & kSum) values.push_back(_summands[0]);
@@ -327,8 +333,9 @@ void Elements::writeOutput(const Output& output) {
 }
 
 void Elements::addToShape(const Element& element) {
-  for (auto* list : {&_key, &_values, &_objectiveValues}) list->clear();
-  _written = 0;
+  const std::size_t firstByte = _drafts.keys.size();
+  for (auto* list : {&_values, &_objectiveValues}) list->clear();
+  _nodeCount = 0;
   ++_stamp;
   const auto number = [](std::size_t count) { return static_cast<std::uint32_t>(count); };
   Drafts::Element draft{0, number(_drafts.variables.size()), number(_drafts.rows.size()), number(_drafts.values.size()),
@@ -337,7 +344,7 @@ void Elements::addToShape(const Element& element) {
   for (const auto* values : {&_objectiveValues, &_values}) {
     _drafts.values.insert(_drafts.values.end(), values->begin(), values->end());
   }
-  draft.shape = shapeOfKey(draft);
+  draft.shape = shapeOfKey(draft, firstByte);
   ++_drafts.shapes[draft.shape].count;
   _drafts.elements.push_back(draft);
 }
@@ -360,7 +367,6 @@ Drafts Elements::collect(const Filter& wanted) {
   if (wanted) _wanted = &wanted;
   _drafts.isWhole.resize(_rows.rows.size());
   for (std::uint32_t row = 0; row < _rows.rows.size(); ++row) splitRow(row);
-  _numberOf.resize(_rows.records.size());
   for (const Element& element : _elements) addToShape(element);
   sortByShape();
   return std::move(_drafts);

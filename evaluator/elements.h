@@ -2,11 +2,11 @@
 /// From rows to shapes. Summands over the same variables, also those of different rows, form one element, so that they
 /// share subexpressions; elements of equal structure form a shape.
 
-#include <bit>
 #include <functional>
 #include <span>
 #include <vector>
 
+#include "evaluator/key.h"
 #include "evaluator/pages.h"
 #include "evaluator/rows.h"
 
@@ -16,8 +16,8 @@ namespace taveval {
 struct Drafts {
   /// Elements of one structure.
   struct Shape {
-    std::size_t firstWord;  ///< Of the key, in `words`.
-    std::uint32_t wordCount;
+    std::size_t firstByte;  ///< Of the key, in `keys`.
+    std::uint32_t byteCount;
     std::uint32_t variableCount, parameterCount, outputCount, valueCount, nodeCount;
     std::uint32_t objectiveValueCount;  ///< Of the values; they come first.
     std::uint32_t count, firstInOrder;  ///< Of its elements, in `order`.
@@ -32,8 +32,8 @@ struct Drafts {
   };
   std::vector<Shape> shapes;
   std::vector<Element> elements;
-  std::vector<std::uint32_t> order;      ///< Elements by shape.
-  std::vector<std::uint32_t> words;      ///< Keys.
+  std::vector<std::uint32_t> order;  ///< Elements by shape.
+  std::vector<std::uint8_t> keys;
   std::vector<std::uint32_t> variables;  ///< Columns.
   std::vector<std::uint32_t> rows;       ///< Rows of the outputs; the objective is the row behind the last.
   std::vector<std::uint32_t> values;     ///< Numbers of the summands whose values an element gives.
@@ -45,7 +45,7 @@ struct Drafts {
 class ShapeDraft : public Drafts::Shape {
  public:
   ShapeDraft(const Drafts& drafts, std::size_t shape) : Shape(drafts.shapes[shape]), _drafts(drafts) {}
-  std::span<const std::uint32_t> key() const { return std::span(_drafts.words).subspan(firstWord, wordCount); }
+  Key key() const { return std::span(_drafts.keys).subspan(firstByte, byteCount); }
   const std::uint32_t* variables(std::uint32_t e) const { return _drafts.variables.data() + element(e).variables; }
   const std::uint32_t* rows(std::uint32_t e) const { return _drafts.rows.data() + element(e).rows; }
   const std::uint32_t* values(std::uint32_t e) const { return _drafts.values.data() + element(e).values; }
@@ -56,58 +56,14 @@ class ShapeDraft : public Drafts::Shape {
   const Drafts& _drafts;
 };
 
-/// Marks in a key, beside the numbers of operations.
-enum class KeyMark : std::uint32_t {
-  Plus = 200,    ///< A record follows: summand of the output.
-  Minus,         ///< The same, negative.
-  Scaled,        ///< The same, times the next parameter.
-  LinearPlus,    ///< A record follows: a term of the linear part, which counts for the value alone.
-  LinearMinus,   ///< The same, negative.
-  LinearScaled,  ///< The same, times the next parameter.
-  LinearNumber,  ///< The next parameter is a term.
-  Output,        ///< The output is complete; its uses follow.
-};
-
-/// Calls the receiver for each item of a key: node(op, value of a constant, operands), mark(mark, node) and
-/// output(uses). Nodes are numbered as they come.
-template <class Receiver>
-void readKey(std::span<const std::uint32_t> key, Receiver&& receiver) {
-  for (std::size_t i = 0; i < key.size();) {
-    const std::uint32_t word = key[i++];
-    if (word == static_cast<std::uint32_t>(KeyMark::Output)) {
-      receiver.output(key[i++]);
-    } else if (word >= static_cast<std::uint32_t>(KeyMark::Plus)) {
-      const auto mark = static_cast<KeyMark>(word);
-      receiver.mark(mark, mark == KeyMark::LinearNumber ? kNone : key[i++]);
-    } else {
-      const auto op = static_cast<Op>(word);
-      double value = 0.0;
-      std::uint32_t of[3] = {kNone, kNone, kNone};
-      if (op == Op::Constant) {
-        value = std::bit_cast<double>(std::uint64_t{key[i]} << 32 | key[i + 1]);
-        i += 2;
-      }
-      for (int k = 0; k < operandCount(op); ++k) of[k] = key[i++];
-      receiver.node(op, value, of);
-    }
-  }
-}
-
-/// What an output is used for.
-enum OutputUse : std::uint32_t {
-  kOfObjective = 1,  ///< It belongs to the objective.
-  kDerivatives = 2,  ///< Derivatives.
-  kWhole = 4,        ///< Its value, with the linear part, is its row's value.
-  kSum = 8,          ///< Its value is a summand of its row.
-  kEach = 16,        ///< Each of its summands is one of its row.
-};
-
 /// Makes the drafts. `objectiveRow` is the number of the objective among the rows.
 class Elements {
  public:
-  /// `byObjects`: no values are computed here.
-  Elements(const Rows& rows, std::uint32_t objectiveRow, bool byObjects)
-      : _byObjects(byObjects), _rows(rows), _objectiveRow(objectiveRow), _recordStamp(rows.records.size()) {}
+  /// Takes the columns out of `rows`. `byObjects`: no values are computed here.
+  Elements(Rows& rows, std::uint32_t objectiveRow, bool byObjects)
+      : _byObjects(byObjects), _rows(rows), _objectiveRow(objectiveRow), _sets(std::move(rows.columns)) {
+    _written.resize(rows.records.size());
+  }
   /// Takes of each row only what `wanted` accepts, by row and variables; all if it is empty.
   using Filter = std::function<bool(std::uint32_t row, std::span<const std::uint32_t> variables)>;
   Drafts collect(const Filter& wanted = {});
@@ -158,10 +114,13 @@ class Elements {
 
   void addToShape(const Element& element);
   void writeOutput(const Output& output);
+  void writeSummand(const Summand& summand);
   void writeRecord(std::uint32_t record);
+  void writeNode(std::uint32_t at, const Record& record);
   void writeColumn(std::uint32_t column);
+  void writeMark(KeyMark mark, std::uint32_t node);
   void writeLinearPart(const Row& row);
-  std::uint32_t shapeOfKey(const Drafts::Element& from);
+  std::uint32_t shapeOfKey(const Drafts::Element& from, std::size_t firstByte);
   void growShapeTable();
   void sortByShape();
 
@@ -170,7 +129,10 @@ class Elements {
   const Rows& _rows;
   const std::uint32_t _objectiveRow;
   std::uint32_t _stamp = 0;
-  std::vector<std::uint32_t> _recordStamp;
+  struct Written {
+    std::uint32_t stamp, number;
+  };
+  std::vector<Written> _written;  // by record: the number in the key, valid where the stamp is that of the element
   std::vector<std::uint32_t> _stack;
   std::vector<std::uint32_t> _sets;
   std::vector<Local> _locals, _merged;
@@ -182,12 +144,11 @@ class Elements {
   std::vector<Link> _sharing;                 // numbers in _merged, in the place of summands
 
   // Of the element that is being written to a key.
-  std::vector<std::uint32_t> _numberOf;         // by record
-  Pages<std::uint32_t, kNone> _numberOfColumn;  // valid where the stamp is that of the element
-  Pages<std::uint32_t, 0> _columnStamp;
-  std::vector<std::uint32_t> _key, _summands, _values, _objectiveValues;
-  std::uint32_t _written = 0;
+  Pages<Written, Written{0, 0}> _writtenColumn;  // by column
+  std::vector<std::uint32_t> _summands, _values, _objectiveValues;
+  std::uint32_t _nodeCount = 0;
   Drafts _drafts;
+  KeyWriter _key{_drafts.keys};             // of the element; it is dropped again if a shape has it
   std::vector<std::uint32_t> _shapeOfHash;  // heads of chains
 };
 

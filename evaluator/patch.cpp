@@ -9,14 +9,7 @@ namespace {
 
 std::uint64_t hashOf(const std::uint32_t* rows, std::size_t rowCount, const std::uint32_t* variables,
                      std::size_t variableCount) noexcept {
-  std::uint64_t hash = 0;
-  const auto add = [&hash](std::uint32_t number) {
-    hash = (hash ^ number) * 0x9e3779b97f4a7c15ULL;
-    hash ^= hash >> 29;
-  };
-  std::for_each_n(rows, rowCount, add);
-  std::for_each_n(variables, variableCount, add);
-  return hash;
+  return hashOfBytes(rows, 4 * rowCount) * 31 + hashOfBytes(variables, 4 * variableCount);
 }
 
 }  // namespace
@@ -148,16 +141,15 @@ bool Patch::draftElements() {
 
 // Elements
 
-bool Patch::isSameStructure(const OldElement& old, const ShapeDraft& draft,
-                            const std::vector<std::uint8_t>& code) const {
+bool Patch::isSameStructure(const OldElement& old, const ShapeDraft& draft) const {
+  Key key;
   if (isTape(old.ref)) {
     const TapeShape& shape = tapeShape(old.ref);
-    const auto first = _code.tape.code.begin() + shape.code, end = _code.tape.code.begin() + shape.codeEnd;
-    return std::equal(first, end, code.begin(), code.end());
+    key = Key(_code.tape.code).subspan(shape.code, shape.codeEnd - shape.code);
+  } else {
+    key = _code.shapes[old.ref.shape].key;
   }
-  const auto key = draft.key();
-  return std::equal(key.begin(), key.end(), _code.shapes[old.ref.shape].key.begin(),
-                    _code.shapes[old.ref.shape].key.end());
+  return std::equal(key.begin(), key.end(), draft.key().begin(), draft.key().end());
 }
 
 void Patch::sortOldElements() {
@@ -168,7 +160,7 @@ void Patch::sortOldElements() {
   std::sort(_oldByHash.begin(), _oldByHash.end());
 }
 
-Patch::OldElement* Patch::findMatch(const ShapeDraft& draft, std::uint32_t e, const std::vector<std::uint8_t>& code) {
+Patch::OldElement* Patch::findMatch(const ShapeDraft& draft, std::uint32_t e) {
   const std::uint64_t hash = hashOf(draft.rows(e), draft.outputCount, draft.variables(e), draft.variableCount);
   auto at = std::lower_bound(_oldByHash.begin(), _oldByHash.end(), std::pair(hash, std::uint32_t{0}));
   for (; at != _oldByHash.end() && at->first == hash; ++at) {
@@ -176,7 +168,7 @@ Patch::OldElement* Patch::findMatch(const ShapeDraft& draft, std::uint32_t e, co
     if (!old.isKept && std::equal(old.rows.begin(), old.rows.end(), draft.rows(e), draft.rows(e) + draft.outputCount) &&
         std::equal(old.variables.begin(), old.variables.end(), draft.variables(e),
                    draft.variables(e) + draft.variableCount) &&
-        isSameStructure(old, draft, code)) {
+        isSameStructure(old, draft)) {
       return &old;
     }
   }
@@ -217,22 +209,13 @@ void Patch::append(const ShapeDraft& draft, std::span<const std::uint32_t> eleme
 bool Patch::matchElements() {
   _placeOf.assign(_rows.summands.size(), kNone);
   _valueCount = _code.valueCount;
-  std::vector<char> degrees;
-  std::vector<std::uint8_t> code;
   std::vector<std::uint32_t> unmatched;
   sortOldElements();
   for (std::size_t s = 0; s < _drafts.shapes.size(); ++s) {
     const ShapeDraft draft(_drafts, s);
-    _compiler.read(draft);
-    _compiler.findDegrees(degrees);
-    code.clear();
-    _compiler.write(draft, code);
     unmatched.clear();
     for (std::uint32_t e = 0; e < draft.count; ++e) {
-      for (std::uint32_t k = 0; k < draft.outputCount; ++k) {
-        if (degrees[k] > 2) _nonLinear.push_back(draft.rows(e)[k]);
-      }
-      if (OldElement* old = findMatch(draft, e, code)) {
+      if (OldElement* old = findMatch(draft, e)) {
         update(*old, draft, e);
       } else {
         unmatched.push_back(e);
@@ -302,7 +285,6 @@ void Patch::makeRows() {
                                   at(_code.terms, old.firstTerm), at(_code.terms, old.termEnd), sameColumn);
     fresh.source = {row.firstTerm, terms};
     fresh.facts = {row.constant, old.firstTerm, old.firstTerm + terms, row.withoutDerivative, kindOf(row)};
-    if (!_isModified[i]) fresh.facts.kind = old.kind;
     if (terms > old.termEnd - old.firstTerm) {  // the old place is too small
       fresh.facts.firstTerm = _code.terms.size() + _newTerms;
       fresh.facts.termEnd = fresh.facts.firstTerm + terms;
@@ -319,10 +301,6 @@ void Patch::makeRows() {
         fresh.summands.push_back(_code.summands[loose->firstSummand + s - row.firstValue()]);
       }
     }
-  }
-  for (NewRow& row : _newRows) {
-    const bool isNonLinear = std::find(_nonLinear.begin(), _nonLinear.end(), row.number) != _nonLinear.end();
-    if (isNonLinear && row.facts.kind != TavEvaluator::Kind::NonLinear) row.facts.kind = TavEvaluator::Kind::NonLinear;
   }
 }
 

@@ -84,8 +84,8 @@ class Patch {
   bool draftElements();
   bool matchElements();
   void sortOldElements();
-  OldElement* findMatch(const ShapeDraft& draft, std::uint32_t e, const std::vector<std::uint8_t>& code);
-  bool isSameStructure(const OldElement& old, const ShapeDraft& draft, const std::vector<std::uint8_t>& code) const;
+  OldElement* findMatch(const ShapeDraft& draft, std::uint32_t e);
+  bool isSameStructure(const OldElement& old, const ShapeDraft& draft) const;
   void update(OldElement& old, const ShapeDraft& draft, std::uint32_t e);
   void append(const ShapeDraft& draft, std::span<const std::uint32_t> elements);
   std::uint32_t valuePlace(const OldElement& old, std::uint32_t k) const;
@@ -123,10 +123,9 @@ class Patch {
   TapeCompiler _compiler;
   std::vector<Update> _updates;
   std::vector<Promotion> _promotions;
-  Tape _fresh;                            // new elements
-  std::vector<std::uint32_t> _placeOf;    // by summand of _rows
-  std::size_t _valueCount = 0;            // of the program in the end
-  std::vector<std::uint32_t> _nonLinear;  // rows
+  Tape _fresh;                          // new elements
+  std::vector<std::uint32_t> _placeOf;  // by summand of _rows
+  std::size_t _valueCount = 0;          // of the program in the end
   std::vector<NewRow> _newRows;
   std::size_t _newTerms = 0;  // that are appended to the program's
   StructurePatch _jacobian, _hessian;

@@ -164,7 +164,7 @@ struct Shape {
   Programs programs;
 
   // For modifications.
-  std::vector<std::uint32_t> key;       ///< The structure.
+  std::vector<std::uint8_t> key;        ///< The structure.
   ParameterRecipe recipe;               ///< Of parameters that follow from those of the key.
   std::vector<Operand> parameterPlace;  ///< By parameter of the key and of the recipe; 0 for unused ones.
   std::vector<std::uint32_t> dead;      ///< Elements that give no derivatives any more, ascending.

@@ -55,10 +55,44 @@ std::uint32_t Columns::require(TavNumVarI* variable) {
 
 // Records
 
+namespace {
+
+bool isSumOrProduct(Op op) noexcept { return op <= Op::Square && op != Op::Weight && op != Op::Div; }
+
+/// The degree of an operation by those of its operands.
+std::uint8_t degreeOf(Op op, const std::uint8_t* of) noexcept {
+  const std::uint8_t a = of[0], b = of[1], most = std::max({a, b, of[2]});
+  switch (op) {
+    case Op::Variable:
+      return 1;
+    case Op::Add:
+    case Op::Sub:
+    case Op::Neg:
+      return most;
+    case Op::Mul:
+      return static_cast<std::uint8_t>(std::min(a + b, 3));
+    case Op::Square:
+      return static_cast<std::uint8_t>(std::min(2 * a, 3));
+    case Op::Div:
+      return b == 0 ? a : 3;
+    default:
+      return most == 0 ? 0 : 3;
+  }
+}
+
+}  // namespace
+
 std::uint32_t Reader::put(Op op, std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint8_t flags) {
   const std::uint32_t of[] = {a, b, c};
-  for (int i = 0; i < operandCount(op); ++i) flags |= _rows.records[of[i]].flags;
-  _rows.records.push_back({op, flags, a, b, c});
+  std::uint8_t degrees[] = {0, 0, 0};
+  const int operands = operandCount(op);
+  if (!isSumOrProduct(op)) flags |= Record::kCostly;
+  for (int i = 0; i < operands; ++i) {
+    const Record& operand = _rows.records[of[i]];
+    flags |= operand.flags;
+    degrees[i] = operand.degree;
+  }
+  _rows.records.push_back({op, flags, degreeOf(op, degrees), a, b, c});
   return static_cast<std::uint32_t>(_rows.records.size() - 1);
 }
 
@@ -72,7 +106,9 @@ std::uint32_t Reader::column(const TavNumVarI* variable) {
     setRecord(variable, put(Op::Variable, _columns.require(const_cast<TavNumVarI*>(variable))));
     _watch.byObject.note(idOf(variable));
   }
-  return of(variable);
+  const std::uint32_t record = of(variable);
+  meetColumn(_rows.records[record].a);
+  return record;
 }
 
 std::uint32_t Reader::plus(std::uint32_t sum, double coefficient, std::uint32_t record) {
@@ -91,24 +127,36 @@ const ClassRow& Reader::rowFor(const TavNumExprI* node) {
   return *classRowOf(node->isType(TavNumVarI::GetTypeInfo()) ? TavNumVarI::GetTypeInfo() : TavNumExprI::GetTypeInfo());
 }
 
-/// Notes that the row depends on what an earlier row has read. A sum of one variable has the variable's record.
-void Reader::share(const TavNumExprI* node) {
-  const Known known = _known.get(idOf(node));
-  if (known.row == _number) return;
+void Reader::meetColumn(std::uint32_t column) {
+  std::uint32_t& stamp = _columnStamp[column];
+  if (stamp == _summandStamp) return;
+  stamp = _summandStamp;
+  _rows.columns.push_back(column);
+}
+
+/// Notes a column, or that the summand shares records, and that the row depends on what an earlier row has read. A sum
+/// of one variable has the variable's record.
+void Reader::meetAgain(const TavNumExprI* node, Known known) {
   const Record& record = _rows.records[known.record];
-  if (record.op != Op::Variable || _columns.variable(record.a) != node) _watch.byRow.add(known.row, _number);
+  if (record.op == Op::Variable) {
+    meetColumn(record.a);
+    if (_columns.variable(record.a) == node) return;
+  } else if (known.record < _firstRecord) {
+    _sharesRecords = true;
+  }
+  if (known.row != _number) _watch.byRow.add(known.row, _number);
 }
 
 std::uint32_t Reader::read(const TavNumExprI* root) {
   _frames.push_back({root, nullptr});
   while (!_frames.empty()) {
     const Frame frame = _frames.back();
-    if (isRead(frame.node)) {
-      share(frame.node);
-      _frames.pop_back();
-    } else if (frame.row) {
+    if (frame.row) {
       _frames.pop_back();
       setRecord(frame.node, frame.row->close(*this, *frame.row, frame.node));
+    } else if (const Known known = _known.get(idOf(frame.node)); known.record != kNone) {
+      meetAgain(frame.node, known);
+      _frames.pop_back();
     } else {
       const ClassRow& row = rowFor(frame.node);
       if (row.kind == ClassRow::Kind::ByObject) {
@@ -149,13 +197,30 @@ void Reader::addTerm(TavNumVarI* variable, double coefficient) {
   terms.push_back({static_cast<std::int32_t>(column), coefficient});
 }
 
+void Reader::readSummand(const TavNumExprI* node, double coefficient, bool isScaled) {
+  ++_summandStamp;
+  _sharesRecords = false;
+  _firstRecord = static_cast<std::uint32_t>(_rows.records.size());
+  const std::size_t firstColumn = _rows.columns.size();
+  const std::uint32_t record = read(node);
+  // A record from before is a variable, or shared.
+  const bool isAlone = !_sharesRecords && record >= _firstRecord && _rows.records[record].op != Op::Variable;
+  if (!isAlone) _rows.columns.resize(firstColumn);
+  const auto columns = _rows.columns.begin() + static_cast<std::ptrdiff_t>(firstColumn);
+  std::sort(columns, _rows.columns.end());
+  _rows.summands.push_back({coefficient, record, isAlone ? _firstRecord : kNone,
+                            static_cast<std::uint32_t>(firstColumn),
+                            static_cast<std::uint32_t>(_rows.columns.end() - columns), isScaled});
+}
+
 void Reader::addSummand(const Pending& pending) {
-  const std::uint32_t record = read(pending.node);
+  readSummand(pending.node, pending.coefficient, pending.isScaled);
+  const std::uint32_t record = _rows.summands.back().record;
   Row& row = _rows.rows.back();
   const std::uint8_t flags = _rows.records[record].flags;
   if (flags & Record::kByObjects) row.byObjects = true;
   if (flags & Record::kNoDerivative && !row.withoutDerivative) row.withoutDerivative = nameWithoutDerivative(record);
-  _rows.summands.push_back({record, pending.coefficient, pending.isScaled});
+  row.degree = std::max(row.degree, _rows.records[record].degree);
 }
 
 template <class Linear>
@@ -220,7 +285,7 @@ void Reader::readRow(TavNumExprI* root, std::uint32_t number) {
   row.summandEnd = _rows.summands.size();
   if (_isInOrder || row.byObjects) return;
   row.whole = row.summandEnd;
-  _rows.summands.push_back({read(root), 1.0, false});
+  readSummand(root, 1.0, false);
 }
 
 const char* Reader::nameWithoutDerivative(std::uint32_t root) const {

@@ -19,22 +19,28 @@ namespace taveval {
 /// stand in a and b.
 struct Record {
   Op op;
-  std::uint8_t flags;  ///< Of this record or of one below it.
+  std::uint8_t flags;   ///< Of this record or of one below it.
+  std::uint8_t degree;  ///< As a polynomial; 3 for anything above 2.
   std::uint32_t a, b, c;
 
   /// Evaluating it may throw, or calls a client: its row's values come from the objects.
   static constexpr std::uint8_t kByObjects = 1;
   /// It has no derivative.
   static constexpr std::uint8_t kNoDerivative = 2;
+  /// It is not made of sums and products alone.
+  static constexpr std::uint8_t kCostly = 4;
 
   double number() const noexcept;
 };
 
 /// One summand of a row: coefficient * record.
 struct Summand {
-  std::uint32_t record;
   double coefficient;
-  bool isScaled;  ///< The coefficient is data; else it is a sign.
+  std::uint32_t record;
+  /// It consists of the records from this one on and of variables; kNone if it shares others with what was read before.
+  std::uint32_t firstRecord;
+  std::uint32_t firstColumn, columnCount;  ///< In Rows::columns, ascending; unless firstRecord is kNone.
+  bool isScaled;                           ///< The coefficient is data; else it is a sign.
 };
 
 /// A row: constant + linear terms + summands, both given by their ranges. Summands and terms stand in the order in
@@ -47,6 +53,7 @@ struct Row {
   std::size_t whole = kInOrder;  ///< The summand that is the whole expression, or kInOrder.
   static constexpr std::size_t kInOrder = static_cast<std::size_t>(-1);
   bool byObjects = false;
+  std::uint8_t degree = 0;                  ///< The highest of the summands, 0 without any.
   const char* withoutDerivative = nullptr;  ///< The name of a class, or null.
 
   ///@{
@@ -61,6 +68,7 @@ struct Rows {
   std::vector<Record> records;
   std::vector<TavEvaluator::LinearTerm> terms;
   std::vector<Summand> summands;
+  std::vector<std::uint32_t> columns;  ///< Of the summands.
   std::vector<Row> rows;
   Tables tables;
 };
@@ -169,6 +177,9 @@ class Reader {
   static std::size_t idOf(const TavNumExprI* node) { return static_cast<std::size_t>(node->getId()); }
   std::uint32_t putNumber(Op op, double value);
   std::uint32_t read(const TavNumExprI* node);
+  void readSummand(const TavNumExprI* node, double coefficient, bool isScaled);
+  void meetAgain(const TavNumExprI* node, Known known);
+  void meetColumn(std::uint32_t column);
   const ClassRow& rowFor(const TavNumExprI* node);
   bool isRead(const TavNumExprI* node) const { return _known.get(idOf(node)).record != kNone; }
   void setRecord(const TavNumExprI* node, std::uint32_t record) { _known[idOf(node)] = {record, _number}; }
@@ -178,7 +189,6 @@ class Reader {
   void addTerm(TavNumVarI* variable, double coefficient);
   void addSummand(const Pending& pending);
   bool metBefore(const TavNumExprI* node);
-  void share(const TavNumExprI* node);
   const char* nameWithoutDerivative(std::uint32_t record) const;
 
   Rows& _rows;
@@ -188,6 +198,11 @@ class Reader {
   Pages<Known, Known{}> _known;                              // by identifier
   Pages<std::uint32_t, kNone> _metInRow;                     // by identifier: the row that met a sum last
   Pages<std::size_t, static_cast<std::size_t>(-1)> _termOf;  // by column: the row's term, if it is of this row
+  // Of the summand that is read.
+  std::uint32_t _firstRecord = 0;
+  bool _sharesRecords = false;           // with what was read before
+  std::uint32_t _summandStamp = 0;       // its number
+  Pages<std::uint32_t, 0> _columnStamp;  // by column: the summand that met it last
   std::vector<Frame> _frames;
   std::vector<const TavNumExprI*> _asked;
   std::vector<Pending> _pending;

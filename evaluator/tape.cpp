@@ -1,7 +1,6 @@
 #include "evaluator/tape.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 
 #include "evaluator/derivative_rules.h"
@@ -24,26 +23,6 @@ void append(std::vector<T>& to, const T* from, std::size_t count) {
 }
 
 }  // namespace
-
-int degreeOf(Op op, int a, int b, int c) noexcept {
-  const int most = std::max({a, b, c});
-  switch (op) {
-    case Op::Variable:
-      return 1;
-    case Op::Add:
-    case Op::Sub:
-    case Op::Neg:
-      return most;
-    case Op::Mul:
-      return std::min(a + b, 3);
-    case Op::Square:
-      return std::min(2 * a, 3);
-    case Op::Div:
-      return b == 0 ? a : 3;
-    default:
-      return most == 0 ? 0 : 3;
-  }
-}
 
 // Tape
 
@@ -77,80 +56,38 @@ void Tape::appendHessian(const TapeShape& shape, std::uint32_t e,
   }
 }
 
-// Code
+// Patterns
 
-void TapeCompiler::writeNumber(std::uint32_t number, std::vector<std::uint8_t>& code) {
-  for (; number >= 128; number >>= 7) code.push_back(static_cast<std::uint8_t>(number | 128));
-  code.push_back(static_cast<std::uint8_t>(number));
-}
-
-/// Reads the nodes and outputs of a key.
+/// Reads the nodes and outputs of a key, and finds what a derivative goes to.
 struct TapeCompiler::Reading {
   TapeCompiler& to;
-  void node(Op op, double, const std::uint32_t* of) { to._nodes.push_back({op, of[0], of[1], of[2], 0}); }
+  std::uint32_t variables = 0;
+
+  void node(Op op, double, const std::uint32_t* of) {
+    Node& node = to._nodes.emplace_back(Node{op, {of[0], of[1], of[2]}, 0});
+    if (op == Op::Variable) {
+      node.variables = std::uint64_t{1} << variables++;
+    } else if (!isPiecewiseConstant(op)) {
+      const int operands = operandCount(op);
+      for (int i = op == Op::Select ? 1 : 0; i < operands; ++i) node.variables |= to._nodes[of[i]].variables;
+    }
+  }
   void mark(KeyMark mark, std::uint32_t node) {
     if (mark < KeyMark::LinearPlus) to._summands.push_back(node);
   }
   void output(std::uint32_t uses) {
     to._uses.push_back(uses);
-    to._ends.push_back(static_cast<std::uint32_t>(to._summands.size()));
+    to._starts.push_back(static_cast<std::uint32_t>(to._summands.size()));
   }
 };
 
-/// Writes the code of a key.
-struct TapeCompiler::Writing {
-  const std::vector<std::uint32_t>& uses;
-  std::vector<std::uint8_t>& code;
-  std::uint32_t written = 0;
-  std::size_t outputs = 0;
-
-  void node(Op op, double value, const std::uint32_t* of) {
-    code.push_back(static_cast<std::uint8_t>(op));
-    if (op == Op::Constant) {
-      const auto bytes = std::bit_cast<std::array<std::uint8_t, sizeof value>>(value);
-      code.insert(code.end(), bytes.begin(), bytes.end());
-    }
-    for (int k = 0; k < operandCount(op); ++k) writeNumber(written - of[k], code);
-    ++written;
-  }
-  void mark(KeyMark mark, std::uint32_t node) {
-    code.push_back(static_cast<std::uint8_t>(static_cast<std::uint32_t>(Tape::Mark::Plus) +
-                                             static_cast<std::uint32_t>(mark) -
-                                             static_cast<std::uint32_t>(KeyMark::Plus)));
-    if (node != kNone) writeNumber(written - node, code);
-  }
-  void output(std::uint32_t) {
-    if (++outputs < uses.size()) begin();
-  }
-  void begin() {
-    code.push_back(static_cast<std::uint8_t>(Tape::Mark::Output));
-    writeNumber(uses[outputs], code);
-  }
-};
-
-// Patterns
-
-/// What a derivative goes to, and where there are second derivatives.
-void TapeCompiler::findVariables() {
-  std::uint32_t variable = 0;
-  for (Node& node : _nodes) {
-    if (node.op == Op::Variable) {
-      node.variables = std::uint64_t{1} << variable++;
-    } else if (operandCount(node.op) > 0 && !isPiecewiseConstant(node.op)) {
-      if (node.op != Op::Select) node.variables |= _nodes[node.a].variables;
-      if (node.b != kNone) node.variables |= _nodes[node.b].variables;
-      if (node.c != kNone) node.variables |= _nodes[node.c].variables;
-    }
-  }
-}
-
+/// Where there are second derivatives.
 void TapeCompiler::findInteractions(std::uint32_t variableCount) {
   _interactions.assign(variableCount, 0);
   _needed.assign(_nodes.size(), 0);
-  for (std::size_t k = 0, i = 0; k < _uses.size(); ++k) {
-    for (; i < _ends[k]; ++i) {
-      if (_uses[k] & kDerivatives) _needed[_summands[i]] = 1;
-    }
+  for (std::size_t k = 0; k < _uses.size(); ++k) {
+    if (!(_uses[k] & kDerivatives)) continue;
+    for (std::size_t i = _starts[k]; i < _starts[k + 1]; ++i) _needed[_summands[i]] = 1;
   }
   const auto interact = [this](std::uint64_t these, std::uint64_t those) {
     for (; these; these &= these - 1) _interactions[static_cast<std::size_t>(std::countr_zero(these))] |= those;
@@ -158,12 +95,11 @@ void TapeCompiler::findInteractions(std::uint32_t variableCount) {
   for (std::size_t k = _nodes.size(); k-- > 0;) {
     const Node& node = _nodes[k];
     if (!_needed[k] || node.variables == 0 || node.op == Op::Variable) continue;
-    const auto rule =
-        ruleOf(node.op, NoFormula{}, NoFormula{}, NoFormula{}, node.b == kNone || _nodes[node.b].variables == 0);
-    const std::uint32_t of[] = {node.a, node.b, node.c};
+    const bool isSecondFixed = node.of[1] == kNone || _nodes[node.of[1]].variables == 0;
+    const auto rule = ruleOf(node.op, NoFormula{}, NoFormula{}, NoFormula{}, isSecondFixed);
     std::uint64_t by[2] = {0, 0};
     for (int i = 0; i < rule.count; ++i) {
-      const std::uint32_t operand = of[rule.first[i].operand];
+      const std::uint32_t operand = node.of[rule.first[i].operand];
       _needed[operand] = 1;
       by[i] = _nodes[operand].variables;
     }
@@ -177,10 +113,10 @@ void TapeCompiler::writePattern(int derivatives, TapeShape& shape, std::vector<s
   if (derivatives < 1) return;
   for (const bool ofObjective : {false, true}) {
     std::uint16_t count = 0;
-    for (std::size_t k = 0, i = 0; k < _uses.size(); ++k) {
-      std::uint64_t variables = 0;
-      for (; i < _ends[k]; ++i) variables |= _nodes[_summands[i]].variables;
+    for (std::size_t k = 0; k < _uses.size(); ++k) {
       if (!(_uses[k] & kDerivatives) || static_cast<bool>(_uses[k] & kOfObjective) != ofObjective) continue;
+      std::uint64_t variables = 0;
+      for (std::size_t i = _starts[k]; i < _starts[k + 1]; ++i) variables |= _nodes[_summands[i]].variables;
       for (; variables; variables &= variables - 1, ++count) {
         pattern.push_back(static_cast<std::uint8_t>(k));
         pattern.push_back(static_cast<std::uint8_t>(std::countr_zero(variables)));
@@ -198,34 +134,11 @@ void TapeCompiler::writePattern(int derivatives, TapeShape& shape, std::vector<s
   }
 }
 
-void TapeCompiler::findDegrees(std::vector<char>& degrees) {
-  _degree.clear();
-  for (const Node& node : _nodes) {
-    const auto of = [this](std::uint32_t k) { return k == kNone ? 0 : int{_degree[k]}; };
-    _degree.push_back(static_cast<char>(degreeOf(node.op, of(node.a), of(node.b), of(node.c))));
-  }
-  degrees.clear();
-  for (std::size_t k = 0, i = 0; k < _uses.size(); ++k) {
-    char most = 0;
-    for (; i < _ends[k]; ++i) most = std::max(most, _degree[_summands[i]]);
-    degrees.push_back(_uses[k] & kDerivatives ? most : char{0});
-  }
-}
-
-void TapeCompiler::read(const ShapeDraft& draft) {
-  _nodes.clear(), _uses.clear(), _ends.clear(), _summands.clear();
-  readKey(draft.key(), Reading{*this});
-}
-
-void TapeCompiler::write(const ShapeDraft& draft, std::vector<std::uint8_t>& code) const {
-  Writing writing{_uses, code};
-  writing.begin();
-  readKey(draft.key(), writing);
-}
-
 void TapeCompiler::add(const ShapeDraft& draft, std::span<const std::uint32_t> elements, int derivatives, Tape& tape) {
   const auto number = [](std::size_t size) { return static_cast<std::uint32_t>(size); };
-  findVariables();
+  _nodes.clear(), _uses.clear(), _starts.clear(), _summands.clear();
+  readKey(draft.key(), Reading{*this});
+  _starts.push_back(number(_summands.size()));
   TapeShape shape{};
   shape.count = number(elements.size());
   shape.code = number(tape.code.size());
@@ -239,7 +152,7 @@ void TapeCompiler::add(const ShapeDraft& draft, std::span<const std::uint32_t> e
   shape.valueCount = static_cast<std::uint16_t>(draft.valueCount);
   shape.objectiveValueCount = static_cast<std::uint16_t>(draft.objectiveValueCount);
   for (const std::uint32_t uses : _uses) shape.hasRows = shape.hasRows || !(uses & kOfObjective);
-  write(draft, tape.code);
+  append(tape.code, draft.key().data(), draft.key().size());
   shape.codeEnd = number(tape.code.size());
   writePattern(derivatives, shape, tape.pattern);
   for (const std::uint32_t e : elements) {

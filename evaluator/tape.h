@@ -44,21 +44,10 @@ struct Tape {
   /// Directions that one sweep takes.
   static constexpr std::uint32_t kDirections = 8;
 
-  /// Marks of the code beside operations. Operands follow as distances from the node that uses them, in bytes of seven
-  /// bits, the lowest first; constants as eight bytes. An output begins with its uses.
-  enum class Mark : std::uint8_t {
-    Output = 128,
-    Plus,
-    Minus,
-    Scaled,
-    LinearPlus,
-    LinearMinus,
-    LinearScaled,
-    LinearNumber
-  };
+  using Mark = KeyMark;
 
   std::vector<TapeShape> shapes;
-  std::vector<std::uint8_t> code;
+  std::vector<std::uint8_t> code;     ///< Keys.
   std::vector<std::uint8_t> pattern;  ///< Pairs: output and variable, or two variables, the second one ascending.
   std::vector<std::uint32_t> variables, rows;
   std::vector<std::uint32_t> jacobian, hessian;  ///< Places of values; those of own runs are stored, not added.
@@ -72,18 +61,6 @@ struct Tape {
   void shrink();
 };
 
-/// The next number of a code.
-[[gnu::always_inline]] inline std::uint32_t readNumber(const std::uint8_t*& at) noexcept {
-  std::uint32_t number = *at++;
-  if (number < 128) return number;
-  number &= 127;
-  for (int shift = 7;; shift += 7) {
-    const std::uint32_t next = *at++;
-    number |= (next & 127) << shift;
-    if (next < 128) return number;
-  }
-}
-
 /// Appends shapes to a tape; memory is kept from shape to shape.
 class TapeCompiler {
  public:
@@ -94,12 +71,6 @@ class TapeCompiler {
   static bool takes(const ShapeDraft& draft, std::size_t rareShapes) noexcept {
     return canTake(draft) && (rareShapes > kFewRare || draft.nodeCount > kManyNodes);
   }
-  /// Reads a structure, which the following are about.
-  void read(const ShapeDraft& draft);
-  /// 0, 1, 2 or 3 for more, for each output.
-  void findDegrees(std::vector<char>& degrees);
-  /// The structure's code.
-  void write(const ShapeDraft& draft, std::vector<std::uint8_t>& code) const;
   /// Appends elements of the shape. Places of values are not known yet.
   void add(const ShapeDraft& draft, std::span<const std::uint32_t> elements, int derivatives, Tape& tape);
 
@@ -111,25 +82,20 @@ class TapeCompiler {
  private:
   struct Node {
     Op op;
-    std::uint32_t a, b, c;
+    std::uint32_t of[3];
     std::uint64_t variables;  // that it depends on by derivatives
   };
   struct Reading;
-  struct Writing;
 
-  static void writeNumber(std::uint32_t number, std::vector<std::uint8_t>& code);
-  void findVariables();
   void findInteractions(std::uint32_t variableCount);
   void writePattern(int derivatives, TapeShape& shape, std::vector<std::uint8_t>& pattern);
 
+  // Of the structure that was read last.
   std::vector<Node> _nodes;
-  std::vector<std::uint32_t> _uses, _ends;  // of outputs: uses; ends of their nodes in _summands
+  std::vector<std::uint32_t> _uses, _starts;  // of outputs: uses; starts of their nodes in _summands, and the end
   std::vector<std::uint32_t> _summands;
-  std::vector<char> _needed, _degree;
+  std::vector<char> _needed;
   std::vector<std::uint64_t> _interactions;  // by variable
 };
-
-/// The degree of a node as a polynomial, 3 for anything above 2, by those of its operands.
-int degreeOf(Op op, int a, int b, int c) noexcept;
 
 }  // namespace taveval

@@ -18,11 +18,11 @@ int main(int argc, char** argv) {
   const std::unique_ptr<tavsolve::Share> share = ranks.share(count, argv[2], 0);
   auto begin = by_hand::Clock::now();
   std::size_t taken = 0;
-  while (share->next()) ++taken;
+  for (tavsolve::Share::Block block{}; (block = share->take(1)).first < block.last;) ++taken;
   const double counting = by_hand::secondsSince(begin) / static_cast<double>(taken + 1);
   const std::string line(110, 'x');
   begin = by_hand::Clock::now();
-  for (std::size_t i = 0; i < count; ++i) share->append(line, false);
+  for (std::size_t i = 0; i < count; ++i) share->append(line, {1, 0});
   const double writing = by_hand::secondsSince(begin) / static_cast<double>(count);
   share->finish();
   if (ranks.isLeader()) std::printf("counter %g\nfile %g\n", counting, writing);

@@ -100,8 +100,9 @@ void Message::extract(void* data, std::size_t size) {
 
 void Parent::send(const Message& message) const {
   const std::size_t size = message.bytes.size();
-  writeAll(_pipe, reinterpret_cast<const char*>(&size), sizeof size);
-  writeAll(_pipe, message.bytes.data(), size);
+  std::string whole(reinterpret_cast<const char*>(&size), sizeof size);
+  whole += message.bytes;
+  writeAll(_pipe, whole.data(), whole.size());
 }
 
 bool Parent::wantsEnd() { return endWanted != 0; }

@@ -94,6 +94,7 @@ void Session::shareBase(Plan& plan) {
   WarmStart common;
   message.take(common.point), message.take(common.state), message.take(plan.left), message.take(plan.fileSize);
   _engine->startFrom(common);
+  _controls.start.clear();  // the base model has been solved from there
 }
 
 ExitCode Session::runScenarios() {

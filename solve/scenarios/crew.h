@@ -2,6 +2,7 @@
 /// The workers of one process: they are given scenarios, watched, and replaced when they break down.
 
 #include <chrono>
+#include <deque>
 #include <memory>
 #include <vector>
 
@@ -26,25 +27,37 @@ class Crew {
   struct Worker {
     std::unique_ptr<Pipe> tasks{};
     std::unique_ptr<Child> child{};
-    bool busy = false;
+    /// What it has been given and not answered, in order: the first is under way, the others wait in the pipe.
+    std::deque<WorkerTask> given{};
     /// It ends after the task that it has done.
     bool worn = false;
-    WorkerTask task{};
+    /// Of the task under way.
     Clock::time_point begin{};
   };
 
   void start(Worker& worker);
-  void give(Worker& worker, const WorkerTask& task);
-  bool employ(Worker& worker, Share& share);
-  void listen(Worker& worker, Share& share);
-  void mourn(Worker& worker, Share& share);
-  void killLate(Worker& worker, Share& share);
-  void report(const Worker& worker, Share& share, const char* status, const std::string& reason);
+  void send(Worker& worker, std::size_t first);
+  bool supply(Share& share);
+  std::size_t depth(const Share& share) const;
+  void wait(const Share& share);
+  void listen(Worker& worker);
+  void take(Worker& worker, WorkerReport report);
+  void mourn(Worker& worker);
+  void killLate(Worker& worker);
+  void fail(Worker& worker, const char* status, const std::string& reason);
+  void publish(Share& share);
 
   const ScenarioBase& _base;
   const std::vector<std::size_t>& _left;
   std::vector<Worker> _workers;
   std::function<void()> _inWorker;
+  /// All scenarios that are left have been taken.
+  bool _exhausted = false;
+  /// Of one scenario, as the latest ones suggest: rises at once, falls slowly.
+  double _seconds = 0.0;
+  /// Done, and not in the file yet.
+  std::string _lines;
+  Share::Counts _added;
 };
 
 }  // namespace tavsolve

@@ -4,6 +4,7 @@
 
 #include <mpi.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <limits>
@@ -40,7 +41,9 @@ bool isOneMachine(int size) {
 class MpiShare final : public Share {
  public:
   MpiShare(std::size_t count, const std::string& path, std::size_t size, int rank, int ranks)
-      : _count(static_cast<std::int64_t>(count)), _patience(isOneMachine(ranks) || rank > 0 ? 20 : 1) {
+      : _count(static_cast<std::int64_t>(count)),
+        _interval(std::max<Duration>(Share::interval(), ranks * kShortest)),
+        _patience(isOneMachine(ranks) || rank > 0 ? Share::patience() : std::chrono::milliseconds(1)) {
     if (MPI_File_open(MPI_COMM_WORLD, path.c_str(), MPI_MODE_WRONLY, MPI_INFO_NULL, &_file) != MPI_SUCCESS) {
       throw InputError(path + ": cannot be written by all ranks");
     }
@@ -55,23 +58,24 @@ class MpiShare final : public Share {
     MPI_Barrier(MPI_COMM_WORLD);
   }
 
-  std::optional<std::size_t> next() override {
-    constexpr std::int64_t kOne = 1;
+  Block take(std::size_t most) override {
+    const auto added = static_cast<std::int64_t>(most);
     std::int64_t place = 0;
-    MPI_Fetch_and_op(&kOne, &place, MPI_INT64_T, 0, kNext, MPI_SUM, _window);
+    MPI_Fetch_and_op(&added, &place, MPI_INT64_T, 0, kNext, MPI_SUM, _window);
     MPI_Win_flush(0, _window);
-    if (place >= _count) return {};
-    return static_cast<std::size_t>(place);
+    return {static_cast<std::size_t>(std::min(place, _count)),
+            static_cast<std::size_t>(std::min(place + added, _count))};
   }
 
-  /// Takes a part of the file for the line: all write at the same time.
-  void append(const std::string& line, bool failed) override {
-    const std::int64_t added[] = {static_cast<std::int64_t>(line.size()), 1, failed};
+  /// Takes a part of the file for the lines: all write at the same time.
+  void append(const std::string& lines, const Counts& added) override {
+    const std::int64_t sums[] = {static_cast<std::int64_t>(lines.size()), static_cast<std::int64_t>(added.done),
+                                 static_cast<std::int64_t>(added.failed)};
     std::int64_t before[3];
-    MPI_Get_accumulate(added, 3, MPI_INT64_T, before, 3, MPI_INT64_T, 0, kBytes, 3, MPI_INT64_T, MPI_SUM, _window);
+    MPI_Get_accumulate(sums, 3, MPI_INT64_T, before, 3, MPI_INT64_T, 0, kBytes, 3, MPI_INT64_T, MPI_SUM, _window);
     MPI_Win_flush(0, _window);
-    if (MPI_File_write_at(_file, before[0], line.data(), static_cast<int>(line.size()), MPI_CHAR, MPI_STATUS_IGNORE) !=
-        MPI_SUCCESS) {
+    if (MPI_File_write_at(_file, before[0], lines.data(), static_cast<int>(lines.size()), MPI_CHAR,
+                          MPI_STATUS_IGNORE) != MPI_SUCCESS) {
       throw InputError("the results cannot be written");
     }
   }
@@ -83,8 +87,9 @@ class MpiShare final : public Share {
     return {static_cast<std::size_t>(counts[0]), static_cast<std::size_t>(counts[1])};
   }
 
+  Duration interval() const override { return _interval; }
   /// Networks without one-sided operations of their own need rank 0 to take part.
-  int patience() const override { return _patience; }
+  Duration patience() const override { return _patience; }
   void serve() override {
     int flag = 0;
     MPI_Iprobe(MPI_ANY_SOURCE, MPI_ANY_TAG, MPI_COMM_WORLD, &flag, MPI_STATUS_IGNORE);
@@ -102,9 +107,11 @@ class MpiShare final : public Share {
 
  private:
   enum Counter : int { kNext, kBytes, kDone, kFailed };
+  /// Between two visits at rank 0, whatever the number of ranks.
+  static constexpr Duration kShortest{10};
 
   std::int64_t _count;
-  int _patience;
+  Duration _interval, _patience;
   MPI_File _file{};
   MPI_Win _window{};
   std::int64_t* _counters = nullptr;

@@ -1,10 +1,10 @@
 #pragma once
 /// What all that work on a run share: the scenarios that are left, and the file of results.
 
+#include <algorithm>
+#include <chrono>
 #include <cstddef>
-#include <optional>
 #include <string>
-#include <vector>
 
 #include "solve/scenarios/results_file.h"
 
@@ -14,22 +14,30 @@ class Share {
  public:
   virtual ~Share() = default;
 
-  /// The place of the next scenario in the list of those that are left; nothing when all are taken.
-  virtual std::optional<std::size_t> next() = 0;
-  /// Appends one line to the file.
-  virtual void append(const std::string& line, bool failed) = 0;
+  /// Takes up to `most` scenarios: the places from `first` to before `last` of the list of those that are left. There
+  /// are none when all are taken.
+  struct Block {
+    std::size_t first, last;
+  };
+  virtual Block take(std::size_t most) = 0;
 
   struct Counts {
     std::size_t done = 0, failed = 0;
   };
+  /// Appends whole lines, as many as are done, to the file.
+  virtual void append(const std::string& lines, const Counts& added) = 0;
   /// What has been appended in this run, by all together.
   virtual Counts counts() = 0;
   /// Waits for all, and returns what they have done together. The share cannot be used any more.
   virtual Counts finish() { return counts(); }
 
-  /// Called again and again, whenever so many milliseconds may have passed.
+  using Duration = std::chrono::microseconds;
+  /// So long each process waits between two visits where scenarios are short: then it takes and appends several at
+  /// once.
+  virtual Duration interval() const { return std::chrono::milliseconds(2); }
+  /// Called again and again, whenever so much time may have passed.
   virtual void serve() {}
-  virtual int patience() const { return 20; }
+  virtual Duration patience() const { return std::chrono::milliseconds(20); }
 };
 
 /// Of one process and its workers.
@@ -37,14 +45,15 @@ class LocalShare final : public Share {
  public:
   LocalShare(std::size_t count, ResultsFile& file) : _count(count), _file(file) {}
 
-  std::optional<std::size_t> next() override {
-    if (_next == _count) return {};
-    return _next++;
+  Block take(std::size_t most) override {
+    const std::size_t first = _next;
+    _next = std::min(_next + most, _count);
+    return {first, _next};
   }
-  void append(const std::string& line, bool failed) override {
-    _file.append(line);
-    ++_counts.done;
-    _counts.failed += failed;
+  void append(const std::string& lines, const Counts& added) override {
+    _file.append(lines);
+    _counts.done += added.done;
+    _counts.failed += added.failed;
   }
   Counts counts() override { return _counts; }
 

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <limits>
 #include <memory>
 #include <new>
+#include <span>
 
 #include <malloc.h>
 #include <unistd.h>
@@ -48,7 +50,9 @@ class Trial {
     } catch (const std::bad_alloc&) {
       fail("out of memory");
     }
-    return {_task.scenario, !_result.reason.empty(), _worn, _base.format.line(_result)};
+    WorkerReport report{!_result.reason.empty(), 0.0, _worn, _base.format.line(_result)};
+    report.seconds = std::chrono::duration<double>(Clock::now() - _begin).count();
+    return report;
   }
 
  private:
@@ -104,6 +108,8 @@ class Trial {
   Controls _controls;
   std::vector<Edit> _inverses;
   bool _worn = false, _touched = false;
+  using Clock = std::chrono::steady_clock;
+  const Clock::time_point _begin = Clock::now();
   ScenarioResult _result;
 };
 
@@ -117,28 +123,32 @@ void keepFreedMemory() {
 #endif
 }
 
-bool takeTask(int tasks, WorkerTask& task) {
+/// Takes all that are in the pipe; none when the parent has ended.
+std::span<const WorkerTask> takeTasks(int pipe, std::span<WorkerTask> tasks) {
   ssize_t count;
-  while ((count = read(tasks, &task, sizeof task)) < 0 && errno == EINTR) {
+  while ((count = read(pipe, tasks.data(), tasks.size_bytes())) < 0 && errno == EINTR) {
   }
-  return count == sizeof task;
+  return tasks.first(count > 0 ? static_cast<std::size_t>(count) / sizeof(WorkerTask) : 0);
 }
 
 }  // namespace
 
 void serveTasks(const ScenarioBase& base, int tasks, const Parent& parent) {
   keepFreedMemory();
-  for (WorkerTask task; takeTask(tasks, task);) {
-    const WorkerReport report = Trial(base, task).run();
-    parent.send(report.message());
-    if (report.worn) return;
+  std::vector<WorkerTask> buffer(kMostTasks);
+  for (std::span<const WorkerTask> taken; !(taken = takeTasks(tasks, buffer)).empty();) {
+    for (const WorkerTask& task : taken) {
+      const WorkerReport report = Trial(base, task).run();
+      parent.send(report.message());
+      if (report.worn) return;
+    }
   }
 }
 
 Message WorkerReport::message() const {
   Message message;
-  message.put(scenario);
   message.put(failed);
+  message.put(seconds);
   message.put(worn);
   message.put(line);
   return message;
@@ -146,8 +156,8 @@ Message WorkerReport::message() const {
 
 WorkerReport WorkerReport::from(Message message) {
   WorkerReport report;
-  message.take(report.scenario);
   message.take(report.failed);
+  message.take(report.seconds);
   message.take(report.worn);
   message.take(report.line);
   return report;

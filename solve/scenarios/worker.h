@@ -32,13 +32,17 @@ struct WorkerTask {
   bool guarded = false;
 };
 
+/// A worker has no more of them at a time.
+constexpr std::size_t kMostTasks = 256;
+
 /// Takes tasks from the pipe, forever, and sends the line of each scenario.
 void serveTasks(const ScenarioBase& base, int tasks, const Parent& parent);
 
 /// What a worker sends.
 struct WorkerReport {
-  std::size_t scenario = 0;
   bool failed = false;
+  /// All that the scenario has taken.
+  double seconds = 0.0;
   /// The worker's model is no longer the base model: the worker ends.
   bool worn = false;
   std::string line{};

@@ -57,6 +57,51 @@ def random_edits(columns, rows, objective, extra):
     return [one() for _ in range(chance.randint(0, 2))]
 
 
+def crash_solvers():
+    """One that breaks down whenever it is tried, one at the time limit, one that does not keep it; the others go on."""
+    write("hard.txt", [("easy", []), ("broken", ["fix s 0"]), ("last", ["fix x1 0"])])
+    run = subprocess.Popen([*mpirun, *command("market.lp", "hard.txt", "hard.csv")], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    while not results_of("hard.csv", "easy", "last" if mpirun else "easy"):
+        time.sleep(0.01)
+    while not results_of("hard.csv", "broken"):
+        signal_solver(run.pid, signal.SIGSEGV)
+        time.sleep(0.05)
+    check(run.wait(timeout=300) == 1, "exit code of a crash")
+    found = {row[0]: row for row in lines("hard.csv")}
+    check(found["broken"][1] == "failed" and "Segmentation fault" in found["broken"][-1], found)
+    check(found["easy"][1] == found["last"][1] == "optimal" and len(found) == 3, found)
+    if mpirun: return
+    write("late.txt", [("long", ["fix s 0"]), ("stopped", ["fix s 0"]), ("last", ["fix x1 0"])])
+    run = subprocess.Popen([*command("market.lp", "late.txt", "late.csv"), "--time", "1"], stdout=subprocess.DEVNULL)
+    while not results_of("late.csv", "long"):
+        time.sleep(0.01)
+    while not results_of("late.csv", "stopped"):
+        signal_solver(run.pid, signal.SIGSTOP)
+        time.sleep(0.05)
+    check(run.wait(timeout=300) == 1, "exit code of a time limit")
+    found = [row[:2] + row[-1:] for row in lines("late.csv")]
+    check(found == [["last", "optimal", ""], ["long", "time limit", "time limit"],
+                    ["stopped", "time limit", "the solver did not end in time and was killed"]], found)
+
+
+def results_of(results, *names):
+    return os.path.exists(results) and {row[0] for row in lines(results)}.issuperset(names)
+
+
+def signal_solver(run, number):
+    """To the processes below tavsolve that have none below them: the workers, or their solvers."""
+    family = descendants(run)
+    for pid in family:
+        try:
+            with open(f"/proc/{pid}/stat") as file:
+                name, rest = file.read().split("(", 1)[1].rsplit(")", 1)
+            with open(f"/proc/{rest.split()[1]}/comm") as file:
+                if name.startswith("tavsolve") and file.read().startswith("tavsolve") and not descendants(pid):
+                    os.kill(pid, number)
+        except (FileNotFoundError, ProcessLookupError):
+            pass
+
+
 def compare_with_single_runs(model, columns, rows, objective, extra="missing.lp"):
     """Each scenario is what tavsolve says of the model with these edits."""
     scenarios = [(f"s, {i}", random_edits(columns, rows, objective, extra)) for i in range(25)]
@@ -146,22 +191,39 @@ def kill_at_random(words, results, reference, count):
     check(lines(results) == reference, words, "does not continue as undisturbed")
 
 
+# Half of the sum of each row: all but impossible for branching. With s it is trivial.
+with open("market.lp", "w") as file:
+    market = [[chance.randint(1, 99) for _ in range(40)] for _ in range(5)]
+    rows = [" + ".join(f"{a} x{j}" for j, a in enumerate(row)) + f" + {sum(row) // 2} s = {sum(row) // 2}" for row in market]
+    file.write("max\n obj: s\nst\n " + "\n ".join(rows) + "\nbinary\n s " + " ".join(f"x{j}" for j in range(40)) + "\nend\n")
+with open("start.txt", "w") as file:
+    file.write("column x 3\ncolumn y -5\n")
 write("long.txt", [(f"s{i}", [f"set-row-bounds SEATTLE -inf {chance.randint(250, 500)}"]) for i in range(1500)])
 long = [tavsolve, "--quiet", "transport.mps", "--scenarios", "long.txt", "--values", "SE_NY,SEATTLE"]
 call([*long, "--results", "long.csv"], 0)
+has_ipopt = any("engine ipopt" in line and "not built" not in line for line in call([tavsolve, "--version"], 0).split("\n"))
 if mpirun:
     os.environ["LSAN_OPTIONS"] = "detect_leaks=0"  # MPI does not free all that it takes
     call([*mpirun, *long, "--results", "ranks.csv"], 0)
     check(lines("ranks.csv") == lines("long.csv"), "ranks make a difference")
+    # Integers, whose scenarios need a fresh copy each, and a start point, from which the base model alone starts.
+    for model, edit, *more in [("stockco.lp", "set-row-bounds cash -inf"), ("bowl.lp", "set-bounds x -inf", "--start", "start.txt")]:
+        if more and not has_ipopt: continue
+        write("few.txt", [(f"s{i}", [f"{edit} {chance.randint(5, 50) / 10}"]) for i in range(30)])
+        for starter, results in ([], model + ".csv"), (mpirun, model + "_ranks.csv"):
+            call([*starter, *command(model, "few.txt", results, *more)], 0)
+        check(lines(model + ".csv") == lines(model + "_ranks.csv"), model, "ranks make a difference")
+    crash_solvers()
     kill_at_random([*mpirun, *long], "ranks.csv", lines("long.csv"), kills)
     refused = call([*mpirun, tavsolve, "none.mps", "--scenarios", "long.txt", "--results", "r.csv"], 2)
     check("none.mps: cannot be read" in refused, refused)
     sys.exit()
 compare_with_single_runs("transport.mps", ["SE_NY", "SD_TO", "SE_CH"], ["SEATTLE", "NEWYORK"], "FREIGHT", "extra.lp")
 compare_with_single_runs("stockco.lp", ["invest1", "invest2", "invest3"], ["cash"], "value")
-if any("engine ipopt" in line and "not built" not in line for line in call([tavsolve, "--version"], 0).split("\n")):
+if has_ipopt:
     compare_with_single_runs("bowl.lp", ["x", "y"], ["c1"], "obj")
 call([*long, "--results", "long.csv"], 0)
+crash_solvers()
 check("of another model" in call([*long, "--seed", "3", "--results", "long.csv"], 2), "results of another run")
 kill_at_random([*long, "--jobs", "2"], "jobs.csv", lines("long.csv"), kills)
 shutil.copy(tavsolve, "alone")

@@ -63,7 +63,7 @@ class Scratch;
 
 /// An objective and constraint bodies of one environment, compiled. It holds one reference on each expression.
 ///
-/// **Modifications.** The evaluator is told of modifications of the linear nodes in its expressions by their change
+/// **Modifications.** The evaluator is notified of modifications of the linear nodes in its expressions by their change
 /// records: a new coefficient, a new or removed variable, and the removal of variables. It takes them over when it is
 /// used next: see update(). A new coefficient of a row of the same structure costs as much as reading the row; new and
 /// removed terms and other expressions compile their row alone, and positions that remain keep their order. Columns

@@ -25,7 +25,7 @@ class TavAlgorithmI {
 
   /// The environment; null once it has ended.
   TavEnvI* getEnv() const noexcept { return _env; }
-  /// The current value of a variable: every evaluation ends here. May throw when there is none.
+  /// The current value of a variable. Every evaluation calls it for each variable. May throw when there is none.
   virtual double getValue(const TavNumVarI* variable) const = 0;
   /// The value of another integer expression; called for constraints. Default: throws TavAlgorithm::Exception. It must
   /// not evaluate the expression, because the evaluation of a constraint calls it.

@@ -22,8 +22,8 @@ class TavNumArray;
 class TavNumExprArg;
 
 /// The implementation behind every array handle. Element i lies in block i >> blockShift at position i & indexMask.
-/// Nothing checks an index. Appending is O(1) amortised; elements are not moved any more once the array has
-/// more than one block.
+/// Nothing checks an index. Appending is O(1) amortised. Once the array has more than one block, growing moves no
+/// element.
 class TavArrayI final : public TavMemoryManagerObjectI {
  public:
   /// `size` words, all zero bits.

@@ -42,7 +42,7 @@ class TavCloneMap {
   /// Drops all pairs and frees their memory.
   void clear() noexcept;
 
-  /// Allows pairs with objects of this environment, which tells the map when one is destroyed. Throws std::bad_alloc.
+  /// Allows pairs with objects of this environment, which notifies the map of destroyed ones. Throws std::bad_alloc.
   void watch(TavEnvI* env) {
     if (env != _lastWatched) watchAnother(env);
   }

@@ -13,8 +13,8 @@ class TavEnv {
   explicit TavEnv(TavEnvI* impl) noexcept : _impl(impl) {}
 
   TavEnvI* getImpl() const noexcept { return _impl; }
-  /// Ends the environment with every object in it; all handles to them dangle afterwards. Empties this handle; an empty
-  /// handle is left alone.
+  /// Ends the environment with every object in it; all handles to them dangle afterwards. Empties this handle; leaves
+  /// an empty handle unchanged.
   void end();
   /// Whether both name the same environment, or none.
   friend bool operator==(TavEnv, TavEnv) noexcept = default;

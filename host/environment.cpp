@@ -120,7 +120,7 @@ void TavEnvI::removeAcrossEnvs(TavExtractableI** first, TavExtractableI** last) 
 void TavEnvI::removeOwn(TavExtractableI** first, TavExtractableI** end, TavExtractableI** last) {
   TavFirstFailure failure;
   const Removal removal(this, first, end);
-  failure.attempt([end, last] { removeAcrossEnvs(end, last); });  // while a hook may destroy objects of this removal
+  failure.attempt([end, last] { removeAcrossEnvs(end, last); });  // its hooks may destroy objects of this removal
   const auto forEach = [&removal](auto apply) {
     for (TavExtractableI** object = removal.first; object != removal.last; ++object) {
       if (*object) apply(*object);  // null for one that a hook has destroyed by itself

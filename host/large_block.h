@@ -5,14 +5,14 @@
 
 #pragma GCC visibility push(default)
 
-/// Memory of `bytes` bytes that begins with the contents of `block`, of which there are `before` bytes; `block` is
-/// freed. Null and 0 at first. Memory of some megabytes consists of huge pages where the system has them, and grows
-/// by moving pages to other addresses instead of copying. Throws std::bad_alloc, and then leaves the block unchanged.
+/// Resizes a block from `before` to `bytes` bytes and returns its address, which may change; the contents stay. Null
+/// and 0 make a new block. Blocks of some megabytes consist of huge pages where the system has them, and grow by moving
+/// pages to other addresses instead of copying. Throws std::bad_alloc, and then leaves the block unchanged.
 void* TavGrowBlock(void* block, std::size_t before, std::size_t bytes);
-/// Frees what TavGrowBlock returned for `bytes`.
+/// Frees a block of `bytes` bytes that TavGrowBlock returned.
 void TavFreeBlock(void* block, std::size_t bytes) noexcept;
-/// Gives the first `unused` bytes of what TavGrowBlock returned for `bytes` back to the system, as far as they are
-/// whole pages; their contents are lost.
+/// Gives the first `unused` bytes of a block of `bytes` bytes that TavGrowBlock returned back to the system, as far as
+/// they are whole pages; their contents are lost.
 void TavDiscardFront(void* block, std::size_t bytes, std::size_t unused) noexcept;
 
 /// `bytes` bytes aligned to `alignment`, a power of two; null without memory. Two megabytes or more consist of huge

@@ -36,7 +36,7 @@ class TavTable {
     if (_size == _capacity) reserve(_size + 1);
     _words[_size++] = word;
   }
-  /// Drops the words behind the first `size`, of which there must be as many; the capacity stays.
+  /// Drops all words except the first `size`, of which there must be as many; the capacity stays.
   void truncate(std::size_t size) noexcept { _size = size; }
   /// Makes the array `size` words long; the capacity stays, new words are not initialised. Throws std::bad_alloc and is
   /// then unchanged.

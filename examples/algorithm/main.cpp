@@ -41,7 +41,9 @@ class GreatestI final : public TavAlgorithmI {
   static GreatestI& in(TavAlgorithm algorithm) { return static_cast<GreatestI&>(*algorithm.getImpl()); }
 
   static void* addSum(TavAlgorithm algorithm, const TavExtractableI* object) {
-    const auto* cell = static_cast<const TavNumLinTermI*>(object)->getFirstTerm();
+    const auto* sum = static_cast<const TavNumLinTermI*>(object);
+    if (sum->getFirstPart()) throw TavAlgorithm::Exception("the sum is not linear");
+    const auto* cell = sum->getFirstTerm();
     for (; cell; cell = cell->next) static_cast<Column*>(cell->var->extractToCP(algorithm))->coef = cell->coef;
     return algorithm.getImpl();
   }

@@ -15,7 +15,7 @@ class TavCoefEdit {
  public:
   /// Throws TavEmptyHandleException and std::bad_alloc; normalises the node.
   TavCoefEdit(TavNumLinTermI* node, TavNumVar variable, double coef);
-  /// Returns the old coefficient. Once.
+  /// Sets the coefficient and reports it; returns the old one. Call it once.
   double apply();
 
  private:
@@ -31,7 +31,7 @@ class TavCoefsEdit {
  public:
   /// Throws TavEmptyHandleException and std::bad_alloc; normalises the node.
   TavCoefsEdit(TavNumLinTermI* node, TavNumVarArray variables, TavNumArray coefs, TavNumArray previous);
-  /// Sets the coefficients and reports them. Once.
+  /// Sets the coefficients and reports them. Call it once.
   void apply();
 
  private:

@@ -49,7 +49,7 @@ class TavNumLinTermI final
   double setCoef(TavNumVar variable, double coef);
   /// Normalises, then sets many coefficients, `coefs` being at least as long as `variables`: O(n + m). Terms stay
   /// linked at 0. Reports only a coefficient that becomes zero (TavNumLinTermRemoveVar) or non-zero
-  /// (TavNumLinTermAddVar). Appends an absent variable that is listed twice twice. Writes the old coefficients to
+  /// (TavNumLinTermAddVar). An absent variable that is listed twice gets two terms. Writes the old coefficients to
   /// `previous` unless it is empty.
   void setCoef(TavNumVarArray variables, TavNumArray coefs, TavNumArray previous);
   /// Whether normalize() has run since the last cell was added.

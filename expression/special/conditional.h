@@ -75,7 +75,7 @@ class TavConditionalI : public TavNested<Self, Base> {
         os << _elseConstant;
       }
     }
-    // by contract: the constant follows in every case, and the else branch comes again, though never as a constant
+    // by contract: the then-constant is always written, and the else branch a second time, but never as a constant
     os << _thenConstant << " : ";
     if (_else) _else->display(os);
   }

@@ -114,7 +114,7 @@ class TavNumExprArrayElementI final : public TavExprElementI<TavNumExprArrayElem
   using TavExprElementI::TavExprElementI;
   static constexpr const char* kTypeName = "TavNumExprArrayElementI";
   static constexpr TavTexts kTexts{{"TavNumExprArrayIndex(", ", ", ") "}, {"num-exprs[", "", "]"}};
-  /// Whether every element is; the index does not count.
+  /// Whether every element is integer, whatever the index is.
   bool isInteger() const override;
 };
 

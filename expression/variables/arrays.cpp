@@ -115,7 +115,7 @@ void retainAll(const Array& array) noexcept {
 
 template <class Array>
 void releaseAll(const Array& array) {
-  TavEnvI* env = array.getImpl()->getEnv();  // not the element's own: the element may be destroyed when env is ending
+  TavEnvI* env = array.getImpl()->getEnv();  // not the element's: the element may be destroyed while env ends
   TavFirstFailure failure;
   for (TavInt i = 0; i < array.getSize(); ++i) {
     TavNumExprI* node = array[i].getImpl();

@@ -277,6 +277,7 @@ class Machine {
     double sum = _sum;
     if (count == 2) {
       const double *a = at(operands[0]), *b = at(operands[1]);
+#pragma GCC unroll 8
       for (std::uint32_t i = 0; i < _live; ++i) sum = sum + a[i] + b[i];
     } else {
       for (std::uint32_t i = 0; i < _live; ++i) {
@@ -288,6 +289,7 @@ class Machine {
 
   void storeObjective(std::uint32_t block) noexcept {
     const auto& operands = _program.sections[static_cast<int>(Section::Objective)];
+    if (operands.empty()) return;
     if (_task.adding == &_shape) {
       return addObjective(operands.data(), static_cast<std::uint32_t>(operands.size()));
     }

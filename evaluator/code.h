@@ -20,17 +20,8 @@ struct Code {
     TavEvaluator::Kind kind;
   };
 
-  /// A row whose value is added up: its summands, then linear terms, then the constant. Others are whole outputs of a
-  /// shape.
-  struct LooseRow {
-    double constant;
-    std::size_t firstTerm, firstSummand;
-    std::uint32_t termCount, summandCount, row;
-  };
-
   std::vector<RowFacts> rows;           ///< The constraints, then the objective.
-  std::vector<LooseRow> looseRows;      ///< The objective is the last.
-  std::vector<std::uint32_t> summands;  ///< Of loose rows: places of values that shapes compute.
+  Sums sums;                            ///< Rows that are added up; others are whole outputs of a shape.
   /// The shape whose values, element by element, are the objective's summands in their order, or kNone. They are added
   /// up while the next block is computed.
   std::uint32_t adding = kNone;
@@ -60,6 +51,6 @@ Code compile(const std::vector<TavNumExprI*>& constraints, TavNumExprI* objectiv
 /// How a row depends on the columns.
 TavEvaluator::Kind kindOf(const Row& row) noexcept;
 /// A row that is added up, without its summands.
-Code::LooseRow looseRowOf(const Row& row, std::size_t firstTerm, std::uint32_t number) noexcept;
+LooseRow looseRowOf(const Row& row, std::size_t firstTerm, std::uint32_t number) noexcept;
 
 }  // namespace taveval

@@ -14,7 +14,7 @@ TavEvaluator::Kind kindOf(const Row& row) noexcept {
   return row.firstSummand == row.summandEnd ? TavEvaluator::Kind::Linear : TavEvaluator::Kind::Quadratic;
 }
 
-Code::LooseRow looseRowOf(const Row& row, std::size_t firstTerm, std::uint32_t number) noexcept {
+LooseRow looseRowOf(const Row& row, std::size_t firstTerm, std::uint32_t number) noexcept {
   if (row.whole != Row::kInOrder) return {0.0, firstTerm, 0, 0, 0, number};  // the whole expression is a summand
   return {row.constant, firstTerm, 0, static_cast<std::uint32_t>(row.termEnd - row.firstTerm), 0, number};
 }
@@ -119,26 +119,25 @@ class Compilation {
     for (std::uint32_t r = 0; r < _rows.rows.size(); ++r) {
       const Row& row = _rows.rows[r];
       if (_drafts.isWhole[r]) continue;
-      Code::LooseRow loose = looseRowOf(row, row.firstTerm, r);
-      loose.firstSummand = _code.summands.size();
+      LooseRow loose = looseRowOf(row, row.firstTerm, r);
+      loose.firstSummand = _code.sums.summands.size();
       for (std::size_t s = row.firstValue(); s < row.valueEnd(); ++s) {
-        if (placeOf[s] != kNone) _code.summands.push_back(placeOf[s]);
+        if (placeOf[s] != kNone) _code.sums.summands.push_back(placeOf[s]);
       }
-      loose.summandCount = static_cast<std::uint32_t>(_code.summands.size() - loose.firstSummand);
-      _code.looseRows.push_back(loose);
+      loose.summandCount = static_cast<std::uint32_t>(_code.sums.summands.size() - loose.firstSummand);
+      _code.sums.rows.push_back(loose);
     }
-    _code.looseRows.shrink_to_fit();
-    _code.summands.shrink_to_fit();
     findAdding();
+    _code.sums.makeShapes(_code.terms);
   }
 
   /// See Code::adding.
   void findAdding() {
-    const Code::LooseRow& objective = _code.looseRows.back();
+    const LooseRow& objective = _code.sums.rows.back();
     for (std::uint32_t s = 0; s < _code.shapes.size(); ++s) {
       const Shape& shape = _code.shapes[s];
       if (std::size_t{shape.count} * shape.objectiveValueCount != objective.summandCount) continue;
-      const std::uint32_t* summand = _code.summands.data() + objective.firstSummand;
+      const std::uint32_t* summand = _code.sums.summands.data() + objective.firstSummand;
       bool isInOrder = objective.summandCount > 0;
       for (std::uint32_t e = 0; e < shape.count; ++e) {
         for (std::uint32_t k = 0; k < shape.objectiveValueCount; ++k) {
@@ -231,8 +230,7 @@ Code compile(const std::vector<TavNumExprI*>& constraints, TavNumExprI* objectiv
 }
 
 std::size_t Code::bytes() const noexcept {
-  std::size_t sum = rows.capacity() * sizeof(RowFacts) + looseRows.capacity() * sizeof(LooseRow) +
-                    (summands.capacity() + termPlaces.capacity()) * sizeof(std::uint32_t) +
+  std::size_t sum = rows.capacity() * sizeof(RowFacts) + sums.bytes() + termPlaces.capacity() * sizeof(std::uint32_t) +
                     terms.capacity() * sizeof(TavEvaluator::LinearTerm) + byObjects.capacity() * sizeof(std::uint32_t) +
                     shapes.capacity() * sizeof(Shape) + gradientStart.capacity() * sizeof(double) + jacobian.bytes() +
                     hessian.bytes() + tape.bytes();

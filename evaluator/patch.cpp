@@ -292,21 +292,16 @@ void Patch::makeRows() {
     }
     fresh.loose = looseRowOf(row, fresh.facts.firstTerm, number);
     if (fresh.isWhole) continue;
-    const auto loose = findLooseRow(number);
-    const bool isKnown = !_isModified[i] && loose != _code.looseRows.end() && loose->row == number;
+    const auto known = _isModified[i] ? std::vector<std::uint32_t>() : _code.sums.summandsOf(number);
+    const bool isKnown = known.size() == row.valueEnd() - row.firstValue();
     for (std::size_t s = row.firstValue(); s < row.valueEnd(); ++s) {
       if (_placeOf[s] != kNone) {
         fresh.summands.push_back(_placeOf[s]);
-      } else if (isKnown && loose->summandCount == row.valueEnd() - row.firstValue()) {
-        fresh.summands.push_back(_code.summands[loose->firstSummand + s - row.firstValue()]);
+      } else if (isKnown) {
+        fresh.summands.push_back(known[s - row.firstValue()]);
       }
     }
   }
-}
-
-std::vector<Code::LooseRow>::iterator Patch::findLooseRow(std::uint32_t number) const noexcept {
-  return std::lower_bound(_code.looseRows.begin(), _code.looseRows.end(), number,
-                          [](const Code::LooseRow& row, std::uint32_t wanted) { return row.row < wanted; });
 }
 
 // Structures
@@ -361,8 +356,7 @@ void Patch::patchStructures() {
 void Patch::makeAllRoom() {
   std::size_t summands = 0;
   for (const NewRow& row : _newRows) summands += row.summands.size();
-  makeRoom(_code.summands, summands);
-  makeRoom(_code.looseRows, _newRows.size());
+  _code.sums.reserve(_newRows.size(), summands);
   makeRoom(_code.byObjects, _newRows.size());
   makeRoom(_code.terms, _newTerms);
   makeRoom(_code.termPlaces, _newTerms);

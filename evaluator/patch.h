@@ -70,7 +70,7 @@ class Patch {
       std::size_t first, count;
     } source;  // of the terms, in _rows
     Code::RowFacts facts;
-    Code::LooseRow loose;
+    LooseRow loose;
     std::vector<std::uint32_t> summands;
   };
 
@@ -91,7 +91,6 @@ class Patch {
   std::uint32_t valuePlace(const OldElement& old, std::uint32_t k) const;
   void findPromotions();
   void makeRows();
-  std::vector<Code::LooseRow>::iterator findLooseRow(std::uint32_t number) const noexcept;
   void patchStructures();
   void makeAllRoom();
 
@@ -104,7 +103,6 @@ class Patch {
   double& gradientStart(const TavEvaluator::LinearTerm& term) noexcept {
     return _code.gradientStart[static_cast<std::size_t>(term.column)];
   }
-  void commitLooseRow(NewRow& row) noexcept;
   void findRowsWithoutDerivative() noexcept;
 
   Code& _code;

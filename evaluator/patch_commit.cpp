@@ -110,32 +110,13 @@ void Patch::commitTerms(const NewRow& row, std::size_t& nextNumber) noexcept {
   }
 }
 
-void Patch::commitLooseRow(NewRow& row) noexcept {
-  auto at = findLooseRow(row.number);
-  const bool wasLoose = at != _code.looseRows.end() && at->row == row.number;
-  if (row.isWhole) {
-    if (wasLoose) _code.looseRows.erase(at);
-    return;
-  }
-  if (wasLoose && at->summandCount >= row.summands.size()) {
-    row.loose.firstSummand = at->firstSummand;
-  } else {
-    row.loose.firstSummand = _code.summands.size();
-    _code.summands.resize(_code.summands.size() + row.summands.size());
-  }
-  row.loose.summandCount = static_cast<std::uint32_t>(row.summands.size());
-  std::copy(row.summands.begin(), row.summands.end(),
-            _code.summands.begin() + static_cast<std::ptrdiff_t>(row.loose.firstSummand));
-  if (wasLoose) {
-    *at = row.loose;
-  } else {
-    _code.looseRows.insert(at, row.loose);
-  }
-}
-
 void Patch::commitRow(NewRow& row, std::size_t& nextNumber) noexcept {
   commitTerms(row, nextNumber);
-  commitLooseRow(row);
+  if (row.isWhole) {
+    _code.sums.remove(row.number);
+  } else {
+    _code.sums.put(row.loose, row.summands);
+  }
   _code.rows[row.number] = row.facts;
   auto& byObjects = _code.byObjects;
   const auto at = std::lower_bound(byObjects.begin(), byObjects.end(), row.number);

@@ -2,6 +2,7 @@
 /// Runs programs over the elements of their shapes.
 
 #include "evaluator/program.h"
+#include "evaluator/sums.h"
 #include "evaluator/tape.h"
 
 namespace taveval {
@@ -28,11 +29,12 @@ using Runner = void (*)(const Shape& shape, const Program& program, const Task& 
 /// For shapes of one lane.
 void runSingles(const Shape& shape, const Program& program, const Task& task, std::uint32_t first, std::uint32_t end);
 
-/// Runs blocks of some number of lanes, and the elements of tapes.
+/// Runs blocks of some number of lanes, the elements of tapes, and rows that are added up.
 struct BlockRunner {
   Runner run;
   std::uint32_t lanes;
   void (*runTape)(const Tape& tape, const Task& task);
+  void (*runSums)(const SumShape& shape, const Task& task);
 };
 
 /// The runner by the widest vectors that the processor has.

@@ -3,6 +3,7 @@
 
 #include "evaluator/derivative_rules.h"
 #include "evaluator/run.h"
+#include "evaluator/run_sums.h"
 #include "evaluator/scalar.h"
 
 namespace taveval::TAV_INSTRUCTION_SET {
@@ -391,6 +392,6 @@ class TapeMachine {
 
 [[gnu::flatten]] static void runTape(const Tape& tape, const Task& task) { TapeMachine(tape, task).run(); }
 
-static constexpr BlockRunner kRunner{runBlocks, Block::kStep, runTape};
+static constexpr BlockRunner kRunner{runBlocks, Block::kStep, runTape, runSums};
 
 }  // namespace taveval::TAV_INSTRUCTION_SET

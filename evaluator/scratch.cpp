@@ -47,15 +47,15 @@ double* Scratch::matrix(std::size_t size) {
 
 namespace {
 
-double sumOfSummands(const Code& code, const Code::LooseRow& row, const double* values) noexcept {
+double sumOfSummands(const Code& code, const LooseRow& row, const double* values) noexcept {
   double sum = 0.0;
-  const std::uint32_t* summand = code.summands.data() + row.firstSummand;
+  const std::uint32_t* summand = code.sums.summands.data() + row.firstSummand;
   for (std::uint32_t s = 0; s < row.summandCount; ++s) sum += values[summand[s]];
   return sum;
 }
 
 /// The value of a row by the sum of its summands.
-double valueOf(const Code& code, const Code::LooseRow& row, double sum, const double* x) noexcept {
+double valueOf(const Code& code, const LooseRow& row, double sum, const double* x) noexcept {
   const TavEvaluator::LinearTerm* term = code.terms.data() + row.firstTerm;
   for (std::uint32_t t = 0; t < row.termCount; ++t) sum += term[t].coefficient * x[term[t].column];
   return row.constant + sum;
@@ -86,16 +86,17 @@ void Scratch::evaluateByObjects(const Code& code, const double* x, const Results
   }
 }
 
-void Scratch::addUp(const Code& code, const double* x, const Results& results) const {
+void Scratch::addUp(const Code& code, const Task& task, const Results& results) const {
   if (results.objective) {
-    const Code::LooseRow& row = code.looseRows.back();
+    const LooseRow& row = code.sums.rows.back();
     const double sum = code.adding == kNone ? sumOfSummands(code, row, _values.data()) : *results.objective;
-    *results.objective = valueOf(code, row, sum, x);
+    *results.objective = valueOf(code, row, sum, task.x);
   }
   if (!results.rows) return;
-  for (std::size_t k = 0; k + 1 < code.looseRows.size(); ++k) {
-    const Code::LooseRow& row = code.looseRows[k];
-    results.rows[row.row] = valueOf(code, row, sumOfSummands(code, row, _values.data()), x);
+  for (const SumShape& shape : code.sums.shapes) code.runner.runSums(shape, task);
+  for (std::size_t k = 0; k + 1 < code.sums.rows.size(); ++k) {
+    const LooseRow& row = code.sums.rows[k];
+    results.rows[row.row] = valueOf(code, row, sumOfSummands(code, row, _values.data()), task.x);
   }
 }
 
@@ -127,7 +128,7 @@ void Scratch::evaluate(const double* x, double sigma, const double* lambda, cons
     }
   }
   if (!code.tape.shapes.empty()) code.runner.runTape(code.tape, task);
-  addUp(code, x, results);
+  addUp(code, task, results);
   if (!code.byObjects.empty()) evaluateByObjects(code, x, results);
 }
 

@@ -31,7 +31,7 @@ class Scratch {
   class Point;
   static void start(const Code& code, const Results& results);
   /// Adds summands up to rows, in the order of `eval`.
-  void addUp(const Code& code, const double* x, const Results& results) const;
+  void addUp(const Code& code, const Task& task, const Results& results) const;
   void evaluateByObjects(const Code& code, const double* x, const Results& results);
 
   Compiled& _compiled;

@@ -34,7 +34,7 @@ struct Code {
   BlockRunner runner = blockRunner();  ///< That the shapes' blocks are made for.
   Tables tables;
   Structure jacobian, hessian;
-  std::vector<double> gradientStart;      ///< The gradient of the objective's linear part.
+  Start gradientStart;                    ///< The gradient of the objective's linear part.
   std::size_t patched = 0;                ///< Elements that have come since the program was compiled.
   std::size_t registers = 0;              ///< That the largest program needs, with one to spare, in doubles.
   const char* withoutJacobian = nullptr;  ///< Class without derivatives in a constraint, or null.

@@ -60,10 +60,11 @@ class Compilation {
     }
     _code.terms = std::move(_rows.terms);
     _code.terms.shrink_to_fit();
-    _code.gradientStart.assign(_columns.size(), 0.0);
+    std::vector<double>& start = _code.gradientStart.values;
+    start.assign(_columns.size(), 0.0);
     const Code::RowFacts& objective = _code.rows.back();
     for (std::size_t t = objective.firstTerm; t < objective.termEnd; ++t) {
-      _code.gradientStart[static_cast<std::size_t>(_code.terms[t].column)] = _code.terms[t].coefficient;
+      start[static_cast<std::size_t>(_code.terms[t].column)] = _code.terms[t].coefficient;
     }
   }
 
@@ -150,16 +151,17 @@ class Compilation {
 
   void layOutJacobian() {
     if (_options.derivatives < 1) return;
-    std::vector<FixedEntry> shared, alone;
+    OtherEntries others;
+    std::vector<FixedEntry> alone;
     for (std::size_t r = 0; r + 1 < _code.rows.size(); ++r) {
       const Code::RowFacts& row = _code.rows[r];
-      auto& entries = row.kind == TavEvaluator::Kind::Linear ? alone : shared;
+      auto& entries = row.kind == TavEvaluator::Kind::Linear ? alone : others.fixed;
       for (std::size_t t = row.firstTerm; t < row.termEnd; ++t) {
         entries.push_back({{static_cast<std::int32_t>(r), _code.terms[t].column}, _code.terms[t].coefficient});
       }
     }
-    const std::size_t sharedCount = shared.size(), aloneCount = alone.size();
-    shared.insert(shared.end(), alone.begin(), alone.end());
+    others.sharedCount = others.fixed.size();
+    others.fixed.insert(others.fixed.end(), alone.begin(), alone.end());
     std::vector<ShapeEntries> entries;
     for (std::size_t s = 0; s < _code.shapes.size(); ++s) {
       const auto& derivatives = _plans[s].jacobian;
@@ -172,23 +174,24 @@ class Compilation {
                          &_code.shapes[s].jacobian});
     }
     Tape& tape = _code.tape;
-    std::vector<TavEvaluator::Position> positions;
     for (TapeShape& shape : tape.shapes) {
-      shape.jacobian = static_cast<std::uint32_t>(positions.size());
-      for (std::uint32_t e = 0; e < shape.count; ++e) tape.appendJacobian(shape, e, positions);
+      shape.jacobian = static_cast<std::uint32_t>(others.singles.size());
+      for (std::uint32_t e = 0; e < shape.count; ++e) tape.appendJacobian(shape, e, others.singles);
     }
-    _code.jacobian = layOut(entries, positions, tape.jacobian, shared, sharedCount);
-    keepTermPlaces(_code.jacobian.positions.size() - aloneCount);
+    OtherPlaces places;
+    _code.jacobian = layOut(entries, others, places);
+    tape.jacobian = std::move(places.singles);
+    keepTermPlaces(places.fixed, others.sharedCount);
+    layOutGradient(_code.shapes, _code.gradientStart);
   }
 
-  void keepTermPlaces(std::size_t nextAlone) {
+  void keepTermPlaces(const std::vector<std::uint32_t>& places, std::size_t nextAlone) {
     _code.termPlaces.assign(_code.terms.size(), kNone);
-    std::size_t nextShared = _code.jacobian.firstAdded;
+    std::size_t nextShared = 0;
     for (std::size_t r = 0; r + 1 < _code.rows.size(); ++r) {
       const Code::RowFacts& row = _code.rows[r];
       std::size_t& next = row.kind == TavEvaluator::Kind::Linear ? nextAlone : nextShared;
-      for (std::size_t t = row.firstTerm; t < row.termEnd; ++t)
-        _code.termPlaces[t] = static_cast<std::uint32_t>(next++);
+      for (std::size_t t = row.firstTerm; t < row.termEnd; ++t) _code.termPlaces[t] = places[next++];
     }
   }
 
@@ -205,12 +208,14 @@ class Compilation {
                          &_code.shapes[s].hessian});
     }
     Tape& tape = _code.tape;
-    std::vector<TavEvaluator::Position> positions;
+    OtherEntries others;
     for (TapeShape& shape : tape.shapes) {
-      shape.hessian = static_cast<std::uint32_t>(positions.size());
-      for (std::uint32_t e = 0; e < shape.count; ++e) tape.appendHessian(shape, e, positions);
+      shape.hessian = static_cast<std::uint32_t>(others.singles.size());
+      for (std::uint32_t e = 0; e < shape.count; ++e) tape.appendHessian(shape, e, others.singles);
     }
-    _code.hessian = layOut(entries, positions, tape.hessian, {}, 0);
+    OtherPlaces places;
+    _code.hessian = layOut(entries, others, places);
+    tape.hessian = std::move(places.singles);
   }
 
   Columns& _columns;
@@ -232,7 +237,7 @@ Code compile(const std::vector<TavNumExprI*>& constraints, TavNumExprI* objectiv
 std::size_t Code::bytes() const noexcept {
   std::size_t sum = rows.capacity() * sizeof(RowFacts) + sums.bytes() + termPlaces.capacity() * sizeof(std::uint32_t) +
                     terms.capacity() * sizeof(TavEvaluator::LinearTerm) + byObjects.capacity() * sizeof(std::uint32_t) +
-                    shapes.capacity() * sizeof(Shape) + gradientStart.capacity() * sizeof(double) + jacobian.bytes() +
+                    shapes.capacity() * sizeof(Shape) + gradientStart.bytes() + jacobian.bytes() +
                     hessian.bytes() + tape.bytes();
   for (const Shape& shape : shapes) {
     sum += (shape.parameters.capacity() + shape.uniforms.capacity()) * sizeof(double) + shape.variables.bytes() +

@@ -155,7 +155,7 @@ void ShapeCompiler::makePrograms(Shape& shape) {
 
 void ShapeCompiler::chooseLanes(std::uint32_t lanes, Shape& shape) {
   constexpr std::uint32_t kFewest = 12, kMostRegisters = 4096;
-  constexpr std::uint32_t kMostSteps = 4, kCachedBytes = 1 << 14;
+  constexpr std::uint32_t kMostSteps = 8, kCachedBytes = 1 << 15;
   std::uint32_t registers = 0;
   for (const Program& program : shape.programs) registers = std::max(registers, program.registers);
   shape.lanes = shape.count < kFewest || registers > kMostRegisters ? 1 : lanes;

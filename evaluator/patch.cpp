@@ -360,7 +360,7 @@ void Patch::makeAllRoom() {
   makeRoom(_code.byObjects, _newRows.size());
   makeRoom(_code.terms, _newTerms);
   makeRoom(_code.termPlaces, _newTerms);
-  makeRoom(_code.gradientStart, _columns.size() - _code.gradientStart.size());
+  makeRoom(_code.gradientStart.values, _columns.size() - _code.gradientStart.values.size());
   Tape& tape = _code.tape;
   const auto room = [](auto& to, const auto& from) { makeRoom(to, from.size()); };
   room(tape.code, _fresh.code), room(tape.pattern, _fresh.pattern);

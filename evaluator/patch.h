@@ -101,7 +101,7 @@ class Patch {
   void commitRow(NewRow& row, std::size_t& nextNumber) noexcept;
   void commitTerms(const NewRow& row, std::size_t& nextNumber) noexcept;
   double& gradientStart(const TavEvaluator::LinearTerm& term) noexcept {
-    return _code.gradientStart[static_cast<std::size_t>(term.column)];
+    return _code.gradientStart.values[static_cast<std::size_t>(term.column)];
   }
   void findRowsWithoutDerivative() noexcept;
 

@@ -105,7 +105,7 @@ void Patch::commitTerms(const NewRow& row, std::size_t& nextNumber) noexcept {
       gradientStart(term) = term.coefficient;
     } else if (_options.derivatives > 0) {
       if (_isOtherStructure) _code.termPlaces[t] = _jacobian.place(_termNumbers[nextNumber++]);
-      _code.jacobian.start[_code.termPlaces[t] - _code.jacobian.firstAdded] = term.coefficient;
+      _code.jacobian.start.set(_code.termPlaces[t] - _code.jacobian.firstAdded, term.coefficient);
     }
   }
 }
@@ -134,8 +134,12 @@ void Patch::findRowsWithoutDerivative() noexcept {
 }
 
 bool Patch::commit() noexcept {
-  bool isOther = _columns.size() != _code.gradientStart.size();
-  _code.gradientStart.resize(_columns.size());
+  bool isOther = _columns.size() != _code.gradientStart.values.size();
+  _code.gradientStart.values.resize(_columns.size());
+  if (_isOtherStructure || (!_numbers.empty() && _numbers.back() == objectiveRow())) {
+    _code.gradientStart.forgetParts();
+    forgetStored(_code.shapes);
+  }
   _code.tables = std::move(_rows.tables);
   _code.valueCount = _valueCount;
   commitParameters();

@@ -111,7 +111,7 @@ void StructurePatch::prepare() {
   countEntries();
   choosePlaces();
   makeRoom(_old.positions, _appended.size());
-  makeRoom(_old.start, _appended.size());
+  makeRoom(_old.start.values, _appended.size());
   std::vector<std::pair<Indices*, PlaceRef>> refs;
   for (const PlaceRef& ref : _removed) refs.emplace_back(ref.indices, ref);
   for (const std::uint32_t t : _redirected) refs.emplace_back(_touched[t].owner.indices, _touched[t].owner);
@@ -123,6 +123,7 @@ void StructurePatch::prepare() {
 }
 
 bool StructurePatch::commit(std::vector<std::uint32_t>* termPlaces) noexcept {
+  _old.start.forgetParts();
   // What leaves a run makes a list of it, before runs are renumbered.
   for (const PlaceRef& ref : _removed) {
     if (ref.indices) ref.set(kNone);
@@ -139,12 +140,12 @@ bool StructurePatch::commit(std::vector<std::uint32_t>* termPlaces) noexcept {
       if (k < _old.firstAdded) {
         ++keptOwn;
       } else {
-        _old.start[kept - keptOwn] = _old.start[k - _old.firstAdded];
+        _old.start.values[kept - keptOwn] = _old.start.values[k - _old.firstAdded];
       }
       _old.positions[kept++] = _old.positions[k];
     }
     _old.positions.resize(kept);
-    _old.start.resize(kept - keptOwn);
+    _old.start.values.resize(kept - keptOwn);
     _old.firstAdded = keptOwn;
     if (termPlaces) {
       for (std::uint32_t& place : *termPlaces) place = place == kNone ? kNone : _renumbered[place];
@@ -153,12 +154,12 @@ bool StructurePatch::commit(std::vector<std::uint32_t>* termPlaces) noexcept {
   for (const std::uint32_t t : _redirected) _touched[t].owner.set(_touched[t].newPlace);
   for (const std::uint32_t t : _appended) {
     _old.positions.push_back(_touched[t].position);
-    _old.start.push_back(0.0);
+    _old.start.values.push_back(0.0);
   }
   for (const Touched& touched : _touched) {
     const bool isNeeded = touched.count > 0 || touched.isFixed;
     if (isNeeded && touched.newPlace >= _old.firstAdded) {
-      _old.start[touched.newPlace - _old.firstAdded] = touched.isFixed ? touched.value : 0.0;
+      _old.start.values[touched.newPlace - _old.firstAdded] = touched.isFixed ? touched.value : 0.0;
     }
   }
   return !_vanished.empty() || !_appended.empty();

@@ -113,12 +113,24 @@ class Indices {
   struct Entry {
     std::uint32_t at;
     Kind kind;
+    /// Lanes of a run from this one on are the first to reach their results: they are stored, not added.
+    std::uint16_t storedFrom = kNothingStored;
   };
+  static constexpr std::uint16_t kNothingStored = 0xffff;
 
   /// Appends the entry of a block of these lanes; `count` is at least 1. Lists are filled up to `width` lanes.
   void append(const std::uint32_t* lane, std::uint32_t count, std::uint32_t width);
   /// Appends a run that nothing else writes to.
   void appendOwn(std::uint32_t start) { _entries.push_back({start, Kind::Own}); }
+  /// See Entry::storedFrom. False, and nothing is changed, unless the entry is a run.
+  bool storeFrom(std::size_t entry, std::uint32_t lane) noexcept {
+    if (_entries[entry].kind != Kind::Run) return false;
+    _entries[entry].storedFrom = static_cast<std::uint16_t>(lane);
+    return true;
+  }
+  void forgetStored() noexcept {
+    for (Entry& entry : _entries) entry.storedFrom = kNothingStored;
+  }
   const Entry* entries() const noexcept { return _entries.data(); }
   const std::uint32_t* lanes(const Entry& entry) const noexcept { return _lanes.data() + entry.at; }
   std::size_t size() const noexcept { return _entries.size(); }

@@ -73,6 +73,7 @@ class Machine {
   using Value = typename Elements::Value;
   static constexpr std::uint32_t kStep = Elements::kStep;
   static constexpr std::uint32_t kValues = Elements::kValues;
+  static constexpr std::uint32_t kFewAdded = 8;
 
   /// Elements of a block.
   std::uint32_t width() const noexcept { return kStep == 1 ? 1 : _width; }
@@ -218,7 +219,7 @@ class Machine {
 
   void addTo(double* to, const double* from, const Indices& indices, const Indices::Entry& entry) const noexcept {
     if (entry.kind == Indices::Kind::Run) {
-      addRun(to + entry.at, from);
+      addRun(to + entry.at, from, entry.storedFrom);
     } else if (entry.kind == Indices::Kind::Same) {
       double sum = from[0];
       for (std::uint32_t i = 1; i < _live; ++i) sum += from[i];
@@ -262,14 +263,24 @@ class Machine {
     }
   }
 
-  void addRun(double* to, const double* from) const noexcept {
+  /// Adds lanes before `storedFrom` and stores the others.
+  void addRun(double* to, const double* from, std::uint32_t storedFrom) const noexcept {
+    if (storedFrom < kFewAdded) {
+      double before[kFewAdded];
+      for (std::uint32_t i = 0; i < storedFrom; ++i) before[i] = to[i];
+      copy(to, from);
+      for (std::uint32_t i = 0; i < storedFrom; ++i) to[i] = before[i] + from[i];
+      return;
+    }
+    const std::uint32_t end = storedFrom < _live ? storedFrom : _live;
     std::uint32_t i = 0;
     if constexpr (kStep > 1) {
-      for (; i + kLanes <= _live; i += kLanes) {
+      for (; i + kLanes <= end; i += kLanes) {
         store(to + i, tavdetail::TAV_INSTRUCTION_SET::load(to + i) + tavdetail::TAV_INSTRUCTION_SET::load(from + i));
       }
     }
-    for (; i < _live; ++i) to[i] += from[i];
+    for (; i < end; ++i) to[i] += from[i];
+    for (; i < _live; ++i) to[i] = from[i];
   }
 
   /// Adds the block's values, element by element.

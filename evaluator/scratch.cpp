@@ -64,15 +64,9 @@ double valueOf(const Code& code, const LooseRow& row, double sum, const double* 
 }  // namespace
 
 void Scratch::start(const Code& code, const Results& results) {
-  const auto copy = [](const std::vector<double>& from, double* to) { std::copy(from.begin(), from.end(), to); };
-  const Code::RowFacts& objective = code.rows.back();
-  if (results.gradient && objective.firstTerm != objective.termEnd) {
-    copy(code.gradientStart, results.gradient);
-  } else if (results.gradient) {
-    std::fill_n(results.gradient, code.gradientStart.size(), 0.0);
-  }
-  if (results.jacobian) copy(code.jacobian.start, results.jacobian + code.jacobian.firstAdded);
-  if (results.hessian) std::fill_n(results.hessian + code.hessian.firstAdded, code.hessian.start.size(), 0.0);
+  if (results.gradient) code.gradientStart.write(results.gradient);
+  if (results.jacobian) code.jacobian.start.write(results.jacobian + code.jacobian.firstAdded);
+  if (results.hessian) code.hessian.start.write(results.hessian + code.hessian.firstAdded);
 }
 
 void Scratch::evaluateByObjects(const Code& code, const double* x, const Results& results) {

@@ -42,36 +42,29 @@ class Places {
 
 class Layout {
  public:
-  Layout(const std::vector<ShapeEntries>& shapes, const std::vector<Position>& singles,
-         std::vector<std::uint32_t>& placesOfSingles, const std::vector<FixedEntry>& fixed, std::size_t shared)
+  Layout(const std::vector<ShapeEntries>& shapes, const OtherEntries& others, OtherPlaces& placesOfOthers)
       : _shapes(shapes),
-        _singles(singles),
-        _placesOfSingles(placesOfSingles),
-        _fixed(fixed),
-        _shared(shared),
-        _places(countEntries(shapes) + singles.size() + shared) {}
+        _others(others),
+        _placesOfOthers(placesOfOthers),
+        _places(countEntries(shapes) + others.singles.size() + others.sharedCount) {}
 
   Structure make() {
     meetAll();
     for (std::size_t s = 0; s < _shapes.size(); ++s) placeOwnRuns(s);
-    for (std::size_t i = 0; i < _singles.size(); ++i) {
-      if (_places.isAlone(_placesOfSingles[i])) _places.place(_placesOfSingles[i]) = newPlace(_singles[i]);
+    auto& placesOfSingles = _placesOfOthers.singles;
+    for (std::size_t i = 0; i < placesOfSingles.size(); ++i) {
+      if (_places.isAlone(placesOfSingles[i])) _places.place(placesOfSingles[i]) = newPlace(_others.singles[i]);
     }
     _structure.firstAdded = _structure.positions.size();
-    for (std::size_t i = 0; i < _shared; ++i) {
-      _places.place(_slotOfFixed[i]) = newPlace(_fixed[i].position);
-      _structure.start.push_back(_fixed[i].value);
-    }
+    placeSharedFixed();
     for (std::size_t s = 0; s < _shapes.size(); ++s) fillIndices(s);
-    for (std::size_t i = 0; i < _singles.size(); ++i) {
-      _placesOfSingles[i] = placeOrNew(_placesOfSingles[i], _singles[i]);  // instead of the slot
+    for (std::size_t i = 0; i < placesOfSingles.size(); ++i) {
+      placesOfSingles[i] = placeOrNew(placesOfSingles[i], _others.singles[i]);  // instead of the slot
     }
-    for (std::size_t i = _shared; i < _fixed.size(); ++i) {
-      newPlace(_fixed[i].position);
-      _structure.start.push_back(_fixed[i].value);
-    }
+    placeConstants();
     _structure.positions.shrink_to_fit();
-    _structure.start.shrink_to_fit();
+    _structure.start.values.shrink_to_fit();
+    _structure.start.findParts(_isStored);
     return std::move(_structure);
   }
 
@@ -86,7 +79,9 @@ class Layout {
     return static_cast<std::uint32_t>(_structure.positions.size() - 1);
   }
   void meetAll() {
-    for (std::size_t i = 0; i < _shared; ++i) _slotOfFixed.push_back(_places.meet(_fixed[i].position));
+    for (std::size_t i = 0; i < _others.sharedCount; ++i) {
+      _slotOfFixed.push_back(_places.meet(_others.fixed[i].position));
+    }
     for (const ShapeEntries& entries : _shapes) {
       auto& slots = _slotsOf.emplace_back();
       slots.reserve(std::size_t{entries.shape->count} * entries.width);
@@ -94,15 +89,43 @@ class Layout {
         for (std::uint32_t k = 0; k < entries.width; ++k) slots.push_back(_places.meet(entries.position(e, k)));
       }
     }
-    _placesOfSingles.resize(_singles.size());
-    for (std::size_t i = 0; i < _singles.size(); ++i) _placesOfSingles[i] = _places.meet(_singles[i]);
+    for (const Position position : _others.singles) _placesOfOthers.singles.push_back(_places.meet(position));
+  }
+  void placeFixed(std::size_t i) {
+    _placesOfOthers.fixed[i] = newPlace(_others.fixed[i].position);
+    _structure.start.values.push_back(_others.fixed[i].value);
+  }
+  void placeSharedFixed() {
+    _placesOfOthers.fixed.resize(_others.fixed.size());
+    for (std::size_t i = 0; i < _others.sharedCount; ++i) {
+      if (_places.isAlone(_slotOfFixed[i])) continue;
+      placeFixed(i);
+      _places.place(_slotOfFixed[i]) = _placesOfOthers.fixed[i];
+    }
+  }
+  /// Places the others, sorted by the first few values that are met.
+  void placeConstants() {
+    constexpr std::size_t kMostValues = 8;
+    std::vector<double> values;
+    std::vector<std::uint32_t> numbers[kMostValues + 1];
+    for (std::uint32_t i = 0; i < _others.fixed.size(); ++i) {
+      if (i < _others.sharedCount && !_places.isAlone(_slotOfFixed[i])) continue;
+      const double value = _others.fixed[i].value;
+      const auto found = std::find(values.begin(), values.end(), value);
+      const auto number = static_cast<std::size_t>(found - values.begin());
+      if (found == values.end() && number < kMostValues) values.push_back(value);
+      numbers[number].push_back(i);
+    }
+    for (const auto& numbersOfValue : numbers) {
+      for (const std::uint32_t i : numbersOfValue) placeFixed(i);
+    }
   }
   /// The place of a slot's position, which starts from 0 if it is new.
   std::uint32_t placeOrNew(std::uint32_t slot, Position position) {
     std::uint32_t& place = _places.place(slot);
     if (place == kNone) {
       place = newPlace(position);
-      _structure.start.push_back(0.0);
+      _structure.start.values.push_back(0.0);
     }
     return place;
   }
@@ -131,39 +154,73 @@ class Layout {
     const auto& slots = _slotsOf[s];
     std::vector<std::uint32_t> lanes(entries.shape->lanes);
     forEachBlock(entries, [&](std::uint32_t first, std::uint32_t end, std::uint32_t k) {
+      const std::size_t met = _structure.positions.size();
       for (std::uint32_t e = first; e < end; ++e) {
         lanes[e - first] = placeOrNew(slots[std::size_t{e} * entries.width + k], entries.position(e, k));
       }
       if (lanes[0] < _structure.firstAdded) {
         entries.indices->appendOwn(lanes[0]);
-      } else {
-        entries.indices->append(lanes.data(), end - first, entries.shape->lanes);
+        return;
       }
+      entries.indices->append(lanes.data(), end - first, entries.shape->lanes);
+      storeNew(*entries.indices, lanes, end - first, met);
     });
     entries.indices->shrink();
   }
 
+  /// Lets the last entry store to places that are new since there were `met`.
+  void storeNew(Indices& indices, const std::vector<std::uint32_t>& lanes, std::uint32_t count, std::size_t met) {
+    std::uint32_t firstNew = count;
+    while (firstNew > 0 && lanes[firstNew - 1] >= met) --firstNew;
+    if (firstNew == count || !indices.storeFrom(indices.size() - 1, firstNew)) return;
+    _isStored.resize(_structure.start.values.size(), false);
+    for (std::uint32_t i = firstNew; i < count; ++i) _isStored[lanes[i] - _structure.firstAdded] = true;
+  }
+
   const std::vector<ShapeEntries>& _shapes;
-  const std::vector<Position>& _singles;
-  std::vector<std::uint32_t>& _placesOfSingles;
-  const std::vector<FixedEntry>& _fixed;
-  const std::size_t _shared;
+  const OtherEntries& _others;
+  OtherPlaces& _placesOfOthers;
   Places _places;
   std::vector<std::uint32_t> _slotOfFixed;
   std::vector<std::vector<std::uint32_t>> _slotsOf;  // by shape, element and entry
+  std::vector<bool> _isStored;  // by place from `firstAdded` on
   Structure _structure;
 };
 
 }  // namespace
 
-std::size_t Structure::bytes() const noexcept {
-  return positions.capacity() * sizeof(Position) + start.capacity() * sizeof(double);
+std::size_t Structure::bytes() const noexcept { return positions.capacity() * sizeof(Position) + start.bytes(); }
+
+Structure layOut(const std::vector<ShapeEntries>& shapes, const OtherEntries& others, OtherPlaces& places) {
+  return Layout(shapes, others, places).make();
 }
 
-Structure layOut(const std::vector<ShapeEntries>& shapes, const std::vector<Position>& singles,
-                 std::vector<std::uint32_t>& placesOfSingles, const std::vector<FixedEntry>& fixed,
-                 std::size_t shared) {
-  return Layout(shapes, singles, placesOfSingles, fixed, shared).make();
+void layOutGradient(std::vector<Shape>& shapes, Start& start) {
+  std::vector<bool> isMet, isStored(start.values.size(), false);
+  for (const double value : start.values) isMet.push_back(value != 0.0);
+  for (Shape& shape : shapes) {
+    for (std::uint32_t block = 0; block < shape.blockCount(); ++block) {
+      const std::uint32_t live = std::min(shape.lanes, shape.count - block * shape.lanes);
+      for (const std::uint32_t variable : shape.gradientVariables) {
+        const std::size_t entry = std::size_t{block} * shape.variableCount + variable;
+        const auto column = [&](std::uint32_t lane) { return shape.variables.of(entry, lane); };
+        std::uint32_t firstNew = live;
+        while (firstNew > 0 && !isMet[column(firstNew - 1)]) --firstNew;
+        const bool stores = firstNew < live && shape.variables.storeFrom(entry, firstNew);
+        for (std::uint32_t i = 0; i < live; ++i) {
+          isMet[column(i)] = true;
+          if (stores && i >= firstNew) isStored[column(i)] = true;
+        }
+      }
+    }
+  }
+  start.findParts(isStored);
+}
+
+void forgetStored(std::vector<Shape>& shapes) noexcept {
+  for (Shape& shape : shapes) {
+    for (Indices* indices : {&shape.variables, &shape.jacobian, &shape.hessian}) indices->forgetStored();
+  }
 }
 
 }  // namespace taveval

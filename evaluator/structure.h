@@ -1,11 +1,12 @@
 #pragma once
-/// The order of a sparse matrix's values. Runs of values that one shape alone computes come first and are stored; the
-/// others start from a template and are added to.
+/// The order of a sparse matrix's values. Runs of values that one shape alone computes come first and are stored. The
+/// others start from a template: first those that are added to, then constants, by value.
 
 #include <functional>
 #include <vector>
 
 #include "evaluator/program.h"
+#include "evaluator/start.h"
 #include "evaluator/tavevaluator.h"
 
 namespace taveval {
@@ -13,7 +14,7 @@ namespace taveval {
 /// Positions of a matrix, each once.
 struct Structure {
   std::vector<TavEvaluator::Position> positions;
-  std::vector<double> start;  ///< What values from `firstAdded` on start from.
+  Start start;  ///< What values from `firstAdded` on start from.
   std::size_t firstAdded = 0;
 
   std::size_t bytes() const noexcept;
@@ -33,10 +34,26 @@ struct FixedEntry {
   double value;
 };
 
-/// Lays a matrix out, fills the shapes' indices, and writes the places of the entries `singles` to `placesOfSingles`.
-/// Entries of `fixed` have distinct positions; those behind `shared` of them share theirs with no other entry.
-Structure layOut(const std::vector<ShapeEntries>& shapes, const std::vector<TavEvaluator::Position>& singles,
-                 std::vector<std::uint32_t>& placesOfSingles, const std::vector<FixedEntry>& fixed, std::size_t shared);
+/// What a matrix consists of beside the entries of shapes.
+struct OtherEntries {
+  std::vector<TavEvaluator::Position> singles;
+  /// These have distinct positions; those behind `sharedCount` of them share theirs with no other entry.
+  std::vector<FixedEntry> fixed;
+  std::size_t sharedCount = 0;
+};
+
+/// Where these are.
+struct OtherPlaces {
+  std::vector<std::uint32_t> singles, fixed;
+};
+
+/// Lays a matrix out and fills the shapes' indices.
+Structure layOut(const std::vector<ShapeEntries>& shapes, const OtherEntries& others, OtherPlaces& places);
+
+/// Finds the parts of the gradient's start: see Start. Shapes store to what they are the first to add to.
+void layOutGradient(std::vector<Shape>& shapes, Start& start);
+/// From now on shapes store to no results but their own runs.
+void forgetStored(std::vector<Shape>& shapes) noexcept;
 
 /// The position of a second derivative by two columns.
 inline TavEvaluator::Position lowerTriangle(std::uint32_t i, std::uint32_t j) noexcept {

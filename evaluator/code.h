@@ -20,8 +20,8 @@ struct Code {
     TavEvaluator::Kind kind;
   };
 
-  std::vector<RowFacts> rows;           ///< The constraints, then the objective.
-  Sums sums;                            ///< Rows that are added up; others are whole outputs of a shape.
+  std::vector<RowFacts> rows;  ///< The constraints, then the objective.
+  Sums sums;                   ///< Rows that are added up; others are whole outputs of a shape.
   /// The shape whose values, element by element, are the objective's summands in their order, or kNone. They are added
   /// up while the next block is computed.
   std::uint32_t adding = kNone;

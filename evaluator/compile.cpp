@@ -237,8 +237,8 @@ Code compile(const std::vector<TavNumExprI*>& constraints, TavNumExprI* objectiv
 std::size_t Code::bytes() const noexcept {
   std::size_t sum = rows.capacity() * sizeof(RowFacts) + sums.bytes() + termPlaces.capacity() * sizeof(std::uint32_t) +
                     terms.capacity() * sizeof(TavEvaluator::LinearTerm) + byObjects.capacity() * sizeof(std::uint32_t) +
-                    shapes.capacity() * sizeof(Shape) + gradientStart.bytes() + jacobian.bytes() +
-                    hessian.bytes() + tape.bytes();
+                    shapes.capacity() * sizeof(Shape) + gradientStart.bytes() + jacobian.bytes() + hessian.bytes() +
+                    tape.bytes();
   for (const Shape& shape : shapes) {
     sum += (shape.parameters.capacity() + shape.uniforms.capacity()) * sizeof(double) + shape.variables.bytes() +
            shape.rows.bytes() + shape.jacobian.bytes() + shape.hessian.bytes() + shape.key.capacity() +

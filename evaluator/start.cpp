@@ -21,7 +21,8 @@ void Start::findParts(const std::vector<bool>& isStored) {
   for (std::size_t first = 0, end = 0; first < values.size(); first = end) {
     const bool leavesOut = isLeftOut(first);
     const auto bits = std::bit_cast<std::uint64_t>(values[first]);
-    while (end < values.size() && isLeftOut(end) == leavesOut && std::bit_cast<std::uint64_t>(values[end]) == bits) ++end;
+    while (end < values.size() && isLeftOut(end) == leavesOut && std::bit_cast<std::uint64_t>(values[end]) == bits)
+      ++end;
     const bool isLong = end - first >= kShortest;
     if (!leavesOut || !isLong) append(first, end, isLong ? Kind::Filled : Kind::Copied);
   }

@@ -183,7 +183,7 @@ class Layout {
   Places _places;
   std::vector<std::uint32_t> _slotOfFixed;
   std::vector<std::vector<std::uint32_t>> _slotsOf;  // by shape, element and entry
-  std::vector<bool> _isStored;  // by place from `firstAdded` on
+  std::vector<bool> _isStored;                       // by place from `firstAdded` on
   Structure _structure;
 };
 

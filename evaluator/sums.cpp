@@ -70,7 +70,8 @@ void Sums::fill(SumShape& shape, const std::vector<std::uint32_t>& members, cons
   const LooseRow& first = rows[members.front()];
   shape.count = static_cast<std::uint32_t>(members.size());
   shape.summandCount = first.summandCount;
-  for (std::uint32_t t = 0; t < first.termCount; ++t) shape.coefficients.push_back(terms[first.firstTerm + t].coefficient);
+  for (std::uint32_t t = 0; t < first.termCount; ++t)
+    shape.coefficients.push_back(terms[first.firstTerm + t].coefficient);
   shape.constants.reserve((members.size() + kLanes - 1) / kLanes * kLanes);
   for (const std::uint32_t member : members) shape.constants.push_back(rows[member].constant);
   shape.constants.resize(shape.constants.capacity(), 0.0);

@@ -240,6 +240,8 @@ class Model {
                        TavSquare(angles.back())));
       rows.add(TavExpr(TavPower(TavAbs(x[i]) + c, 1.5) + TavMax(x[i], x[i + 1]) + TavTan(x[i])));
       rows.add(TavExpr(x[i] - c * x[i + 1]));
+      rows.add(TavExpr(x[(i + 3) % size] - 0.5 * TavSin(x[i]) - 0.5 * TavSin(x[i + 1]) - 2.0 * x[(i + 1) % size] +
+                       x[i] + c));
     }
     for (int i = 0; i < size; ++i) point.push_back(std::sin(3.0 * i + 1.0));
     for (TavInt r = 0; r < rows.getSize(); ++r) lambda.push_back(std::cos(static_cast<double>(r)));
@@ -474,7 +476,7 @@ class Modifier {
 
 TEST(Evaluator, GivesWhatAFreshOneDoesAfterModifications) {
   for (unsigned seed = 1; seed <= 12; ++seed) {
-    Model model(seed % 3 ? 30 : 6);
+    Model model(std::array{6, 30, 90, 30}[seed % 4]);
     TavEvaluator evaluator(model.env, model.objective, model.rows);
     Modifier modifier(model, evaluator, seed);
     for (int step = 0; step < 60; ++step) {

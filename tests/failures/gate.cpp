@@ -1,5 +1,6 @@
 #include "tests/failures/gate.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <new>
 
@@ -32,14 +33,14 @@ void clientCall() {
 extern "C" {
 void* __real_malloc(std::size_t bytes);
 void* __real_realloc(void* block, std::size_t bytes);
-void* __real_aligned_alloc(std::size_t alignment, std::size_t bytes);
+int __real_posix_memalign(void** block, std::size_t alignment, std::size_t bytes);
 
 void* __wrap_malloc(std::size_t bytes) { return refuses(Gate::Allocations) ? nullptr : __real_malloc(bytes); }
 void* __wrap_realloc(void* block, std::size_t bytes) {
   return refuses(Gate::Allocations) ? nullptr : __real_realloc(block, bytes);
 }
-void* __wrap_aligned_alloc(std::size_t alignment, std::size_t bytes) {
-  return refuses(Gate::Allocations) ? nullptr : __real_aligned_alloc(alignment, bytes);
+int __wrap_posix_memalign(void** block, std::size_t alignment, std::size_t bytes) {
+  return refuses(Gate::Allocations) ? ENOMEM : __real_posix_memalign(block, alignment, bytes);
 }
 }
 
@@ -50,9 +51,8 @@ void* operator new(std::size_t bytes) {
 }
 void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept { return __wrap_malloc(bytes); }
 void* operator new(std::size_t bytes, std::align_val_t alignment) {
-  const auto size = static_cast<std::size_t>(alignment);
-  void* block = __wrap_aligned_alloc(size, (bytes + size - 1) / size * size);
-  if (!block) throw std::bad_alloc();
+  void* block = nullptr;
+  if (__wrap_posix_memalign(&block, static_cast<std::size_t>(alignment), bytes) != 0) throw std::bad_alloc();
   return block;
 }
 void operator delete(void* block) noexcept { std::free(block); }

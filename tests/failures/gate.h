@@ -1,6 +1,6 @@
 #pragma once
 /// Lets allocations of the library, or calls of client code, fail on purpose. The program linked with this replaces the
-/// global operator new and wraps malloc, realloc and aligned_alloc.
+/// global operator new and wraps malloc, realloc and posix_memalign.
 
 /// What client code throws.
 struct ClientFailure {};

@@ -15,15 +15,15 @@ int main(int argc, char** argv) {
   if (ranks.isLeader()) std::ofstream(argv[2], std::ios::trunc).close();
   std::string none;
   ranks.broadcast(none);
-  const std::unique_ptr<tavsolve::Share> share = ranks.share(count, argv[2], 0);
+  const std::unique_ptr<tavsolve::SharedRun> shared = ranks.sharedRun(count, argv[2], 0);
   auto begin = by_hand::Clock::now();
   std::size_t taken = 0;
-  for (tavsolve::Share::Block block{}; (block = share->take(1)).first < block.last;) ++taken;
+  for (tavsolve::SharedRun::Block block{}; (block = shared->take(1)).first < block.last;) ++taken;
   const double counting = by_hand::secondsSince(begin) / static_cast<double>(taken + 1);
   const std::string line(110, 'x');
   begin = by_hand::Clock::now();
-  for (std::size_t i = 0; i < count; ++i) share->append(line, {1, 0});
+  for (std::size_t i = 0; i < count; ++i) shared->append(line, {1, 0});
   const double writing = by_hand::secondsSince(begin) / static_cast<double>(count);
-  share->finish();
+  shared->finish();
   if (ranks.isLeader()) std::printf("counter %g\nfile %g\n", counting, writing);
 }

@@ -42,15 +42,15 @@ class Session {
   /// What is to be done, and what has been done by earlier runs.
   struct Plan {
     std::vector<std::size_t> left{};
-    Share::Counts before{};
+    SharedRun::Counts before{};
     std::size_t fileSize = 0;
   };
   static Plan planOf(const ScenarioFile& scenarios, const ResultsFile& file);
   void loadBase();
   void shareBase(Plan& plan);
-  void work(const ScenarioBase& base, const std::vector<std::size_t>& left, Share& share,
+  void work(const ScenarioBase& base, const std::vector<std::size_t>& left, SharedRun& shared,
             const std::function<void()>& inWorker);
-  bool summarise(const Share::Counts& before, const Share::Counts& now, std::size_t count);
+  bool summarise(const SharedRun::Counts& before, const SharedRun::Counts& now, std::size_t count);
   Solution solution() const { return {*_model, *_engine, _answer, _stub}; }
 
   bool isLeader() const { return !_ranks || _ranks->isLeader(); }

@@ -5,9 +5,9 @@
 #include "solve/model/errors.h"
 #include "solve/program/session.h"
 #include "solve/program/signals.h"
-#include "solve/scenarios/crew.h"
+#include "solve/scenarios/worker_pool.h"
 
-/// A run of scenarios: the base model is solved here, the scenarios by a crew.
+/// A run of scenarios: the base model is solved here, the scenarios by workers.
 
 namespace tavsolve {
 
@@ -27,7 +27,7 @@ std::string rateText(std::size_t count, double seconds) {
 }
 
 /// What is done, failed, how fast, and the time that is left.
-std::string describe(const Share::Counts& counts, std::size_t left, double seconds) {
+std::string describe(const SharedRun::Counts& counts, std::size_t left, double seconds) {
   std::string line = std::to_string(counts.done) + " of " + std::to_string(left) + " done, " +
                      std::to_string(counts.failed) + " failed, " + rateText(counts.done, seconds);
   if (counts.done > 0) {
@@ -112,16 +112,17 @@ ExitCode Session::runScenarios() {
     if (!plan.left.empty()) solveAndReport("base");
   }
   if (_ranks) shareBase(plan);
-  const std::unique_ptr<Share> share = _ranks ? _ranks->share(plan.left.size(), _options.results, plan.fileSize)
-                                              : std::make_unique<LocalShare>(plan.left.size(), *file);
+  const std::unique_ptr<SharedRun> shared = _ranks
+                                                ? _ranks->sharedRun(plan.left.size(), _options.results, plan.fileSize)
+                                                : std::make_unique<LocalRun>(plan.left.size(), *file);
   const ScenarioBase base{*_model,   _kind,           *_engine,  _engine->warmStart(),
                           _controls, _options.engine, scenarios, format};
   const auto inWorker = [&file] {
     if (file) file->leave();
   };
   const double begin = secondsSinceStart();
-  if (!plan.left.empty()) work(base, plan.left, *share, inWorker);
-  const Share::Counts now = interruption() ? share->counts() : share->finish();
+  if (!plan.left.empty()) work(base, plan.left, *shared, inWorker);
+  const SharedRun::Counts now = interruption() ? shared->counts() : shared->finish();
   if (!plan.left.empty()) _output.write("rate       " + rateText(now.done, secondsSinceStart() - begin) + "\n");
   const bool complete = summarise(plan.before, now, scenarios.size());
   if (_ranks && interruption()) _ranks->abort(kNotSolved);
@@ -129,20 +130,20 @@ ExitCode Session::runScenarios() {
   return complete || !isLeader() ? kSolved : kNotSolved;
 }
 
-void Session::work(const ScenarioBase& base, const std::vector<std::size_t>& left, Share& share,
+void Session::work(const ScenarioBase& base, const std::vector<std::size_t>& left, SharedRun& shared,
                    const std::function<void()>& inWorker) {
-  Crew crew(base, left, _options.jobs, inWorker);
+  WorkerPool pool(base, left, _options.jobs, inWorker);
   _progress.begin("solve");
   const double begin = secondsSinceStart();
-  const auto now = [&] { return describe(share.counts(), left.size(), secondsSinceStart() - begin); };
-  crew.run(share, [&] {
+  const auto now = [&] { return describe(shared.counts(), left.size(), secondsSinceStart() - begin); };
+  pool.run(shared, [&] {
     if (isLeader()) _progress.update(now());
   });
   if (isLeader()) _progress.finish(now());
 }
 
 /// Says what has been done; whether that is all, without a failure.
-bool Session::summarise(const Share::Counts& before, const Share::Counts& now, std::size_t count) {
+bool Session::summarise(const SharedRun::Counts& before, const SharedRun::Counts& now, std::size_t count) {
   const std::size_t done = before.done + now.done, failed = before.failed + now.failed;
   _output.write("scenarios  " + std::to_string(done) + " of " + std::to_string(count) + " have results, " +
                 std::to_string(failed) + " failed" +

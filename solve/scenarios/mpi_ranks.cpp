@@ -37,13 +37,14 @@ bool isOneMachine(int size) {
   return near == size;
 }
 
-/// Counters in the memory of rank 0, which all change by one-sided operations, and a file to which all write.
-class MpiShare final : public Share {
+/// Dynamic scheduling: counters in the memory of rank 0, which all ranks change by one-sided fetch-and-add, and a file
+/// to which all write.
+class MpiRun final : public SharedRun {
  public:
-  MpiShare(std::size_t count, const std::string& path, std::size_t size, int rank, int ranks)
+  MpiRun(std::size_t count, const std::string& path, std::size_t size, int rank, int ranks)
       : _count(static_cast<std::int64_t>(count)),
-        _interval(std::max<Duration>(Share::interval(), ranks * kShortest)),
-        _patience(isOneMachine(ranks) || rank > 0 ? Share::patience() : std::chrono::milliseconds(1)) {
+        _batchInterval(std::max<Duration>(SharedRun::batchInterval(), ranks * kShortest)),
+        _pollInterval(isOneMachine(ranks) || rank > 0 ? SharedRun::pollInterval() : std::chrono::milliseconds(1)) {
     if (MPI_File_open(MPI_COMM_WORLD, path.c_str(), MPI_MODE_WRONLY, MPI_INFO_NULL, &_file) != MPI_SUCCESS) {
       throw InputError(path + ": cannot be written by all ranks");
     }
@@ -87,10 +88,10 @@ class MpiShare final : public Share {
     return {static_cast<std::size_t>(counts[0]), static_cast<std::size_t>(counts[1])};
   }
 
-  Duration interval() const override { return _interval; }
+  Duration batchInterval() const override { return _batchInterval; }
   /// Networks without one-sided operations of their own need rank 0 to take part.
-  Duration patience() const override { return _patience; }
-  void serve() override {
+  Duration pollInterval() const override { return _pollInterval; }
+  void makeProgress() override {
     int flag = 0;
     MPI_Iprobe(MPI_ANY_SOURCE, MPI_ANY_TAG, MPI_COMM_WORLD, &flag, MPI_STATUS_IGNORE);
   }
@@ -107,11 +108,11 @@ class MpiShare final : public Share {
 
  private:
   enum Counter : int { kNext, kBytes, kDone, kFailed };
-  /// Between two visits at rank 0, whatever the number of ranks.
+  /// Between two operations on the counters, whatever the number of ranks.
   static constexpr Duration kShortest{10};
 
   std::int64_t _count;
-  Duration _interval, _patience;
+  Duration _batchInterval, _pollInterval;
   MPI_File _file{};
   MPI_Win _window{};
   std::int64_t* _counters = nullptr;
@@ -139,8 +140,8 @@ void MpiRanks::broadcast(std::string& bytes) {
   }
 }
 
-std::unique_ptr<Share> MpiRanks::share(std::size_t count, const std::string& path, std::size_t size) {
-  return std::make_unique<MpiShare>(count, path, size, _rank, _size);
+std::unique_ptr<SharedRun> MpiRanks::sharedRun(std::size_t count, const std::string& path, std::size_t size) {
+  return std::make_unique<MpiRun>(count, path, size, _rank, _size);
 }
 
 void MpiRanks::abort(int code) {

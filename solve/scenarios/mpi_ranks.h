@@ -16,7 +16,7 @@ class MpiRanks final : public Ranks {
   int size() const override { return _size; }
   bool isLeader() const override { return _rank == 0; }
   void broadcast(std::string& bytes) override;
-  std::unique_ptr<Share> share(std::size_t count, const std::string& path, std::size_t size) override;
+  std::unique_ptr<SharedRun> sharedRun(std::size_t count, const std::string& path, std::size_t size) override;
   [[noreturn]] void abort(int code) override;
 
  private:

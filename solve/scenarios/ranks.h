@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "solve/scenarios/share.h"
+#include "solve/scenarios/shared_run.h"
 
 namespace tavsolve {
 
@@ -17,8 +17,8 @@ class Ranks {
   virtual bool isLeader() const = 0;
   /// Replaces the bytes by those of the leader; all call it.
   virtual void broadcast(std::string& bytes) = 0;
-  /// The share of `count` scenarios, whose results are written to the file behind its first `size` bytes; all call it.
-  virtual std::unique_ptr<Share> share(std::size_t count, const std::string& path, std::size_t size) = 0;
+  /// The run of `count` scenarios, whose results are written to the file behind its first `size` bytes; all call it.
+  virtual std::unique_ptr<SharedRun> sharedRun(std::size_t count, const std::string& path, std::size_t size) = 0;
   /// Ends all processes; the leader first has time to report.
   [[noreturn]] virtual void abort(int code) = 0;
 };

@@ -30,7 +30,7 @@ class Trial {
   Trial(const ScenarioBase& base, const WorkerTask& task)
       : _base(base), _task(task), _engine(&base.engine), _controls(base.controls) {
     _controls.inPlace = !task.guarded;
-    _worn = task.guarded || !base.engine.isRepeatable(base.controls);
+    _mustRestart = task.guarded || !base.engine.isRepeatable(base.controls);
     _result.name = base.scenarios.name(task.scenario);
   }
 
@@ -50,7 +50,7 @@ class Trial {
     } catch (const std::bad_alloc&) {
       fail("out of memory");
     }
-    WorkerReport report{!_result.reason.empty(), 0.0, _worn, _base.format.line(_result)};
+    WorkerReport report{!_result.reason.empty(), 0.0, _mustRestart, _base.format.line(_result)};
     report.seconds = std::chrono::duration<double>(Clock::now() - _begin).count();
     return report;
   }
@@ -63,7 +63,7 @@ class Trial {
       _inverses = applyForAWhile(_base.model, _engine, edits);
       return;
     }
-    _worn = true;
+    _mustRestart = true;
     if (!takesAdditions(*_base.kind, edits)) _engine = nullptr;
     for (const Edit& edit : edits) applyEdit(_base.model, _engine, edit);
     if (_engine) return;
@@ -95,7 +95,7 @@ class Trial {
   }
 
   void fail(const char* reason) {
-    _worn = _worn || _touched;
+    _mustRestart = _mustRestart || _touched;
     _result.status = "failed";
     _result.reason = reason;
   }
@@ -107,7 +107,7 @@ class Trial {
   std::unique_ptr<EngineI> _other;
   Controls _controls;
   std::vector<Edit> _inverses;
-  bool _worn = false, _touched = false;
+  bool _mustRestart = false, _touched = false;
   using Clock = std::chrono::steady_clock;
   const Clock::time_point _begin = Clock::now();
   ScenarioResult _result;
@@ -140,7 +140,7 @@ void serveTasks(const ScenarioBase& base, int tasks, const Parent& parent) {
     for (const WorkerTask& task : taken) {
       const WorkerReport report = Trial(base, task).run();
       parent.send(report.message());
-      if (report.worn) return;
+      if (report.mustRestart) return;
     }
   }
 }
@@ -149,7 +149,7 @@ Message WorkerReport::message() const {
   Message message;
   message.put(failed);
   message.put(seconds);
-  message.put(worn);
+  message.put(mustRestart);
   message.put(line);
   return message;
 }
@@ -158,7 +158,7 @@ WorkerReport WorkerReport::from(Message message) {
   WorkerReport report;
   message.take(report.failed);
   message.take(report.seconds);
-  message.take(report.worn);
+  message.take(report.mustRestart);
   message.take(report.line);
   return report;
 }

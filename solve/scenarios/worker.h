@@ -43,8 +43,8 @@ struct WorkerReport {
   bool failed = false;
   /// All that the scenario has taken.
   double seconds = 0.0;
-  /// The worker's model is no longer the base model: the worker ends.
-  bool worn = false;
+  /// The worker's model is no longer the base model: the worker ends, and a new one takes its place.
+  bool mustRestart = false;
   std::string line{};
 
   Message message() const;

@@ -1,5 +1,5 @@
 #pragma once
-/// What all that work on a run share: the scenarios that are left, and the file of results.
+/// What all that work on a run have in common: the scenarios that are left, and the file of results.
 
 #include <algorithm>
 #include <chrono>
@@ -10,9 +10,9 @@
 
 namespace tavsolve {
 
-class Share {
+class SharedRun {
  public:
-  virtual ~Share() = default;
+  virtual ~SharedRun() = default;
 
   /// Takes up to `most` scenarios: the places from `first` to before `last` of the list of those that are left. There
   /// are none when all are taken.
@@ -28,22 +28,21 @@ class Share {
   virtual void append(const std::string& lines, const Counts& added) = 0;
   /// What has been appended in this run, by all together.
   virtual Counts counts() = 0;
-  /// Waits for all, and returns what they have done together. The share cannot be used any more.
+  /// Waits for all, and returns what they have done together. The object cannot be used any more.
   virtual Counts finish() { return counts(); }
 
   using Duration = std::chrono::microseconds;
-  /// So long each process waits between two visits where scenarios are short: then it takes and appends several at
-  /// once.
-  virtual Duration interval() const { return std::chrono::milliseconds(2); }
-  /// Called again and again, whenever so much time may have passed.
-  virtual void serve() {}
-  virtual Duration patience() const { return std::chrono::milliseconds(20); }
+  /// Where scenarios are short, a process takes and appends several at once, at intervals of this length.
+  virtual Duration batchInterval() const { return std::chrono::milliseconds(2); }
+  /// Takes part in the operations of others; called at least once in each poll interval.
+  virtual void makeProgress() {}
+  virtual Duration pollInterval() const { return std::chrono::milliseconds(20); }
 };
 
 /// Of one process and its workers.
-class LocalShare final : public Share {
+class LocalRun final : public SharedRun {
  public:
-  LocalShare(std::size_t count, ResultsFile& file) : _count(count), _file(file) {}
+  LocalRun(std::size_t count, ResultsFile& file) : _count(count), _file(file) {}
 
   Block take(std::size_t most) override {
     const std::size_t first = _next;

@@ -211,18 +211,18 @@ def main():
         write_transport("small", 2, 3, 100000)
         write_transport("middle", 20, 30, 15000)
         write_transport("large", 100, 150, 2000)
-        write_facilities("facilities", 15, 25, 32)
+        write_facilities("facilities", 30, 45, 20)
         races = [("transport, two plants, three markets", "clp_by_hand", "small.mps", "small.txt", None),
                  ("transport, 20 plants, 30 markets", "clp_by_hand", "middle.mps", "middle.txt", None),
                  ("transport, 100 plants, 150 markets", "clp_by_hand", "large.mps", "large.txt", None),
-                 ("facilities, 15 plants, 25 markets, integer", "cbc_by_hand", "facilities.mps", "facilities.txt", None)]
+                 ("facilities, 30 plants, 45 markets, integer", "cbc_by_hand", "facilities.mps", "facilities.txt", None)]
         for name, case in cases:
             run([f"{solve}/../examples/contingencies/example_contingencies", "write", case, name])
             with open(f"{name}/outages.txt") as file:
                 lines = [line.rstrip("\n").partition(" ") for line in file]
             with open(f"{name}/outages.txt", "w") as file:  # a large network's first ones, a small one's several times
-                for k in range(1 if len(lines) > 24 else 15):
-                    file.writelines(f"{name}.{k} {edits}\n" for name, _, edits in lines[:24])
+                for k in range(1 if len(lines) > 20 else 15):
+                    file.writelines(f"{name}.{k} {edits}\n" for name, _, edits in lines[:20])
             races.append((f"line outages, {name}", "ipopt_by_hand", f"{name}/grid.nl", f"{name}/outages.txt", f"{name}/start.txt"))
         comparison = compare(bench, arguments.rounds, races)
         comparison += "\n" + compare_with_starts(bench, arguments.rounds, races[:2])

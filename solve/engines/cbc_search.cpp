@@ -135,7 +135,9 @@ void CbcEngineI::runSearch(const Controls& controls, Answer& answer) {
 void CbcEngineI::search(CbcModel& search, const Controls& controls, Answer& answer) {
   const SearchEvents::Tick onTick = [this](const SolverProgress& progress) { return tick(progress); };
   const OsiClpSolverInterface whole(dynamic_cast<const OsiClpSolverInterface&>(*search.solver()));
-  const SearchEvents::Found onSolution = [&](const CbcModel& found) { takeIncumbent(found, whole); };
+  const SearchEvents::Found onSolution = [&](const CbcModel& found) {
+    if (!controls.inPlace) takeIncumbent(found, whole);  // in place, the search itself has it in the end
+  };
   SearchEvents events(onTick, onSolution, sign());
   search.passInEventHandler(&events);
   addSets(search);

@@ -5,11 +5,13 @@
 #include <CoinModel.hpp>
 #include <CoinPackedMatrix.hpp>
 #include <OsiClpSolverInterface.hpp>
+#include <memory>
 #include <numbers>
 #include <optional>
 
 #include "bench/race.h"
 #include "solve/engines/cbc.h"
+#include "solve/engines/cbc_stream.h"
 #ifdef TAV_HAVE_LEMON
 #include <lemon/glpk.h>
 #endif
@@ -113,43 +115,83 @@ class Engine final : public tavsolve::CbcEngineI {
   const OsiClpSolverInterface& inMemory() const { return solver(); }
 };
 
-/// The public calls, and the extraction into the engine over CLP.
-class Tavsolve {
+/// A model in memory, extracted into the engine over CLP, which then follows its modifications.
+struct KeptModel {
+  TavEnv env() const { return model.getEnv(); }
+  int addColumn(TavNumVar column) {
+    model.addColumn(column);
+    return static_cast<int>(model.columns().size()) - 1;
+  }
+  TavNumVar column(int place) const { return model.columns()[static_cast<std::size_t>(place)]; }
+  void addRow(double lb, TavExpr sum, double ub) { model.addRow(lb, sum, ub); }
+  void load(TavExpr objective) {
+    model.setObjective(objective, false);
+    engine.emplace(model);
+    engine->extract();
+  }
+  const OsiClpSolverInterface& solver() const { return engine->inMemory(); }
+
+  tavsolve::Model model{};
+  std::optional<Engine> engine{};
+};
+
+/// Rows that are released when the stream has taken their numbers.
+struct StreamedRows {
+  StreamedRows() = default;
+  StreamedRows(const StreamedRows&) = delete;
+  StreamedRows& operator=(const StreamedRows&) = delete;
+  ~StreamedRows() { environment.end(); }
+  TavEnv env() const { return environment; }
+  int addColumn(TavNumVar column) { return stream.addColumn(column); }
+  TavNumVar column(int place) const { return stream.columns()[static_cast<std::size_t>(place)]; }
+  void addRow(double lb, TavExpr sum, double ub) { stream.addRow(lb, sum, ub); }
+  void load(TavExpr objective) {
+    stream.setObjective(objective, false);
+    loaded = stream.load();
+  }
+  const OsiClpSolverInterface& solver() const { return *loaded; }
+
+  TavEnv environment{};
+  tavsolve::RowStream stream{};
+  std::unique_ptr<OsiClpSolverInterface> loaded{};
+};
+
+/// Variables, sums and squares by the public calls.
+template <class Rows>
+class Expressions {
  public:
-  Tavsolve() : _env(_model.getEnv()), _objective(_env) {}
   int columns(int count, double lb, double ub) {
-    for (int i = 0; i < count; ++i) _model.addColumn(TavNumVar(_env, lb, ub));
-    return first(count);
+    return append(count, [&] { return TavNumVar(_env, lb, ub); });
   }
   int whole(int count) {
-    for (int i = 0; i < count; ++i) _model.addColumn(TavBoolVar(_env));
-    return first(count);
+    return append(count, [&] { return TavBoolVar(_env); });
   }
-  void cost(double coef, int column) { _objective += coef * variable(column); }
+  void cost(double coef, int column) { _objective += coef * _rows.column(column); }
   void row() { _sum = TavExpr(_env); }
-  void add(double coef, int column) { _sum += coef * variable(column); }
-  void end(double lb, double ub) { _model.addRow(lb, _sum, ub); }
+  void add(double coef, int column) { _sum += coef * _rows.column(column); }
+  void end(double lb, double ub) { _rows.addRow(lb, _sum, ub); }
   void cone(int a, int b, int s) {
-    _cones.emplace_back(TavSquare(variable(a)) + TavSquare(variable(b)) - TavSquare(variable(s)));
+    _cones.emplace_back(TavSquare(_rows.column(a)) + TavSquare(_rows.column(b)) - TavSquare(_rows.column(s)));
   }
-  void square(double coef, int column, double shift) { _squares += coef * TavSquare(variable(column) - shift); }
-  void load() {
-    _model.setObjective(_objective, false);
-    _engine.emplace(_model);
-    _engine->extract();
-  }
-  double figure() const { return figureOf(_engine->inMemory()); }
+  void square(double coef, int column, double shift) { _squares += coef * TavSquare(_rows.column(column) - shift); }
+  void load() { _rows.load(_objective); }
+  double figure() const { return figureOf(_rows.solver()); }
 
  private:
-  int first(int count) const { return static_cast<int>(_model.columns().size()) - count; }
-  TavNumVar variable(int column) const { return _model.columns()[static_cast<std::size_t>(column)]; }
+  template <class Make>
+  int append(int count, Make make) {
+    int last = -1;
+    for (int i = 0; i < count; ++i) last = _rows.addColumn(make());
+    return last + 1 - count;
+  }
 
-  tavsolve::Model _model;
-  TavEnv _env;
-  TavExpr _objective, _sum, _squares{_env};
-  std::vector<TavNumExpr> _cones;
-  std::optional<Engine> _engine;
+  Rows _rows{};
+  TavEnv _env = _rows.env();
+  TavExpr _objective{_env}, _sum, _squares{_env};
+  std::vector<TavNumExpr> _cones{};
 };
+using Tavsolve = Expressions<KeptModel>;
+using Streamed = Expressions<StreamedRows>;
 
 /// Arrays filled by hand, which the solver copies.
 class Arrays {
@@ -333,21 +375,28 @@ using Control = ControlOf<true, Sink>;
 template <class Sink>
 using ControlRows = ControlOf<false, Sink>;
 
-template <class Other>
-void registerRows() {
-  registerBenchmark<FacilityRows, Tavsolve, Other>("facilityRows", {25, 50, 75, 100});
-  registerBenchmark<ControlRows, Tavsolve, Other>("controlRows", {500, 1'000, 1'500, 2'000});
+/// `side` is "" or what the names of benchmarks say of the library's side.
+template <class Side, class Other>
+void registerRows(const std::string& side) {
+  registerBenchmark<FacilityRows, Side, Other>(("facilityRows" + side).c_str(), {25, 50, 75, 100});
+  registerBenchmark<ControlRows, Side, Other>(("controlRows" + side).c_str(), {500, 1'000, 1'500, 2'000});
+}
+
+template <class Side>
+void registerAll(const std::string& side) {
+  registerBenchmark<Facility, Side, Arrays>(("facility" + side).c_str(), {25, 50, 75, 100});
+  registerBenchmark<Control, Side, Arrays>(("control" + side).c_str(), {500, 1'000, 1'500, 2'000});
+  registerRows<Side, Arrays>(side);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  registerBenchmark<Facility, Tavsolve, Arrays>("facility", {25, 50, 75, 100});
-  registerBenchmark<Control, Tavsolve, Arrays>("control", {500, 1'000, 1'500, 2'000});
-  registerRows<Arrays>();
-  registerRows<Builder>();
+  registerAll<Tavsolve>("");
+  registerAll<Streamed>("Streamed");
+  registerRows<Tavsolve, Builder>("");
 #ifdef TAV_HAVE_LEMON
-  registerRows<Lemon>();
+  registerRows<Tavsolve, Lemon>("");
 #endif
   return runRaces(argc, argv);
 }

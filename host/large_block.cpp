@@ -1,5 +1,7 @@
 #include "host/large_block.h"
 
+#include "host/huge_pages.h"
+
 #ifdef __linux__
 #include <sys/mman.h>
 #endif
@@ -16,9 +18,6 @@ constexpr std::size_t kPiece = std::size_t{1} << 21;
 
 #ifdef __linux__
 
-/// Asks for huge pages; where that is refused, pages are small ones.
-void wantHugePages(void* begin, std::size_t bytes) noexcept { ::madvise(begin, bytes, MADV_HUGEPAGE); }
-
 /// Whether the block is mapped; smaller ones come from the heap.
 bool isMapped(std::size_t bytes) noexcept { return bytes >= kPiece; }
 
@@ -34,7 +33,7 @@ void* map(std::size_t bytes) {
   const std::size_t front = -reinterpret_cast<std::uintptr_t>(raw) & (kPiece - 1);
   if (front != 0) ::munmap(begin, front);
   ::munmap(begin + front + size, kPiece - front);
-  wantHugePages(begin + front, size);
+  TavWantHugePages(begin + front, size);
   return begin + front;
 }
 
@@ -49,7 +48,6 @@ void* growMapped(void* block, std::size_t before, std::size_t bytes) {
 
 #else
 
-void wantHugePages(void*, std::size_t) noexcept {}
 bool isMapped(std::size_t) noexcept { return false; }
 void* map(std::size_t) { throw std::bad_alloc(); }
 void* growMapped(void*, std::size_t, std::size_t) { throw std::bad_alloc(); }
@@ -58,6 +56,14 @@ void* growMapped(void*, std::size_t, std::size_t) { throw std::bad_alloc(); }
 
 }  // namespace
 
+void TavWantHugePages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t bytes) noexcept {
+#ifdef __linux__
+  const std::size_t front = -reinterpret_cast<std::uintptr_t>(block) & (kPiece - 1);
+  if (bytes < front + kPiece) return;
+  // Where it is refused, pages are small ones.
+  ::madvise(static_cast<char*>(block) + front, (bytes - front) & ~(kPiece - 1), MADV_HUGEPAGE);
+#endif
+}
 void* TavGrowBlock(void* block, std::size_t before, std::size_t bytes) {
   if (isMapped(before)) return growMapped(block, before, bytes);
   if (!isMapped(bytes)) {
@@ -93,6 +99,6 @@ void TavDiscardFront([[maybe_unused]] void* block, [[maybe_unused]] std::size_t 
 void* TavAllocAligned(std::size_t alignment, std::size_t bytes) noexcept {
   void* block = nullptr;
   if (::posix_memalign(&block, bytes < kPiece ? alignment : kPiece, bytes) != 0) return nullptr;
-  if (bytes >= kPiece) wantHugePages(block, bytes / kPiece * kPiece);
+  TavWantHugePages(block, bytes);
   return block;
 }

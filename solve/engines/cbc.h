@@ -39,12 +39,10 @@ class CbcEngineI : public EngineI {
  private:
   /// -1 where the model maximises. The solver always minimises: its signs of duals and bounds differ by path otherwise.
   double sign() const { return model().objective()->isMaximised() ? -1.0 : 1.0; }
-  /// Loads all but the coefficients of the rows.
-  void loadVectors();
   /// The coefficients of all rows, column by column, for the solver to own.
   std::unique_ptr<CoinPackedMatrix> gather() const;
   /// The objective, one coefficient a column, as it is minimised.
-  std::vector<double> costs() const;
+  void writeCosts(double* costs) const;
   std::string labelOf(int column) const;
 
   // Linear models (cbc_simplex.cpp).

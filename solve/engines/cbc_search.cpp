@@ -95,7 +95,7 @@ void CbcEngineI::prepare(const Controls& controls) {
   _semiContinuous.clear();
   std::vector<double> upper;
   for (int j = 0; j < static_cast<int>(columns().size()); ++j) {
-    if (columns()[static_cast<std::size_t>(j)].threshold <= 0.0) continue;
+    if (columns()[static_cast<std::size_t>(j)].threshold() <= 0.0) continue;
     if (upper.empty()) upper = impliedUpperBounds();
     const double most = upper[static_cast<std::size_t>(j)];
     if (most >= tavlinear::kNoBound) {
@@ -109,7 +109,7 @@ void CbcEngineI::prepare(const Controls& controls) {
 bool CbcEngineI::isLinear() const {
   const ClpSimplex& simplex = *_solver->getModelPtr();
   const char* whole = simplex.integerInformation();  // null where no column is
-  const auto isSemiContinuous = [](const Column& column) { return column.threshold > 0.0; };
+  const auto isSemiContinuous = [](const Column& column) { return column.threshold() > 0.0; };
   return model().sets().empty() &&
          (!whole || std::count(whole, whole + columns().size(), 0) == std::ssize(columns())) &&
          std::none_of(columns().begin(), columns().end(), isSemiContinuous);
@@ -206,7 +206,7 @@ Status CbcEngineI::confirm(const Controls& controls, Status claimed) {
 /// x is 0 or within [threshold, upper]: threshold * b <= x <= upper * b with a binary b.
 void CbcEngineI::addSemiContinuous(OsiClpSolverInterface& solver) const {
   for (const auto& [column, upper] : _semiContinuous) {
-    const double threshold = columns()[static_cast<std::size_t>(column)].threshold;
+    const double threshold = columns()[static_cast<std::size_t>(column)].threshold();
     if (upper < threshold) {  // 0 is all that is left
       solver.setColUpper(column, 0.0);
       continue;
@@ -258,7 +258,7 @@ void CbcEngineI::readBack(const CbcModel& search, Answer& answer) {
   // By the rows as they were loaded: presolve leaves rows without coefficients at some bound.
   _activities.resize(rows().size());
   _solver->getMatrixByCol()->times(solution, _activities.data());
-  for (std::size_t i = 0; i < rows().size(); ++i) _activities[i] += rows()[i].constant;
+  for (std::size_t i = 0; i < rows().size(); ++i) _activities[i] += rows()[i].constant();
 }
 
 }  // namespace tavsolve

@@ -119,7 +119,7 @@ void CbcEngineI::runSimplex(const Controls& controls, Answer& answer) {
   const double *values = simplex.primalColumnSolution(), *activities = simplex.primalRowSolution();
   _values.assign(values, values + columns().size());
   _activities.resize(rows().size());
-  for (std::size_t i = 0; i < rows().size(); ++i) _activities[i] = rows()[i].constant + activities[i];
+  for (std::size_t i = 0; i < rows().size(); ++i) _activities[i] = rows()[i].constant() + activities[i];
   takePrices(simplex.dualColumnSolution(), simplex.dualRowSolution());
   keepBasis(simplex);
 }

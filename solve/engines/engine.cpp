@@ -33,6 +33,10 @@ EngineI::EngineI(const Model& model) : TavAlgorithmI(model.getEnv().getImpl()), 
 void EngineI::extract() {
   _columns.reserve(_model.columns().size());
   _rows.reserve(_model.rows().size());
+  // Identifiers ascend: most often the last row or the objective has the greatest.
+  TavInt greatest = _model.objective()->getSum().getImpl()->getId();
+  if (!_model.rows().empty()) greatest = std::max(greatest, _model.rows().back()->getId());
+  _places.resize(static_cast<std::size_t>(greatest) + 1, kNowhere);
   extractNew();
   _model.objective()->extractToCP(TavAlgorithm(this));
   if (_model.relaxation()) _model.relaxation()->extractToCP(TavAlgorithm(this));
@@ -69,8 +73,8 @@ void* EngineI::setPlace(const TavExtractableI* object, int place) {
   return reinterpret_cast<void*>(static_cast<std::intptr_t>(place));
 }
 
-void* EngineI::addColumn(const TavNumVarI* variable, double threshold) {
-  _columns.push_back({variable, threshold, false});
+void* EngineI::addColumn(const TavNumVarI* variable, bool isSemiContinuous) {
+  _columns.push_back({variable, isSemiContinuous, false});
   return setPlace(variable, static_cast<int>(_columns.size()) - 1);
 }
 
@@ -81,9 +85,8 @@ void* EngineI::addIndicator(const TavNumVarI*) {
 void* EngineI::addSum(const TavNumLinTermI* sum) { return setPlace(sum, static_cast<int>(_rows.size())); }
 
 void* EngineI::addRow(const RangeConstraintI* constraint) {
-  const TavNumLinTermI* sum = constraint->getSum().getImpl();
-  sum->extractToCP(TavAlgorithm(this));
-  _rows.push_back({sum, constraint->getLB(), constraint->getUB(), sum->getNumConstant()});
+  constraint->getSum().getImpl()->extractToCP(TavAlgorithm(this));
+  _rows.push_back({constraint});
   return setPlace(constraint, static_cast<int>(_rows.size()) - 1);
 }
 
@@ -105,17 +108,7 @@ void* EngineI::relaxColumns(const TavConversionI* conversion) {
 
 void EngineI::updateColumn(const TavNumVarI* variable) { columnChanged(placeOf(variable)); }
 
-void EngineI::updateThreshold(const TavNumVarI* variable, double threshold) {
-  _columns[static_cast<std::size_t>(placeOf(variable))].threshold = threshold;
-  columnChanged(placeOf(variable));
-}
-
-void EngineI::updateRow(const RangeConstraintI* constraint) {
-  const int row = placeOf(constraint);
-  _rows[static_cast<std::size_t>(row)].lb = constraint->getLB();
-  _rows[static_cast<std::size_t>(row)].ub = constraint->getUB();
-  rowChanged(row);
-}
+void EngineI::updateRow(const RangeConstraintI* constraint) { rowChanged(placeOf(constraint)); }
 
 void EngineI::updateCoefficient(const TavNumLinTermI* sum, const TavNumVarI* variable) {
   if (getEnv()->isRemoved(variable)) return;  // on its way out: forget() drops the whole column at once

@@ -152,7 +152,7 @@ class EngineI : public TavAlgorithmI {
   void forget(TavExtractableI* object) override;
 
   // What the class hooks do (hooks.cpp); each extraction returns the algorithm's object.
-  void* addColumn(const TavNumVarI* variable, double threshold);
+  void* addColumn(const TavNumVarI* variable, bool isSemiContinuous);
   /// A variable that stands for the truth of a constraint: refused by engines that do not linearise.
   virtual void* addIndicator(const TavNumVarI* variable);
   void* addSum(const TavNumLinTermI* sum);
@@ -160,7 +160,6 @@ class EngineI : public TavAlgorithmI {
   void* takeObjective(const ObjectiveI* objective);
   void* relaxColumns(const TavConversionI* conversion);
   void updateColumn(const TavNumVarI* variable);
-  void updateThreshold(const TavNumVarI* variable, double threshold);
   void updateRow(const RangeConstraintI* constraint);
   void updateCoefficient(const TavNumLinTermI* sum, const TavNumVarI* variable);
   void updateSense() { senseChanged(); }
@@ -170,18 +169,24 @@ class EngineI : public TavAlgorithmI {
  protected:
   struct Column {
     const TavNumVarI* variable;
-    /// Above 0: the column is 0 or at least this.
-    double threshold;
+    bool isSemiContinuous;
     /// Continuous for the solver although the variable is integer.
     bool relaxed;
 
     bool isWhole() const { return variable->isInteger() && !relaxed; }
+    /// Above 0: the column is 0 or at least this.
+    double threshold() const {
+      return isSemiContinuous ? static_cast<const TavSemiContVarI*>(variable)->getThreshold() : 0.0;
+    }
   };
   struct Row {
-    const TavNumLinTermI* sum;
-    double lb, ub;
+    const RangeConstraintI* constraint;
+
+    double lb() const { return constraint->getLB(); }
+    double ub() const { return constraint->getUB(); }
+    const TavNumLinTermI* sum() const { return constraint->getSum().getImpl(); }
     /// The sum's constant: a solver that takes linear rows does not know it.
-    double constant;
+    double constant() const { return sum()->getConstant(); }
   };
   static constexpr int kNowhere = -1;
   static constexpr int kObjective = -2;
@@ -189,12 +194,12 @@ class EngineI : public TavAlgorithmI {
   static constexpr int kKnown = -3;
 
   const Model& model() const { return _model; }
-  const std::vector<Column>& columns() const { return _columns; }
-  const std::vector<Row>& rows() const { return _rows; }
+  const LargeVector<Column>& columns() const { return _columns; }
+  const LargeVector<Row>& rows() const { return _rows; }
   const TavNumLinTermI* objectiveSum() const { return _model.objective()->getSum().getImpl(); }
   /// The number of a variable's column or of a constraint's row, or one of the constants above.
   int placeOf(const TavExtractableI* object) const;
-  const std::vector<int>& places() const { return _places; }
+  const LargeVector<int>& places() const { return _places; }
 
   /// Everything is listed: hand it to the solver.
   virtual void load() = 0;
@@ -256,9 +261,9 @@ class EngineI : public TavAlgorithmI {
 
   const Model& _model;
   /// By identifier: the number of the object's column or row, or one of the constants above.
-  std::vector<int> _places;
-  std::vector<Column> _columns;
-  std::vector<Row> _rows;
+  LargeVector<int> _places;
+  LargeVector<Column> _columns;
+  LargeVector<Row> _rows;
   /// Values of the last solution there was.
   std::vector<double> _last;
   std::chrono::steady_clock::time_point _start, _reported;

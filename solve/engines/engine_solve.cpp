@@ -209,7 +209,7 @@ std::vector<double> EngineI::startValues(const Controls& controls) const {
 /// A solver refuses a model without columns: its rows hold as they stand, or not.
 void EngineI::answerWithoutColumns(Answer& answer) {
   _activities.clear();
-  for (const Row& row : _rows) _activities.push_back(row.sum->eval(TavAlgorithm(this)));
+  for (const Row& row : _rows) _activities.push_back(row.sum()->eval(TavAlgorithm(this)));
   answer.hasSolution = true;
   answer.status = Status::Optimal;
   answer.objective = objectiveSum()->eval(TavAlgorithm(this));
@@ -228,7 +228,7 @@ void EngineI::completeSolution(Answer& answer) {
   _last = _values;
   answer.objective += 0.0;  // never -0
   if (_activities.empty()) {
-    for (const Row& row : _rows) _activities.push_back(row.sum->eval(TavAlgorithm(this)));
+    for (const Row& row : _rows) _activities.push_back(row.sum()->eval(TavAlgorithm(this)));
   }
   answer.violation = greatestViolation(_model, *this);
   if (isSolved(answer.status) && answer.violation.amount > _tolerance) answer.status = Status::Violated;
@@ -245,7 +245,7 @@ double EngineI::getValue(const TavIntExprI* constraint) const {
   const int row = placeOf(constraint);
   if (row < 0 || _activities.empty()) throw TavAlgorithm::Exception("the constraint has no value", 0);
   const Row& bounds = _rows[static_cast<std::size_t>(row)];
-  return violationOf(bounds.lb, _activities[static_cast<std::size_t>(row)], bounds.ub) <= _tolerance ? 1.0 : 0.0;
+  return violationOf(bounds.lb(), _activities[static_cast<std::size_t>(row)], bounds.ub()) <= _tolerance ? 1.0 : 0.0;
 }
 
 double EngineI::activityOf(const RangeConstraintI* row) const {

@@ -11,12 +11,11 @@ namespace {
 EngineI& engine(TavAlgorithm algorithm) { return static_cast<EngineI&>(*algorithm.getImpl()); }
 
 void* extractVariable(TavAlgorithm algorithm, const TavExtractableI* object) {
-  return engine(algorithm).addColumn(static_cast<const TavNumVarI*>(object), 0.0);
+  return engine(algorithm).addColumn(static_cast<const TavNumVarI*>(object), false);
 }
 
 void* extractSemiContinuous(TavAlgorithm algorithm, const TavExtractableI* object) {
-  const auto* variable = static_cast<const TavSemiContVarI*>(object);
-  return engine(algorithm).addColumn(variable, variable->getThreshold());
+  return engine(algorithm).addColumn(static_cast<const TavSemiContVarI*>(object), true);
 }
 
 void* extractIndicator(TavAlgorithm algorithm, const TavExtractableI* object) {
@@ -47,13 +46,9 @@ void* extractConversion(TavAlgorithm algorithm, const TavExtractableI* object) {
   return engine(algorithm).relaxColumns(static_cast<const TavConversionI*>(object));
 }
 
+template <class Record>
 void applyBounds(TavAlgorithm algorithm, const TavChange* change, void* data) {
-  static_cast<const TavSetNumVarBounds*>(change)->getVar()->modifyCP(algorithm, data);
-}
-
-void applyThreshold(TavAlgorithm algorithm, const TavChange* change, void*) {
-  const auto* record = static_cast<const TavSetSemiContBound*>(change);
-  engine(algorithm).updateThreshold(record->getVar(), record->getNewThreshold());
+  static_cast<const Record*>(change)->getVar()->modifyCP(algorithm, data);
 }
 
 /// Both records of a linear sum say that a coefficient is new, not what it is: a change from one non-zero value to
@@ -91,8 +86,8 @@ void installHooks() {
   ObjectiveI::_extractCP = extractObjective;
   TavConversionI::_extractCP = extractConversion;
 
-  TavSetNumVarBounds::_applyCP = applyBounds;
-  TavSetSemiContBound::_applyCP = applyThreshold;
+  TavSetNumVarBounds::_applyCP = applyBounds<TavSetNumVarBounds>;
+  TavSetSemiContBound::_applyCP = applyBounds<TavSetSemiContBound>;
   TavNumLinTermAddVar::_applyCP = applyCoefficient<TavNumLinTermAddVar>;
   TavNumLinTermRemoveVar::_applyCP = applyCoefficient<TavNumLinTermRemoveVar>;
   TavConversionRemoveVar::_applyCP = applyConversionLoss;

@@ -20,7 +20,7 @@ void NonLinearEngineI::load() {
   for (const Column& column : columns()) variables.emplace_back(const_cast<TavNumVarI*>(column.variable));
   std::vector<TavNumExprArg> bodies;
   bodies.reserve(rows().size());
-  for (const Row& row : rows()) bodies.emplace_back(const_cast<TavNumLinTermI*>(row.sum));
+  for (const Row& row : rows()) bodies.emplace_back(const_cast<TavNumLinTermI*>(row.sum()));
   _evaluator.reset();
   _evaluator = std::make_unique<TavEvaluator>(model().getEnv(), model().objective()->getSum(), bodies, variables,
                                               TavEvaluator::Options());
@@ -50,8 +50,8 @@ std::unique_ptr<Functions> NonLinearEngineI::functions(const Controls& controls)
     if (std::isnan(start)) start = std::min(std::max(0.0, variable->getLB()), variable->getUB());
   }
   for (const Row& row : rows()) {
-    result->rowLower.push_back(clampedBound(row.lb));
-    result->rowUpper.push_back(clampedBound(row.ub));
+    result->rowLower.push_back(clampedBound(row.lb()));
+    result->rowUpper.push_back(clampedBound(row.ub()));
   }
   return result;
 }
@@ -60,8 +60,8 @@ bool NonLinearEngineI::isConvex() const {
   if (!isConvexRow(*_evaluator, TavEvaluator::kObjective, model().objective()->isMaximised() ? -1.0 : 1.0))
     return false;
   for (std::size_t i = 0; i < rows().size(); ++i) {
-    if (std::isfinite(rows()[i].ub) && !isConvexRow(*_evaluator, i, 1.0)) return false;
-    if (std::isfinite(rows()[i].lb) && !isConvexRow(*_evaluator, i, -1.0)) return false;
+    if (std::isfinite(rows()[i].ub()) && !isConvexRow(*_evaluator, i, 1.0)) return false;
+    if (std::isfinite(rows()[i].lb()) && !isConvexRow(*_evaluator, i, -1.0)) return false;
   }
   return true;
 }
@@ -70,7 +70,7 @@ bool NonLinearEngineI::holdsRows(Functions& functions, const std::vector<double>
   std::vector<double> activities(rows().size());
   functions.evaluation.constraints(values, activities);
   for (std::size_t i = 0; i < rows().size(); ++i) {
-    if (violationOf(rows()[i].lb, activities[i], rows()[i].ub) > tolerance) return false;
+    if (violationOf(rows()[i].lb(), activities[i], rows()[i].ub()) > tolerance) return false;
   }
   return true;
 }

@@ -45,14 +45,14 @@ TavInt wholeUpperBound(double ub) { return TavTrunc(std::clamp(std::floor(ub), -
 Model::Model() {
   // Each sum that loses a removed column says so in a change record of its own.
   _env.getImpl()->oneByOneRemoval = true;
-  setObjective(TavExpr(_env), false);
+  _objective = new (_env.getImpl()) ObjectiveI(_env.getImpl(), TavExpr(_env), false, nullptr);
 }
 
 Model::Model(TavFileModel file) : Model() {
   _name = file.name;
   _nonZeros = file.linearValue.size();
   TavModelBuilder builder(_env, file);
-  _columns = builder.variables();
+  _columns.assign(builder.variables().begin(), builder.variables().end());
   file.variableNames = {};  // the variables have them
   for (const TavNumVar column : _columns) noteKind(column);
   makeRows(builder, file);
@@ -109,10 +109,7 @@ void Model::write(const std::string& path) const {
   TavWriteModel(TavFileModelOf(contents(), nl ? TavProductsIn::Expressions : TavProductsIn::Products), path);
 }
 
-void Model::setObjective(TavExpr sum, bool maximise, const char* name) {
-  if (_objective) _objective->end();
-  _objective = new (_env.getImpl()) ObjectiveI(_env.getImpl(), sum, maximise, name);
-}
+void Model::setObjective(TavExpr sum, bool maximise, const char* name) { _objective->become(sum, maximise, name); }
 
 TavNumVar Model::addColumn(TavNumVar column) {
   _columns.push_back(column);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "modelfile/build.h"
+#include "solve/model/large_vector.h"
 #include "solve/model/objective.h"
 #include "solve/model/range_constraint.h"
 
@@ -26,8 +27,8 @@ class Model {
 
   TavEnv getEnv() const { return _env; }
   /// A removed column has left an empty handle.
-  const std::vector<TavNumVar>& columns() const { return _columns; }
-  const std::vector<RangeConstraintI*>& rows() const { return _rows; }
+  const LargeVector<TavNumVar>& columns() const { return _columns; }
+  const LargeVector<RangeConstraintI*>& rows() const { return _rows; }
   ObjectiveI* objective() const { return _objective; }
   /// Special ordered sets; a removed column is no member any more.
   const std::vector<TavModelSet>& sets() const { return _sets; }
@@ -80,8 +81,8 @@ class Model {
   TavEnv _env;
   std::string _name;
   std::size_t _nonZeros = 0;
-  std::vector<TavNumVar> _columns;
-  std::vector<RangeConstraintI*> _rows;
+  LargeVector<TavNumVar> _columns;
+  LargeVector<RangeConstraintI*> _rows;
   ObjectiveI* _objective = nullptr;
   TavConversionI* _relaxation = nullptr;
   std::unordered_map<TavInt, TavSemiContVar> _semiContinuous;

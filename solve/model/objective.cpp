@@ -4,6 +4,13 @@
 
 namespace tavsolve {
 
+void ObjectiveI::become(TavExpr sum, bool maximise, const char* name) {
+  getEnv()->release(_sum.getImpl());
+  _sum = sum;
+  _maximise = maximise;
+  setName(name);
+}
+
 void ObjectiveI::setMaximised(bool maximise) {
   _maximise = maximise;
   notify(SetSense(this));

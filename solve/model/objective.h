@@ -15,6 +15,9 @@ class ObjectiveI final : public TavNode<ObjectiveI, TavExtractableI> {
       : TavNode(env, name), _sum(sum), _maximise(maximise) {}
   ~ObjectiveI() override { getEnv()->release(_sum.getImpl()); }
 
+  /// Becomes another objective, before an algorithm has extracted it. Takes over the reference that `sum` holds.
+  void become(TavExpr sum, bool maximise, const char* name);
+
   TavExpr getSum() const { return _sum; }
   bool isMaximised() const { return _maximise; }
   /// Turns the sense; algorithms are notified by a SetSense.

@@ -105,7 +105,7 @@ void printUnreadSol(std::ostream& os, const StubFacts& stub, Status status) {
 void printSol(std::ostream& os, const Solution& solution) {
   const Answer& answer = solution.answer;
   const std::span<const TavNumVar> columns = std::span(solution.model.columns()).first(solution.stub.columns);
-  const std::vector<RangeConstraintI*>& rows = solution.model.rows();
+  const auto& rows = solution.model.rows();
   os << "tavsolve " TAV_SOLVE_VERSION ": " << wordsFor(answer.status);
   if (answer.hasSolution) os << "; objective " << text(answer.objective);
   os << "\n" << solution.engine.name() << ": " << answer.nodes << " nodes, " << answer.iterations << " iterations\n";

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <OsiClpSolverInterface.hpp>
 #include <cmath>
 #include <csignal>
 #include <cstdio>
@@ -10,6 +11,8 @@
 #include <random>
 #include <thread>
 
+#include "solve/engines/cbc.h"
+#include "solve/engines/cbc_stream.h"
 #include "solve/engines/engines.h"
 #include "solve/model/errors.h"
 
@@ -361,5 +364,47 @@ TEST(Engines, OptimaOfQuadraticModelsAreGlobalWhereTheyAreConvex) {
     model.addRow(-TavGetInfinity(), one.row(x, y), one.ub);
     model.setObjective(one.objective(x, y), false);
     EXPECT_EQ(static_cast<int>(extracted(model, "")->solve({}).status), static_cast<int>(one.status));
+  }
+}
+
+TEST(Engines, AStreamOfRowsLoadsWhatTheEngineLoads) {
+  struct Loaded : CbcEngineI {
+    using CbcEngineI::CbcEngineI;
+    using CbcEngineI::solver;
+  };
+  for (unsigned seed = 0; seed < 20; ++seed) {
+    SCOPED_TRACE(seed);
+    Random random(seed);
+    Model model;
+    fill(model, random, {.whole = seed % 2 == 0});
+    const TavNumVar x = model.columns()[0];
+    model.addRow(-TavGetInfinity(), 2 * x + model.columns()[1] + x, 5);  // x twice
+    RowStream stream;
+    for (const TavNumVar column : model.columns()) stream.addColumn(column);
+    for (const RangeConstraintI* row : model.rows()) {
+      TavExpr product(x * x + x), foreign(TavNumVar(model.getEnv(), 0, 1) + x);
+      EXPECT_THROW(stream.addRow(0, product, 1), InputError);
+      EXPECT_THROW(stream.addRow(0, foreign, 1), InputError);
+      stream.addRow(row->getLB(), row->getSum().copy(), row->getUB());
+    }
+    stream.setObjective(model.objective()->getSum().copy(), model.objective()->isMaximised());
+    const auto solver = stream.load();
+    Loaded engine(model);
+    engine.extract();
+    EXPECT_EQ(solver->getNumIntegers(), engine.solver().getNumIntegers());
+    EXPECT_TRUE(solver->getMatrixByCol()->isEquivalent(*engine.solver().getMatrixByCol()));
+    for (const auto numbers : {&OsiClpSolverInterface::getColLower, &OsiClpSolverInterface::getColUpper,
+                               &OsiClpSolverInterface::getObjCoefficients}) {
+      EXPECT_TRUE(std::equal((*solver.*numbers)(), (*solver.*numbers)() + 6, (engine.solver().*numbers)()));
+    }
+    for (const auto numbers : {&OsiClpSolverInterface::getRowLower, &OsiClpSolverInterface::getRowUpper}) {
+      EXPECT_TRUE(std::equal((*solver.*numbers)(), (*solver.*numbers)() + 6, (engine.solver().*numbers)()));
+    }
+    if (seed % 2 == 0) continue;
+    solver->initialSolve();
+    const Answer answer = engine.solve({});
+    if (answer.hasSolution) {
+      EXPECT_NEAR(answer.objective, (model.objective()->isMaximised() ? -1 : 1) * solver->getObjValue(), 1e-6);
+    }
   }
 }

@@ -1,0 +1,69 @@
+#include "solve/engines/cbc_load.h"
+
+#include <numeric>
+
+#include "expression/tavexpression.h"
+#include "host/huge_pages.h"
+
+namespace tavsolve {
+
+namespace {
+
+/// CLP frees its arrays by delete[].
+template <class Number>
+std::unique_ptr<Number[]> numbers(std::size_t count) {
+  auto result = std::make_unique_for_overwrite<Number[]>(count);
+  TavWantHugePages(result.get(), count * sizeof(Number));
+  return result;
+}
+
+}  // namespace
+
+double clpBound(double bound, bool whole) {
+  const double last = whole ? static_cast<double>(TavIntVar::kMaxInt) : TavGetInfinity();
+  if (bound >= last) return COIN_DBL_MAX;
+  return bound <= -last ? -COIN_DBL_MAX : bound;
+}
+
+ColumnMatrix::ColumnMatrix(std::size_t columns) : _columns(columns), _start(numbers<CoinBigIndex>(columns + 2)) {
+  std::fill_n(_start.get(), columns + 2, 0);
+}
+
+void ColumnMatrix::reserve() {
+  std::partial_sum(_start.get(), _start.get() + _columns + 2, _start.get());
+  const auto count = static_cast<std::size_t>(_start[_columns + 1]);
+  _rows = numbers<int>(count);
+  _values = numbers<double>(count);
+}
+
+std::unique_ptr<CoinPackedMatrix> ColumnMatrix::take(std::size_t rows) {
+  auto matrix = std::make_unique<CoinPackedMatrix>();
+  const CoinBigIndex count = _start[_columns];
+  double* values = _values.release();
+  int* indices = _rows.release();
+  CoinBigIndex* start = _start.release();
+  int* lengths = nullptr;
+  matrix->assignMatrix(true, static_cast<int>(rows), static_cast<int>(_columns), count, values, indices, start,
+                       lengths);
+  return matrix;
+}
+
+std::unique_ptr<ClpSimplex> clpWithRoom(std::size_t rows, std::size_t columns) {
+  auto simplex = std::make_unique<ClpSimplex>();
+  simplex->setLogLevel(0);
+  simplex->resize(static_cast<int>(rows), static_cast<int>(columns));
+  return simplex;
+}
+
+std::unique_ptr<OsiClpSolverInterface> solverOver(std::unique_ptr<ClpSimplex> simplex,
+                                                  std::unique_ptr<CoinPackedMatrix> matrix, double objectiveConstant,
+                                                  const std::vector<int>& integers) {
+  simplex->replaceMatrix(matrix.release(), true);
+  auto solver = std::make_unique<OsiClpSolverInterface>(simplex.release(), true);
+  solver->messageHandler()->setLogLevel(0);
+  if (!integers.empty()) solver->setInteger(integers.data(), static_cast<int>(integers.size()));
+  solver->setDblParam(OsiObjOffset, -objectiveConstant);
+  return solver;
+}
+
+}  // namespace tavsolve

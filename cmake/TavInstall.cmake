@@ -14,10 +14,12 @@ install(FILES evaluator/tavevaluator.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/t
 install(FILES tools/gdb/tavexpression.py DESTINATION ${CMAKE_INSTALL_DATADIR}/tavexpression/gdb)
 if(TARGET tavmodelfile)
   # A component of the package, found on request: only its users need zlib and bzip2.
+  set(tav_modelfile_headers tavmodelfile.h build.h file_array.h file_error.h file_model.h names.h number_text.h
+                            numbered_names.h)
   install(TARGETS tavmodelfile EXPORT tavmodelfileTargets COMPONENT dev
           LIBRARY COMPONENT runtime NAMELINK_COMPONENT dev)
-  install(FILES modelfile/tavmodelfile.h modelfile/build.h modelfile/file_model.h modelfile/file_error.h modelfile/names.h
-          DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tavexpression/modelfile)
+  list(TRANSFORM tav_modelfile_headers PREPEND modelfile/)
+  install(FILES ${tav_modelfile_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tavexpression/modelfile)
   install(EXPORT tavmodelfileTargets NAMESPACE tavexpression:: DESTINATION ${tav_package_dir})
 endif()
 install(EXPORT tavexpressionTargets NAMESPACE tavexpression:: DESTINATION ${tav_package_dir})

@@ -28,7 +28,7 @@ class TavByteSource {
 class TavFileInput {
  public:
   /// Bytes behind end() that may be read; at the end of the file they are 0.
-  static constexpr std::size_t kSlack = 16;
+  static constexpr std::size_t kSlack = 64;
 
   /// Opens the file `path`, standard input when it is `-`. `options` must outlive the input. Throws TavFileError.
   static TavFileInput openFile(const std::string& path, const TavReadOptions& options);

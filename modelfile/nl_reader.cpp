@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <functional>
 #include <map>
 #include <utility>
 
@@ -102,7 +103,6 @@ class NlReader : private TavNlExpressions<Tokens> {
     }
     const std::int64_t terms = _tokens.integer();
     _tokens.integer();  // where it is used
-    _tokens.endLine();
     TavFileCommon common;
     readTerms(common.linear, terms);
     common.expr = expression();
@@ -128,17 +128,38 @@ class NlReader : private TavNlExpressions<Tokens> {
     return true;
   }
 
-  /// Reads a number of lines: an index and a coefficient each.
-  void readTerms(std::vector<TavFileTerm>& terms, std::int64_t count) {
+  /// Reads `count` lines of an index and a coefficient to the ends of two arrays. Room for some is made at a time: a
+  /// count is no promise that they are there.
+  void readTerms(TavFileArray<std::int32_t>& indices, TavFileArray<double>& values, std::int64_t count) {
     if (count < 0 || count > _header.variables) _tokens.fail("more coefficients than variables");
-    std::vector<std::int32_t> variables;
-    for (std::int64_t i = 0; i < count; ++i) {
-      const std::int32_t variable = index(_header.variables, "variable");
-      variables.push_back(variable);
-      terms.push_back({variable, finite()});
+    _tokens.endLine();
+    const std::size_t begin = indices.size();
+    for (std::int64_t left = count; left > 0;) {
+      const std::int64_t block = std::min(left, kBlock);
+      left -= block;
+      readBlock(indices.append(static_cast<std::size_t>(block)), values.append(static_cast<std::size_t>(block)), block);
+    }
+    const std::int32_t *const first = indices.begin() + begin, *const last = indices.end();
+    if (std::adjacent_find(first, last, std::greater_equal<>()) != last) refuseTwice({first, last});
+  }
+
+  void readBlock(std::int32_t* indices, double* values, std::int64_t count) {
+    for (std::int64_t i = 0; i != count; ++i) {
+      i += _tokens.plainTerms(count - i, _header.variables, indices + i, values + i);
+      if (i == count) return;
+      indices[i] = index(_header.variables, "variable");
+      values[i] = finite();
       _tokens.endLine();
     }
-    refuseTwice(std::move(variables));
+  }
+
+  /// The same for sums that are lists of terms.
+  void readTerms(std::vector<TavFileTerm>& terms, std::int64_t count) {
+    TavFileArray<std::int32_t> indices;
+    TavFileArray<double> values;
+    readTerms(indices, values, count);
+    terms.reserve(indices.size());
+    for (std::size_t i = 0; i < indices.size(); ++i) terms.push_back({indices[i], values[i]});
   }
 
   void refuseTwice(std::vector<std::int32_t> variables) {
@@ -150,21 +171,8 @@ class NlReader : private TavNlExpressions<Tokens> {
   void linearRow() {
     const std::int32_t row = index(_header.rows, "constraint");
     const std::int64_t count = _tokens.integer();
-    if (count < 0 || count > _header.variables) _tokens.fail("more coefficients than variables");
-    _tokens.endLine();
     const std::size_t begin = _model.linearVariable.size();
-    std::int32_t last = -1;
-    bool ascending = true;
-    for (std::int64_t i = 0; i < count; ++i) {
-      const std::int32_t variable = index(_header.variables, "variable");
-      ascending &= variable > last;
-      last = variable;
-      _model.linearVariable.push_back(variable);
-      _model.linearValue.push_back(finite());
-      _tokens.endLine();
-    }
-    const auto first = _model.linearVariable.begin() + static_cast<std::ptrdiff_t>(begin);
-    if (!ascending) refuseTwice({first, _model.linearVariable.end()});
+    readTerms(_model.linearVariable, _model.linearValue, count);
     _pieces.push_back({row, begin});
   }
 
@@ -172,7 +180,6 @@ class NlReader : private TavNlExpressions<Tokens> {
     TavFileObjective& objective = _objectives[index(_header.objectives, "objective")];
     const std::int64_t count = _tokens.integer();
     if (!objective.linear.empty()) _tokens.fail("an objective whose gradient has been given before");
-    _tokens.endLine();
     readTerms(objective.linear, count);
   }
 
@@ -351,6 +358,9 @@ class NlReader : private TavNlExpressions<Tokens> {
     out.assign(static_cast<std::size_t>(size), std::numeric_limits<double>::quiet_NaN());
     for (const TavFileTerm& value : values) out[static_cast<std::size_t>(value.variable)] = value.value;
   }
+
+  /// Terms for which room is made at once.
+  static constexpr std::int64_t kBlock = 4096;
 
   double _infinity;
   std::map<std::int32_t, TavFileObjective> _objectives;

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "modelfile/blank_bytes.h"
 #include "modelfile/input.h"
 #include "modelfile/number_text.h"
 
@@ -69,11 +70,42 @@ class TavNlText final : public TavNlTokens {
     needLine();
     const char* at = skipped(_at);
     _token = at;
+    const std::uint64_t word = TavWordAt(at);
+    const int size = std::countr_zero(TavBlanksIn(word)) / 8;
+    double value;
+    if (size < 8 && TavShortNumber(word, size, value)) {
+      _at = at + size;
+      return value;
+    }
     const bool negative = *at == '-';
     const TavScannedNumber number = TavScanNumber(at + (negative || *at == '+'));
     if (number.fault != TavNumberFault::None || isWordByte(*number.end)) return hardNumber();
     _at = number.end;
     return negative ? -number.value : number.value;
+  }
+  /// Takes lines, at most `count`, that are an index below `size`, a blank and a number, both of at most eight bytes.
+  /// Returns how many; other lines, and all mistakes, are left where they are.
+  std::int64_t plainTerms(std::int64_t count, std::int32_t size, std::int32_t* indices, double* values) noexcept {
+    if (!kTavFindsBlankBytes) return 0;
+    const char* at = _at;
+    std::int64_t taken = 0;
+    for (; taken != count && at != _end; ++taken) {
+      const std::uint64_t blanks = TavBlankBytes<2>(at);
+      const int middle = std::countr_zero(blanks);
+      const int end = std::countr_zero(blanks & (blanks - 1));
+      if (end > kMostPlain || middle == 0 || middle > 8 || end - middle > 9) break;
+      if (at[middle] != ' ' || at[end] != '\n') break;
+      const std::uint64_t digits = (TavWordAt(at) ^ 0x3030303030303030) << (64 - 8 * middle);
+      const std::uint64_t index = TavNumberOfDigits(digits, 8);
+      if (TavNoDigitsIn(digits) != 0 || index >= static_cast<std::uint64_t>(size)) break;
+      double value;
+      if (!TavShortNumber(TavWordAt(at + middle + 1), end - middle - 1, value)) break;
+      indices[taken] = static_cast<std::int32_t>(index);
+      values[taken] = value;
+      at += end + 1;
+    }
+    _at = at;
+    return taken;
   }
   /// The type of a bound.
   std::int64_t boundType() { return integer(); }
@@ -90,6 +122,8 @@ class TavNlText final : public TavNlTokens {
  private:
   /// Whole numbers of so many digits are exact in doubles and far from the end of 64 bits.
   static constexpr std::ptrdiff_t kMostDigits = 15;
+  /// Bytes of a line of plainTerm in front of its end.
+  static constexpr int kMostPlain = 17;
 
   static bool isWordByte(char c) noexcept { return c != ' ' && c != '\n' && c != '\t' && c != '\r' && c != '#'; }
   static const char* skipped(const char* at) noexcept {
@@ -127,6 +161,8 @@ class TavNlBinary final : public TavNlTokens {
   /// Binary files leave nothing out, so `missing` is for text alone.
   std::int64_t integerOr(std::int64_t) { return integer(); }
   double number() { return std::bit_cast<double>(take<std::uint64_t>()); }
+  /// Binary terms are read one by one.
+  static std::int64_t plainTerms(std::int64_t, std::int32_t, std::int32_t*, double*) noexcept { return 0; }
   std::int64_t boundType() { return take<std::uint8_t>() - '0'; }
   std::string word();
   void endLine() noexcept {}

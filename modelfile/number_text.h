@@ -55,7 +55,7 @@ inline const char* TavScanDigits(const char* at, std::uint64_t& value) noexcept 
     for (; static_cast<unsigned char>(*at - '0') < 10; ++at) value = value * 10 + static_cast<unsigned char>(*at - '0');
     return at;
   }
-  constexpr std::uint64_t kTens[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
+  static constexpr std::uint64_t kTens[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
   for (;;) {
     std::uint64_t word;
     std::memcpy(&word, at, sizeof word);
@@ -68,6 +68,50 @@ inline const char* TavScanDigits(const char* at, std::uint64_t& value) noexcept 
   }
 }
 
+/// The highest bits of the bytes of the word up to the first one that is a blank or a control character; what is above
+/// that bit means nothing. None without such a byte.
+constexpr std::uint64_t TavBlanksIn(std::uint64_t word) noexcept {
+  return (word - 0x2121212121212121) & ~word & 0x8080808080808080;
+}
+
+/// The eight bytes at `at`.
+inline std::uint64_t TavWordAt(const char* at) noexcept {
+  std::uint64_t word;
+  std::memcpy(&word, at, sizeof word);
+  return word;
+}
+
+/// Reads a number whose text is the lowest `size` bytes of the word, 0 to 8 of them: digits, perhaps with a minus in
+/// front and a point among them. False, and `value` is not set, for every other text. Has no branch that depends on
+/// where the point is or how many digits there are.
+[[gnu::always_inline]] inline bool TavShortNumber(std::uint64_t word, int size, double& value) noexcept {
+  if constexpr (!kTavWordsBeginLow) return false;
+  // By the number of digits behind the point; the last where there is no point.
+  static constexpr double kPowers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e0};
+  const bool negative = (word & 0xff) == '-';
+  word >>= 8 * static_cast<int>(negative);
+  size -= static_cast<int>(negative);
+  if (size <= 0) return false;
+  word = (word ^ 0x3030303030303030) << (64 - 8 * size);  // zeros in front
+  const std::uint64_t others = word ^ 0x1e1e1e1e1e1e1e1e;  // a point becomes 0
+  const std::uint64_t points = (others - 0x0101010101010101) & ~others & 0x8080808080808080;
+  const std::uint64_t point = points & -points;
+  const std::uint64_t whole = (point - 1) >> 63;  // 1 where there is no point
+  // The digits in front of the point move to where it is.
+  const std::uint64_t front = (point >> 7) - 1;
+  word = (word & front) << (8 - 8 * whole) | (word & ~(front << 8 | 0xff));
+  const bool tooMuch = TavNoDigitsIn(word) != 0 || (point & 0x80) != 0;
+  if (tooMuch || size + static_cast<int>(whole) == 1) return false;
+  const auto digits = static_cast<double>(static_cast<std::int64_t>(TavNumberOfDigits(word, 8)));
+  const double magnitude = digits / kPowers[std::countl_zero(point | 1) / 8];
+  value = std::bit_cast<double>(std::bit_cast<std::uint64_t>(magnitude) | std::uint64_t{negative} << 63);
+  return true;
+}
+
+/// TavScanNumber for every text.
+template <bool FortranExponents>
+TavScannedNumber TavScanAnyNumber(const char* at);
+
 /// Reads the unsigned decimal number that begins at `at`: digits with or without a point among them, then perhaps an
 /// exponent, e or E, and d or D when `FortranExponents`. What follows an e without digits is no exponent. Eight
 /// bytes behind the text may be read, and the first is no digit. Gives the double that is nearest.
@@ -76,44 +120,15 @@ inline const char* TavScanDigits(const char* at, std::uint64_t& value) noexcept 
 /// division rounds correctly (W. D. Clinger, How to read floating point numbers accurately, 1990).
 template <bool FortranExponents = false>
 [[gnu::always_inline]] inline TavScannedNumber TavScanNumber(const char* at) {
-  constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-                                1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-  const auto digit = [](char c) { return static_cast<unsigned>(c) - static_cast<unsigned>('0'); };
-  std::uint64_t mantissa = 0;
-  const char* end = TavScanDigits(at, mantissa);
-  std::int64_t digits = end - at;
-  std::int64_t exponent = 0;
-  if (*end == '.') {
-    const char* const fraction = end + 1;
-    end = TavScanDigits(fraction, mantissa);
-    exponent = fraction - end;
-    digits -= exponent;
-  }
-  if (digits == 0) return {at, 0.0, TavNumberFault::NoNumber};
-  const char letter = static_cast<char>(*end | 0x20);
-  if (letter == 'e' || (FortranExponents && letter == 'd')) {
-    const char* first = end + 1;
-    const bool negative = *first == '-';
-    if (negative || *first == '+') ++first;
-    if (digit(*first) < 10) {
-      constexpr std::int64_t kEnough = 1'000'000'000'000;
-      std::int64_t written = 0;
-      for (end = first; digit(*end) < 10; ++end) {
-        if (written < kEnough) written = written * 10 + digit(*end);
-      }
-      exponent += negative ? -written : written;
-    }
-  }
-  constexpr std::uint64_t kExact = std::uint64_t{1} << 53;
-  if (digits <= 19) {
-    if (mantissa == 0) return {end, 0.0, TavNumberFault::None};
-    if (mantissa <= kExact && exponent >= -22 && exponent <= 22) {
-      const auto value = static_cast<double>(mantissa);
-      return {end, exponent < 0 ? value / kPowers[-exponent] : value * kPowers[exponent], TavNumberFault::None};
-    }
-  }
-  return TavScanHardNumber(at, end, exponent);
+  const std::uint64_t word = TavWordAt(at);
+  const int size = std::countr_zero(TavBlanksIn(word)) / 8;
+  double value;
+  if (size < 8 && *at != '-' && TavShortNumber(word, size, value)) return {at + size, value, TavNumberFault::None};
+  return TavScanAnyNumber<FortranExponents>(at);
 }
+
+extern template TavScannedNumber TavScanAnyNumber<false>(const char* at);
+extern template TavScannedNumber TavScanAnyNumber<true>(const char* at);
 
 /// Room for the text of any number.
 constexpr std::size_t kTavLongestNumber = 32;

@@ -144,7 +144,7 @@ struct TavFileObjective {
   bool maximise = false;  ///< Otherwise minimised.
   double constant = 0.0;  ///< Finite.
   /// No variable occurs twice.
-  std::vector<TavFileTerm> linear;
+  TavFileArray<TavFileTerm> linear;
   std::vector<TavFileProduct> products;  ///< No pair occurs twice.
   TavFileExpr expr;                      ///< The general part.
 };

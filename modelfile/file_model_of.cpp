@@ -166,7 +166,7 @@ class Converter {
     TavFlatSum sum = _flattener.flatten(from.expression.getImpl(), objectiveLabel(i));
     objective.expr = rest(sum, objectiveLabel(i));
     objective.constant = sum.constant;
-    objective.linear = std::move(sum.terms);
+    objective.linear.assign(sum.terms.begin(), sum.terms.end());
     objective.products = std::move(sum.products);
   }
 

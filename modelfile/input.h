@@ -23,6 +23,16 @@ class TavByteSource {
   virtual std::size_t read(char* to, std::size_t room) = 0;
 };
 
+/// A place in half the memory; no line is as long as 2^30 bytes.
+struct TavPackedPlace {
+  std::uint64_t line : 34;
+  std::uint64_t column : 30;
+  TavFilePlace unpacked() const noexcept { return {line, column}; }
+  static TavPackedPlace of(TavFilePlace place) noexcept {
+    return {place.line & 0x3ffffffff, place.column & 0x3fffffff};
+  }
+};
+
 /// A window that moves over the bytes of a file, and the place of each byte in the window. Readers take bytes from
 /// begin() up to end() and then ask for more; what they still need they keep.
 class TavFileInput {

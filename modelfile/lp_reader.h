@@ -152,7 +152,7 @@ class TavLpReader {
   /// The variable that a bound is about if bounds come in the order of the variables.
   mutable std::int32_t _nextVariable = 0;
   /// Where the rows begin in the file.
-  TavFileArray<TavFilePlace> _rowPlaces;
+  TavFileArray<TavPackedPlace> _rowPlaces;
   /// Upper bounds below 0 and where they stand.
   std::unordered_map<std::int32_t, TavFilePlace> _negativeUppers;
 };

@@ -48,7 +48,7 @@ void TavLpReader::readRows() {
 void TavLpReader::compareRowNames() {
   const std::int32_t twice = _model.rowNames.rehash();
   if (twice != TavNameTable::kNone) {
-    fail(_rowPlaces[static_cast<std::size_t>(twice)],
+    fail(_rowPlaces[static_cast<std::size_t>(twice)].unpacked(),
          "a second row \"" + std::string(_model.rowNames[twice]) + "\", expected a new name");
   }
   _rowPlaces = {};
@@ -57,7 +57,7 @@ void TavLpReader::compareRowNames() {
 void TavLpReader::readRow() {
   const char c = peek();
   std::string_view label;
-  _rowPlaces.push_back(placeOf(_at));
+  _rowPlaces.push_back(TavPackedPlace::of(placeOf(_at)));
   if (kTavLpBytes.beginsName(c) && atLabel(TavLpNameEnd(_at))) {
     label = name();
     peek();
@@ -250,7 +250,7 @@ void TavLpReader::settleNames(int kept) {
 
 void TavLpReader::closeRowsBefore(std::int32_t row) {
   for (auto closed = static_cast<std::int32_t>(_model.linearBegin.size()) - 1; closed < row; ++closed) {
-    if (_addedUp) compactTerms(_rowPlaces[static_cast<std::size_t>(closed)]);
+    if (_addedUp) compactTerms(_rowPlaces[static_cast<std::size_t>(closed)].unpacked());
     _rowBegin = _model.linearValue.size();
     _model.linearBegin.push_back(_rowBegin);
   }

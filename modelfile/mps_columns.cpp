@@ -33,7 +33,7 @@ void TavMpsReader::rowLine() {
   RowState state;
   state.type = type;
   _rowStates.push_back(state);
-  _rowUses.emplace_back();
+  _model.rows.push_back({0.0, 0.0});
 }
 
 void TavMpsReader::columnLine() {
@@ -57,7 +57,7 @@ void TavMpsReader::columnLine() {
 void TavMpsReader::beginColumn(std::string_view name) {
   _model.variableNames.append(name);
   _columnKey = TavNameTable::keyOf(name);
-  _columnPlaces.push_back(_lines.placeOf(name));
+  _columnPlaces.push_back(TavPackedPlace::of(_lines.placeOf(name)));
   TavFileVariable variable;
   variable.kind = _integerColumns ? TavFileKind::Integer : TavFileKind::Continuous;
   _model.variables.push_back(variable);
@@ -77,7 +77,7 @@ void TavMpsReader::addEntry(std::string_view row, std::string_view text) {
   const TavNameTable::Key key = TavNameTable::keyOf(row);
   if (isObjective(row.data(), key) && _lastColumnOfObjective == _model.variableNames.size() - 1) {
     settleEntries();
-    _lines.fail(row, "a second entry of the column in row " + TavQuoted(row) + ", expected one");
+    failTwice(row);
   }
   takeEntry(row.data(), key, value);
 }
@@ -89,6 +89,13 @@ void TavMpsReader::takeEntry(const char* row, const TavNameTable::Key& key, doub
     _lastColumnOfObjective = column;
     if (value != 0.0) _objective.linear.push_back({column, value});
     return;
+  }
+  if (_pendingCount == 0) {
+    const std::int32_t numbered = _model.rowNames.findNumbered(key);
+    if (numbered != TavNameTable::kNone) {
+      if (!_entries.add(numbered, column, value)) failTwice({row, key.size});
+      return;
+    }
   }
   _model.rowNames.prefetch(key);
   _pending[_pendingCount++] = {row, key, value, column, TavNameTable::kNone};
@@ -104,34 +111,28 @@ void TavMpsReader::settleEntries(int kept) {
     if (entry->found == TavNameTable::kNone) {
       _input.fail(entry->row, "no row " + TavQuoted(entry->name()) + ", expected one of the section ROWS");
     }
-    __builtin_prefetch(&_rowUses[static_cast<std::size_t>(entry->found)], 1);
   }
   for (const Pending* entry = _pending; entry != end; ++entry) {
-    RowUse& use = _rowUses[static_cast<std::size_t>(entry->found)];
-    if (use.lastColumn == entry->column) {
-      _input.fail(entry->row, "a second entry of the column in row " + TavQuoted(entry->name()) + ", expected one");
-    }
-    use.lastColumn = entry->column;
-    if (entry->value == 0.0) continue;
-    while (_columnBegin.size() <= static_cast<std::size_t>(entry->column)) _columnBegin.push_back(_entryRow.size());
-    ++use.entries;
-    _entryRow.push_back(entry->found);
-    _entryValue.push_back(entry->value);
+    if (!_entries.add(entry->found, entry->column, entry->value)) failTwice(entry->name());
   }
   std::copy(end, end + kept, _pending);
   _pendingCount = kept;
+}
+
+/// Of a row in the window.
+void TavMpsReader::failTwice(std::string_view row) const {
+  _input.fail(row.data(), "a second entry of the column in row " + TavQuoted(row) + ", expected one");
 }
 
 void TavMpsReader::endColumns() {
   settleEntries();
   const std::int32_t twice = _model.variableNames.rehash();
   if (twice != TavNameTable::kNone) {
-    throw TavFileError(_input.name(), _columnPlaces[static_cast<std::size_t>(twice)],
+    throw TavFileError(_input.name(), _columnPlaces[static_cast<std::size_t>(twice)].unpacked(),
                        "the column " + TavQuoted(_model.variableNames[twice]) +
                            " once more, expected all its entries on consecutive lines");
   }
   _columnPlaces = {};
-  while (_columnBegin.size() <= _model.variables.size()) _columnBegin.push_back(_entryRow.size());
 }
 
 void TavMpsReader::marker(const TavMpsFields& fields) {
@@ -191,7 +192,7 @@ void TavMpsReader::setRhs(std::string_view rowName, std::string_view text) {
   if (state.type == 'N' && _freeRowRhs++ == 0) {
     _model.notes.push_back("the right-hand side of " + TavQuoted(rowName) + ", a row of type N, has no meaning");
   }
-  state.rhs = value;
+  _model.rows[static_cast<std::size_t>(row)].lower = value;
 }
 
 void TavMpsReader::rangeLine() {
@@ -208,8 +209,9 @@ void TavMpsReader::setRange(std::string_view rowName, std::string_view text) {
   if (state.type == 'N') _lines.fail(rowName, "a range of a row of type N, expected a row of type E, L or G");
   if (state.hasRange) _lines.fail(rowName, "a second range of " + TavQuoted(rowName) + ", expected one");
   state.hasRange = true;
-  state.range = number(text, "a range", true);
-  if (std::fabs(state.range) >= _input.options().infinity) state.range = std::copysign(kTavInfinity, state.range);
+  double& range = _model.rows[static_cast<std::size_t>(row)].upper;
+  range = number(text, "a range", true);
+  if (std::fabs(range) >= _input.options().infinity) range = std::copysign(kTavInfinity, range);
 }
 
 /// The bounds of a row. A range r widens them: E and r >= 0 to [rhs, rhs + r], E and r < 0 to [rhs + r, rhs], L to
@@ -217,24 +219,24 @@ void TavMpsReader::setRange(std::string_view rowName, std::string_view text) {
 void TavMpsReader::finishRow(std::int32_t row) {
   const RowState& state = _rowStates[static_cast<std::size_t>(row)];
   TavFileRow& bounds = _model.rows[static_cast<std::size_t>(row)];
+  const double rhs = bounds.lower, range = bounds.upper;
+  bounds = {};
   if (state.type == 'N') return;
-  if (state.type != 'L') bounds.lower = state.rhs;
-  if (state.type != 'G') bounds.upper = state.rhs;
+  if (state.type != 'L') bounds.lower = rhs;
+  if (state.type != 'G') bounds.upper = rhs;
   if (!state.hasRange) return;
-  const double range = std::fabs(state.range);
-  if (std::isinf(state.rhs)) {
+  if (std::isinf(rhs)) {
     _lines.failLine("row " + TavQuoted(_model.rowNames[row]) +
                     " has a range but an infinite right-hand side, expected a finite one");
   }
-  const bool up = state.type == 'G' || (state.type == 'E' && !std::signbit(state.range));
+  const bool up = state.type == 'G' || (state.type == 'E' && !std::signbit(range));
   double& bound = up ? bounds.upper : bounds.lower;
-  bound = up ? state.rhs + range : state.rhs - range;
+  bound = up ? rhs + std::fabs(range) : rhs - std::fabs(range);
   if (std::fabs(bound) >= _input.options().infinity) bound = std::copysign(kTavInfinity, bound);
 }
 
 void TavMpsReader::finish() {
   if (_integerColumns) _lines.failLine("ENDATA without the marker 'INTEND', expected the marker");
-  _model.rows.resize(_rowStates.size());
   for (std::int32_t row = 0; row < _model.rowNames.size(); ++row) finishRow(row);
   for (std::int32_t column = 0; column < _model.variableNames.size(); ++column) finishColumn(column);
   if (_negativeUppers > 1) _model.notes.push_back("so have " + std::to_string(_negativeUppers - 1) + " other columns");
@@ -249,38 +251,6 @@ void TavMpsReader::finish() {
   } else if (_hasSense) {
     _model.notes.emplace_back("a sense of the objective, but no objective");
   }
-  transpose();
+  _entries.finish(_model);
   finishIndicators();
-}
-
-/// The entries, which have come column by column, row by row. Each goes to another place in memory, which is fetched
-/// some entries ahead.
-void TavMpsReader::transpose() {
-  const std::size_t rows = _rowUses.size(), count = _entryRow.size();
-  TavFileArray<std::size_t>& begin = _model.linearBegin;
-  begin.assign(rows + 1, 0);
-  std::size_t sum = 0;
-  for (std::size_t row = 0; row < rows; ++row) {
-    begin[row + 1] = sum;  // where the row goes on, in the end where it ends
-    sum += static_cast<std::size_t>(_rowUses[row].entries);
-  }
-  std::int32_t* const variables = _model.linearVariable.append(count);
-  double* const values = _model.linearValue.append(count);
-  const auto placeOf = [&](std::size_t entry) -> std::size_t& {
-    return begin[static_cast<std::size_t>(_entryRow[entry]) + 1];
-  };
-  constexpr std::size_t kAhead = 16;
-  std::size_t column = 0;
-  for (std::size_t entry = 0; entry != count; ++entry) {
-    if (entry + 2 * kAhead < count) {
-      __builtin_prefetch(&placeOf(entry + 2 * kAhead), 1);
-      const std::size_t soon = placeOf(entry + kAhead);
-      __builtin_prefetch(variables + soon, 1);
-      __builtin_prefetch(values + soon, 1);
-    }
-    while (entry == _columnBegin[column + 1]) ++column;
-    const std::size_t place = placeOf(entry)++;
-    variables[place] = static_cast<std::int32_t>(column);
-    values[place] = _entryValue[entry];
-  }
 }

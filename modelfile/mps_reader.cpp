@@ -171,6 +171,7 @@ void TavMpsReader::beginColumns(const TavMpsFields& header) {
     _lines.fail(header[0],
                 "no row " + TavQuoted(_wantedObjective) + " of type N, expected the objective that OBJNAME names");
   }
+  _entries.begin(_rowStates.size());
 }
 
 void TavMpsReader::beginEnd(const TavMpsFields& header) {

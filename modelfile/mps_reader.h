@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "modelfile/formats.h"
+#include "modelfile/matrix_turner.h"
 #include "modelfile/mps_lines.h"
 #include "modelfile/product_sum.h"
 
@@ -24,26 +25,18 @@ class TavMpsReader {
 
   /// Of a row, while the file is read.
   struct RowState {
-    double rhs = 0.0;
-    double range = 0.0;
     char type = 'N';
     bool hasRhs = false;
     bool hasRange = false;
   };
-  /// Number of entries of a row, and the last column that had one.
-  struct RowUse {
-    std::int32_t entries = 0;
-    std::int32_t lastColumn = -1;
-  };
   /// Of a column: which bounds the file gives.
   struct ColumnState {
-    bool lower = false;
-    bool upper = false;
-    bool integer = false;
-    bool binary = false;
-    bool semi = false;
-    bool semiLimit = false;
-    bool mentioned = false;
+    bool lower : 1 = false;
+    bool upper : 1 = false;
+    bool integer : 1 = false;
+    bool binary : 1 = false;
+    bool semi : 1 = false;
+    bool mentioned : 1 = false;
   };
 
   struct Section {
@@ -84,6 +77,7 @@ class TavMpsReader {
   void beginColumn(std::string_view name);
   void addEntry(std::string_view row, std::string_view value);
   void takeEntry(const char* row, const TavNameTable::Key& key, double value);
+  [[noreturn]] void failTwice(std::string_view row) const;
   /// Looks up the rows of the pending entries but for the last `kept`, and takes these.
   void settleEntries(int kept = 0);
   void endColumns();
@@ -99,7 +93,6 @@ class TavMpsReader {
   void setRange(std::string_view row, std::string_view value);
   void finish();
   void finishRow(std::int32_t row);
-  void transpose();
 
   // mps_plain_lines.cpp: most lines of COLUMNS
   struct PlainEntry;
@@ -147,8 +140,8 @@ class TavMpsReader {
   bool _hasObjectiveRhs = false;
   TavFileObjective _objective;
 
+  /// Until the end the lower bound of a row is its right-hand side and the upper one its range.
   TavFileArray<RowState> _rowStates;
-  TavFileArray<RowUse> _rowUses;
   TavFileArray<ColumnState> _columnStates;
   bool _integerColumns = false;
   /// Of the column at hand.
@@ -169,11 +162,8 @@ class TavMpsReader {
   Pending _pending[kMostPending];
   int _pendingCount = 0;
   /// Where each column begins in the file.
-  TavFileArray<TavFilePlace> _columnPlaces;
-  /// The entries column by column.
-  TavFileArray<std::size_t> _columnBegin;
-  TavFileArray<std::int32_t> _entryRow;
-  TavFileArray<double> _entryValue;
+  TavFileArray<TavPackedPlace> _columnPlaces;
+  TavMatrixTurner _entries;
   std::string _rhsName, _rangeName, _boundName;
   /// The row and the column that a line of RHS or BOUNDS is about if these come in order.
   mutable std::int32_t _nextRow = 0;

@@ -56,10 +56,15 @@ class TavNameTable {
   [[gnu::always_inline]] void prefetch(const Key& key) const noexcept {
     if (!_slots.empty()) __builtin_prefetch(&_slots[placeOf(key)]);
   }
+  /// The item of this name where it is one of a run of numbered names, else kNone.
+  std::int32_t findNumbered(const Key& key) const noexcept {
+    const std::int32_t place = _numbered.find(key);
+    return place >= 0 ? _firstNumbered + place : kNone;
+  }
   /// The item that `insert` or `rehash` entered under this name, or kNone. `key` is the name's.
   std::int32_t find(std::string_view name, const Key& key) const noexcept {
-    const std::int32_t numbered = _numbered.find(key);
-    if (numbered >= 0) return _firstNumbered + numbered;
+    const std::int32_t numbered = findNumbered(key);
+    if (numbered != kNone) return numbered;
     return _slots.empty() || name.empty() ? kNone : _slots[slotOf(name, key)].item - 1;
   }
   std::int32_t find(std::string_view name) const noexcept { return find(name, keyOf(name)); }

@@ -154,7 +154,8 @@ class NlReader : private TavNlExpressions<Tokens> {
   }
 
   /// The same for sums that are lists of terms.
-  void readTerms(std::vector<TavFileTerm>& terms, std::int64_t count) {
+  template <class Terms>
+  void readTerms(Terms& terms, std::int64_t count) {
     TavFileArray<std::int32_t> indices;
     TavFileArray<double> values;
     readTerms(indices, values, count);

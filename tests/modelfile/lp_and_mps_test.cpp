@@ -152,6 +152,10 @@ TEST(LpFiles, AreRefusedWhereTheyAreInDoubt) {
     EXPECT_EQ(reading(lpRow(row.text), TavFileFormat::Lp), std::string("refused ") + row.wanted) << row.text;
   EXPECT_EQ(reading("min\nx\nst\nx >= 1\n", TavFileFormat::Lp), "refused 5:1") << "no End: the file may be cut off";
   EXPECT_EQ(reading("min x [ x^2 ]\nst\nend", TavFileFormat::Lp), "refused 1:7");
+  // A line longer than the blocks in which files are read.
+  const std::string blanks(1'000'000, ' ');
+  EXPECT_EQ(reading("min\nx\nst\nx >= 1\n" + blanks + "y >= 1" + blanks + "x == 1\n", TavFileFormat::Lp),
+            "refused 5:2000010");
 }
 
 TEST(MpsFiles, Sections) {
@@ -252,6 +256,8 @@ TEST(MpsFiles, AreRefusedWhereTheyAreInDoubt) {
   const Row files[] = {
       {"ROWS\n N o\n E a\nCOLUMNS\n x a 1 a 2\nENDATA", "5:8"},
       {"ROWS\n N o\n E a\nCOLUMNS\n x a 1\n y a 1\n x o 1\nENDATA", "7:2"},
+      {"ROWS\n N o\n E a\n E b\nCOLUMNS\n x b 1 a 2\n y b 1 a 2\n y b 3\nENDATA", "8:4"},
+      {"ROWS\n N o\n E r2\n E r3\n E r4\nCOLUMNS\n x r3 1 r2 0\n x r4 1 r2 1\nENDATA", "8:9"},
       {"ROWS\n N o\n E a\n L a\nENDATA", "4:4"},
       {"ROWS\n N o\nCOLUMNS\n x q 1\nENDATA", "4:4"},
       {"ROWS\n N o\nCOLUMNS\n x o 1\n x o 2\n", "5:4"},

@@ -1,9 +1,13 @@
-// Tables of names find what a map finds, also where numbered names, which are not hashed, mix with others.
+// Tables of names find what a map finds, also where numbered names, which are not hashed, mix with others. Numbers are
+// those that the standard library reads.
 
 #include "modelfile/names.h"
+#include "modelfile/number_text.h"
 
 #include <gtest/gtest.h>
 
+#include <charconv>
+#include <cmath>
 #include <random>
 #include <string>
 #include <unordered_map>
@@ -43,5 +47,26 @@ TEST(Names, AreFoundAsByAMap) {
       EXPECT_EQ(inserted.find(name), place(known)) << seed << ' ' << name;
       EXPECT_EQ(appended.find(name), place(first)) << seed << ' ' << name;
     }
+  }
+}
+
+TEST(Numbers, AreThoseOfTheStandardLibrary) {
+  std::mt19937 random(1);
+  const auto draw = [&](std::string_view bytes) { return bytes[random() % bytes.size()]; };
+  for (int i = 0; i < 300'000; ++i) {
+    std::string text;
+    for (unsigned size = 1 + random() % 12; size > 0; --size) text += draw(random() % 4 ? "0123456789." : "09.e-+ dx");
+    const std::size_t size = text.size();
+    text += draw(" \n\t") + std::string(64, draw("1. x"));
+    double wanted = 0.0;
+    const bool isSigned = text[0] == '-' || text[0] == '+';
+    const auto [end, fault] = std::from_chars(text.data(), text.data() + text.size(), wanted);
+    const TavScannedNumber read = TavScanNumber(text.data());
+    const bool isNumber = fault == std::errc() && !isSigned;
+    ASSERT_EQ(read.fault == TavNumberFault::None, isNumber) << text;
+    ASSERT_EQ(read.end == end && read.value == wanted, isNumber) << text;
+    double value = 0.0;
+    if (size > 8 || !TavShortNumber(TavWordAt(text.data()), static_cast<int>(size), value)) continue;
+    ASSERT_TRUE(end == text.data() + size && value == wanted && std::signbit(value) == std::signbit(wanted)) << text;
   }
 }

@@ -41,7 +41,8 @@ class Maker {
     objective.name = "goal";
     objective.maximise = pick(2) == 1;
     objective.constant = pick(2) * 1.5;
-    objective.linear = terms();
+    const std::vector<TavFileTerm> linear = terms();
+    objective.linear.assign(linear.begin(), linear.end());
     objective.expr = pick(3) ? expression() : TavFileExpr{};
     if (pick(3) == 0) objective.products.push_back({0, 1, 0.5});
     _model.objectives.push_back(objective);

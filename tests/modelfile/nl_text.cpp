@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <ios>
 #include <map>
+#include <span>
 #include <sstream>
 
 namespace {
@@ -74,7 +75,7 @@ class NlText {
     addExpression(expr);
   }
 
-  void addTerms(const std::vector<TavFileTerm>& terms) {
+  void addTerms(std::span<const TavFileTerm> terms) {
     std::map<std::size_t, double> values;
     for (const TavFileTerm& term : terms) values[_variables.of(term.variable)] = term.value;
     for (const auto& [mark, value] : values) {

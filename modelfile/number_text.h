@@ -92,7 +92,7 @@ inline std::uint64_t TavWordAt(const char* at) noexcept {
   word >>= 8 * static_cast<int>(negative);
   size -= static_cast<int>(negative);
   if (size <= 0) return false;
-  word = (word ^ 0x3030303030303030) << (64 - 8 * size);  // zeros in front
+  word = (word ^ 0x3030303030303030) << (64 - 8 * size);   // zeros in front
   const std::uint64_t others = word ^ 0x1e1e1e1e1e1e1e1e;  // a point becomes 0
   const std::uint64_t points = (others - 0x0101010101010101) & ~others & 0x8080808080808080;
   const std::uint64_t point = points & -points;

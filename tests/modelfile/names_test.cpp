@@ -53,9 +53,9 @@ TEST(Names, AreFoundAsByAMap) {
 TEST(Numbers, AreThoseOfTheStandardLibrary) {
   std::mt19937 random(1);
   const auto draw = [&](std::string_view bytes) { return bytes[random() % bytes.size()]; };
-  for (int i = 0; i < 300'000; ++i) {
+  for (int i = 0; i < 100'000; ++i) {
     std::string text;
-    for (unsigned size = 1 + random() % 12; size > 0; --size) text += draw(random() % 4 ? "0123456789." : "09.e-+ dx");
+    for (auto size = 1 + random() % 12; size > 0; --size) text += draw(random() % 4 ? "0123456789." : "09.e-+ dx");
     const std::size_t size = text.size();
     text += draw(" \n\t") + std::string(64, draw("1. x"));
     double wanted = 0.0;
@@ -64,7 +64,7 @@ TEST(Numbers, AreThoseOfTheStandardLibrary) {
     const TavScannedNumber read = TavScanNumber(text.data());
     const bool isNumber = fault == std::errc() && !isSigned;
     ASSERT_EQ(read.fault == TavNumberFault::None, isNumber) << text;
-    ASSERT_EQ(read.end == end && read.value == wanted, isNumber) << text;
+    ASSERT_TRUE(!isNumber || (read.end == end && read.value == wanted)) << text;
     double value = 0.0;
     if (size > 8 || !TavShortNumber(TavWordAt(text.data()), static_cast<int>(size), value)) continue;
     ASSERT_TRUE(end == text.data() + size && value == wanted && std::signbit(value) == std::signbit(wanted)) << text;

@@ -149,14 +149,7 @@ ClassRow linear() {
 }
 
 ClassRow variable(TavTypeInfo token, const char* name) {
-  return {token,
-          name,
-          Kind::Column,
-          Op::Variable,
-          [](Reader&, const TavNumExprI*) {},
-          [](Reader& reader, const ClassRow&, const TavNumExprI* node) {
-            return reader.column(static_cast<const TavNumVarI*>(node));
-          }};
+  return {token, name, Kind::Column, Op::Variable, nullptr, nullptr};
 }
 
 template <class Node>

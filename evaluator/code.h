@@ -15,9 +15,13 @@ struct Code {
   /// What is kept of a row.
   struct RowFacts {
     double constant;
-    std::size_t firstTerm, termEnd;  ///< In `terms`.
-    const char* withoutDerivative;
-    TavEvaluator::Kind kind;
+    const char* withoutDerivative;  ///< The name of a class, or null.
+    std::uint32_t firstTerm;        ///< In `terms`.
+    std::uint32_t termCount : 30;
+    std::uint32_t kindNumber : 2;
+
+    std::size_t termEnd() const noexcept { return std::size_t{firstTerm} + termCount; }
+    TavEvaluator::Kind kind() const noexcept { return static_cast<TavEvaluator::Kind>(kindNumber); }
   };
 
   std::vector<RowFacts> rows;  ///< The constraints, then the objective.
@@ -48,8 +52,8 @@ struct Code {
 Code compile(const std::vector<TavNumExprI*>& constraints, TavNumExprI* objective, Columns& columns,
              const TavEvaluator::Options& options, Watch& watch);
 
-/// How a row depends on the columns.
-TavEvaluator::Kind kindOf(const Row& row) noexcept;
+/// What is kept of a row whose terms begin at `firstTerm`.
+Code::RowFacts factsOf(const Row& row, std::size_t firstTerm) noexcept;
 /// A row that is added up, without its summands.
 LooseRow looseRowOf(const Row& row, std::size_t firstTerm, std::uint32_t number) noexcept;
 

@@ -9,9 +9,14 @@
 
 namespace taveval {
 
-TavEvaluator::Kind kindOf(const Row& row) noexcept {
-  if (row.withoutDerivative || row.degree > 2) return TavEvaluator::Kind::NonLinear;
-  return row.firstSummand == row.summandEnd ? TavEvaluator::Kind::Linear : TavEvaluator::Kind::Quadratic;
+Code::RowFacts factsOf(const Row& row, std::size_t firstTerm) noexcept {
+  constexpr std::uint32_t kMostTerms = (1U << 30) - 1;
+  using Kind = TavEvaluator::Kind;
+  const Kind kind = row.withoutDerivative || row.degree > 2 ? Kind::NonLinear
+                    : row.firstSummand == row.summandEnd    ? Kind::Linear
+                                                            : Kind::Quadratic;
+  return {row.constant, row.withoutDerivative, static_cast<std::uint32_t>(firstTerm),
+          static_cast<std::uint32_t>(row.termEnd - row.firstTerm) & kMostTerms, static_cast<std::uint32_t>(kind) & 3};
 }
 
 LooseRow looseRowOf(const Row& row, std::size_t firstTerm, std::uint32_t number) noexcept {
@@ -36,6 +41,8 @@ class Compilation {
     layOutJacobian();
     layOutHessian();
     _code.tables = std::move(_rows.tables);
+    watch.byObject.shrink();
+    watch.byRow.shrink();
     _code.tape.shrink();
     _code.shapes.shrink_to_fit();
     return std::move(_code);
@@ -45,15 +52,17 @@ class Compilation {
   void readRows(const std::vector<TavNumExprI*>& constraints, TavNumExprI* objective, Watch& watch) {
     Reader reader(_rows, _columns, watch);
     const auto count = static_cast<std::uint32_t>(constraints.size());
+    reader.expectRows(std::size_t{count} + 1);
     reader.readRow(objective, count);  // first, for the order of the columns
     for (std::uint32_t r = 0; r < count; ++r) reader.readRow(constraints[r], r);
     std::rotate(_rows.rows.begin(), _rows.rows.begin() + 1, _rows.rows.end());
   }
 
   void keepRowFacts() {
+    _code.rows.reserve(_rows.rows.size());
     for (std::uint32_t r = 0; r < _rows.rows.size(); ++r) {
       const Row& row = _rows.rows[r];
-      _code.rows.push_back({row.constant, row.firstTerm, row.termEnd, row.withoutDerivative, kindOf(row)});
+      _code.rows.push_back(factsOf(row, row.firstTerm));
       if (row.byObjects || _options.mode == TavEvaluator::Mode::Exact) _code.byObjects.push_back(r);
       const bool isObjective = r + 1 == _rows.rows.size();
       if (row.withoutDerivative) (isObjective ? _code.withoutGradient : _code.withoutJacobian) = row.withoutDerivative;
@@ -63,7 +72,7 @@ class Compilation {
     std::vector<double>& start = _code.gradientStart.values;
     start.assign(_columns.size(), 0.0);
     const Code::RowFacts& objective = _code.rows.back();
-    for (std::size_t t = objective.firstTerm; t < objective.termEnd; ++t) {
+    for (std::size_t t = objective.firstTerm; t < objective.termEnd(); ++t) {
       start[static_cast<std::size_t>(_code.terms[t].column)] = _code.terms[t].coefficient;
     }
   }
@@ -92,8 +101,9 @@ class Compilation {
   }
 
   /// Where the shapes put each summand; kNone for those that are part of a whole output.
-  std::vector<std::uint32_t> placeSummands() {
-    std::vector<std::uint32_t> placeOf(_rows.summands.size(), kNone);
+  TavLargeArray<std::uint32_t> placeSummands() {
+    TavLargeArray<std::uint32_t> placeOf;
+    placeOf.assign(_rows.summands.size(), kNone);
     for (std::size_t s = 0; s < _code.shapes.size(); ++s) {
       const ShapeDraft& draft = _shapeDrafts[s];
       Shape& shape = _code.shapes[s];
@@ -116,7 +126,7 @@ class Compilation {
   }
 
   void keepLooseRows() {
-    const std::vector<std::uint32_t> placeOf = placeSummands();
+    const TavLargeArray<std::uint32_t> placeOf = placeSummands();
     for (std::uint32_t r = 0; r < _rows.rows.size(); ++r) {
       const Row& row = _rows.rows[r];
       if (_drafts.isWhole[r]) continue;
@@ -151,38 +161,43 @@ class Compilation {
 
   void layOutJacobian() {
     if (_options.derivatives < 1) return;
-    OtherEntries others;
-    std::vector<FixedEntry> alone;
-    for (std::size_t r = 0; r + 1 < _code.rows.size(); ++r) {
-      const Code::RowFacts& row = _code.rows[r];
-      auto& entries = row.kind == TavEvaluator::Kind::Linear ? alone : others.fixed;
-      for (std::size_t t = row.firstTerm; t < row.termEnd; ++t) {
-        entries.push_back({{static_cast<std::int32_t>(r), _code.terms[t].column}, _code.terms[t].coefficient});
+    Entries entries{{}, {}, {}, 0, _code.rows.size(), _columns.size()};
+    for (const bool isLinear : {false, true}) {  // the linear rows' terms share their positions with nothing
+      for (std::size_t r = 0; r + 1 < _code.rows.size(); ++r) {
+        const Code::RowFacts& row = _code.rows[r];
+        if ((row.kind() == TavEvaluator::Kind::Linear) != isLinear) continue;
+        for (std::size_t t = row.firstTerm; t < row.termEnd(); ++t) {
+          entries.fixed.push_back({{static_cast<std::int32_t>(r), _code.terms[t].column}, _code.terms[t].coefficient});
+        }
+      }
+      if (!isLinear) entries.sharedCount = entries.fixed.size();
+    }
+    for (std::size_t s = 0; s < _code.shapes.size(); ++s) {
+      const std::vector<Derivative>& derivatives = _plans[s].jacobian;
+      addShape(entries, s, derivatives.size(), _code.shapes[s].jacobian);
+      const ShapeDraft& draft = _shapeDrafts[s];
+      for (std::uint32_t e = 0; e < draft.count; ++e) {
+        for (const Derivative& d : derivatives) {
+          entries.positions.push_back({static_cast<std::int32_t>(draft.rows(e)[d.row]),
+                                       static_cast<std::int32_t>(draft.variables(e)[d.column])});
+        }
       }
     }
-    others.sharedCount = others.fixed.size();
-    others.fixed.insert(others.fixed.end(), alone.begin(), alone.end());
-    std::vector<ShapeEntries> entries;
-    for (std::size_t s = 0; s < _code.shapes.size(); ++s) {
-      const auto& derivatives = _plans[s].jacobian;
-      entries.push_back({&_code.shapes[s], static_cast<std::uint32_t>(derivatives.size()),
-                         [&draft = _shapeDrafts[s], &derivatives](std::uint32_t e, std::uint32_t k) {
-                           const Derivative& d = derivatives[k];
-                           return TavEvaluator::Position{static_cast<std::int32_t>(draft.rows(e)[d.row]),
-                                                         static_cast<std::int32_t>(draft.variables(e)[d.column])};
-                         },
-                         &_code.shapes[s].jacobian});
-    }
     Tape& tape = _code.tape;
+    const std::size_t firstSingle = entries.positions.size();
     for (TapeShape& shape : tape.shapes) {
-      shape.jacobian = static_cast<std::uint32_t>(others.singles.size());
-      for (std::uint32_t e = 0; e < shape.count; ++e) tape.appendJacobian(shape, e, others.singles);
+      shape.jacobian = static_cast<std::uint32_t>(entries.positions.size() - firstSingle);
+      for (std::uint32_t e = 0; e < shape.count; ++e) tape.appendJacobian(shape, e, entries.positions);
     }
     OtherPlaces places;
-    _code.jacobian = layOut(entries, others, places);
+    _code.jacobian = layOut(entries, places);
     tape.jacobian = std::move(places.singles);
-    keepTermPlaces(places.fixed, others.sharedCount);
+    keepTermPlaces(places.fixed, entries.sharedCount);
     layOutGradient(_code.shapes, _code.gradientStart);
+  }
+
+  void addShape(Entries& entries, std::size_t s, std::size_t width, Indices& indices) {
+    entries.shapes.push_back({&_code.shapes[s], static_cast<std::uint32_t>(width), &indices});
   }
 
   void keepTermPlaces(const std::vector<std::uint32_t>& places, std::size_t nextAlone) {
@@ -190,31 +205,33 @@ class Compilation {
     std::size_t nextShared = 0;
     for (std::size_t r = 0; r + 1 < _code.rows.size(); ++r) {
       const Code::RowFacts& row = _code.rows[r];
-      std::size_t& next = row.kind == TavEvaluator::Kind::Linear ? nextAlone : nextShared;
-      for (std::size_t t = row.firstTerm; t < row.termEnd; ++t) _code.termPlaces[t] = places[next++];
+      std::size_t& next = row.kind() == TavEvaluator::Kind::Linear ? nextAlone : nextShared;
+      for (std::size_t t = row.firstTerm; t < row.termEnd(); ++t) _code.termPlaces[t] = places[next++];
     }
   }
 
   void layOutHessian() {
     if (_options.derivatives < 2) return;
-    std::vector<ShapeEntries> entries;
+    Entries entries{{}, {}, {}, 0, _columns.size(), _columns.size()};
     for (std::size_t s = 0; s < _code.shapes.size(); ++s) {
-      const auto& derivatives = _plans[s].hessian;
-      entries.push_back({&_code.shapes[s], static_cast<std::uint32_t>(derivatives.size()),
-                         [&draft = _shapeDrafts[s], &derivatives](std::uint32_t e, std::uint32_t k) {
-                           const auto* variables = draft.variables(e);
-                           return lowerTriangle(variables[derivatives[k].row], variables[derivatives[k].column]);
-                         },
-                         &_code.shapes[s].hessian});
+      const std::vector<Derivative>& derivatives = _plans[s].hessian;
+      addShape(entries, s, derivatives.size(), _code.shapes[s].hessian);
+      const ShapeDraft& draft = _shapeDrafts[s];
+      for (std::uint32_t e = 0; e < draft.count; ++e) {
+        const std::uint32_t* variables = draft.variables(e);
+        for (const Derivative& d : derivatives) {
+          entries.positions.push_back(lowerTriangle(variables[d.row], variables[d.column]));
+        }
+      }
     }
     Tape& tape = _code.tape;
-    OtherEntries others;
+    const std::size_t firstSingle = entries.positions.size();
     for (TapeShape& shape : tape.shapes) {
-      shape.hessian = static_cast<std::uint32_t>(others.singles.size());
-      for (std::uint32_t e = 0; e < shape.count; ++e) tape.appendHessian(shape, e, others.singles);
+      shape.hessian = static_cast<std::uint32_t>(entries.positions.size() - firstSingle);
+      for (std::uint32_t e = 0; e < shape.count; ++e) tape.appendHessian(shape, e, entries.positions);
     }
     OtherPlaces places;
-    _code.hessian = layOut(entries, others, places);
+    _code.hessian = layOut(entries, places);
     tape.hessian = std::move(places.singles);
   }
 

@@ -15,7 +15,9 @@ double Follower::getValue(const TavNumVarI*) const {
 }
 
 bool Follower::hasExtracted(const TavExtractableI* object) const {
-  return _compiled._watch.byObject.has(static_cast<std::size_t>(object->getId()));
+  if (_compiled._watch.byObject.has(static_cast<std::size_t>(object->getId()))) return true;
+  return object->isType(TavNumVarI::GetTypeInfo()) &&
+         _compiled._columns.find(static_cast<const TavNumVarI*>(object)) != kNone;
 }
 
 void Follower::change(const TavChange& change) {

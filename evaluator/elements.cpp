@@ -75,7 +75,7 @@ bool Elements::joinSummands(std::uint32_t number) {
     for (std::uint32_t i = 0; i < local.variableCount; ++i) _sets.push_back(_sets[local.firstVariable + i]);
   }
   std::sort(_sets.begin() + first, _sets.end());
-  _sets.erase(std::unique(_sets.begin() + first, _sets.end()), _sets.end());
+  _sets.resize(static_cast<std::size_t>(std::unique(_sets.begin() + first, _sets.end()) - _sets.begin()));
   const std::size_t count = _sets.size() - first;
   if (count > kMostJoined) {
     _sets.resize(first);
@@ -98,8 +98,10 @@ void Elements::mergeLocals(std::uint32_t number) {
   }
   if (joinSummands(number)) return;
   // Large sets first, so that smaller ones find them.
-  std::stable_sort(_locals.begin(), _locals.end(),
-                   [](const Local& x, const Local& y) { return x.variableCount > y.variableCount; });
+  const auto isLarger = [](const Local& x, const Local& y) { return x.variableCount > y.variableCount; };
+  if (!std::is_sorted(_locals.begin(), _locals.end(), isLarger)) {
+    std::stable_sort(_locals.begin(), _locals.end(), isLarger);
+  }
   _sharing.clear();
   for (const Local& local : _locals) {
     const std::uint32_t home = homeOf(local);
@@ -329,7 +331,7 @@ void Elements::writeOutput(const Output& output) {
   _drafts.rows.push_back(output.row);
   auto& values = output.uses & kOfObjective ? _objectiveValues : _values;
   if (output.uses & kSum) values.push_back(_summands[0]);
-  if (output.uses & kEach) values.insert(values.end(), _summands.begin(), _summands.end());
+  if (output.uses & kEach) std::copy(_summands.begin(), _summands.end(), values.append(_summands.size()));
 }
 
 void Elements::addToShape(const Element& element) {
@@ -342,7 +344,7 @@ void Elements::addToShape(const Element& element) {
                         _drafts.parameters.size()};
   for (std::uint32_t o = element.firstOutput; o != kNone; o = _outputs[o].next) writeOutput(_outputs[o]);
   for (const auto* values : {&_objectiveValues, &_values}) {
-    _drafts.values.insert(_drafts.values.end(), values->begin(), values->end());
+    std::copy(values->begin(), values->end(), _drafts.values.append(values->size()));
   }
   draft.shape = shapeOfKey(draft, firstByte);
   ++_drafts.shapes[draft.shape].count;
@@ -366,7 +368,12 @@ void Elements::sortByShape() {
 Drafts Elements::collect(const Filter& wanted) {
   if (wanted) _wanted = &wanted;
   _drafts.isWhole.resize(_rows.rows.size());
+  _links.reserve(_rows.summands.size());
+  _outputs.reserve(_rows.summands.size());
+  _elements.reserve(_rows.summands.size());
   for (std::uint32_t row = 0; row < _rows.rows.size(); ++row) splitRow(row);
+  _drafts.elements.reserve(_elements.size());
+  _drafts.rows.reserve(_outputs.size());
   for (const Element& element : _elements) addToShape(element);
   sortByShape();
   return std::move(_drafts);

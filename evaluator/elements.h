@@ -9,6 +9,7 @@
 #include "evaluator/key.h"
 #include "evaluator/pages.h"
 #include "evaluator/rows.h"
+#include "host/large_array.h"
 
 namespace taveval {
 
@@ -30,14 +31,14 @@ struct Drafts {
     std::uint32_t variables, rows, values;
     std::size_t parameters;
   };
-  std::vector<Shape> shapes;
-  std::vector<Element> elements;
-  std::vector<std::uint32_t> order;  ///< Elements by shape.
-  std::vector<std::uint8_t> keys;
-  std::vector<std::uint32_t> variables;  ///< Columns.
-  std::vector<std::uint32_t> rows;       ///< Rows of the outputs; the objective is the row behind the last.
-  std::vector<std::uint32_t> values;     ///< Numbers of the summands whose values an element gives.
-  std::vector<double> parameters;
+  TavLargeArray<Shape> shapes;
+  TavLargeArray<Element> elements;
+  TavLargeArray<std::uint32_t> order;  ///< Elements by shape.
+  TavLargeArray<std::uint8_t> keys;
+  TavLargeArray<std::uint32_t> variables;  ///< Columns.
+  TavLargeArray<std::uint32_t> rows;       ///< Rows of the outputs; the objective is the row behind the last.
+  TavLargeArray<std::uint32_t> values;     ///< Numbers of the summands whose values an element gives.
+  TavLargeArray<double> parameters;
   std::vector<bool> isWhole;  ///< By row: it is an output of an element.
 };
 
@@ -132,20 +133,20 @@ class Elements {
   struct Written {
     std::uint32_t stamp, number;
   };
-  std::vector<Written> _written;  // by record: the number in the key, valid where the stamp is that of the element
+  TavLargeArray<Written> _written;  // by record: the number in the key, valid where the stamp is that of the element
   std::vector<std::uint32_t> _stack;
-  std::vector<std::uint32_t> _sets;
-  std::vector<Local> _locals, _merged;
-  std::vector<Link> _links;
-  std::vector<Output> _outputs;
-  std::vector<Element> _elements;
+  TavLargeArray<std::uint32_t> _sets;
+  TavLargeArray<Local> _locals, _merged;
+  TavLargeArray<Link> _links;
+  TavLargeArray<Output> _outputs;
+  TavLargeArray<Element> _elements;
   std::vector<std::uint32_t> _elementOfHash;  // heads of chains
   Pages<std::uint32_t, kNone> _lastLocal;     // by column, of this row: heads of chains in _sharing
-  std::vector<Link> _sharing;                 // numbers in _merged, in the place of summands
+  TavLargeArray<Link> _sharing;               // numbers in _merged, in the place of summands
 
   // Of the element that is being written to a key.
   Pages<Written, Written{0, 0}> _writtenColumn;  // by column
-  std::vector<std::uint32_t> _summands, _values, _objectiveValues;
+  TavLargeArray<std::uint32_t> _summands, _values, _objectiveValues;
   std::uint32_t _nodeCount = 0;
   Drafts _drafts;
   KeyWriter _key{_drafts.keys};             // of the element; it is dropped again if a shape has it

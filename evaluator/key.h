@@ -6,14 +6,15 @@
 /// operation, and the node of a term follows its mark, as distances from the number of the next node. Numbers are bytes
 /// of seven bits, the lowest first; all but the last have the highest bit set. Constants are eight bytes.
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstdint>
 #include <cstring>
 #include <span>
-#include <vector>
 
 #include "evaluator/operations.h"
+#include "host/large_array.h"
 
 namespace taveval {
 
@@ -55,7 +56,7 @@ enum OutputUse : std::uint32_t {
 /// Appends items to a key.
 class KeyWriter {
  public:
-  explicit KeyWriter(std::vector<std::uint8_t>& to) : _to(to) {}
+  explicit KeyWriter(TavLargeArray<std::uint8_t>& to) : _to(to) {}
   void op(Op op) { _to.push_back(static_cast<std::uint8_t>(op)); }
   void mark(KeyMark mark) { _to.push_back(static_cast<std::uint8_t>(mark)); }
   void number(std::uint32_t number) {
@@ -64,11 +65,11 @@ class KeyWriter {
   }
   void constant(double value) {
     const auto bytes = std::bit_cast<std::array<std::uint8_t, sizeof value>>(value);
-    _to.insert(_to.end(), bytes.begin(), bytes.end());
+    std::copy(bytes.begin(), bytes.end(), _to.append(bytes.size()));
   }
 
  private:
-  std::vector<std::uint8_t>& _to;
+  TavLargeArray<std::uint8_t>& _to;
 };
 
 /// Calls the receiver for each item of a key: node(op, value of a constant, operands), mark(mark, node) and

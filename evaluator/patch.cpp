@@ -282,14 +282,11 @@ void Patch::makeRows() {
     fresh.isByObjects = row.byObjects || _options.mode == TavEvaluator::Mode::Exact;
     fresh.isWhole = _drafts.isWhole[i];
     fresh.keepsTerms = std::equal(at(_rows.terms, row.firstTerm), at(_rows.terms, row.termEnd),
-                                  at(_code.terms, old.firstTerm), at(_code.terms, old.termEnd), sameColumn);
+                                  at(_code.terms, old.firstTerm), at(_code.terms, old.termEnd()), sameColumn);
     fresh.source = {row.firstTerm, terms};
-    fresh.facts = {row.constant, old.firstTerm, old.firstTerm + terms, row.withoutDerivative, kindOf(row)};
-    if (terms > old.termEnd - old.firstTerm) {  // the old place is too small
-      fresh.facts.firstTerm = _code.terms.size() + _newTerms;
-      fresh.facts.termEnd = fresh.facts.firstTerm + terms;
-      _newTerms += terms;
-    }
+    const bool isTooLong = terms > old.termCount;  // for the old place
+    fresh.facts = factsOf(row, isTooLong ? _code.terms.size() + _newTerms : old.firstTerm);
+    if (isTooLong) _newTerms += terms;
     fresh.loose = looseRowOf(row, fresh.facts.firstTerm, number);
     if (fresh.isWhole) continue;
     const auto known = _isModified[i] ? std::vector<std::uint32_t>() : _code.sums.summandsOf(number);
@@ -324,7 +321,7 @@ void Patch::patchStructures() {
     if (!old.isKept) _jacobian.remove(old.ref);
     if (!old.isKept && _options.derivatives > 1) _hessian.remove(old.ref);
   }
-  std::vector<TavEvaluator::Position> positions;
+  TavLargeArray<TavEvaluator::Position> positions;
   for (TapeShape& shape : _fresh.shapes) {
     shape.jacobian = static_cast<std::uint32_t>(_fresh.jacobian.size());
     positions.clear();
@@ -341,7 +338,7 @@ void Patch::patchStructures() {
       return TavEvaluator::Position{static_cast<std::int32_t>(row.number), term.column};
     };
     const Code::RowFacts& old = _code.rows[row.number];
-    for (std::size_t t = old.firstTerm; t < old.termEnd; ++t) {
+    for (std::size_t t = old.firstTerm; t < old.termEnd(); ++t) {
       _jacobian.fix(position(_code.terms[t]), false, 0.0, _code.termPlaces[t]);
     }
     for (std::size_t t = 0; t < row.source.count; ++t) {

@@ -89,13 +89,13 @@ void Patch::commitTerms(const NewRow& row, std::size_t& nextNumber) noexcept {
   if (isObjective) _code.adding = kNone;
   const Code::RowFacts& old = _code.rows[row.number];
   if (isObjective) {
-    for (std::size_t t = old.firstTerm; t < old.termEnd; ++t) gradientStart(_code.terms[t]) = 0.0;
+    for (std::size_t t = old.firstTerm; t < old.termEnd(); ++t) gradientStart(_code.terms[t]) = 0.0;
   } else if (_isOtherStructure) {
-    for (std::size_t t = old.firstTerm; t < old.termEnd; ++t) _code.termPlaces[t] = kNone;
+    for (std::size_t t = old.firstTerm; t < old.termEnd(); ++t) _code.termPlaces[t] = kNone;
   }
-  if (row.facts.termEnd > _code.terms.size()) {
-    _code.terms.resize(row.facts.termEnd);
-    _code.termPlaces.resize(row.facts.termEnd, kNone);
+  if (row.facts.termEnd() > _code.terms.size()) {
+    _code.terms.resize(row.facts.termEnd());
+    _code.termPlaces.resize(row.facts.termEnd(), kNone);
   }
   for (std::size_t k = 0; k < row.source.count; ++k) {
     const TavEvaluator::LinearTerm& term = _rows.terms[row.source.first + k];

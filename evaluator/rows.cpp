@@ -102,10 +102,7 @@ std::uint32_t Reader::putNumber(Op op, double value) {
 }
 
 std::uint32_t Reader::column(const TavNumVarI* variable) {
-  if (!isRead(variable)) {
-    setRecord(variable, put(Op::Variable, _columns.require(const_cast<TavNumVarI*>(variable))));
-    _watch.byObject.note(idOf(variable));
-  }
+  if (!isRead(variable)) setRecord(variable, put(Op::Variable, _columns.require(const_cast<TavNumVarI*>(variable))));
   const std::uint32_t record = of(variable);
   meetColumn(_rows.records[record].a);
   return record;
@@ -159,6 +156,11 @@ std::uint32_t Reader::read(const TavNumExprI* root) {
       _frames.pop_back();
     } else {
       const ClassRow& row = rowFor(frame.node);
+      if (row.kind == ClassRow::Kind::Column) {
+        column(static_cast<const TavNumVarI*>(frame.node));
+        _frames.pop_back();
+        continue;
+      }
       if (row.kind == ClassRow::Kind::ByObject) {
         const std::uint32_t record = putNumber(Op::Parameter, 0.0);
         _rows.records[record].flags = Record::kByObjects | Record::kNoDerivative;
@@ -192,7 +194,6 @@ void Reader::addTerm(TavNumVarI* variable, double coefficient) {
     _isInOrder = false;
     return;
   }
-  _watch.byObject.note(idOf(variable));
   at = terms.size();
   terms.push_back({static_cast<std::int32_t>(column), coefficient});
 }
@@ -229,11 +230,9 @@ void Reader::splitSum(const Linear* sum, const Pending& pending) {
   _isInOrder = _isInOrder && !pending.isNested;
   const double k = pending.coefficient;
   _rows.rows.back().constant += k * static_cast<double>(sum->getConstant());
-  const std::size_t first = _pending.size();
-  for (const TavPart* part = sum->getFirstPart(); part; part = part->next) {
-    _pending.push_back({part->expr, k, pending.isScaled, true});
+  if (const TavPart* part = sum->getFirstPart()) {
+    _pending.push_back({part->expr, k, pending.isScaled, true, part->next});
   }
-  std::reverse(_pending.begin() + static_cast<std::ptrdiff_t>(first), _pending.end());
   for (const TavNumLinExprTermI* cell = sum->getFirstTerm(); cell; cell = cell->next)
     addTerm(cell->var, k * cell->coef);
 }
@@ -244,15 +243,23 @@ void Reader::splitScaled(const Pending& pending, const ClassRow& row) {
   if (row.token == TavNumTimesCstI::GetTypeInfo()) {
     const auto* node = static_cast<const TavNumTimesCstI*>(pending.node);
     const bool isSign = node->getConstant() == -1.0;  // what a difference of expressions becomes
-    _pending.push_back({node->getOperand(), k * node->getConstant(), pending.isScaled || !isSign, true});
+    _pending.push_back({node->getOperand(), k * node->getConstant(), pending.isScaled || !isSign, true, nullptr});
   } else if (row.token == TavIntTimesCstI::GetTypeInfo()) {
     const auto* node = static_cast<const TavIntTimesCstI*>(static_cast<TavNumExprI*>(pending.node));
-    _pending.push_back({node->getOperand(), k * static_cast<double>(node->getConstant()), true, true});
+    _pending.push_back({node->getOperand(), k * static_cast<double>(node->getConstant()), true, true, nullptr});
   } else {
     const auto* node = static_cast<const TavNumDivCstI*>(pending.node);
     _isInOrder = false;  // a quotient is rounded otherwise
-    _pending.push_back({node->getOperand(), k / node->getConstant(), true, true});
+    _pending.push_back({node->getOperand(), k / node->getConstant(), true, true, nullptr});
   }
+}
+
+void Reader::expectRows(std::size_t count) {
+  // Room that is not used takes no memory.
+  constexpr std::size_t kRecords = 16;
+  _rows.rows.reserve(count);
+  _rows.records.reserve(kRecords * count);
+  _rows.summands.reserve(count);
 }
 
 void Reader::readRow(TavNumExprI* root, std::uint32_t number) {
@@ -261,10 +268,13 @@ void Reader::readRow(TavNumExprI* root, std::uint32_t number) {
   fresh.firstTerm = _rows.terms.size();
   fresh.firstSummand = _rows.summands.size();
   _isInOrder = true;
-  if (root) _pending.push_back({root, 1.0, false, false});
+  if (root) _pending.push_back({root, 1.0, false, false, nullptr});
   while (!_pending.empty()) {
     const Pending pending = _pending.back();
     _pending.pop_back();
+    if (const TavPart* next = pending.rest) {
+      _pending.push_back({next->expr, pending.coefficient, pending.isScaled, true, next->next});
+    }
     const ClassRow& row = rowFor(pending.node);
     if (row.kind == ClassRow::Kind::Column) {
       _isInOrder = _isInOrder && !pending.isNested;

@@ -12,6 +12,8 @@
 #include "evaluator/tavevaluator.h"
 #include "evaluator/watch.h"
 #include "expression/nodes.h"
+#include "host/large_array.h"
+#include "host/prefetch.h"
 
 namespace taveval {
 
@@ -65,11 +67,11 @@ struct Row {
 
 /// All that was read.
 struct Rows {
-  std::vector<Record> records;
+  TavLargeArray<Record> records;
   std::vector<TavEvaluator::LinearTerm> terms;
-  std::vector<Summand> summands;
-  std::vector<std::uint32_t> columns;  ///< Of the summands.
-  std::vector<Row> rows;
+  TavLargeArray<Summand> summands;
+  TavLargeArray<std::uint32_t> columns;  ///< Of the summands.
+  TavLargeArray<Row> rows;
   Tables tables;
 };
 
@@ -136,8 +138,10 @@ struct Known {
 /// Reads expressions into rows, without recursion.
 class Reader {
  public:
-  /// `watch` receives linear nodes and variables.
+  /// `watch` receives linear nodes.
   Reader(Rows& rows, Columns& columns, Watch& watch) : _rows(rows), _columns(columns), _watch(watch) {}
+  /// Makes room for so many rows, where they are small.
+  void expectRows(std::size_t count);
   /// Appends a row for the expression; null is 0. `number` is that of the row in the whole program.
   void readRow(TavNumExprI* root, std::uint32_t number);
 
@@ -145,7 +149,9 @@ class Reader {
 
   /// Asks for an operand to be read; the last call's operand is read last.
   void ask(const TavNumExprI* operand) {
-    if (operand) _asked.push_back(operand);
+    if (!operand) return;
+    TavPrefetch(operand);
+    _asked.push_back(operand);
   }
   /// The record of an operand that has been read; null throws when it is evaluated.
   std::uint32_t of(const TavNumExprI* operand) { return operand ? _known.get(idOf(operand)).record : throwing(); }
@@ -171,7 +177,8 @@ class Reader {
     TavNumExprI* node;
     double coefficient;
     bool isScaled;
-    bool isNested;  // in the root itself: no
+    bool isNested;        // in the root itself: no
+    const TavPart* rest;  // parts that follow in the same sum, or null
   };
 
   static std::size_t idOf(const TavNumExprI* node) { return static_cast<std::size_t>(node->getId()); }

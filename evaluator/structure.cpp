@@ -8,59 +8,27 @@ namespace {
 
 using Position = TavEvaluator::Position;
 
-/// A hash table of positions: how often each was met, and its place in the order.
-class Places {
- public:
-  explicit Places(std::size_t count) {
-    std::size_t size = 64;
-    while (size < 2 * count) size *= 2;
-    _slots.resize(size);
-  }
-  /// The slot of a position, which is entered if it is new.
-  std::uint32_t meet(Position position) {
-    const std::uint64_t key =
-        (std::uint64_t{static_cast<std::uint32_t>(position.row)} << 32 | static_cast<std::uint32_t>(position.column)) +
-        1;
-    const std::size_t mask = _slots.size() - 1;
-    std::size_t at = (key * 0x9e3779b97f4a7c15ULL >> 24) & mask;
-    while (_slots[at].key != 0 && _slots[at].key != key) at = (at + 1) & mask;
-    _slots[at].key = key;
-    ++_slots[at].met;
-    return static_cast<std::uint32_t>(at);
-  }
-  bool isAlone(std::uint32_t slot) const noexcept { return _slots[slot].met == 1; }
-  std::uint32_t& place(std::uint32_t slot) noexcept { return _slots[slot].place; }
-
- private:
-  struct Slot {
-    std::uint64_t key = 0;
-    std::uint32_t met = 0;
-    std::uint32_t place = kNone;
-  };
-  std::vector<Slot> _slots;
-};
-
 class Layout {
  public:
-  Layout(const std::vector<ShapeEntries>& shapes, const OtherEntries& others, OtherPlaces& placesOfOthers)
-      : _shapes(shapes),
-        _others(others),
+  Layout(Entries& entries, OtherPlaces& placesOfOthers)
+      : _entries(entries),
         _placesOfOthers(placesOfOthers),
-        _places(countEntries(shapes) + others.singles.size() + others.sharedCount) {}
+        _positions(entries.positions),
+        _firstFixed(entries.positions.size()) {}
 
   Structure make() {
-    meetAll();
-    for (std::size_t s = 0; s < _shapes.size(); ++s) placeOwnRuns(s);
-    auto& placesOfSingles = _placesOfOthers.singles;
-    for (std::size_t i = 0; i < placesOfSingles.size(); ++i) {
-      if (_places.isAlone(placesOfSingles[i])) _places.place(placesOfSingles[i]) = newPlace(_others.singles[i]);
+    for (std::size_t i = 0; i < _entries.sharedCount; ++i) _positions.push_back(_entries.fixed[i].position);
+    findFirst();
+    const std::size_t firstSingle =
+        forEachShape([this](const ShapeEntries& shape, std::size_t first) { placeOwnRuns(shape, first); });
+    for (std::size_t k = firstSingle; k < _firstFixed; ++k) {
+      if (_place[k] == kAlone) _place[k] = newPlace(_positions[k]);
     }
     _structure.firstAdded = _structure.positions.size();
     placeSharedFixed();
-    for (std::size_t s = 0; s < _shapes.size(); ++s) fillIndices(s);
-    for (std::size_t i = 0; i < placesOfSingles.size(); ++i) {
-      placesOfSingles[i] = placeOrNew(placesOfSingles[i], _others.singles[i]);  // instead of the slot
-    }
+    forEachShape([this](const ShapeEntries& shape, std::size_t first) { fillIndices(shape, first); });
+    _placesOfOthers.singles.resize(_firstFixed - firstSingle);
+    for (std::size_t k = firstSingle; k < _firstFixed; ++k) _placesOfOthers.singles[k - firstSingle] = placeOrNew(k);
     placeConstants();
     _structure.positions.shrink_to_fit();
     _structure.start.values.shrink_to_fit();
@@ -69,38 +37,53 @@ class Layout {
   }
 
  private:
-  static std::size_t countEntries(const std::vector<ShapeEntries>& shapes) {
-    std::size_t count = 0;
-    for (const ShapeEntries& entries : shapes) count += std::size_t{entries.shape->count} * entries.width;
-    return count;
-  }
+  /// Places that are not known yet: of an entry whose position no other has, and of one whose position others have.
+  static constexpr std::uint32_t kAlone = kNone, kShared = kNone - 1;
+
   std::uint32_t newPlace(Position position) {
     _structure.positions.push_back(position);
     return static_cast<std::uint32_t>(_structure.positions.size() - 1);
   }
-  void meetAll() {
-    for (std::size_t i = 0; i < _others.sharedCount; ++i) {
-      _slotOfFixed.push_back(_places.meet(_others.fixed[i].position));
-    }
-    for (const ShapeEntries& entries : _shapes) {
-      auto& slots = _slotsOf.emplace_back();
-      slots.reserve(std::size_t{entries.shape->count} * entries.width);
-      for (std::uint32_t e = 0; e < entries.shape->count; ++e) {
-        for (std::uint32_t k = 0; k < entries.width; ++k) slots.push_back(_places.meet(entries.position(e, k)));
+
+  /// Finds for each entry the first one of the same position. Entries are taken row by row: a row needs to know no more
+  /// than the entry that met each column last.
+  void findFirst() {
+    const auto rowOf = [this](std::size_t k) { return static_cast<std::size_t>(_positions[k].row); };
+    std::vector<std::uint32_t> next(_entries.rows + 1, 0);
+    for (const Position position : _positions) ++next[static_cast<std::size_t>(position.row) + 1];
+    for (std::size_t r = 0; r < _entries.rows; ++r) next[r + 1] += next[r];
+    std::uint32_t* const byRow = _place.append(_positions.size());
+    for (std::size_t k = 0; k < _positions.size(); ++k) byRow[next[rowOf(k)]++] = static_cast<std::uint32_t>(k);
+    struct Met {
+      std::int32_t row;
+      std::uint32_t entry;
+    };
+    std::vector<Met> lastOf(_entries.columns, Met{-1, 0});
+    std::vector<bool> isShared(_positions.size());  // valid for first ones
+    _first.append(_positions.size());
+    for (std::size_t i = 0; i < _positions.size(); ++i) {
+      const std::uint32_t k = byRow[i];
+      Met& met = lastOf[static_cast<std::size_t>(_positions[k].column)];
+      if (met.row == _positions[k].row) {
+        isShared[met.entry] = true;
+      } else {
+        met = {_positions[k].row, k};
       }
+      _first[k] = met.entry;
     }
-    for (const Position position : _others.singles) _placesOfOthers.singles.push_back(_places.meet(position));
+    for (std::size_t k = 0; k < _positions.size(); ++k) _place[k] = isShared[_first[k]] ? kShared : kAlone;
   }
+
   void placeFixed(std::size_t i) {
-    _placesOfOthers.fixed[i] = newPlace(_others.fixed[i].position);
-    _structure.start.values.push_back(_others.fixed[i].value);
+    _placesOfOthers.fixed[i] = newPlace(_entries.fixed[i].position);
+    _structure.start.values.push_back(_entries.fixed[i].value);
   }
   void placeSharedFixed() {
-    _placesOfOthers.fixed.resize(_others.fixed.size());
-    for (std::size_t i = 0; i < _others.sharedCount; ++i) {
-      if (_places.isAlone(_slotOfFixed[i])) continue;
+    _placesOfOthers.fixed.resize(_entries.fixed.size());
+    for (std::size_t i = 0; i < _entries.sharedCount; ++i) {
+      if (_place[_firstFixed + i] == kAlone) continue;
       placeFixed(i);
-      _places.place(_slotOfFixed[i]) = _placesOfOthers.fixed[i];
+      _place[_first[_firstFixed + i]] = _placesOfOthers.fixed[i];
     }
   }
   /// Places the others, sorted by the first few values that are met.
@@ -108,9 +91,9 @@ class Layout {
     constexpr std::size_t kMostValues = 8;
     std::vector<double> values;
     std::vector<std::uint32_t> numbers[kMostValues + 1];
-    for (std::uint32_t i = 0; i < _others.fixed.size(); ++i) {
-      if (i < _others.sharedCount && !_places.isAlone(_slotOfFixed[i])) continue;
-      const double value = _others.fixed[i].value;
+    for (std::uint32_t i = 0; i < _entries.fixed.size(); ++i) {
+      if (i < _entries.sharedCount && _place[_firstFixed + i] != kAlone) continue;
+      const double value = _entries.fixed[i].value;
       const auto found = std::find(values.begin(), values.end(), value);
       const auto number = static_cast<std::size_t>(found - values.begin());
       if (found == values.end() && number < kMostValues) values.push_back(value);
@@ -120,14 +103,24 @@ class Layout {
       for (const std::uint32_t i : numbersOfValue) placeFixed(i);
     }
   }
-  /// The place of a slot's position, which starts from 0 if it is new.
-  std::uint32_t placeOrNew(std::uint32_t slot, Position position) {
-    std::uint32_t& place = _places.place(slot);
-    if (place == kNone) {
-      place = newPlace(position);
+  /// The place of an entry's position, which starts from 0 if it is new.
+  std::uint32_t placeOrNew(std::size_t k) {
+    std::uint32_t& place = _place[_first[k]];
+    if (place >= kShared) {
+      place = newPlace(_positions[k]);
       _structure.start.values.push_back(0.0);
     }
     return place;
+  }
+  /// Calls visit(shape, its first entry) and returns the first entry behind those of shapes.
+  template <class Visit>
+  std::size_t forEachShape(Visit visit) {
+    std::size_t first = 0;
+    for (const ShapeEntries& shape : _entries.shapes) {
+      visit(shape, first);
+      first += std::size_t{shape.shape->count} * shape.width;
+    }
+    return first;
   }
   template <class Visit>
   void forEachBlock(const ShapeEntries& entries, Visit visit) {
@@ -137,26 +130,21 @@ class Layout {
       for (std::uint32_t k = 0; k < entries.width; ++k) visit(first, end, k);
     }
   }
-  void placeOwnRuns(std::size_t s) {
-    const ShapeEntries& entries = _shapes[s];
-    const auto& slots = _slotsOf[s];
+  void placeOwnRuns(const ShapeEntries& entries, std::size_t firstEntry) {
     forEachBlock(entries, [&](std::uint32_t first, std::uint32_t end, std::uint32_t k) {
+      const auto entry = [&](std::uint32_t e) { return firstEntry + std::size_t{e} * entries.width + k; };
       for (std::uint32_t e = first; e < end; ++e) {
-        if (!_places.isAlone(slots[std::size_t{e} * entries.width + k])) return;
+        if (_place[entry(e)] != kAlone) return;
       }
-      for (std::uint32_t e = first; e < end; ++e) {
-        _places.place(slots[std::size_t{e} * entries.width + k]) = newPlace(entries.position(e, k));
-      }
+      for (std::uint32_t e = first; e < end; ++e) _place[entry(e)] = newPlace(_positions[entry(e)]);
     });
   }
-  void fillIndices(std::size_t s) {
-    const ShapeEntries& entries = _shapes[s];
-    const auto& slots = _slotsOf[s];
+  void fillIndices(const ShapeEntries& entries, std::size_t firstEntry) {
     std::vector<std::uint32_t> lanes(entries.shape->lanes);
     forEachBlock(entries, [&](std::uint32_t first, std::uint32_t end, std::uint32_t k) {
       const std::size_t met = _structure.positions.size();
       for (std::uint32_t e = first; e < end; ++e) {
-        lanes[e - first] = placeOrNew(slots[std::size_t{e} * entries.width + k], entries.position(e, k));
+        lanes[e - first] = placeOrNew(firstEntry + std::size_t{e} * entries.width + k);
       }
       if (lanes[0] < _structure.firstAdded) {
         entries.indices->appendOwn(lanes[0]);
@@ -177,13 +165,13 @@ class Layout {
     for (std::uint32_t i = firstNew; i < count; ++i) _isStored[lanes[i] - _structure.firstAdded] = true;
   }
 
-  const std::vector<ShapeEntries>& _shapes;
-  const OtherEntries& _others;
+  Entries& _entries;
   OtherPlaces& _placesOfOthers;
-  Places _places;
-  std::vector<std::uint32_t> _slotOfFixed;
-  std::vector<std::vector<std::uint32_t>> _slotsOf;  // by shape, element and entry
-  std::vector<bool> _isStored;                       // by place from `firstAdded` on
+  TavLargeArray<Position>& _positions;
+  const std::size_t _firstFixed;        // entry
+  TavLargeArray<std::uint32_t> _first;  // by entry: the first one of the same position
+  TavLargeArray<std::uint32_t> _place;  // by entry; of those that share a position, the first one has it
+  std::vector<bool> _isStored;          // by place from `firstAdded` on
   Structure _structure;
 };
 
@@ -191,9 +179,7 @@ class Layout {
 
 std::size_t Structure::bytes() const noexcept { return positions.capacity() * sizeof(Position) + start.bytes(); }
 
-Structure layOut(const std::vector<ShapeEntries>& shapes, const OtherEntries& others, OtherPlaces& places) {
-  return Layout(shapes, others, places).make();
-}
+Structure layOut(Entries& entries, OtherPlaces& places) { return Layout(entries, places).make(); }
 
 void layOutGradient(std::vector<Shape>& shapes, Start& start) {
   std::vector<bool> isMet, isStored(start.values.size(), false);

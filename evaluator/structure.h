@@ -2,12 +2,12 @@
 /// The order of a sparse matrix's values. Runs of values that one shape alone computes come first and are stored. The
 /// others start from a template: first those that are added to, then constants, by value.
 
-#include <functional>
 #include <vector>
 
 #include "evaluator/program.h"
 #include "evaluator/start.h"
 #include "evaluator/tavevaluator.h"
+#include "host/large_array.h"
 
 namespace taveval {
 
@@ -20,11 +20,10 @@ struct Structure {
   std::size_t bytes() const noexcept;
 };
 
-/// The positions of one shape's entries: entry k of element e.
+/// The entries of one shape, `width` for each element.
 struct ShapeEntries {
   const Shape* shape;
   std::uint32_t width;
-  std::function<TavEvaluator::Position(std::uint32_t element, std::uint32_t entry)> position;
   Indices* indices;
 };
 
@@ -34,21 +33,25 @@ struct FixedEntry {
   double value;
 };
 
-/// What a matrix consists of beside the entries of shapes.
-struct OtherEntries {
-  std::vector<TavEvaluator::Position> singles;
+/// What a matrix consists of.
+struct Entries {
+  /// Those of the shapes by shape, element and number, then single ones.
+  TavLargeArray<TavEvaluator::Position> positions;
+  std::vector<ShapeEntries> shapes;
   /// These have distinct positions; those behind `sharedCount` of them share theirs with no other entry.
-  std::vector<FixedEntry> fixed;
+  TavLargeArray<FixedEntry> fixed;
   std::size_t sharedCount = 0;
+  std::size_t rows, columns;  ///< Of the matrix.
 };
 
-/// Where these are.
+/// Where single and fixed entries are.
 struct OtherPlaces {
   std::vector<std::uint32_t> singles, fixed;
 };
 
-/// Lays a matrix out and fills the shapes' indices.
-Structure layOut(const std::vector<ShapeEntries>& shapes, const OtherEntries& others, OtherPlaces& places);
+/// Lays a matrix out and fills the shapes' indices, in time linear in the numbers of entries, rows and columns. The
+/// positions of fixed entries are appended to the others.
+Structure layOut(Entries& entries, OtherPlaces& places);
 
 /// Finds the parts of the gradient's start: see Start. Shapes store to what they are the first to add to.
 void layOutGradient(std::vector<Shape>& shapes, Start& start);

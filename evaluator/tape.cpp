@@ -17,6 +17,33 @@ struct NoFormula : FormulaOperators<NoFormula> {
   NoFormula with(Op, NoFormula) const noexcept { return {}; }
 };
 
+/// What patterns need of the rule of an operation.
+struct RuleStructure {
+  std::uint8_t count, operand[2], seconds;
+};
+
+/// The structures of all rules, by operation and whether the second operand is fixed.
+class RuleStructures {
+ public:
+  RuleStructures() {
+    for (std::size_t op = 0; op < _all.size(); ++op) {
+      for (const bool isSecondFixed : {false, true}) {
+        const auto rule = ruleOf(static_cast<Op>(op), NoFormula{}, NoFormula{}, NoFormula{}, isSecondFixed);
+        _all[op][isSecondFixed] = {
+            static_cast<std::uint8_t>(rule.count),
+            {static_cast<std::uint8_t>(rule.first[0].operand), static_cast<std::uint8_t>(rule.first[1].operand)},
+            static_cast<std::uint8_t>(rule.seconds)};
+      }
+    }
+  }
+  const RuleStructure& of(Op op, bool isSecondFixed) const noexcept {
+    return _all[static_cast<std::size_t>(op)][isSecondFixed];
+  }
+
+ private:
+  std::array<std::array<RuleStructure, 2>, static_cast<std::size_t>(Op::Select) + 1> _all;
+};
+
 template <class T>
 void append(std::vector<T>& to, const T* from, std::size_t count) {
   to.insert(to.end(), from, from + count);
@@ -38,7 +65,7 @@ void Tape::shrink() {
 }
 
 void Tape::appendJacobian(const TapeShape& shape, std::uint32_t e,
-                          std::vector<TavEvaluator::Position>& positions) const {
+                          TavLargeArray<TavEvaluator::Position>& positions) const {
   const std::uint8_t* pair = pattern.data() + shape.pattern;
   const std::uint32_t* row = rows.data() + shape.rows + std::size_t{e} * shape.outputCount;
   const std::uint32_t* variable = variables.data() + shape.variables + std::size_t{e} * shape.variableCount;
@@ -48,7 +75,7 @@ void Tape::appendJacobian(const TapeShape& shape, std::uint32_t e,
 }
 
 void Tape::appendHessian(const TapeShape& shape, std::uint32_t e,
-                         std::vector<TavEvaluator::Position>& positions) const {
+                         TavLargeArray<TavEvaluator::Position>& positions) const {
   const std::uint8_t* pair = pattern.data() + shape.pattern + 2 * (shape.jacobianCount + shape.gradientCount);
   const std::uint32_t* variable = variables.data() + shape.variables + std::size_t{e} * shape.variableCount;
   for (std::uint32_t k = 0; k < shape.hessianCount; ++k, pair += 2) {
@@ -92,20 +119,21 @@ void TapeCompiler::findInteractions(std::uint32_t variableCount) {
   const auto interact = [this](std::uint64_t these, std::uint64_t those) {
     for (; these; these &= these - 1) _interactions[static_cast<std::size_t>(std::countr_zero(these))] |= those;
   };
+  static const RuleStructures rules;
   for (std::size_t k = _nodes.size(); k-- > 0;) {
     const Node& node = _nodes[k];
     if (!_needed[k] || node.variables == 0 || node.op == Op::Variable) continue;
     const bool isSecondFixed = node.of[1] == kNone || _nodes[node.of[1]].variables == 0;
-    const auto rule = ruleOf(node.op, NoFormula{}, NoFormula{}, NoFormula{}, isSecondFixed);
+    const RuleStructure& rule = rules.of(node.op, isSecondFixed);
     std::uint64_t by[2] = {0, 0};
     for (int i = 0; i < rule.count; ++i) {
-      const std::uint32_t operand = node.of[rule.first[i].operand];
+      const std::uint32_t operand = node.of[rule.operand[i]];
       _needed[operand] = 1;
       by[i] = _nodes[operand].variables;
     }
-    if (rule.seconds & rule.kFirst) interact(by[0], by[0]);
-    if (rule.seconds & rule.kMixed) interact(by[0], by[1]), interact(by[1], by[0]);
-    if (rule.seconds & rule.kSecond) interact(by[1], by[1]);
+    if (rule.seconds & Rule<NoFormula>::kFirst) interact(by[0], by[0]);
+    if (rule.seconds & Rule<NoFormula>::kMixed) interact(by[0], by[1]), interact(by[1], by[0]);
+    if (rule.seconds & Rule<NoFormula>::kSecond) interact(by[1], by[1]);
   }
 }
 
@@ -134,6 +162,19 @@ void TapeCompiler::writePattern(int derivatives, TapeShape& shape, std::vector<s
   }
 }
 
+/// Takes a pattern back that was written before.
+void TapeCompiler::sharePattern(TapeShape& shape, std::vector<std::uint8_t>& pattern) {
+  const std::uint8_t* const fresh = pattern.data() + shape.pattern;
+  const auto size = static_cast<std::uint32_t>(pattern.size() - shape.pattern);
+  Pattern& known = _patterns[hashOfBytes(fresh, size) % kPatterns];
+  if (known.size == size && std::equal(fresh, fresh + size, pattern.data() + known.first)) {
+    pattern.resize(shape.pattern);
+    shape.pattern = known.first;
+  } else {
+    known = {shape.pattern, size};
+  }
+}
+
 void TapeCompiler::add(const ShapeDraft& draft, std::span<const std::uint32_t> elements, int derivatives, Tape& tape) {
   const auto number = [](std::size_t size) { return static_cast<std::uint32_t>(size); };
   _nodes.clear(), _uses.clear(), _starts.clear(), _summands.clear();
@@ -147,7 +188,7 @@ void TapeCompiler::add(const ShapeDraft& draft, std::span<const std::uint32_t> e
   shape.rows = number(tape.rows.size());
   shape.parameters = number(tape.parameters.size());
   shape.parameterCount = draft.parameterCount;
-  shape.variableCount = static_cast<std::uint8_t>(draft.variableCount);
+  shape.variableCount = draft.variableCount & 127;
   shape.outputCount = static_cast<std::uint8_t>(draft.outputCount);
   shape.valueCount = static_cast<std::uint16_t>(draft.valueCount);
   shape.objectiveValueCount = static_cast<std::uint16_t>(draft.objectiveValueCount);
@@ -155,6 +196,7 @@ void TapeCompiler::add(const ShapeDraft& draft, std::span<const std::uint32_t> e
   append(tape.code, draft.key().data(), draft.key().size());
   shape.codeEnd = number(tape.code.size());
   writePattern(derivatives, shape, tape.pattern);
+  sharePattern(shape, tape.pattern);
   for (const std::uint32_t e : elements) {
     append(tape.variables, draft.variables(e), draft.variableCount);
     append(tape.rows, draft.rows(e), draft.outputCount);

@@ -3,11 +3,13 @@
 /// would cost more than it saves: its operations are written down as they are, and derivatives are computed while they
 /// are read, forwards for second derivatives' directions, backwards for adjoints.
 
+#include <array>
 #include <cstdint>
 #include <span>
 #include <vector>
 
 #include "evaluator/elements.h"
+#include "host/large_array.h"
 
 namespace taveval {
 
@@ -23,8 +25,9 @@ struct TapeShape {
   std::uint32_t parameterCount;
   std::uint16_t jacobianCount, hessianCount, gradientCount;
   std::uint16_t valueCount, objectiveValueCount;
-  std::uint8_t variableCount, outputCount;
-  bool hasRows;  ///< Some output is no objective's.
+  std::uint8_t outputCount;
+  std::uint8_t variableCount : 7;
+  bool hasRows : 1;  ///< Some output is no objective's.
 };
 
 /// What the tape knows of an operation while an element is evaluated.
@@ -55,8 +58,8 @@ struct Tape {
   std::uint32_t mostNodes = 0;  ///< Of an element.
 
   /// Appends the positions of an element's entries.
-  void appendJacobian(const TapeShape& shape, std::uint32_t e, std::vector<TavEvaluator::Position>& positions) const;
-  void appendHessian(const TapeShape& shape, std::uint32_t e, std::vector<TavEvaluator::Position>& positions) const;
+  void appendJacobian(const TapeShape& shape, std::uint32_t e, TavLargeArray<TavEvaluator::Position>& positions) const;
+  void appendHessian(const TapeShape& shape, std::uint32_t e, TavLargeArray<TavEvaluator::Position>& positions) const;
   std::size_t bytes() const noexcept;
   void shrink();
 };
@@ -89,6 +92,14 @@ class TapeCompiler {
 
   void findInteractions(std::uint32_t variableCount);
   void writePattern(int derivatives, TapeShape& shape, std::vector<std::uint8_t>& pattern);
+  void sharePattern(TapeShape& shape, std::vector<std::uint8_t>& pattern);
+
+  /// A pattern that was written. Few are different: by hash, one for each remainder.
+  struct Pattern {
+    std::uint32_t first, size;
+  };
+  static constexpr std::size_t kPatterns = 256;
+  std::array<Pattern, kPatterns> _patterns{};
 
   // Of the structure that was read last.
   std::vector<Node> _nodes;

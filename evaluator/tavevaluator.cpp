@@ -112,11 +112,11 @@ TavEvaluator::CompressedRows TavEvaluator::getHessianByRows() const {
 
 std::size_t TavEvaluator::getStructureVersion() const noexcept { return _compiled->version(); }
 
-TavEvaluator::Kind TavEvaluator::getKind(std::size_t row) const { return _compiled->factsOf(row).kind; }
+TavEvaluator::Kind TavEvaluator::getKind(std::size_t row) const { return _compiled->factsOf(row).kind(); }
 
 std::span<const TavEvaluator::LinearTerm> TavEvaluator::getLinearPart(std::size_t row) const {
   const auto& facts = _compiled->factsOf(row);
-  return std::span(_compiled->code().terms).subspan(facts.firstTerm, facts.termEnd - facts.firstTerm);
+  return std::span(_compiled->code().terms).subspan(facts.firstTerm, facts.termCount);
 }
 
 double TavEvaluator::getConstant(std::size_t row) const { return _compiled->factsOf(row).constant; }

@@ -1,45 +1,74 @@
 #pragma once
 /// Which rows a modification concerns.
 
+#include <algorithm>
 #include <bit>
 #include <vector>
 
 #include "evaluator/operations.h"
-#include "evaluator/pages.h"
 
 namespace taveval {
 
 /// Rows by some number: those that contain the object with this identifier, or those that use what another row has
-/// read.
+/// read. Few of all numbers have rows; numbers that are near each other are kept near each other.
 class RowsOf {
  public:
+  /// Notes a row; a row that was noted last for this number is not noted again.
   void add(std::size_t number, std::uint32_t row) {
-    std::uint32_t& head = _first[number];
-    if (head < kEmpty && _links[head].row == row) return;
-    _links.push_back({row, head < kEmpty ? head : kEmpty});
-    head = static_cast<std::uint32_t>(_links.size() - 1);
+    if (_links.size() >= kPerHead * _heads.size()) grow();
+    const auto its = static_cast<std::uint32_t>(number);
+    for (std::uint32_t link = headOf(its); link != kNone; link = _links[link].next) {
+      if (_links[link].number != its) continue;
+      if (_links[link].row == row) return;
+      break;
+    }
+    _links.push_back({its, row, headOf(its)});
+    headOf(its) = static_cast<std::uint32_t>(_links.size() - 1);
   }
-  /// Notes a number without rows.
-  void note(std::size_t number) {
-    std::uint32_t& head = _first[number];
-    if (head == kNone) head = kEmpty;
+  /// Whether the number has rows.
+  bool has(std::size_t number) const noexcept {
+    bool is = false;
+    forEach(number, [&is](std::uint32_t) { is = true; });
+    return is;
   }
-  bool has(std::size_t number) const noexcept { return _first.get(number) != kNone; }
+  /// Forgets the rows of a number.
   void remove(std::size_t number) noexcept {
-    if (has(number)) _first[number] = kNone;
+    if (_heads.empty()) return;
+    for (std::uint32_t* link = &headOf(static_cast<std::uint32_t>(number)); *link != kNone;) {
+      if (_links[*link].number == number) {
+        *link = _links[*link].next;
+      } else {
+        link = &_links[*link].next;
+      }
+    }
   }
   template <class Visit>
   void forEach(std::size_t number, Visit visit) const {
-    for (std::uint32_t link = _first.get(number); link < kEmpty; link = _links[link].next) visit(_links[link].row);
+    if (_heads.empty()) return;
+    for (std::uint32_t link = _heads[number & (_heads.size() - 1)]; link != kNone; link = _links[link].next) {
+      if (_links[link].number == number) visit(_links[link].row);
+    }
   }
-  std::size_t bytes() const noexcept { return _first.bytes() + _links.capacity() * sizeof(Link); }
+  void shrink() { _links.shrink_to_fit(); }
+  std::size_t bytes() const noexcept { return _heads.capacity() * sizeof(kNone) + _links.capacity() * sizeof(Link); }
 
  private:
-  static constexpr std::uint32_t kEmpty = kNone - 1;
   struct Link {
-    std::uint32_t row, next;
+    std::uint32_t number, row, next;
   };
-  Pages<std::uint32_t, kNone> _first;
+  static constexpr std::size_t kPerHead = 2;
+
+  std::uint32_t& headOf(std::uint32_t number) noexcept { return _heads[number & (_heads.size() - 1)]; }
+  void grow() {
+    _heads.assign(std::max<std::size_t>(32, 2 * _heads.size()), kNone);
+    for (std::uint32_t i = 0; i < _links.size(); ++i) {
+      std::uint32_t& head = headOf(_links[i].number);
+      _links[i].next = head;
+      head = i;
+    }
+  }
+
+  std::vector<std::uint32_t> _heads;  // of chains, by the lowest bits of the number
   std::vector<Link> _links;
 };
 
@@ -65,7 +94,7 @@ class RowSet {
 
 /// What a compiled program listens to.
 struct Watch {
-  RowsOf byObject;  ///< Linear nodes have their rows, variables none.
+  RowsOf byObject;  ///< Of linear nodes.
   RowsOf byRow;     ///< Rows that use subexpressions which this row has read first.
 };
 

@@ -106,6 +106,11 @@ def medians(measures, rounds):
     return each, [statistics.median(row[0] / row[k] for row in values) for k in range(1, len(measures))]
 
 
+def number(value):
+    """Three digits, as people write them."""
+    return f"{value:.3g}" if value < 1000 else f"{float(f'{value:.3g}'):,.0f}"
+
+
 def row(*cells):
     return "| " + " | ".join(cells) + " |\n"
 
@@ -128,7 +133,7 @@ def compare(bench, rounds, cases):
         each, compared = medians([lambda: processor_seconds(lambda: bench.rate(model, scenarios, start=start)),
                                   lambda: processor_seconds(lambda: bench.by_hand(*hand)),
                                   lambda: processor_seconds(lambda: bench.by_hand(*hand, environment=MEMORY))], rounds)
-        cells = [f"{1e3 * seconds / count:.3g}" for seconds in each]
+        cells = [number(1e3 * seconds / count) for seconds in each]
         text += row(name, cells[0], cells[1], f"{compared[0]:.2f}", cells[2], f"{compared[1]:.2f}")
         print(text.splitlines()[-1], flush=True)
     return text
@@ -139,7 +144,7 @@ def compare_with_starts(bench, rounds, cases):
     for name, _, model, scenarios, start in cases:
         (a, b), (ratio,) = medians([lambda: bench.rate(model, scenarios, start=start), lambda: bench.single(model, scenarios, 20)],
                                    rounds)
-        text += row(name, f"{a:.4g}", f"{b:.4g}", f"{ratio:.0f}")
+        text += row(name, number(a), number(b), f"{ratio:.0f}")
         print(text.splitlines()[-1], flush=True)
     return text
 
@@ -167,7 +172,7 @@ def scale(bench, rounds, cases):
             ranks = bench.rate(model, scenarios, ranks=2, start=start)
             rounds_of.append((1e3 / one, jobs / one, ranks / rank, two_runs() / one))
         milliseconds, jobs, ranks, both = (statistics.median(column) for column in zip(*rounds_of))
-        text += row(name, f"{milliseconds:.3g} ms", f"{jobs:.2f}", f"{ranks:.2f}", f"{both:.2f}")
+        text += row(name, number(milliseconds) + " ms", f"{jobs:.2f}", f"{ranks:.2f}", f"{both:.2f}")
         figures.append((name, jobs, ranks, both))
         print(text.splitlines()[-1], flush=True)
     return text, figures
@@ -220,9 +225,11 @@ def main():
             run([f"{solve}/../examples/contingencies/example_contingencies", "write", case, name])
             with open(f"{name}/outages.txt") as file:
                 lines = [line.rstrip("\n").partition(" ") for line in file]
-            with open(f"{name}/outages.txt", "w") as file:  # a large network's first ones, a small one's several times
-                for k in range(1 if len(lines) > 20 else 15):
-                    file.writelines(f"{name}.{k} {edits}\n" for name, _, edits in lines[:20])
+            # A large network's outages 61 to 100, each once; a small one's all, several times.
+            part, times = (lines[60:100], 1) if len(lines) > 100 else (lines, 15)
+            with open(f"{name}/outages.txt", "w") as file:
+                for k in range(times):
+                    file.writelines(f"{name}.{k} {edits}\n" for name, _, edits in part)
             races.append((f"line outages, {name}", "ipopt_by_hand", f"{name}/grid.nl", f"{name}/outages.txt", f"{name}/start.txt"))
         comparison = compare(bench, arguments.rounds, races)
         comparison += "\n" + compare_with_starts(bench, arguments.rounds, races[:2])

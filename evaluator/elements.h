@@ -145,7 +145,7 @@ class Elements {
   TavLargeArray<Link> _sharing;               // numbers in _merged, in the place of summands
 
   // Of the element that is being written to a key.
-  Pages<Written, Written{0, 0}> _writtenColumn;  // by column
+  Pages<Written> _writtenColumn;  // by column
   TavLargeArray<std::uint32_t> _summands, _values, _objectiveValues;
   std::uint32_t _nodeCount = 0;
   Drafts _drafts;

@@ -14,7 +14,7 @@ void makeRoom(Vector& vector, std::size_t count) {
 }
 
 /// An array without end, of which pages in use have memory. Its elements are `kInitial` before they are written.
-template <class T, T kInitial>
+template <class T, T kInitial = T{}>
 class Pages {
  public:
   T& operator[](std::size_t at) {

@@ -202,14 +202,14 @@ class Reader {
   Columns& _columns;
   Watch& _watch;
   std::uint32_t _number = 0;                                 // of the row that is read
-  Pages<Known, Known{}> _known;                              // by identifier
+  Pages<Known> _known;                                       // by identifier
   Pages<std::uint32_t, kNone> _metInRow;                     // by identifier: the row that met a sum last
   Pages<std::size_t, static_cast<std::size_t>(-1)> _termOf;  // by column: the row's term, if it is of this row
   // Of the summand that is read.
   std::uint32_t _firstRecord = 0;
-  bool _sharesRecords = false;           // with what was read before
-  std::uint32_t _summandStamp = 0;       // its number
-  Pages<std::uint32_t, 0> _columnStamp;  // by column: the summand that met it last
+  bool _sharesRecords = false;        // with what was read before
+  std::uint32_t _summandStamp = 0;    // its number
+  Pages<std::uint32_t> _columnStamp;  // by column: the summand that met it last
   std::vector<Frame> _frames;
   std::vector<const TavNumExprI*> _asked;
   std::vector<Pending> _pending;

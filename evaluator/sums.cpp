@@ -140,11 +140,9 @@ Sums::Ref Sums::findInShapes(std::uint32_t row) const noexcept {
     while (first < end) {
       std::uint32_t middle = first + (end - first) / 2, alive = middle;
       while (alive < end && shapes[s].row(alive) == kNone) ++alive;
-      if (alive == end) {
-        end = middle;
-      } else if (shapes[s].row(alive) == row) {
-        return {s, alive};
-      } else if (shapes[s].row(alive) < row) {
+      const std::uint32_t met = alive == end ? kNone : shapes[s].row(alive);
+      if (met == row) return {s, alive};
+      if (met < row) {
         first = alive + 1;
       } else {
         end = middle;

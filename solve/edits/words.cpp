@@ -61,7 +61,7 @@ std::string CommandReader::quotedWord() {
 
 bool CommandReader::plainWord(std::string& word) {
   while (!atEnd() && !isBlank(_text[_at]) && _text[_at] != '\n') word += _text[_at++];
-  if (word.back() != ';') return false;
+  if (!word.ends_with(';')) return false;
   word.pop_back();
   return true;
 }

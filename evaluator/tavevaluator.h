@@ -155,28 +155,34 @@ class TavEvaluator {
   std::size_t getColumnCount() const noexcept;
   /// Number of constraints.
   std::size_t getRowCount() const noexcept;
-  /// The variable of a column.
+  /// The variable of a column, counted from 0; unchecked.
   TavNumVar getColumn(std::size_t column) const;
-  /// The column of a variable. Throws UnknownVariable for one without column.
+  /// The column of a variable, O(1). Throws UnknownVariable for one without column, TavEmptyHandleException for an
+  /// empty handle.
   std::size_t getColumnOf(TavNumVar variable) const;
 
-  /// The positions of the Jacobian's values, each once, in the evaluator's own order. Valid until the structure
-  /// changes. Throws NoDerivative.
+  /// The positions of the Jacobian's values, each once, in the evaluator's own order; linear terms are among them, and
+  /// positions whose values happen to be 0. The evaluator keeps them; valid until the structure changes. Throws
+  /// NoDerivative, and TavWrongUsage where Options::derivatives is 0.
   std::span<const Position> getJacobianStructure() const;
-  /// The same for the Hessian of the Lagrangian; the lower triangle, row >= column. Throws NoDerivative.
+  /// The same for the Hessian of the Lagrangian; the lower triangle, row >= column. Throws NoDerivative, and
+  /// TavWrongUsage where Options::derivatives is below 2.
   std::span<const Position> getHessianStructure() const;
   ///@{
-  /// The structures compressed by rows. O(n + entries).
+  /// Copies of the structures compressed by rows. O(rows + entries), and sorting within rows. Throws as the functions
+  /// above.
   CompressedRows getJacobianByRows() const;
   CompressedRows getHessianByRows() const;
   ///@}
   /// A number that grows whenever the structures above, or the number of columns, change by a modification.
   std::size_t getStructureVersion() const noexcept;
 
-  /// How a constraint, or kObjective, depends on the columns. A row that contains a class without derivatives is
-  /// NonLinear.
+  /// How a constraint, or kObjective, depends on the columns, by the form of its expression: x * x - x * x is
+  /// Quadratic. A row that contains a class without derivatives is NonLinear. This and the following functions throw
+  /// TavWrongUsage for a row that does not exist.
   Kind getKind(std::size_t row) const;
-  /// The linear part of a row as it is written: all of a Linear row but its constant. A column appears once. What
+  /// The linear part of a row as it is written: all of a Linear row but its constant. A column appears once. The
+  /// evaluator keeps the terms; valid until the next modification. What
   /// squares and products add to it is not there: all of a Quadratic row's linear part is its Jacobian at 0.
   std::span<const LinearTerm> getLinearPart(std::size_t row) const;
   /// The constant that is added to a row's linear part and to its other parts.
@@ -186,7 +192,7 @@ class TavEvaluator {
   std::vector<HessianEntry> getConstantHessian(std::size_t row) const;
   /// The name of a class in the row that has no derivative, or null when the row has derivatives.
   const char* getClassWithoutDerivative(std::size_t row) const;
-  /// Bytes that the compiled program takes.
+  /// Bytes that the compiled program takes, with what following modifications needs; without workspaces.
   std::size_t getMemoryUse() const noexcept;
 
   /// Takes over the modifications reported since the last call. Every use of a TavEvaluation and every question above
@@ -213,7 +219,11 @@ class TavEvaluator {
 /// evaluator lives.
 ///
 /// Points have one number for each column; lambda one for each constraint. A span of wrong length fails an assertion,
-/// and throws TavWrongUsage in builds without assertions.
+/// and throws TavWrongUsage in builds without assertions. Results are written completely. Infinities and NaN pass
+/// through by the rules of IEEE arithmetic. Where `eval` of an expression throws, the call throws the same and results
+/// are undefined. Derivatives throw TavEvaluator::NoDerivative, and TavWrongUsage where Options::derivatives is lower
+/// than their order. A call takes time linear in the size of the program, for second derivatives times the number of
+/// variables of an element (a group of summands over the same variables) at most.
 class TavEvaluation {
  public:
   /// A workspace for this program.
@@ -237,11 +247,12 @@ class TavEvaluation {
   double all(std::span<const double> x, double sigma, std::span<const double> lambda, std::span<double> gradient,
              std::span<double> constraints, std::span<double> jacobian, std::span<double> hessian);
   ///@{
-  /// Jacobian times v, and w times Jacobian.
+  /// Jacobian times v, one value for each constraint, and w times Jacobian, one for each column. They compute the whole
+  /// Jacobian.
   void jacobianTimes(std::span<const double> x, std::span<const double> v, std::span<double> result);
   void timesJacobian(std::span<const double> x, std::span<const double> w, std::span<double> result);
   ///@}
-  /// The Hessian of the Lagrangian times v.
+  /// The Hessian of the Lagrangian times v, one value for each column. It computes the whole Hessian.
   void hessianTimes(std::span<const double> x, double sigma, std::span<const double> lambda, std::span<const double> v,
                     std::span<double> result);
 

@@ -56,7 +56,7 @@ class RowsOf {
   struct Link {
     std::uint32_t number, row, next;
   };
-  static constexpr std::size_t kPerHead = 2;
+  static constexpr std::size_t kPerHead = 4;
 
   std::uint32_t& headOf(std::uint32_t number) noexcept { return _heads[number & (_heads.size() - 1)]; }
   void grow() {

@@ -132,7 +132,7 @@ void TavMpsLines::decide(Plausible plausible) {
 }
 
 void TavMpsLines::failAt(const char* at, const std::string& what) const {
-  throw TavFileError(_input.name(), placeOf({at, 0}), what);
+  throw TavFileError(_input.name(), placeOf(at), what);
 }
 
 void TavMpsLines::failLine(const std::string& what) const {

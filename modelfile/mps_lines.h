@@ -58,9 +58,8 @@ class TavMpsLines {
   /// Fails behind the last byte of the line.
   [[noreturn]] void failBehind(const std::string& what) const { failAt(_textEnd, what); }
   /// Place of a byte in the line.
-  TavFilePlace placeOf(std::string_view where) const noexcept {
-    return {_number, static_cast<std::uint64_t>(where.data() - _line) + 1};
-  }
+  TavFilePlace placeOf(const char* at) const noexcept { return {_number, static_cast<std::uint64_t>(at - _line) + 1}; }
+  TavFilePlace placeOf(std::string_view where) const noexcept { return placeOf(where.data()); }
 
  private:
   enum class Layout : std::uint8_t { Undecided, Free, Fixed };

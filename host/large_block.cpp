@@ -1,11 +1,10 @@
 #include "host/large_block.h"
 
-#include "host/huge_pages.h"
-
 #ifdef __linux__
 #include <sys/mman.h>
 #endif
 
+#include <cassert>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -65,6 +64,7 @@ void TavWantHugePages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t
 #endif
 }
 void* TavGrowBlock(void* block, std::size_t before, std::size_t bytes) {
+  assert(before <= bytes);
   if (isMapped(before)) return growMapped(block, before, bytes);
   if (!isMapped(bytes)) {
     void* const larger = std::realloc(block, bytes);

@@ -3,7 +3,7 @@
 #include <numeric>
 
 #include "expression/tavexpression.h"
-#include "host/huge_pages.h"
+#include "host/large_block.h"
 
 namespace tavsolve {
 

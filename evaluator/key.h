@@ -114,7 +114,7 @@ inline std::uint64_t hashOfBytes(const void* bytes, std::size_t size) noexcept {
     add(word);
   }
   std::uint64_t rest = 0;
-  std::memcpy(&rest, at, size);
+  if (size != 0) std::memcpy(&rest, at, size);  // without bytes there may be no address
   add(rest);
   return hash;
 }

@@ -91,7 +91,7 @@ TEST_F(Environment, AHookMayDestroyAndRemoveObjectsThatAreBeingRemoved) {
   // Of two environments: all are destroyed, and the failure in one of them comes out.
   TavEnv other;
   makeObject(other)->onRemoval = [](TavExtractableI*) { throw TavException("from a hook"); };
-  watcher->onRemoval = nullptr;
+  watcher->onRemoval = nullptr, watcher->destroyed = nullptr;
   TavExtractableI* both[] = {makeObject(env), makeObject(other)};
   EXPECT_THROW(TavEnvI::removeAcrossEnvs(std::begin(both), std::end(both)), TavException);
   EXPECT_EQ(objects() + other.getImpl()->liveObjectCount(), 2);

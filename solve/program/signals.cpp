@@ -25,9 +25,8 @@ static_assert(std::atomic<bool>::is_always_lock_free);
 }
 
 extern "C" void onSignal(int signal) {
-  const bool second = signal != SIGALRM && interrupted;
-  (signal == SIGALRM ? timeIsOver : interrupted) = true;
-  if (second || nothingToLose) endNow();
+  const bool isSecond = (signal == SIGALRM ? timeIsOver : interrupted).exchange(true);
+  if (isSecond || nothingToLose) endNow();
 }
 
 }  // namespace

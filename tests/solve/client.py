@@ -1,6 +1,6 @@
 """Plays a modelling system that calls tavsolve: writes an .nl file, calls, and reads the .sol file to the letter. Then
 a user who loses patience. usage: client.py TAVSOLVE FOLDER_OF_ITS_SOLVER_CONFIGURATION"""
-import os, random, shutil, signal, subprocess, sys, time
+import json, os, random, shutil, signal, subprocess, sys, time
 
 tavsolve, configuration = map(os.path.realpath, sys.argv[1:3])
 work = os.path.abspath("tavsolve_client")
@@ -61,6 +61,7 @@ def solution(options, rows, columns):
     while at < len(lines):
         word, kind, count, length, _, table = lines[at].split()
         check(word == "suffix" and int(length) == len(lines[at + 1]) + 1 and table == "0", lines[at])
+        check(int(kind) == 4 + {"rc": 0, "bestbound": 3}[lines[at + 1]], lines[at])  # real numbers of columns, of the problem
         entries = [line.split() for line in lines[at + 2:at + 2 + int(count)]]
         suffixes[lines[at + 1]] = {int(i): float(v) for i, v in entries}
         at += 2 + int(count)
@@ -134,7 +135,7 @@ def start(*arguments):
     return subprocess.Popen([tavsolve, *arguments], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
 
 
-for signals in ([signal.SIGINT], [signal.SIGTERM, signal.SIGTERM]):
+for signals in ([signal.SIGINT], [signal.SIGINT, signal.SIGTERM]):
     run = start("split.lp", "--solution", "best.txt", "--time", "50")
     run.stdout.readline()
     time.sleep(2)
@@ -146,7 +147,22 @@ for signals in ([signal.SIGINT], [signal.SIGTERM, signal.SIGTERM]):
     check(time.monotonic() - begin < 25, "ended after", time.monotonic() - begin)
     if len(signals) == 1:
         best = open("best.txt").read().split()
-        check(best[2:5] == ["status", "interrupted", "bound"] and best.count("column") == 38, "best.txt", best[:8])
+        check(best[2:4] == ["status", "interrupted"] and best.count("column") == 38, "best.txt", best[:8])
+        os.remove("best.txt")
+    else:
+        check(not os.path.exists("best.txt"), "the second signal is waited for")
 if "signals-late" not in sys.argv:  # as the thread sanitizer delays them while a program reads
     run = start("-", "--time", "0.3")  # the file never comes
     check(run.wait(timeout=60) == 1 and "time limit" in run.stdout.read(), "time limit while reading")
+
+output = start("split.lp", "--time", "1", "--set-bounds", "x0", "1", "1").communicate()[0]
+seconds = [float(line.split()[1]) for line in output.split("\n") if line.startswith("time  ")]
+check(len(seconds) == 2 and seconds[1] < 0.5, "a time limit for both solves", output)
+
+# Names are whatever the file has; those without one are named by their places.
+name = 'a"b\\c\u00e9'
+with open("names.mps", "w") as file:
+    file.write(f"NAME N\nROWS\n N cost\n G need\nCOLUMNS\n {name} cost 2 need 1\n other cost 3 need 1\nRHS\n RHS need 2\nENDATA\n")
+answer = json.loads(start("names.mps", "--solution", "-.json").communicate()[0])
+check([c["name"] for c in answer["columns"]] == [name, "other"] and answer["columns"][1]["reducedCost"] == 1, answer)
+check(answer["rows"] == [{"name": "need", "value": 2, "dual": 2}] and answer["bound"] == 4, answer)

@@ -246,7 +246,7 @@ class Engine final : public EngineI {
       : EngineI(model), _behave(std::move(behave)) {}
   const char* name() const override { return "test"; }
   bool isSecondTry = false;
-  using EngineI::foundSolution, EngineI::shouldStop;
+  using EngineI::foundSolution, EngineI::shouldStop, EngineI::_values;
 
  protected:
   void load() override {}
@@ -257,10 +257,11 @@ class Engine final : public EngineI {
   std::function<void(Engine&, Answer&)> _behave;
 };
 
-void solveWith(Engine& engine, Answer& answer) {
+void solveWith(Engine& engine, Answer& answer, std::vector<double> values = {}) {
   answer = Answer();
   answer.status = Status::Optimal;
-  (void)engine;
+  answer.hasSolution = !values.empty();
+  engine._values = std::move(values);
 }
 
 }  // namespace
@@ -275,7 +276,7 @@ TEST(Engines, WhateverASolverDoesIsAnAnswerOrOneLineInTime) {
     std::function<void(Engine&, Answer&)> behave;
     const char* failure;  ///< null for an answer
     Status status;
-    bool hasSolution;
+    std::optional<double> solution;
   } cases[] = {
       {"throws", [](Engine&, Answer&) { throw std::runtime_error("no pivot"); }, "the solver failed: no pivot", {}, {}},
       {"asserts",
@@ -285,12 +286,18 @@ TEST(Engines, WhateverASolverDoesIsAnAnswerOrOneLineInTime) {
        {}},
       {"crashes", [](Engine&, Answer&) { std::raise(SIGSEGV); }, "the solver failed: Segmentation fault", {}, {}},
       {"exits", [](Engine&, Answer&) { std::_Exit(0); }, "the solver failed: it broke down on this model", {}, {}},
-      {"crashes once", [](Engine& e, Answer& a) { e.isSecondTry ? solveWith(e, a) : std::abort(); }, nullptr,
-       Status::Optimal, false},
-      {"prints", [](Engine& e, Answer& a) { std::puts("banner"), solveWith(e, a); }, nullptr, Status::Optimal, false},
-      {"hangs", hang, nullptr, Status::TimeLimit, false},
+      {"crashes once",
+       [](Engine& e, Answer& a) { e.isSecondTry ? solveWith(e, a) : std::abort(); },
+       nullptr,
+       Status::Optimal,
+       {}},
+      {"prints", [](Engine& e, Answer& a) { std::puts("banner"), solveWith(e, a); }, nullptr, Status::Optimal, {}},
+      {"is exact enough", [](Engine& e, Answer& a) { solveWith(e, a, {9 + 1e-6}); }, nullptr, Status::Optimal,
+       9 + 1e-6},
+      {"is not", [](Engine& e, Answer& a) { solveWith(e, a, {9 + 1e-4}); }, nullptr, Status::Violated, 9 + 1e-4},
+      {"hangs", hang, nullptr, Status::TimeLimit, {}},
       {"hangs with a solution", [&](Engine& e, Answer& a) { e.foundSolution(3, three), hang(e, a); }, nullptr,
-       Status::TimeLimit, true},
+       Status::TimeLimit, 3},
   };
   for (const Case& one : cases) {
     SCOPED_TRACE(one.what);
@@ -310,9 +317,9 @@ TEST(Engines, WhateverASolverDoesIsAnAnswerOrOneLineInTime) {
     EXPECT_EQ(failure, one.failure ? one.failure : "");
     if (one.failure) continue;
     EXPECT_EQ(static_cast<int>(answer.status), static_cast<int>(one.status));
-    EXPECT_EQ(answer.hasSolution, one.hasSolution);
-    if (one.hasSolution) {
-      EXPECT_EQ(engine.getValue(model.columns()[0].getImpl()), 3.0);
+    EXPECT_EQ(answer.hasSolution, one.solution.has_value());
+    if (one.solution) {
+      EXPECT_EQ(engine.getValue(model.columns()[0].getImpl()), *one.solution);
     }
     EXPECT_LT(answer.seconds, 10.0);
   }
@@ -378,11 +385,12 @@ TEST(Engines, AStreamOfRowsLoadsWhatTheEngineLoads) {
     Model model;
     fill(model, random, {.whole = seed % 2 == 0});
     const TavNumVar x = model.columns()[0];
-    model.addRow(-TavGetInfinity(), 2 * x + model.columns()[1] + x, 5);  // x twice
+    model.addColumn(TavIntVar(model.getEnv(), -TavIntVar::kMaxInt, TavIntVar::kMaxInt));  // has no bounds
+    model.addRow(-TavGetInfinity(), 2 * x + model.columns()[1] + x, 5);                   // x twice
     RowStream stream;
     for (const TavNumVar column : model.columns()) stream.addColumn(column);
     for (const RangeConstraintI* row : model.rows()) {
-      TavExpr product(x * x + x), foreign(TavNumVar(model.getEnv(), 0, 1) + x);
+      TavExpr product(x * x + x), foreign(x + TavNumVar(model.getEnv(), 0, 1) + 2 * x);
       EXPECT_THROW(stream.addRow(0, product, 1), InputError);
       EXPECT_THROW(stream.addRow(0, foreign, 1), InputError);
       stream.addRow(row->getLB(), row->getSum().copy(), row->getUB());
@@ -395,8 +403,10 @@ TEST(Engines, AStreamOfRowsLoadsWhatTheEngineLoads) {
     EXPECT_TRUE(solver->getMatrixByCol()->isEquivalent(*engine.solver().getMatrixByCol()));
     for (const auto numbers : {&OsiClpSolverInterface::getColLower, &OsiClpSolverInterface::getColUpper,
                                &OsiClpSolverInterface::getObjCoefficients}) {
-      EXPECT_TRUE(std::equal((*solver.*numbers)(), (*solver.*numbers)() + 6, (engine.solver().*numbers)()));
+      EXPECT_TRUE(std::equal((*solver.*numbers)(), (*solver.*numbers)() + 7, (engine.solver().*numbers)()));
     }
+    EXPECT_EQ(solver->getColUpper()[6], solver->getInfinity());
+    EXPECT_EQ(solver->getColLower()[6], -solver->getInfinity());
     for (const auto numbers : {&OsiClpSolverInterface::getRowLower, &OsiClpSolverInterface::getRowUpper}) {
       EXPECT_TRUE(std::equal((*solver.*numbers)(), (*solver.*numbers)() + 6, (engine.solver().*numbers)()));
     }

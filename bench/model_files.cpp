@@ -3,7 +3,7 @@
 /// one file.
 /// Prints processor times and their ratios, separated by tabs.
 ///
-/// usage: tav_bench_model_files [NON-ZEROS [REPETITIONS]]
+/// usage: tav_measure_model_files [NON-ZEROS [REPETITIONS]]
 
 #include <sys/resource.h>
 #include <unistd.h>

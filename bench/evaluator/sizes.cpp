@@ -1,5 +1,5 @@
 // Processor times of building, compiling, changing and evaluating large and unusual models, at sizes that grow by
-// factors of ten. Usage: tav_bench_evaluator_sizes [LARGEST], the largest number of items (a million by default);
+// factors of ten. Usage: tav_measure_evaluator_sizes [LARGEST], the largest number of items (a million by default);
 // beyond a million the terms of a sum alone.
 
 #include <cstdio>

@@ -1,6 +1,6 @@
 // Ipopt driven by the solver library of AMPL's authors (ASL), for comparison with tavsolve's engine: reads an .nl file,
 // solves it with the same options and prints status, objective, iterations, the total seconds and those
-// spent in evaluation. usage: tav_bench_ipopt_asl FILE
+// spent in evaluation. usage: tav_measure_ipopt_asl FILE
 
 #include <IpIpoptApplication.hpp>
 #include <IpSolveStatistics.hpp>

@@ -85,7 +85,7 @@ class Bench:
         return float(re.search(r"^rate +(\S+) a second$", text, re.M)[1])
 
     def by_hand(self, program, *words, environment=None):
-        run([f"{self.bench}/tav_bench_{program}", *words, "by_hand.csv"], environment)
+        run([f"{self.bench}/tav_measure_{program}", *words, "by_hand.csv"], environment)
 
     def single(self, model, scenarios, count):
         """Scenarios a second by a start of the program for each."""
@@ -236,7 +236,7 @@ def main():
         scaling, figures = scale(bench, arguments.rounds, races)
         operations = row("ranks", "taking a scenario", "writing a line of 110 bytes") + "|---|---:|---:|\n"
         for ranks in 1, 2:
-            words = run([*MPIRUN, "-n", ranks, programs + "/tav_bench_ranks", 50000, "lines"]).split()
+            words = run([*MPIRUN, "-n", ranks, programs + "/tav_measure_ranks", 50000, "lines"]).split()
             operations += row(str(ranks), f"{1e6 * float(words[1]):.2f} µs", f"{1e6 * float(words[3]):.1f} µs")
         print(operations)
         if arguments.docs:

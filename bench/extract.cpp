@@ -1,4 +1,4 @@
-// Loading a model into tavsolve's solver: by extraction, and from arrays that already exist.
+// Loading a model into tavsolve's solver: by extraction, and from arrays that already exist. Both make the solver.
 
 #include <CoinPackedMatrix.hpp>
 #include <OsiClpSolverInterface.hpp>
@@ -57,8 +57,9 @@ class Arrays {
       _rowUpper.push_back(row.upper);
     }
   }
-  void prepare() { _solver.emplace(); }
+  void prepare() {}
   void load() {
+    _solver.emplace();
     const CoinPackedMatrix matrix(false, static_cast<int>(_cost.size()), static_cast<int>(_rowLower.size()),
                                   static_cast<int>(_value.size()), _value.data(), _column.data(), _start.data(),
                                   nullptr);

@@ -20,7 +20,7 @@ class TavNlExpressions {
   TavFileExpr expression() {
     const std::size_t begin = _model.tokens.size();
     _hasDigits = false;
-    for (std::int64_t wanted = 1; wanted > 0;) wanted += token() - 1;
+    for (std::int64_t wanted = 1; wanted > 0;) wanted += token(_tokens.letter()) - 1;
     if (_hasDigits) checkDigits(begin);
     return {begin, _model.tokens.size()};
   }
@@ -42,9 +42,9 @@ class TavNlExpressions {
   std::unordered_map<std::int64_t, std::int32_t> _commonOf;
 
  private:
-  /// Appends one token and returns the number of arguments that follow it.
-  std::int64_t token() {
-    switch (_tokens.letter()) {
+  /// Appends the token that begins with this letter and returns the number of arguments that follow it.
+  std::int64_t token(char letter) {
+    switch (letter) {
       case 'o':
         return operation();
       case 'v':
@@ -125,12 +125,15 @@ class TavNlExpressions {
   void piecewise(std::int64_t slopes) {
     double last = -std::numeric_limits<double>::infinity();
     for (std::int64_t i = 0; i < 2 * slopes - 1; ++i) {
-      token();
-      const TavFileToken& constant = _model.tokens.back();
-      if (constant.op != TavFileOp::Number) _tokens.fail("expected a number: a slope or a breakpoint");
+      const char letter = _tokens.letter();
+      if (letter != 'n' && letter != 's' && letter != 'l') {
+        _tokens.fail("expected a number: a slope or a breakpoint");
+      }
+      token(letter);
       if (i % 2 == 0) continue;
-      if (!(constant.value > last)) _tokens.fail("expected breakpoints that increase");
-      last = constant.value;
+      const double breakpoint = _model.tokens.back().value;
+      if (!(breakpoint > last)) _tokens.fail("expected breakpoints that increase");
+      last = breakpoint;
     }
   }
 

@@ -211,6 +211,7 @@ TEST(Nl, WhatIsWrongOrCannotBeSaidIsRefusedWithItsPlace) {
       {nlText("C0\nn1\nC0\nn1\n" + tail), "constraint 0 is given twice"},
       {nlText("C0\nv0 v1\n" + tail), "12:4: expected the end of the line"},
       {nlText("C0\no64\n2\nn1\nn2\nn3\n" + tail), "17:1: expected an operation, a number or a variable"},
+      {nlText("C0\no64\n2\no64\n2\nn1\n" + tail), "14:1: expected a number: a slope or a breakpoint"},
       {nlText("C0\no64\n3\nn1\nn2\nn3\nn2\nn1\nv0\n" + tail), "17:2: expected breakpoints that increase"},
       {nlText("r\n5 1 1\n"), "12:1: complementarity is not supported"},
       {nlText("r\n2 Infinity\n"), "12:3: a lower bound of plus infinity"},

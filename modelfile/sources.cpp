@@ -43,9 +43,7 @@ class DescriptorSource final : public TavByteSource {
 
  private:
   [[noreturn]] void fail() const {
-    const int error = errno;
-    if (_owned && _descriptor >= 0) ::close(_descriptor);
-    throw TavFileError(_name, {}, std::string("cannot be read: ") + std::strerror(error));
+    throw TavFileError(_name, {}, std::string("cannot be read: ") + std::strerror(errno));
   }
 
   std::string _name;

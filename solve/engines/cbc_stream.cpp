@@ -42,28 +42,36 @@ double RowStream::take(TavExpr sum, const std::string& what, Term term) {
   return sum.getImpl()->getConstant();
 }
 
+/// A row that was refused may have left terms.
+void RowStream::dropUnfinishedRow() {
+  const std::size_t end = _ends.empty() ? 0 : _ends.back();
+  _termColumns.resize(end);
+  _termValues.resize(end);
+  _lower.resize(_ends.size());
+  _upper.resize(_ends.size());
+}
+
 void RowStream::addRow(double lb, TavExpr sum, double ub) {
-  // A row that was refused may have left terms.
-  const std::size_t begin = _ends.empty() ? 0 : _ends.back();
-  _termColumns.resize(begin);
-  _termValues.resize(begin);
+  dropUnfinishedRow();
   const double constant = take(sum, "row " + std::to_string(_ends.size() + 1), [this](int column, double coef) {
     _termColumns.push_back(column);
     _termValues.push_back(coef);
   });
-  _ends.push_back(_termColumns.size());
   _lower.push_back(clpBound(lb - constant));
   _upper.push_back(clpBound(ub - constant));
+  _ends.push_back(_termColumns.size());
 }
 
 void RowStream::setObjective(TavExpr sum, bool maximise) {
   const double sign = maximise ? -1.0 : 1.0;
-  _costs.clear();
+  std::vector<std::pair<int, double>> costs;
   _costConstant = sign * take(sum, "the objective",
-                              [this, sign](int column, double coef) { _costs.emplace_back(column, sign * coef); });
+                              [&costs, sign](int column, double coef) { costs.emplace_back(column, sign * coef); });
+  _costs = std::move(costs);
 }
 
 std::unique_ptr<OsiClpSolverInterface> RowStream::load() {
+  dropUnfinishedRow();
   std::unique_ptr<ClpSimplex> simplex = clpWithRoom(_ends.size(), _columns.size());
   std::vector<int> integers;
   for (std::size_t j = 0; j < _columns.size(); ++j) {

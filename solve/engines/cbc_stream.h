@@ -25,7 +25,7 @@ class RowStream {
   const LargeVector<TavNumVar>& columns() const { return _columns; }
   /// lb <= sum <= ub as the next row; infinite bounds are none. Takes over the reference that the sum holds, also when
   /// it throws: InputError, naming the row by its number from 1, for a sum that is not linear or has a variable that is
-  /// no column. Cost: linear in the terms.
+  /// no column; the stream is then as it was. Cost: linear in the terms.
   void addRow(double lb, TavExpr sum, double ub);
   /// Replaces the objective, which is 0 at first, as addRow() takes a row.
   void setObjective(TavExpr sum, bool maximise);
@@ -37,6 +37,7 @@ class RowStream {
   /// Calls term(column, coefficient) for each term of a sum, which it ends; returns the sum's constant.
   template <class Term>
   double take(TavExpr sum, const std::string& what, Term term);
+  void dropUnfinishedRow();
 
   LargeVector<TavNumVar> _columns;
   /// The number of a variable's column by its identifier, kNowhere for none.

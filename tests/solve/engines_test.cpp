@@ -389,13 +389,16 @@ TEST(Engines, AStreamOfRowsLoadsWhatTheEngineLoads) {
     model.addRow(-TavGetInfinity(), 2 * x + model.columns()[1] + x, 5);                   // x twice
     RowStream stream;
     for (const TavNumVar column : model.columns()) stream.addColumn(column);
+    const TavNumVar stranger(model.getEnv(), 0, 1);
+    const auto foreign = [&] { return TavExpr(x + stranger + 2 * x); };  // fails at a later term
     for (const RangeConstraintI* row : model.rows()) {
-      TavExpr product(x * x + x), foreign(x + TavNumVar(model.getEnv(), 0, 1) + 2 * x);
-      EXPECT_THROW(stream.addRow(0, product, 1), InputError);
-      EXPECT_THROW(stream.addRow(0, foreign, 1), InputError);
+      EXPECT_THROW(stream.addRow(0, TavExpr(x * x + x), 1), InputError);
+      EXPECT_THROW(stream.addRow(0, foreign(), 1), InputError);
       stream.addRow(row->getLB(), row->getSum().copy(), row->getUB());
     }
     stream.setObjective(model.objective()->getSum().copy(), model.objective()->isMaximised());
+    EXPECT_THROW(stream.addRow(0, foreign(), 1), InputError);
+    EXPECT_THROW(stream.setObjective(foreign(), false), InputError);
     const auto solver = stream.load();
     Loaded engine(model);
     engine.extract();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 namespace tavsolve {
 
@@ -39,18 +40,17 @@ double violationOfColumn(TavNumVar column, double value, bool whole) {
 /// The least change that leaves at most `type` members other than zero, and these side by side.
 double violationOfSet(const TavModelSet& set, EngineI& engine) {
   std::vector<std::size_t> order(set.members.size());
-  for (std::size_t k = 0; k < order.size(); ++k) order[k] = k;
+  std::iota(order.begin(), order.end(), std::size_t{0});
   std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) { return set.weights[a] < set.weights[b]; });
-  const auto size = [&](std::size_t k) { return std::abs(engine.getValue(set.members[order[k]].getImpl())); };
-  const std::size_t width = std::min(static_cast<std::size_t>(set.type), order.size());
-  double least = TavGetInfinity();
-  for (std::size_t first = 0; first + width <= order.size(); ++first) {
-    double outside = 0.0;
-    for (std::size_t k = 0; k < order.size(); ++k) {
-      if (k < first || k >= first + width) outside = std::max(outside, size(k));
-    }
-    least = std::min(least, outside);
-    if (order.size() > 64 && least == 0.0) break;
+  std::vector<double> sizes;
+  for (const std::size_t k : order) sizes.push_back(std::abs(engine.getValue(set.members[k].getImpl())));
+  const std::size_t width = std::min(static_cast<std::size_t>(set.type), sizes.size());
+  std::vector<double> behind(sizes.size() + 1, 0.0);  // the greatest from each member on
+  for (std::size_t k = sizes.size(); k-- > 0;) behind[k] = std::max(behind[k + 1], sizes[k]);
+  double before = 0.0, least = behind[width];
+  for (std::size_t first = 1; first + width <= sizes.size(); ++first) {
+    before = std::max(before, sizes[first - 1]);
+    least = std::min(least, std::max(before, behind[first + width]));
   }
   return least;
 }
@@ -60,7 +60,7 @@ double violationOfSet(const TavModelSet& set, EngineI& engine) {
 double violationOf(double lb, double value, double ub) {
   const double outside = std::max(lb - value, value - ub);
   if (outside <= 0.0) return 0.0;
-  return std::isnan(outside) ? TavGetInfinity() : outside / std::max(1.0, std::abs(value));
+  return std::isfinite(value) ? outside / std::max(1.0, std::abs(value)) : TavGetInfinity();
 }
 
 Violation greatestViolation(const Model& model, EngineI& engine) {

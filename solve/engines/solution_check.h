@@ -5,7 +5,8 @@
 
 namespace tavsolve {
 
-/// How far a value is outside these bounds, relative for values above 1; infinite for NaN.
+/// How far a value is outside these bounds, relative for values above 1; infinite for NaN and for an infinite value
+/// outside.
 double violationOf(double lb, double value, double ub);
 
 /// The greatest violation of rows, bounds, whole numbers and special ordered sets by the engine's values. Rows are

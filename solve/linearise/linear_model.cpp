@@ -226,7 +226,8 @@ LinearModel::Disagreement LinearModel::disagreement(const std::vector<double>& c
     double amount = 0.0;
     if (made.demand.needsOver()) amount = value - form;
     if (made.demand.needsUnder()) amount = std::max(amount, form - value);
-    amount = std::isnan(amount) ? TavGetInfinity() : amount / std::max(1.0, std::abs(value));
+    amount /= std::max(1.0, std::abs(value));
+    if (std::isnan(amount)) amount = TavGetInfinity();
     if (amount > greatest.amount) greatest = {amount, tavlinear::textOf(made.node)};
   }
   return greatest;

@@ -325,6 +325,42 @@ TEST(Engines, WhateverASolverDoesIsAnAnswerOrOneLineInTime) {
   }
 }
 
+TEST(Engines, TheGreatestViolationCountsInfiniteRowsAndTheBestPlacesOfSets) {
+  for (unsigned seed = 0; seed < 100; ++seed) {
+    SCOPED_TRACE(seed);
+    Random random(seed);
+    Model model;
+    TavModelSet set{"s", random.between(1, 2), {}, {}};
+    std::vector<double> values;
+    const int count = random.between(0, 6);
+    for (int j = 0; j < count; ++j) {
+      set.members.push_back(model.addColumn(TavNumVar(model.getEnv(), -9, 9)));
+      set.weights.push_back(j);
+      values.push_back(random.between(-1, 4));
+    }
+    const auto size = std::ssize(values), width = std::min<std::ptrdiff_t>(set.type, size);
+    double least = TavGetInfinity();
+    for (std::ptrdiff_t first = 0; first + width <= size; ++first) {
+      std::vector<double> others = values;
+      std::fill_n(others.begin() + first, width, 0.0);
+      double most = 0.0;
+      for (const double other : others) most = std::max(most, std::abs(other));
+      least = std::min(least, most);
+    }
+    model.addSet(set);
+    const TavNumVar zero = model.addColumn(TavNumVar(model.getEnv(), 0, 1));
+    values.push_back(0.0);
+    if (seed % 2 == 0) model.addRow(0, TavExpr(1 / zero), 5), model.addRow(0, TavExpr(1 * zero), 5);
+    Engine engine(model, [&](Engine& e, Answer& answer) { solveWith(e, answer, values); });
+    engine.extract();
+    Controls controls;
+    controls.inPlace = true;
+    const Answer answer = engine.solve(controls);
+    EXPECT_EQ(answer.violation.amount, seed % 2 == 0 ? TavGetInfinity() : least);
+    EXPECT_EQ(answer.violation.where == "row 1", seed % 2 == 0);
+  }
+}
+
 TEST(Engines, AnInterruptionIsPassedOn) {
   Model model;
   model.addColumn(TavNumVar(model.getEnv(), 0, 9, "x"));

@@ -83,7 +83,7 @@ std::string quotedName(std::string_view name) {
 }
 
 double numberOf(const std::string& word) {
-  const char* first = word.c_str() + (word[0] == '+');
+  const char* first = word.c_str() + (word[0] == '+' && word[1] != '-');
   const char* last = word.c_str() + word.size();
   double value = 0.0;
   const auto [end, error] = std::from_chars(first, last, value);
@@ -123,8 +123,12 @@ std::string contentsOf(const std::string& path) {
   const auto all = [](std::istream& is) {
     return std::string(std::istreambuf_iterator<char>(is), std::istreambuf_iterator<char>());
   };
-  if (path == "-") return all(std::cin);
   errno = 0;
+  if (path == "-") {
+    std::string contents = all(std::cin);
+    if (std::ferror(stdin)) throw InputError(std::string("standard input: cannot be read: ") + std::strerror(errno));
+    return contents;
+  }
   std::ifstream is(path, std::ios::binary);
   std::string contents;
   if (is && is.peek() != std::ifstream::traits_type::eof()) contents = all(is);

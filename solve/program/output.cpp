@@ -44,7 +44,8 @@ void Output::note(const std::string& text) {
 }
 
 void checkWritable(const std::string& path) {
-  errno = std::filesystem::is_directory(path) ? EISDIR : 0;
+  std::error_code unknown;  // then access() says what is wrong
+  errno = std::filesystem::is_directory(path, unknown) ? EISDIR : 0;
   if (errno) fail(path);
   const std::filesystem::path folder = std::filesystem::path(path).parent_path();
   if (access(path.c_str(), W_OK) == 0 || (errno == ENOENT && access(folder.empty() ? "." : folder.c_str(), W_OK) == 0))

@@ -39,7 +39,7 @@ std::string describe(const SharedRun::Counts& counts, std::size_t left, double s
 
 }  // namespace
 
-/// Of all that the results depend on.
+/// Of all that the results depend on, except files that single scenarios add.
 std::uint64_t Session::hashOfRun(const ScenarioFile& scenarios) const {
   std::ostringstream os;
   os.precision(17);
@@ -54,6 +54,9 @@ std::uint64_t Session::hashOfRun(const ScenarioFile& scenarios) const {
   for (const std::string& name : _options.values) os << name << '\n';
   std::uint64_t hash = hashOf(os.str());
   hash = hashOf(contentsOf(_options.file), hash);
+  for (const Edit& edit : _options.stages[0]) {
+    if (const auto* addition = std::get_if<edit::Add>(&edit)) hash = hashOf(contentsOf(addition->path), hash);
+  }
   if (!_options.start.empty()) hash = hashOf(contentsOf(_options.start), hash);
   return hashOf(scenarios.contents(), hash);
 }

@@ -100,7 +100,10 @@ void ResultsFile::write(const std::string& text) {
 
 void ResultsFile::append(const std::string& line) { write(line); }
 
-void ResultsFile::flush() { fsync(_file.number()); }
+void ResultsFile::flush() {
+  // Some files cannot be synchronised: pipes, for instance.
+  if (fsync(_file.number()) != 0 && errno != EINVAL && errno != EROFS) refuse(_path);
+}
 
 void ResultsFile::fail(const std::string& what) const { throw InputError(_path + ": " + what); }
 

@@ -22,7 +22,7 @@ class ResultsFile {
   std::size_t size() const { return _size; }
   /// Appends a line in one call of the system. Throws InputError when it cannot be written.
   void append(const std::string& line);
-  /// Brings what was written to the disk.
+  /// Brings what was written to the disk. Throws InputError when that fails.
   void flush();
   /// In a child process: lets go of the file.
   void leave() { _file.close(); }

@@ -1,5 +1,6 @@
 #include "solve/engines/child.h"
 
+#include <cctype>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -94,7 +95,7 @@ void deliver(std::string& buffer, const std::function<void(Message)>& receive) {
 }  // namespace
 
 void Message::extract(void* data, std::size_t size) {
-  if (bytes.size() - _taken < size) throw std::length_error("a message of the solver ends early");
+  if (bytes.size() - _taken < size) throw std::length_error(kTooShort);
   _taken += bytes.copy(static_cast<char*>(data), size, _taken);  // an empty array may have no address
 }
 

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -47,11 +48,14 @@ class Message {
   void takeArray(Array& array) {
     std::size_t count = 0;
     take(count);
+    if (count > bytes.size() - _taken) throw std::length_error(kTooShort);  // what a broken solver has sent
     array.resize(count);
     extract(array.data(), count * sizeof(typename Array::value_type));
   }
   void append(const void* data, std::size_t size) { bytes.append(static_cast<const char*>(data), size); }
   void extract(void* data, std::size_t size);
+
+  static constexpr const char* kTooShort = "a message of the solver ends early";
 
   std::size_t _taken = 0;
 };

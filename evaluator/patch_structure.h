@@ -75,7 +75,6 @@ class StructurePatch {
   /// The value that a position starts from: a fixed one, or none where `isFixed` is false any more. Its number. `place`
   /// is where it is now, kNone for nowhere.
   std::uint32_t fix(Position position, bool isFixed, double value, std::uint32_t place);
-  bool isEmpty() const noexcept { return _touched.empty(); }
   void prepare();
   /// The place of a position, by its number.
   std::uint32_t place(std::uint32_t number) const noexcept { return _touched[number].newPlace; }

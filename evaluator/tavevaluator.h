@@ -181,9 +181,9 @@ class TavEvaluator {
   /// Quadratic. A row that contains a class without derivatives is NonLinear. This and the following functions throw
   /// TavWrongUsage for a row that does not exist.
   Kind getKind(std::size_t row) const;
-  /// The linear part of a row as it is written: all of a Linear row but its constant. A column appears once. The
-  /// evaluator keeps the terms; valid until the next modification. What
-  /// squares and products add to it is not there: all of a Quadratic row's linear part is its Jacobian at 0.
+  /// The linear part of a row as it is written: all of a Linear row except its constant. A column appears once. The
+  /// evaluator keeps the terms; valid until the next modification. What squares and products add to it is not there:
+  /// all of a Quadratic row's linear part is its Jacobian at 0.
   std::span<const LinearTerm> getLinearPart(std::size_t row) const;
   /// The constant that is added to a row's linear part and to its other parts.
   double getConstant(std::size_t row) const;

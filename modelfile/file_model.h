@@ -209,8 +209,7 @@ struct TavFileModel {
   /// Names of the rows; all differ.
   TavNameTable rowNames;
   /// The linear parts row by row: those of row i stand at linearBegin[i] up to, but not at, linearBegin[i + 1]. One
-  /// entry more than rows. No variable occurs twice in a row. The
-  /// readers of MPS and LP leave coefficients of zero out.
+  /// entry more than rows. No variable occurs twice in a row. The readers of MPS and LP leave coefficients of zero out.
   TavFileArray<std::size_t> linearBegin{0};
   TavFileArray<std::int32_t> linearVariable;  ///< Indices of variables.
   TavFileArray<double> linearValue;           ///< Their coefficients.

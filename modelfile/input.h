@@ -89,7 +89,7 @@ class TavFileInput {
   /// Of what was dropped in front of the buffer.
   std::uint64_t _bytesBefore = 0;
   std::uint64_t _linesBefore = 0;
-  /// Bytes of the first dropped line that is not complete: those before the buffer on the line of its first byte.
+  /// Dropped bytes of the line that the buffer begins in.
   std::uint64_t _columnsBefore = 0;
 };
 

@@ -7,7 +7,7 @@
 
 #include "modelfile/input.h"
 
-/// The fields of one line, at most six and one that is too much.
+/// The fields of one line; those behind the eighth are left out, since no line has more than six.
 struct TavMpsFields {
   static constexpr int kMost = 8;
   int count = 0;

@@ -113,7 +113,6 @@ class TavMpsReader {
   void beginRowQuadratic(const TavMpsFields& header);
   void beginSets(const TavMpsFields& header);
   void beginTypedSets(const TavMpsFields& header);
-  void beginUnsupported(const TavMpsFields& header);
   void quadraticLine();
   void matrixLine();
   void leaveMatrix();

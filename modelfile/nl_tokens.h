@@ -109,7 +109,7 @@ class TavNlText final : public TavNlTokens {
   }
   /// The type of a bound.
   std::int64_t boundType() { return integer(); }
-  /// The rest of the line without blanks at its ends.
+  /// A name: what stands up to the next blank.
   std::string word();
   /// Goes on to the next line.
   void endLine() {
@@ -122,7 +122,7 @@ class TavNlText final : public TavNlTokens {
  private:
   /// Whole numbers of so many digits are exact in doubles and far from the end of 64 bits.
   static constexpr std::ptrdiff_t kMostDigits = 15;
-  /// Bytes of a line of plainTerm in front of its end.
+  /// Bytes of a line of plainTerms in front of its end.
   static constexpr int kMostPlain = 17;
 
   static bool isWordByte(char c) noexcept { return c != ' ' && c != '\n' && c != '\t' && c != '\r' && c != '#'; }

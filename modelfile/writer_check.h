@@ -10,7 +10,8 @@
 /// The names of all items of one kind; those without one get one that is free: the prefix and their number.
 class TavWriterNames {
  public:
-  /// `model` outlives the names. Throws TavFileError when two items have one name.
+  /// `count` is the number of items, which `names` may lack; `what` and `file` stand in messages. Throws TavFileError
+  /// when two items have one name.
   TavWriterNames(const TavNameTable& names, std::size_t count, const char* prefix, const char* what,
                  const std::string& file);
   std::string_view operator[](std::int32_t i) const noexcept { return _all[i]; }

@@ -85,10 +85,6 @@ class Linearisation {
   const Slots<Set>& sets() const noexcept { return _sets; }
   /// The linear objective.
   const LinearForm& objective() const noexcept { return _objective; }
-  bool isMaximised() const noexcept { return _maximise; }
-
-  /// The number of a row among rows().
-  int rowOf(int row) const { return _roots[row].row; }
 
   /// An expression that has become columns: its form, which meets the demand.
   struct Made {
@@ -173,7 +169,6 @@ class Linearisation {
   Root _objectiveRoot;
   LinearForm _objective;
   bool _maximise = false;
-  bool _hasObjective = false;
   Ranges _ranges;
   std::unordered_map<Key, int, KeyHash> _itemOf;
   std::unordered_map<const TavNumVarI*, int> _columnOf;

@@ -48,12 +48,13 @@ const TavNumExprI* signOperand(const TavNumExprI* node);
 LinearForm positive(Builder& builder, const Operand& x, Demand demand);
 /// 1 where the operand is not 0, else 0.
 LinearForm notZero(Builder& builder, const Operand& x, Demand demand);
-/// chooser * a + (1 - chooser) * b, where the chooser is 0 or 1.
+/// An operand with its form and range.
 struct Choice {
   LinearForm form;
   Operand operand;
   Interval range;
 };
+/// chooser * a + (1 - chooser) * b, where the chooser is 0 or 1.
 LinearForm choose(Builder& builder, const LinearForm& chooser, const Choice& a, const Choice& b, Demand demand);
 
 /// A function that is linear between neighbouring points, and before the first and behind the last one.

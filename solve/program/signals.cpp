@@ -1,5 +1,6 @@
 #include "solve/program/signals.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstring>

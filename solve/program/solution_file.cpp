@@ -17,7 +17,7 @@ std::string label(const char* name, const char* letter, std::size_t place) {
   return name ? name : letter + std::to_string(place + 1);
 }
 
-/// Calls visit(place, label, column) for the columns that are left.
+/// Calls visit(label, column) for the columns that are left.
 template <class Visit>
 void forColumns(const Model& model, Visit visit) {
   for (std::size_t j = 0; j < model.columns().size(); ++j) {
@@ -25,6 +25,7 @@ void forColumns(const Model& model, Visit visit) {
   }
 }
 
+/// Calls visit(label, row) for all rows.
 template <class Visit>
 void forRows(const Model& model, Visit visit) {
   for (std::size_t i = 0; i < model.rows().size(); ++i) visit(rowLabel(model, i), model.rows()[i]);

@@ -1,3 +1,4 @@
+#include <cmath>
 #include <sstream>
 
 #include "solve/edits/apply.h"
@@ -14,7 +15,7 @@ namespace tavsolve {
 namespace {
 
 std::string timeText(double seconds) {
-  const auto whole = static_cast<long>(seconds + 0.5);
+  const auto whole = std::lround(seconds);
   char text[32];
   std::snprintf(text, sizeof text, "%ld:%02ld:%02ld", whole / 3600, whole / 60 % 60, whole % 60);
   return text;

@@ -160,9 +160,21 @@ seconds = [float(line.split()[1]) for line in output.split("\n") if line.startsw
 check(len(seconds) == 2 and seconds[1] < 0.5, "a time limit for both solves", output)
 
 # Names are whatever the file has; those without one are named by their places.
-name = 'a"b\\c\u00e9'
+name = 'a "b\\cé'
 with open("names.mps", "w") as file:
-    file.write(f"NAME N\nROWS\n N cost\n G need\nCOLUMNS\n {name} cost 2 need 1\n other cost 3 need 1\nRHS\n RHS need 2\nENDATA\n")
+    file.write(f"""NAME          N
+ROWS
+ N  cost
+ G  need
+COLUMNS
+    {name}  cost               2.0   need               1.0
+    #other    cost               3.0   need               1.0
+RHS
+    RHS       need               2.0
+ENDATA
+""")
 answer = json.loads(start("names.mps", "--solution", "-.json").communicate()[0])
-check([c["name"] for c in answer["columns"]] == [name, "other"] and answer["columns"][1]["reducedCost"] == 1, answer)
+check([c["name"] for c in answer["columns"]] == [name, "#other"] and answer["columns"][1]["reducedCost"] == 1, answer)
 check(answer["rows"] == [{"name": "need", "value": 2, "dual": 2}] and answer["bound"] == 4, answer)
+start("names.mps", "--solution", "names.txt").communicate()
+check(start("names.mps", "--start", "names.txt").communicate()[0].count("optimal") == 1, "a solution to start from")

@@ -172,7 +172,7 @@ class RandomModel {
     if (name.find("Element") != std::string::npos) o.i = pick(2) ? TavIntExprArg(m) : b + b * m;
     const bool isLogical = truth && isShifted;
     for (int k = 0; k < (name.find("Element") != std::string::npos ? 5 : 3); ++k) {
-      o.X.add(isLogical ? 0.5 * (k > 0 ? truth : TavNumVar(b)) + 1.5 : number(depth - 1));
+      o.X.add(isLogical ? (k > 0 ? truth : TavNumVar(b)) + 1 : number(depth - 1));
       o.I.add(whole(depth - 1));
       o.D.add((pick(9) - 4) * 0.5);
       o.K.add(pick(9) - 4);

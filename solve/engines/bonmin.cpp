@@ -55,12 +55,10 @@ class BonminProblem final : public FunctionCalls<TMINLP, Index, Number> {
     value = all[static_cast<std::size_t>(i)];
     return good;
   }
-  bool eval_grad_gi(Index n, const Number* x, bool isNew, Index i, Index& count, Index* columns,
-                    Number* values) override {
+  bool eval_grad_gi(Index n, const Number* x, bool, Index i, Index& count, Index* columns, Number* values) override {
     const std::span<const TavEvaluator::Position> structure = functions().evaluator.getJacobianStructure();
     std::vector<double> all(structure.size());
-    if (values && !eval_jac_g(n, x, isNew, 0, static_cast<Index>(all.size()), nullptr, nullptr, all.data()))
-      return false;
+    if (values && !evaluateJacobian(n, x, static_cast<Index>(all.size()), all.data())) return false;
     count = 0;
     for (std::size_t k = 0; k < structure.size(); ++k) {
       if (structure[k].row != i) continue;

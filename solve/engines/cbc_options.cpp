@@ -9,7 +9,7 @@
 #include <cmath>
 #include <sstream>
 
-#include "solve/model/errors.h"
+#include "solve/engines/option_errors.h"
 
 namespace tavsolve {
 
@@ -51,12 +51,8 @@ void checkCbcOptions(const Controls& controls) {
   for (const auto& [name, value] : controls.options) {
     const auto matches = [&name = name](const CbcOrClpParam& parameter) { return parameter.matches(name) == 1; };
     const auto parameter = std::find_if(known.parameters_.begin(), known.parameters_.end(), matches);
-    if (parameter == known.parameters_.end() || isCommand(*parameter)) {
-      throw InputError("engine cbc has no option " + name);
-    }
-    if (!takes(*parameter, value)) {
-      throw InputError("engine cbc does not take the value " + value + " for its option " + name);
-    }
+    if (parameter == known.parameters_.end() || isCommand(*parameter)) throw noOption("cbc", name);
+    if (!takes(*parameter, value)) throw noValue("cbc", name, value);
   }
 }
 

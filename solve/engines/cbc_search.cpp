@@ -147,8 +147,9 @@ void CbcEngineI::search(CbcModel& search, const Controls& controls, Answer& answ
   settings.noPrinting_ = controls.log.empty();
   settings.useSignalHandler_ = false;
   search.setLogLevel(controls.log.empty() ? 0 : 1);
-  std::vector<const char*> words;
   const std::vector<std::string> texts = cbcWords(controls, secondsLeft(), _careful);
+  std::vector<const char*> words;
+  words.reserve(texts.size());
   for (const std::string& word : texts) words.push_back(word.c_str());
   CbcMain1(static_cast<int>(words.size()), words.data(), search, goOn, settings);
   answer.status = statusOf(search);

@@ -138,7 +138,8 @@ void CbcEngineI::keepBasis(const ClpSimplex& simplex) {
 
 /// New columns stand at a bound, new rows are basic.
 void CbcEngineI::extendBasis(int firstColumn, int firstRow) {
-  if (_state.size() != static_cast<std::size_t>(firstColumn + firstRow)) return _state.clear();
+  if (_state.size() != static_cast<std::size_t>(firstColumn) + static_cast<std::size_t>(firstRow))
+    return _state.clear();
   std::vector<double> added;
   for (std::size_t j = static_cast<std::size_t>(firstColumn); j < columns().size(); ++j) {
     const TavNumVarI* variable = columns()[j].variable;

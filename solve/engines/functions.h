@@ -86,7 +86,7 @@ class FunctionCalls : public Base {
   bool eval_jac_g(Index n, const Number* x, bool, Index, Index entries, Index* rows, Index* columns,
                   Number* values) override {
     if (values == nullptr) return copyStructure(_functions.evaluator.getJacobianStructure(), rows, columns);
-    return timed([&] { _functions.evaluation.jacobian(spanOf(x, n), spanOf(values, entries)); }, values, entries);
+    return evaluateJacobian(n, x, entries, values);
   }
   bool eval_h(Index n, const Number* x, bool, Number factor, Index m, const Number* lambda, bool, Index entries,
               Index* rows, Index* columns, Number* values) override {
@@ -98,6 +98,9 @@ class FunctionCalls : public Base {
   }
 
  protected:
+  bool evaluateJacobian(Index n, const Number* x, Index entries, Number* values) {
+    return timed([&] { _functions.evaluation.jacobian(spanOf(x, n), spanOf(values, entries)); }, values, entries);
+  }
   template <class T>
   static std::span<T> spanOf(T* first, Index count) {
     return {first, static_cast<std::size_t>(count)};

@@ -3,7 +3,7 @@
 #include <charconv>
 #include <cmath>
 
-#include "solve/model/errors.h"
+#include "solve/engines/option_errors.h"
 
 namespace tavsolve {
 
@@ -39,11 +39,8 @@ void setOptions(Ipopt::OptionsList& options, Ipopt::RegisteredOptions& registere
   for (const auto& [name, value] : controls.options) {
     const std::string known = name.starts_with("bonmin.") ? name.substr(7) : name;
     const Ipopt::SmartPtr<const Ipopt::RegisteredOption> option = registered.GetOption(known);
-    if (!IsValid(option)) throw InputError(std::string("engine ") + engine + " has no option " + name);
-    if (!set(options, *option, name, value)) {
-      throw InputError(std::string("engine ") + engine + " does not take the value " + value + " for its option " +
-                       name);
-    }
+    if (!IsValid(option)) throw noOption(engine, name);
+    if (!set(options, *option, name, value)) throw noValue(engine, name, value);
   }
 }
 

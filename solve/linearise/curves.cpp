@@ -64,7 +64,7 @@ LinearForm byLines(Builder& builder, const LinearForm& x, const Curve& curve, co
     return line(x, curve.points[std::min(point, curve.points.size() - 1)], slopes[i]);
   };
   if (slopes.size() == 1) return lineAt(0);
-  const LinearForm value = LinearForm::column(builder.addColumn({}, false));
+  LinearForm value = LinearForm::column(builder.addColumn({}, false));
   for (std::size_t i = 0; i < slopes.size(); ++i) {
     if (demand.sense == Sense::Over) builder.addRow(0.0, value - lineAt(i), kInfinity);
     if (demand.sense == Sense::Under) builder.addRow(-kInfinity, value - lineAt(i), 0.0);

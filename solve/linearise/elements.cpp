@@ -85,7 +85,7 @@ LinearForm elementForm(Builder& builder, const Reading& reading, Demand demand) 
     all = {std::min(all.lo, range.lo), std::max(all.hi, range.hi)};
   }
   all = demand.clip(all);
-  const LinearForm value = LinearForm::column(builder.addColumn(all, false));
+  LinearForm value = LinearForm::column(builder.addColumn(all, false));
   for (std::size_t i = 0; i < forms.size(); ++i) {
     const Operand& element = elementAt(reading, positions.lo + static_cast<double>(i));
     const Interval range = builder.range(element);

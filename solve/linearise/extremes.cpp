@@ -119,14 +119,14 @@ LinearForm absoluteForm(Builder& builder, const Reading& reading, Demand demand)
 
 }  // namespace
 
-LinearForm greatestOf(Builder& builder, std::vector<Operand> operands, Demand demand) {
+LinearForm greatestOf(Builder& builder, const std::vector<Operand>& operands, Demand demand) {
   std::vector<Candidate> all = candidatesOf(builder, operands);
   for (Candidate& one : all) one.form = builder.of(one.operand, demand);
   if (builder.isWaiting()) return {};
   if (all.size() == 1) return all[0].form;
   Interval range = all[0].range;
   for (const Candidate& one : all) range = greatest(range, one.range);
-  const LinearForm maximum = LinearForm::column(builder.addColumn(demand.clip(range), false));
+  LinearForm maximum = LinearForm::column(builder.addColumn(demand.clip(range), false));
   if (demand.needsOver()) {
     for (const Candidate& one : all) builder.addRow(0.0, maximum - one.form, kInfinity);
   }

@@ -28,7 +28,7 @@ struct Interval {
   friend bool operator==(const Interval&, const Interval&) = default;
   friend Interval operator+(Interval a, Interval b) { return {a.lo + b.lo, a.hi + b.hi, a.whole && b.whole}; }
   friend Interval operator-(Interval a) { return {-a.hi, -a.lo, a.whole}; }
-  friend Interval operator-(Interval a, Interval b) { return a + -b; }
+  friend Interval operator-(const Interval& a, const Interval& b) { return a + -b; }
 };
 
 /// 0 times an infinite bound is 0: the bound stands for any number, however great.

@@ -16,7 +16,7 @@ std::string labelOf(const char* what, const TavExtractableI* object) {
 }
 
 /// A variable of the same kind and name; a semi-continuous one keeps its bounds.
-TavNumVar copyOf(TavEnv env, const TavNumVarI* variable, tavlinear::Interval range) {
+TavNumVar copyOf(TavEnv env, const TavNumVarI* variable, const tavlinear::Interval& range) {
   const double lb = range.lo, ub = range.hi;
   const char* name = variable->getName();
   const TavNumVar::Type type = variable->isInteger() ? TavNumVar::Int : TavNumVar::Float;
@@ -43,7 +43,7 @@ class Copier {
  public:
   explicit Copier(Model& target) : _target(target), _env(target.getEnv()) {}
 
-  void addColumn(const TavNumVarI* variable, tavlinear::Interval range) {
+  void addColumn(const TavNumVarI* variable, const tavlinear::Interval& range) {
     _copyOf[variable] = _target.addColumn(copyOf(_env, variable, range));
   }
   int addColumn(const tavlinear::Column& column) {

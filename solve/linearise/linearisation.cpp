@@ -30,13 +30,12 @@ Linearisation::Resolved Linearisation::resolve(const Operand& operand, Demand de
   Demand own = demand.through(operand.factor, operand.constant);
   if (std::isnan(own.cap)) own = own.everywhere();
   LinearForm form;
+  const bool isMet = own.sense == Sense::Over ? range.hi <= own.cap : own.sense == Sense::Under && range.lo >= own.cap;
   if (operand.factor == 0.0 && isSure) {
     form.constant = 0.0;
   } else if (range.isPoint() && isSure) {
     form.constant = range.lo;
-  } else if (own.sense == Sense::Over && range.hi <= own.cap && isSure) {
-    form.constant = own.cap;
-  } else if (own.sense == Sense::Under && range.lo >= own.cap && isSure) {
+  } else if (isMet && isSure) {  // whatever the value
     form.constant = own.cap;
   } else if (operand.node->isType(TavNumVarI::GetTypeInfo()) && !isIndicator(operand.node)) {
     form = LinearForm::column(columnOf(static_cast<const TavNumVarI*>(operand.node)));

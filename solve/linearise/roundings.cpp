@@ -106,7 +106,7 @@ double wholeValue(double x, double divisor, bool isRemainder) {
 /// trunc(x / divisor) for x >= 0 and a divisor > 0.
 LinearForm quotientOf(Builder& builder, const LinearForm& x, const Interval& range, double divisor, Demand demand) {
   const Interval values = {std::floor(range.lo / divisor), std::floor(range.hi / divisor), true};
-  const LinearForm quotient = LinearForm::column(builder.addColumn(values, true));
+  LinearForm quotient = LinearForm::column(builder.addColumn(values, true));
   const LinearForm left = LinearForm(x).add(-divisor, quotient);
   builder.addRow(demand.needsUnder() ? 0.0 : -kInfinity, left, demand.needsOver() ? divisor - 1.0 : kInfinity);
   return quotient;

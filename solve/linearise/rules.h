@@ -41,7 +41,7 @@ extern const Rule kIndicator;       ///< An indicator variable: the truth of its
 // Parts that rules share.
 
 /// The greatest of the operands.
-LinearForm greatestOf(Builder& builder, std::vector<Operand> operands, Demand demand);
+LinearForm greatestOf(Builder& builder, const std::vector<Operand>& operands, Demand demand);
 /// The operand of a sign; null for any other node.
 const TavNumExprI* signOperand(const TavNumExprI* node);
 /// 1 where the operand is above 0, else 0.

@@ -161,7 +161,7 @@ LinearForm choose(Builder& builder, const LinearForm& chooser, const Choice& a, 
   if (a.form.isConstant() && b.form.isConstant()) {
     return LinearForm(b.form.constant).add(a.form.constant - b.form.constant, chooser);
   }
-  const LinearForm chosen = LinearForm::column(builder.addColumn(demand.clip(hull(a.range, b.range)), false));
+  LinearForm chosen = LinearForm::column(builder.addColumn(demand.clip(hull(a.range, b.range)), false));
   // Each branch bounds the result where it is chosen; elsewhere M makes room for every value of the other one.
   const auto bind = [&](const Choice& branch, const Choice& other, const LinearForm& unchosen) {
     const Interval values = demand.clip(other.range);

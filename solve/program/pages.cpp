@@ -151,7 +151,8 @@ void printCompletion(std::ostream& os) {
       all += (all.empty() ? "" : " ") + name;
       if (std::string(row.operands) == "FILE") files += (files.empty() ? "" : "|") + name;
       if (const std::string words = choicesOf(row); !words.empty()) {
-        cases += "    " + name + ") COMPREPLY=($(compgen -W \"" + words + "\" -- \"$word\")); return ;;\n";
+        cases.append("    ").append(name).append(") COMPREPLY=($(compgen -W \"").append(words);
+        cases += "\" -- \"$word\")); return ;;\n";
       }
     }
   }

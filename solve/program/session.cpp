@@ -112,9 +112,9 @@ void Session::makeEngine() {
   _kind = &chooseEngine(*_model, _options.engine);
   _engine = _kind->make(*_model);
   _engine->extract();
-  // To end a solve takes time too, the more the greater the model.
+  // To end a solve takes time too, the more the greater the model, and as long again to write the solution.
   constexpr double kShare = 0.05, kMost = 0.3;
-  _reserve = std::min(kShare * secondsSinceStart(), kMost);
+  _reserve = std::min(kShare * secondsSinceStart(), kMost) * (_options.solution.empty() ? 1.0 : 2.0);
   _progress.finish("engine " + std::string(_kind->name));
 }
 

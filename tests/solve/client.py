@@ -99,6 +99,8 @@ with open("stub.nl", "w") as file:  # sin(x) >= 2
 check(call() == 0 and solution([0, 1, 0], 1, 1)[2] == 201, "locally infeasible")
 write_nl([-1, 1], [([1, 1], 2)])
 check(call("time=1e-6") == 0 and solution([0, 1, 0], 1, 2)[2] == 400, "the time is over before the file is read")
+write_nl([-1, 1], [([1, 1], 2)], "3 0 3 0 0.5")
+check(call("time=1e-6") == 0 and solution([0, 3, 0, 0.5], 1, 2)[2] == 400, "the same with a further option")
 check(call("time=0") == 2 and not os.path.exists("stub.sol"), "a bad option")
 
 # A modelling system that speaks the protocol. Its library of linear forms is that of the installed configuration; the
@@ -132,18 +134,20 @@ with open("split.lp", "w") as file:
 
 
 def start(*arguments):
-    return subprocess.Popen([tavsolve, *arguments], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+    return subprocess.Popen([tavsolve, *arguments], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True,
+                            start_new_session=True)
 
 
 for signals in ([signal.SIGINT], [signal.SIGINT, signal.SIGTERM]):
-    run = start("split.lp", "--solution", "best.txt", "--time", "50")
+    run = start("split.lp", "--solution", "best.txt", "--time", "50", "--set-bounds", "x0", "0", "1")
     run.stdout.readline()
     time.sleep(2)
     begin = time.monotonic()
     for number in signals:
-        run.send_signal(number)
+        os.killpg(run.pid, number)  # as a terminal does, which signals the solver too
     output = run.communicate()[0]
     check(run.returncode == 1 and "status     not solved: interrupted" in output, "interrupted", output)
+    check(output.count("status") == 1, "no further solve", output)
     check(time.monotonic() - begin < 25, "ended after", time.monotonic() - begin)
     if len(signals) == 1:
         best = open("best.txt").read().split()
@@ -178,3 +182,12 @@ check([c["name"] for c in answer["columns"]] == [name, "#other"] and answer["col
 check(answer["rows"] == [{"name": "need", "value": 2, "dual": 2}] and answer["bound"] == 4, answer)
 start("names.mps", "--solution", "names.txt").communicate()
 check(start("names.mps", "--start", "names.txt").communicate()[0].count("optimal") == 1, "a solution to start from")
+
+# A further solve starts from the last one, not from the file once more.
+with open("square.lp", "w") as file:
+    file.write("Minimize\n obj: x + y + [ x^2 + y^2 ] / 2\nSubject To\n c: x + 2 y >= 1\nBounds\n x free\n y free\nEnd\n")
+with open("far.txt", "w") as file:
+    file.write("column x 100\ncolumn y -50\n")
+output = start("square.lp", "--start", "far.txt", "--set-bounds", "x", "-2", "10").communicate()[0]
+efforts = [int(line.split()[1]) for line in output.split("\n") if line.startswith("effort")]
+check(len(efforts) == 2 and 2 * efforts[1] <= efforts[0], "a warm start", output)

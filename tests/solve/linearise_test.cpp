@@ -170,6 +170,7 @@ class RandomModel {
     if (divides) o.y = o.x, o.x = number(depth - 1), o.j = m + 1, o.c = o.c == 0.0 ? 1.0 : o.c;
     if (divides && name.find("Rec") != std::string::npos) o.x = o.y, o.i = pick(2) ? m + 1 : m - 3;
     if (name.find("Element") != std::string::npos) o.i = pick(2) ? TavIntExprArg(m) : b + b * m;
+    if (isShifted && name.find("Conditional") != std::string::npos) (pick(2) ? o.x : o.y) = o.x + 20;
     const bool isLogical = truth && isShifted;
     for (int k = 0; k < (name.find("Element") != std::string::npos ? 5 : 3); ++k) {
       o.X.add(isLogical ? (k > 0 ? truth : TavNumVar(b)) + 1 : number(depth - 1));
@@ -236,6 +237,21 @@ TEST(Linearise, AModificationMakesTheRowsAgainInWhichTheObjectStands) {
     made += asked > 0 ? "again " : "kept ";
   }
   EXPECT_EQ(made, "kept again again again again ");
+}
+
+TEST(Linearise, AnIndicatorVariableThatIsRemovedHasNoRow) {
+  Model model;
+  const TavEnv env = model.getEnv();
+  const TavNumVar x = model.addColumn(TavIntVar(env, 0, 9, "x"));
+  auto* const promise = new (env.getImpl()) RangeConstraintI(env.getImpl(), 0.0, TavExpr(1.0 * x), 2.0, "p");
+  const TavNumVar truth = model.addColumn(TavNumVar(TavConstraint(promise)));
+  truth.setLB(1);
+  model.setObjective(TavExpr(1.0 * x), true);
+  LinearisedEngineI engine(model);
+  engine.extract();
+  EXPECT_EQ(engine.solve(Controls()).objective, 2.0);
+  model.remove(truth);
+  EXPECT_EQ(engine.solve(Controls()).objective, 9.0);
 }
 
 TEST(Linearise, OptimaOfRandomModelsAreThoseOfEnumerationBeforeAndAfterModifications) {

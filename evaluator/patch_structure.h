@@ -13,7 +13,10 @@ namespace taveval {
 struct ElementRef {
   std::uint32_t shape;
   std::uint32_t element;
-  friend auto operator<=>(const ElementRef&, const ElementRef&) noexcept = default;
+  friend bool operator==(const ElementRef&, const ElementRef&) noexcept = default;
+  friend bool operator<(const ElementRef& x, const ElementRef& y) noexcept {
+    return x.shape != y.shape ? x.shape < y.shape : x.element < y.element;
+  }
 };
 
 /// Where the place of one entry is kept.

@@ -5,7 +5,7 @@
 ///
 /// The bounds are those of the analysis; tests/evaluator/functions_test.cpp measures them.
 
-#include <math.h>
+#include <cmath>
 
 #include "evaluator/vectors.h"
 

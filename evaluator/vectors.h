@@ -22,10 +22,10 @@
 
 namespace tavdetail::TAV_INSTRUCTION_SET {
 
-typedef double Doubles __attribute__((vector_size(TAV_VECTOR_BYTES)));
+using Doubles [[gnu::vector_size(TAV_VECTOR_BYTES)]] = double;
 /// The type of comparisons: all bits of a lane are set where the comparison holds.
-typedef decltype(Doubles{} < Doubles{}) Mask;
-typedef unsigned long long Bits __attribute__((vector_size(TAV_VECTOR_BYTES)));
+using Mask = decltype(Doubles{} < Doubles{});
+using Bits [[gnu::vector_size(TAV_VECTOR_BYTES)]] = unsigned long long;
 
 inline constexpr int kLanes = TAV_VECTOR_BYTES / 8;
 /// Whether `fma` rounds once.

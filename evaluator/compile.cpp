@@ -35,6 +35,7 @@ class Compilation {
     _drafts =
         Elements(_rows, static_cast<std::uint32_t>(constraints.size()), _options.mode == TavEvaluator::Mode::Exact)
             .collect();
+    _rows.records = {};  // its memory serves for what follows
     keepRowFacts();
     compileShapes();
     keepLooseRows();
@@ -78,25 +79,43 @@ class Compilation {
   }
 
   void compileShapes() {
-    ShapeCompiler compiler;
-    TapeCompiler tape;
-    std::array<std::uint32_t, TapeCompiler::kFewest> numbers;
-    std::iota(numbers.begin(), numbers.end(), 0U);
     std::size_t rare = 0;
     for (std::size_t s = 0; s < _drafts.shapes.size(); ++s) rare += TapeCompiler::canTake(ShapeDraft(_drafts, s));
-    for (std::size_t s = 0; s < _drafts.shapes.size(); ++s) {
+    ShapeCompiler compiler;
+    for (std::uint32_t s = 0; s < _drafts.shapes.size(); ++s) {
       const ShapeDraft draft(_drafts, s);
       if (TapeCompiler::takes(draft, rare)) {
-        _tapeDrafts.push_back(draft);
-        tape.add(draft, std::span(numbers).first(draft.count), _options.derivatives, _code.tape);
-      } else {
-        Shape& shape = _code.shapes.emplace_back();
-        _shapeDrafts.push_back(draft);
-        compiler.compile(draft, _options.derivatives, _code.runner.lanes, shape, _plans.emplace_back());
-        for (const Program& program : shape.programs) {
-          _code.registers = std::max(_code.registers, (std::size_t{program.registers} + 1) * shape.lanes);
-        }
+        _tapeShapes.push_back(s);
+        continue;
       }
+      Shape& shape = _code.shapes.emplace_back();
+      _shapeDrafts.push_back(draft);
+      compiler.compile(draft, _options.derivatives, _code.runner.lanes, shape, _plans.emplace_back());
+      for (const Program& program : shape.programs) {
+        _code.registers = std::max(_code.registers, (std::size_t{program.registers} + 1) * shape.lanes);
+      }
+    }
+    writeTape();
+  }
+
+  void writeTape() {
+    Tape& tape = _code.tape;
+    std::size_t bytes = 0, variables = 0, rows = 0, parameters = 0;
+    for (const std::uint32_t s : _tapeShapes) {
+      const ShapeDraft draft(_drafts, s);
+      bytes += draft.byteCount;
+      variables += std::size_t{draft.count} * draft.variableCount;
+      rows += std::size_t{draft.count} * draft.outputCount;
+      parameters += std::size_t{draft.count} * draft.parameterCount;
+    }
+    tape.shapes.reserve(_tapeShapes.size()), tape.code.reserve(bytes), tape.variables.reserve(variables);
+    tape.rows.reserve(rows), tape.parameters.reserve(parameters);
+    TapeCompiler compiler;
+    std::array<std::uint32_t, TapeCompiler::kFewest> numbers;
+    std::iota(numbers.begin(), numbers.end(), 0U);
+    for (const std::uint32_t s : _tapeShapes) {
+      const ShapeDraft draft(_drafts, s);
+      compiler.add(draft, std::span(numbers).first(draft.count), _options.derivatives, tape);
     }
   }
 
@@ -114,7 +133,7 @@ class Compilation {
       _code.valueCount += std::size_t{shape.blockCount()} * shape.lanes * draft.valueCount;
     }
     for (std::size_t s = 0; s < _code.tape.shapes.size(); ++s) {
-      const ShapeDraft& draft = _tapeDrafts[s];
+      const ShapeDraft draft(_drafts, _tapeShapes[s]);
       _code.tape.shapes[s].firstValue = static_cast<std::uint32_t>(_code.valueCount);
       for (std::uint32_t e = 0; e < draft.count; ++e) {
         for (std::uint32_t k = 0; k < draft.valueCount; ++k) {
@@ -239,8 +258,9 @@ class Compilation {
   const TavEvaluator::Options& _options;
   Rows _rows;
   Drafts _drafts;
-  std::vector<ShapeDraft> _shapeDrafts, _tapeDrafts;  // as the shapes of the program and of its tape
-  std::vector<ShapePlan> _plans;                      // as the shapes of the program
+  std::vector<ShapeDraft> _shapeDrafts;    // of the shapes of the program
+  std::vector<ShapePlan> _plans;           // of the same
+  std::vector<std::uint32_t> _tapeShapes;  // those of the drafts that the tape takes
   Code _code;
 };
 

@@ -17,8 +17,7 @@ void Elements::collectVariables(std::uint32_t root, Local& local) {
     if (std::exchange(_written[at].stamp, _stamp) == _stamp) continue;
     const Record& record = _rows.records[at];
     if (record.op == Op::Variable) _sets.push_back(record.a);
-    const std::uint32_t of[] = {record.a, record.b, record.c};
-    for (int i = operandCount(record.op); i-- > 0;) _stack.push_back(of[i]);
+    record.forEachOperand([this](std::uint32_t operand) { _stack.push_back(operand); });
   }
   local.variableCount = static_cast<std::uint32_t>(_sets.size()) - local.firstVariable;
   std::sort(_sets.begin() + local.firstVariable, _sets.end());
@@ -184,28 +183,34 @@ void Elements::addOutput(const Local& local, std::uint32_t number, std::uint32_t
 
 // Shapes
 
+void Elements::writeLeaf(const Record& record) {
+  if (record.op == Op::Constant) return _key.constant(record.number());
+  _key.op(record.op);
+  if (record.op == Op::Variable) {
+    _drafts.variables.push_back(record.a);
+    _writtenColumn[record.a] = {_stamp, _nodeCount};
+  } else {
+    _drafts.parameters.push_back(record.number());
+  }
+}
+
 /// Writes an operation whose operands are written.
 void Elements::writeNode(std::uint32_t at, const Record& record) {
-  _written[at] = {_stamp, _nodeCount};
-  _key.op(record.op);
-  switch (record.op) {
-    case Op::Variable:
-      _drafts.variables.push_back(record.a);
-      _writtenColumn[record.a] = _written[at];
+  const auto distance = [this](std::uint32_t operand) { return _nodeCount - _written[operand].number; };
+  switch (operandCount(record.op)) {
+    case 1:
+      _key.op(record.op, distance(record.a));
       break;
-    case Op::Parameter:
-      _drafts.parameters.push_back(record.number());
+    case 2:
+      _key.op(record.op, distance(record.a), distance(record.b));
       break;
-    case Op::Constant:
-      _key.constant(record.number());
+    case 3:
+      _key.op(record.op, distance(record.a), distance(record.b), distance(record.c));
       break;
-    default: {
-      const std::uint32_t of[] = {record.a, record.b, record.c};
-      const int operands = operandCount(record.op);
-      for (int i = 0; i < operands; ++i) _key.number(_nodeCount - _written[of[i]].number);
-    }
+    default:
+      writeLeaf(record);
   }
-  ++_nodeCount;
+  _written[at] = {_stamp, _nodeCount++};
 }
 
 /// Writes a record behind its operands.
@@ -236,12 +241,9 @@ void Elements::writeSummand(const Summand& summand) {
   for (std::uint32_t at = summand.firstRecord; at <= summand.record; ++at) {
     const Record& record = _rows.records[at];
     if (record.op == Op::Variable || _written[at].stamp == _stamp) continue;
-    const std::uint32_t of[] = {record.a, record.b, record.c};
-    const int operands = operandCount(record.op);
-    for (int i = 0; i < operands; ++i) {
-      const Record& operand = _rows.records[of[i]];
-      if (operand.op == Op::Variable && _written[of[i]].stamp != _stamp) writeNode(of[i], operand);
-    }
+    record.forEachOperand([this](std::uint32_t variable) {
+      if (_written[variable].stamp != _stamp) writeNode(variable, _rows.records[variable]);
+    });
     writeNode(at, record);
   }
 }
@@ -253,10 +255,7 @@ void Elements::writeColumn(std::uint32_t column) {
   _drafts.variables.push_back(column);
 }
 
-void Elements::writeMark(KeyMark mark, std::uint32_t node) {
-  _key.mark(mark);
-  _key.number(_nodeCount - node);
-}
+void Elements::writeMark(KeyMark mark, std::uint32_t node) { _key.mark(mark, _nodeCount - node); }
 
 void Elements::writeLinearPart(const Row& row) {
   for (std::size_t t = row.firstTerm; t < row.termEnd; ++t) {
@@ -310,8 +309,7 @@ std::uint32_t Elements::shapeOfKey(const Drafts::Element& from, std::size_t firs
 }
 
 void Elements::writeOutput(const Output& output) {
-  _key.mark(KeyMark::Output);
-  _key.number(output.uses);
+  _key.mark(KeyMark::Output, output.uses);
   // In the order of the expression.
   _summands.clear();
   for (std::uint32_t link = output.firstSummand; link != kNone; link = _links[link].next) {

@@ -118,6 +118,7 @@ class Elements {
   void writeSummand(const Summand& summand);
   void writeRecord(std::uint32_t record);
   void writeNode(std::uint32_t at, const Record& record);
+  void writeLeaf(const Record& record);
   void writeColumn(std::uint32_t column);
   void writeMark(KeyMark mark, std::uint32_t node);
   void writeLinearPart(const Row& row);

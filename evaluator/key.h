@@ -57,18 +57,37 @@ enum OutputUse : std::uint32_t {
 class KeyWriter {
  public:
   explicit KeyWriter(TavLargeArray<std::uint8_t>& to) : _to(to) {}
-  void op(Op op) { _to.push_back(static_cast<std::uint8_t>(op)); }
-  void mark(KeyMark mark) { _to.push_back(static_cast<std::uint8_t>(mark)); }
-  void number(std::uint32_t number) {
-    for (; number >= 128; number >>= 7) _to.push_back(static_cast<std::uint8_t>(number | 128));
-    _to.push_back(static_cast<std::uint8_t>(number));
+  /// An operation and the distances of its operands.
+  template <class... Distance>
+  void op(Op op, Distance... of) {
+    item(static_cast<std::uint8_t>(op), of...);
+  }
+  /// A mark and the number that follows it, if one does.
+  template <class... Number>
+  void mark(KeyMark mark, Number... number) {
+    item(static_cast<std::uint8_t>(mark), number...);
   }
   void constant(double value) {
+    op(Op::Constant);
     const auto bytes = std::bit_cast<std::array<std::uint8_t, sizeof value>>(value);
     std::copy(bytes.begin(), bytes.end(), _to.append(bytes.size()));
   }
 
  private:
+  template <class... Number>
+  void item(std::uint8_t word, Number... numbers) {
+    constexpr std::size_t kMost = 1 + 5 * sizeof...(numbers);
+    const std::size_t size = _to.size();
+    std::uint8_t *const first = _to.append(kMost), *at = first;
+    *at++ = word;
+    (writeNumber(at, numbers), ...);
+    _to.resize(size + static_cast<std::size_t>(at - first));
+  }
+  static void writeNumber(std::uint8_t*& at, std::uint32_t number) {
+    for (; number >= 128; number >>= 7) *at++ = static_cast<std::uint8_t>(number | 128);
+    *at++ = static_cast<std::uint8_t>(number);
+  }
+
   TavLargeArray<std::uint8_t>& _to;
 };
 
@@ -93,7 +112,9 @@ void readKey(Key key, Receiver&& receiver) {
         at += sizeof value;
       }
       const int operands = operandCount(op);
-      for (int k = 0; k < operands; ++k) of[k] = count - readNumber(at);
+      if (operands > 0) of[0] = count - readNumber(at);
+      if (operands > 1) of[1] = count - readNumber(at);
+      if (operands > 2) of[2] = count - readNumber(at);
       receiver.node(op, value, of);
       ++count;
     }

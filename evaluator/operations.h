@@ -1,6 +1,8 @@
 #pragma once
 /// The operations of compiled programs.
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace taveval {
@@ -65,8 +67,9 @@ enum class Op : std::uint8_t {
 /// Marks an absent node or operand.
 inline constexpr std::uint32_t kNone = static_cast<std::uint32_t>(-1);
 
-/// The number of operands of an operation that graphs contain.
-constexpr int operandCount(Op op) noexcept {
+namespace detail {
+
+constexpr std::uint8_t countOperands(Op op) noexcept {
   switch (op) {
     case Op::Constant:
     case Op::Parameter:
@@ -99,6 +102,17 @@ constexpr int operandCount(Op op) noexcept {
       return 1;
   }
 }
+
+inline constexpr auto kOperandCounts = [] {
+  std::array<std::uint8_t, static_cast<std::size_t>(Op::Select) + 1> counts{};
+  for (std::size_t op = 0; op < counts.size(); ++op) counts[op] = countOperands(static_cast<Op>(op));
+  return counts;
+}();
+
+}  // namespace detail
+
+/// The number of operands of an operation that graphs contain.
+constexpr int operandCount(Op op) noexcept { return detail::kOperandCounts[static_cast<std::size_t>(op)]; }
 
 /// Whether the derivative is 0 wherever there is one: nothing is propagated to the operands.
 constexpr bool isPiecewiseConstant(Op op) noexcept { return op >= Op::Sign && op <= Op::PiecewiseSlope; }

@@ -57,55 +57,63 @@ std::uint32_t Columns::require(TavNumVarI* variable) {
 
 namespace {
 
-bool isSumOrProduct(Op op) noexcept { return op <= Op::Square && op != Op::Weight && op != Op::Div; }
-
-/// The degree of an operation by those of its operands.
-std::uint8_t degreeOf(Op op, const std::uint8_t* of) noexcept {
-  const std::uint8_t a = of[0], b = of[1], most = std::max({a, b, of[2]});
-  switch (op) {
-    case Op::Variable:
-      return 1;
-    case Op::Add:
-    case Op::Sub:
-    case Op::Neg:
-      return most;
-    case Op::Mul:
-      return static_cast<std::uint8_t>(std::min(a + b, 3));
-    case Op::Square:
-      return static_cast<std::uint8_t>(std::min(2 * a, 3));
-    case Op::Div:
-      return b == 0 ? a : 3;
-    default:
-      return most == 0 ? 0 : 3;
-  }
-}
+/// Anything above 2.
+constexpr int kMostDegree = 3;
 
 }  // namespace
 
-std::uint32_t Reader::put(Op op, std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint8_t flags) {
-  const std::uint32_t of[] = {a, b, c};
-  std::uint8_t degrees[] = {0, 0, 0};
-  const int operands = operandCount(op);
-  if (!isSumOrProduct(op)) flags |= Record::kCostly;
-  for (int i = 0; i < operands; ++i) {
-    const Record& operand = _rows.records[of[i]];
-    flags |= operand.flags;
-    degrees[i] = operand.degree;
-  }
-  _rows.records.push_back({op, flags, degreeOf(op, degrees), a, b, c});
+std::uint32_t Reader::append(const Record& record) {
+  _rows.records.push_back(record);
   return static_cast<std::uint32_t>(_rows.records.size() - 1);
+}
+
+std::uint32_t Reader::put(Op op, std::uint32_t a) {
+  const Record& x = _rows.records[a];
+  std::uint8_t flags = x.flags;
+  int degree = x.degree;
+  if (op == Op::Square) {
+    degree = std::min(2 * degree, kMostDegree);
+  } else if (op != Op::Neg) {
+    flags |= Record::kCostly;
+    degree = degree == 0 ? 0 : kMostDegree;
+  }
+  return append({op, flags, static_cast<std::uint8_t>(degree), a, kNone, kNone});
+}
+
+std::uint32_t Reader::put(Op op, std::uint32_t a, std::uint32_t b) {
+  const Record &x = _rows.records[a], &y = _rows.records[b];
+  std::uint8_t flags = x.flags | y.flags;
+  int degree = std::max(x.degree, y.degree);
+  if (op == Op::Mul) {
+    degree = std::min(x.degree + y.degree, kMostDegree);
+  } else if (op != Op::Add && op != Op::Sub) {
+    flags |= Record::kCostly;
+    const bool isScaled = op == Op::Div && y.degree == 0;
+    if (!isScaled && degree != 0) degree = kMostDegree;
+  }
+  return append({op, flags, static_cast<std::uint8_t>(degree), a, b, kNone});
+}
+
+std::uint32_t Reader::put(Op op, std::uint32_t a, std::uint32_t b, std::uint32_t c) {
+  const Record &x = _rows.records[a], &y = _rows.records[b], &z = _rows.records[c];
+  const int degree = x.degree | y.degree | z.degree ? kMostDegree : 0;
+  return append({op, static_cast<std::uint8_t>(x.flags | y.flags | z.flags | Record::kCostly),
+                 static_cast<std::uint8_t>(degree), a, b, c});
 }
 
 std::uint32_t Reader::putNumber(Op op, double value) {
   const auto bits = std::bit_cast<std::uint64_t>(value);
-  return put(op, static_cast<std::uint32_t>(bits >> 32), static_cast<std::uint32_t>(bits));
+  return append({op, 0, 0, static_cast<std::uint32_t>(bits >> 32), static_cast<std::uint32_t>(bits), kNone});
 }
 
 std::uint32_t Reader::column(const TavNumVarI* variable) {
-  if (!isRead(variable)) setRecord(variable, put(Op::Variable, _columns.require(const_cast<TavNumVarI*>(variable))));
-  const std::uint32_t record = of(variable);
-  meetColumn(_rows.records[record].a);
-  return record;
+  Known& known = _known[idOf(variable)];
+  if (known.record == kNone) {
+    const std::uint32_t column = _columns.require(const_cast<TavNumVarI*>(variable));
+    known = {append({Op::Variable, 0, 1, column, 0, kNone}), _number};
+  }
+  meetColumn(_rows.records[known.record]);
+  return known.record;
 }
 
 std::uint32_t Reader::plus(std::uint32_t sum, double coefficient, std::uint32_t record) {
@@ -124,19 +132,18 @@ const ClassRow& Reader::rowFor(const TavNumExprI* node) {
   return *classRowOf(node->isType(TavNumVarI::GetTypeInfo()) ? TavNumVarI::GetTypeInfo() : TavNumExprI::GetTypeInfo());
 }
 
-void Reader::meetColumn(std::uint32_t column) {
-  std::uint32_t& stamp = _columnStamp[column];
-  if (stamp == _summandStamp) return;
-  stamp = _summandStamp;
-  _rows.columns.push_back(column);
+void Reader::meetColumn(Record& variable) {
+  if (variable.b == _summandStamp) return;
+  variable.b = _summandStamp;
+  _rows.columns.push_back(variable.a);
 }
 
 /// Notes a column, or that the summand shares records, and that the row depends on what an earlier row has read. A sum
 /// of one variable has the variable's record.
 void Reader::meetAgain(const TavNumExprI* node, Known known) {
-  const Record& record = _rows.records[known.record];
+  Record& record = _rows.records[known.record];
   if (record.op == Op::Variable) {
-    meetColumn(record.a);
+    meetColumn(record);
     if (_columns.variable(record.a) == node) return;
   } else if (known.record < _firstRecord) {
     _sharesRecords = true;
@@ -145,36 +152,41 @@ void Reader::meetAgain(const TavNumExprI* node, Known known) {
 }
 
 std::uint32_t Reader::read(const TavNumExprI* root) {
-  _frames.push_back({root, nullptr});
+  ask(root);
   while (!_frames.empty()) {
     const Frame frame = _frames.back();
     if (frame.row) {
       _frames.pop_back();
       setRecord(frame.node, frame.row->close(*this, *frame.row, frame.node));
     } else if (const Known known = _known.get(idOf(frame.node)); known.record != kNone) {
-      meetAgain(frame.node, known);
       _frames.pop_back();
+      meetAgain(frame.node, known);
     } else {
-      const ClassRow& row = rowFor(frame.node);
-      if (row.kind == ClassRow::Kind::Column) {
-        column(static_cast<const TavNumVarI*>(frame.node));
-        _frames.pop_back();
-        continue;
-      }
-      if (row.kind == ClassRow::Kind::ByObject) {
-        const std::uint32_t record = putNumber(Op::Parameter, 0.0);
-        _rows.records[record].flags = Record::kByObjects | Record::kNoDerivative;
-        _withoutDerivative.emplace_back(record, frame.node->getRttiTypeName());
-        setRecord(frame.node, record);
-        continue;
-      }
-      _frames.back().row = &row;
-      _asked.clear();
-      row.open(*this, frame.node);
-      for (std::size_t i = _asked.size(); i-- > 0;) _frames.push_back({_asked[i], nullptr});
+      open(frame.node);
     }
   }
   return of(root);
+}
+
+/// Reads the node of the last frame if its operands have been read; else asks for them.
+void Reader::open(const TavNumExprI* node) {
+  const ClassRow& row = rowFor(node);
+  const std::size_t before = _frames.size();
+  if (row.open) row.open(*this, node);
+  if (_frames.size() == before) {
+    _frames.pop_back();
+    setRecord(node, row.close(*this, row, node));
+  } else {
+    _frames[before - 1].row = &row;
+    std::reverse(_frames.begin() + before, _frames.end());
+  }
+}
+
+std::uint32_t Reader::byObject(const TavNumExprI* node) {
+  const std::uint32_t record = data(0.0);
+  mark(record, Record::kByObjects | Record::kNoDerivative);
+  _withoutDerivative.emplace_back(record, node->getRttiTypeName());
+  return record;
 }
 
 // Rows
@@ -302,11 +314,11 @@ const char* Reader::nameWithoutDerivative(std::uint32_t root) const {
   // Only records with the flag lead to it.
   std::uint32_t record = root;
   while (operandCount(_rows.records[record].op) > 0) {
-    const Record& r = _rows.records[record];
-    const std::uint32_t of[] = {r.a, r.b, r.c};
-    int i = 0;
-    while (!(_rows.records[of[i]].flags & Record::kNoDerivative)) ++i;
-    record = of[i];
+    std::uint32_t next = kNone;
+    _rows.records[record].forEachOperand([&](std::uint32_t operand) {
+      if (next == kNone && _rows.records[operand].flags & Record::kNoDerivative) next = operand;
+    });
+    record = next;
   }
   for (const auto& [at, name] : _withoutDerivative) {
     if (at == record) return name;

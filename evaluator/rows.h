@@ -13,12 +13,11 @@
 #include "evaluator/watch.h"
 #include "expression/nodes.h"
 #include "host/large_array.h"
-#include "host/prefetch.h"
 
 namespace taveval {
 
-/// One operation as it was read. Operands are numbers of records; a variable's a is its column; the bits of a number
-/// stand in a and b.
+/// One operation as it was read. Operands are numbers of records; a variable's a is its column and its b the summand
+/// that met it last; the bits of a number stand in a and b.
 struct Record {
   Op op;
   std::uint8_t flags;   ///< Of this record or of one below it.
@@ -33,6 +32,14 @@ struct Record {
   static constexpr std::uint8_t kCostly = 4;
 
   double number() const noexcept;
+  /// Calls visit(record) for each operand.
+  template <class Visit>
+  void forEachOperand(Visit visit) const {
+    const int count = operandCount(op);
+    if (count > 0) visit(a);
+    if (count > 1) visit(b);
+    if (count > 2) visit(c);
+  }
 };
 
 /// One summand of a row: coefficient * record.
@@ -84,14 +91,13 @@ struct ClassRow {
     Sum,         ///< A linear node.
     Scaled,      ///< An operand times a constant, or divided by it.
     Operation,   ///< Any other expression.
-    ByObject,    ///< Evaluated by its object; it has no derivative.
     NotNumeric,  ///< No numeric expression: it never occurs in one.
   };
   TavTypeInfo token;
   const char* name;
   Kind kind;
   Op op;
-  /// Asks the reader to read the operands.
+  /// Asks the reader to read the operands; null for none.
   void (*open)(Reader&, const TavNumExprI*);
   /// Makes the record, all operands having theirs.
   std::uint32_t (*close)(Reader&, const ClassRow&, const TavNumExprI*);
@@ -150,18 +156,31 @@ class Reader {
   /// Asks for an operand to be read; the last call's operand is read last.
   void ask(const TavNumExprI* operand) {
     if (!operand) return;
-    TavPrefetch(operand);
-    _asked.push_back(operand);
+    if (const Known known = _known.get(idOf(operand)); known.record != kNone) return meetAgain(operand, known);
+    _frames.push_back({operand, nullptr});
   }
   /// The record of an operand that has been read; null throws when it is evaluated.
   std::uint32_t of(const TavNumExprI* operand) { return operand ? _known.get(idOf(operand)).record : throwing(); }
   /// The record of what throws when it is evaluated.
-  std::uint32_t throwing() { return put(Op::Constant, 0, 0, kNone, Record::kByObjects); }
-  std::uint32_t put(Op op, std::uint32_t a, std::uint32_t b = kNone, std::uint32_t c = kNone, std::uint8_t flags = 0);
+  std::uint32_t throwing() {
+    const std::uint32_t record = structural(0.0);
+    mark(record, Record::kByObjects);
+    return record;
+  }
+  ///@{
+  /// Appends the record of an operation, of one, two or three operands.
+  std::uint32_t put(Op op, std::uint32_t a);
+  std::uint32_t put(Op op, std::uint32_t a, std::uint32_t b);
+  std::uint32_t put(Op op, std::uint32_t a, std::uint32_t b, std::uint32_t c);
+  ///@}
+  /// Adds flags to a record.
+  void mark(std::uint32_t record, std::uint8_t flags) { _rows.records[record].flags |= flags; }
   /// A number that is data, or part of the structure.
   std::uint32_t data(double value) { return putNumber(Op::Parameter, value); }
   std::uint32_t structural(double value) { return putNumber(Op::Constant, value); }
   std::uint32_t column(const TavNumVarI* variable);
+  /// A number that the expression's object computes; it has no derivative.
+  std::uint32_t byObject(const TavNumExprI* node);
   /// coefficient * record, where 1 and -1 are structural; added to `sum` unless that is kNone.
   std::uint32_t plus(std::uint32_t sum, double coefficient, std::uint32_t record);
   Tables& tables() { return _rows.tables; }
@@ -182,13 +201,14 @@ class Reader {
   };
 
   static std::size_t idOf(const TavNumExprI* node) { return static_cast<std::size_t>(node->getId()); }
+  std::uint32_t append(const Record& record);
   std::uint32_t putNumber(Op op, double value);
   std::uint32_t read(const TavNumExprI* node);
+  void open(const TavNumExprI* node);
   void readSummand(const TavNumExprI* node, double coefficient, bool isScaled);
   void meetAgain(const TavNumExprI* node, Known known);
-  void meetColumn(std::uint32_t column);
+  void meetColumn(Record& variable);
   const ClassRow& rowFor(const TavNumExprI* node);
-  bool isRead(const TavNumExprI* node) const { return _known.get(idOf(node)).record != kNone; }
   void setRecord(const TavNumExprI* node, std::uint32_t record) { _known[idOf(node)] = {record, _number}; }
   template <class Linear>
   void splitSum(const Linear* sum, const Pending& pending);
@@ -207,11 +227,9 @@ class Reader {
   Pages<std::size_t, static_cast<std::size_t>(-1)> _termOf;  // by column: the row's term, if it is of this row
   // Of the summand that is read.
   std::uint32_t _firstRecord = 0;
-  bool _sharesRecords = false;        // with what was read before
-  std::uint32_t _summandStamp = 0;    // its number
-  Pages<std::uint32_t> _columnStamp;  // by column: the summand that met it last
-  std::vector<Frame> _frames;
-  std::vector<const TavNumExprI*> _asked;
+  bool _sharesRecords = false;      // with what was read before
+  std::uint32_t _summandStamp = 0;  // its number
+  TavLargeArray<Frame> _frames;
   std::vector<Pending> _pending;
   bool _isInOrder = true;                                                 // of the row that is read
   std::vector<std::pair<std::uint32_t, const char*>> _withoutDerivative;  // records and their classes

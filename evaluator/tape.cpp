@@ -88,16 +88,20 @@ void Tape::appendHessian(const TapeShape& shape, std::uint32_t e,
 /// Reads the nodes and outputs of a key, and finds what a derivative goes to.
 struct TapeCompiler::Reading {
   TapeCompiler& to;
+  Node* const nodes;
+  Node* next = nodes;
   std::uint32_t variables = 0;
 
   void node(Op op, double, const std::uint32_t* of) {
-    Node& node = to._nodes.emplace_back(Node{op, {of[0], of[1], of[2]}, 0});
+    std::uint64_t set = 0;
     if (op == Op::Variable) {
-      node.variables = std::uint64_t{1} << variables++;
+      set = std::uint64_t{1} << variables++;
     } else if (!isPiecewiseConstant(op)) {
-      const int operands = operandCount(op);
-      for (int i = op == Op::Select ? 1 : 0; i < operands; ++i) node.variables |= to._nodes[of[i]].variables;
+      if (of[0] != kNone && op != Op::Select) set = nodes[of[0]].variables;
+      if (of[1] != kNone) set |= nodes[of[1]].variables;
+      if (of[2] != kNone) set |= nodes[of[2]].variables;
     }
+    *next++ = {op, false, {of[0], of[1], of[2]}, set};
   }
   void mark(KeyMark mark, std::uint32_t node) {
     if (mark < KeyMark::LinearPlus) to._summands.push_back(node);
@@ -110,11 +114,10 @@ struct TapeCompiler::Reading {
 
 /// Where there are second derivatives.
 void TapeCompiler::findInteractions(std::uint32_t variableCount) {
-  _interactions.assign(variableCount, 0);
-  _needed.assign(_nodes.size(), 0);
+  std::fill_n(_interactions, variableCount, 0);
   for (std::size_t k = 0; k < _uses.size(); ++k) {
     if (!(_uses[k] & kDerivatives)) continue;
-    for (std::size_t i = _starts[k]; i < _starts[k + 1]; ++i) _needed[_summands[i]] = 1;
+    for (std::size_t i = _starts[k]; i < _starts[k + 1]; ++i) _nodes[_summands[i]].isNeeded = true;
   }
   const auto interact = [this](std::uint64_t these, std::uint64_t those) {
     for (; these; these &= these - 1) _interactions[static_cast<std::size_t>(std::countr_zero(these))] |= those;
@@ -122,14 +125,14 @@ void TapeCompiler::findInteractions(std::uint32_t variableCount) {
   static const RuleStructures rules;
   for (std::size_t k = _nodes.size(); k-- > 0;) {
     const Node& node = _nodes[k];
-    if (!_needed[k] || node.variables == 0 || node.op == Op::Variable) continue;
+    if (!node.isNeeded || node.variables == 0 || node.op == Op::Variable) continue;
     const bool isSecondFixed = node.of[1] == kNone || _nodes[node.of[1]].variables == 0;
     const RuleStructure& rule = rules.of(node.op, isSecondFixed);
     std::uint64_t by[2] = {0, 0};
     for (int i = 0; i < rule.count; ++i) {
-      const std::uint32_t operand = node.of[rule.operand[i]];
-      _needed[operand] = 1;
-      by[i] = _nodes[operand].variables;
+      Node& operand = _nodes[node.of[rule.operand[i]]];
+      operand.isNeeded = true;
+      by[i] = operand.variables;
     }
     if (rule.seconds & Rule<NoFormula>::kFirst) interact(by[0], by[0]);
     if (rule.seconds & Rule<NoFormula>::kMixed) interact(by[0], by[1]), interact(by[1], by[0]);
@@ -137,53 +140,56 @@ void TapeCompiler::findInteractions(std::uint32_t variableCount) {
   }
 }
 
-void TapeCompiler::writePattern(int derivatives, TapeShape& shape, std::vector<std::uint8_t>& pattern) {
+void TapeCompiler::addPair(std::uint32_t first, std::uint32_t second) {
+  std::uint8_t* const pair = _pattern.append(2);
+  pair[0] = static_cast<std::uint8_t>(first);
+  pair[1] = static_cast<std::uint8_t>(second);
+}
+
+void TapeCompiler::writePattern(int derivatives, TapeShape& shape) {
+  _pattern.clear();
   if (derivatives < 1) return;
   for (const bool ofObjective : {false, true}) {
-    std::uint16_t count = 0;
-    for (std::size_t k = 0; k < _uses.size(); ++k) {
+    const std::size_t before = _pattern.size();
+    for (std::uint32_t k = 0; k < _uses.size(); ++k) {
       if (!(_uses[k] & kDerivatives) || static_cast<bool>(_uses[k] & kOfObjective) != ofObjective) continue;
       std::uint64_t variables = 0;
       for (std::size_t i = _starts[k]; i < _starts[k + 1]; ++i) variables |= _nodes[_summands[i]].variables;
-      for (; variables; variables &= variables - 1, ++count) {
-        pattern.push_back(static_cast<std::uint8_t>(k));
-        pattern.push_back(static_cast<std::uint8_t>(std::countr_zero(variables)));
-      }
+      for (; variables; variables &= variables - 1) addPair(k, static_cast<std::uint32_t>(std::countr_zero(variables)));
     }
-    (ofObjective ? shape.gradientCount : shape.jacobianCount) = count;
+    (ofObjective ? shape.gradientCount : shape.jacobianCount) =
+        static_cast<std::uint16_t>((_pattern.size() - before) / 2);
   }
   if (derivatives < 2) return;
+  const std::size_t before = _pattern.size();
   findInteractions(shape.variableCount);
   for (std::uint32_t j = 0; j < shape.variableCount; ++j) {
-    for (std::uint64_t rows = _interactions[j] >> j << j; rows; rows &= rows - 1, ++shape.hessianCount) {
-      pattern.push_back(static_cast<std::uint8_t>(std::countr_zero(rows)));
-      pattern.push_back(static_cast<std::uint8_t>(j));
+    for (std::uint64_t rows = _interactions[j] >> j << j; rows; rows &= rows - 1) {
+      addPair(static_cast<std::uint32_t>(std::countr_zero(rows)), j);
     }
   }
+  shape.hessianCount = static_cast<std::uint16_t>((_pattern.size() - before) / 2);
 }
 
-/// Takes a pattern back that was written before.
-void TapeCompiler::sharePattern(TapeShape& shape, std::vector<std::uint8_t>& pattern) {
-  const std::uint8_t* const fresh = pattern.data() + shape.pattern;
-  const auto size = static_cast<std::uint32_t>(pattern.size() - shape.pattern);
-  Pattern& known = _patterns[hashOfBytes(fresh, size) % kPatterns];
-  if (known.size == size && std::equal(fresh, fresh + size, pattern.data() + known.first)) {
-    pattern.resize(shape.pattern);
-    shape.pattern = known.first;
-  } else {
-    known = {shape.pattern, size};
+/// The place of the pattern among those of a tape, to which it is appended unless it is known.
+std::uint32_t TapeCompiler::keepPattern(std::vector<std::uint8_t>& patterns) {
+  const auto size = static_cast<std::uint32_t>(_pattern.size());
+  Pattern& known = _patterns[hashOfBytes(_pattern.data(), size) % kPatterns];
+  if (known.size != size || !std::equal(_pattern.begin(), _pattern.end(), patterns.data() + known.first)) {
+    known = {static_cast<std::uint32_t>(patterns.size()), size};
+    append(patterns, _pattern.data(), size);
   }
+  return known.first;
 }
 
 void TapeCompiler::add(const ShapeDraft& draft, std::span<const std::uint32_t> elements, int derivatives, Tape& tape) {
   const auto number = [](std::size_t size) { return static_cast<std::uint32_t>(size); };
   _nodes.clear(), _uses.clear(), _starts.clear(), _summands.clear();
-  readKey(draft.key(), Reading{*this});
+  readKey(draft.key(), Reading{*this, _nodes.append(draft.nodeCount)});
   _starts.push_back(number(_summands.size()));
   TapeShape shape{};
   shape.count = number(elements.size());
   shape.code = number(tape.code.size());
-  shape.pattern = number(tape.pattern.size());
   shape.variables = number(tape.variables.size());
   shape.rows = number(tape.rows.size());
   shape.parameters = number(tape.parameters.size());
@@ -195,8 +201,8 @@ void TapeCompiler::add(const ShapeDraft& draft, std::span<const std::uint32_t> e
   for (const std::uint32_t uses : _uses) shape.hasRows = shape.hasRows || !(uses & kOfObjective);
   append(tape.code, draft.key().data(), draft.key().size());
   shape.codeEnd = number(tape.code.size());
-  writePattern(derivatives, shape, tape.pattern);
-  sharePattern(shape, tape.pattern);
+  writePattern(derivatives, shape);
+  shape.pattern = keepPattern(tape.pattern);
   for (const std::uint32_t e : elements) {
     append(tape.variables, draft.variables(e), draft.variableCount);
     append(tape.rows, draft.rows(e), draft.outputCount);

@@ -85,16 +85,18 @@ class TapeCompiler {
  private:
   struct Node {
     Op op;
+    bool isNeeded;  // some second derivative may depend on it
     std::uint32_t of[3];
     std::uint64_t variables;  // that it depends on by derivatives
   };
   struct Reading;
 
   void findInteractions(std::uint32_t variableCount);
-  void writePattern(int derivatives, TapeShape& shape, std::vector<std::uint8_t>& pattern);
-  void sharePattern(TapeShape& shape, std::vector<std::uint8_t>& pattern);
+  void writePattern(int derivatives, TapeShape& shape);
+  void addPair(std::uint32_t first, std::uint32_t second);
+  std::uint32_t keepPattern(std::vector<std::uint8_t>& patterns);
 
-  /// A pattern that was written. Few are different: by hash, one for each remainder.
+  /// A pattern that the tape has. Few are different: by hash, one for each remainder.
   struct Pattern {
     std::uint32_t first, size;
   };
@@ -102,11 +104,11 @@ class TapeCompiler {
   std::array<Pattern, kPatterns> _patterns{};
 
   // Of the structure that was read last.
-  std::vector<Node> _nodes;
-  std::vector<std::uint32_t> _uses, _starts;  // of outputs: uses; starts of their nodes in _summands, and the end
-  std::vector<std::uint32_t> _summands;
-  std::vector<char> _needed;
-  std::vector<std::uint64_t> _interactions;  // by variable
+  TavLargeArray<Node> _nodes;
+  TavLargeArray<std::uint32_t> _uses, _starts;  // of outputs: uses; starts of their nodes in _summands, and the end
+  TavLargeArray<std::uint32_t> _summands;
+  TavLargeArray<std::uint8_t> _pattern;
+  std::uint64_t _interactions[Tape::kMostVariables];  // by variable
 };
 
 }  // namespace taveval

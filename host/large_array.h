@@ -132,7 +132,7 @@ class TavLargeArray {
     if (b > std::numeric_limits<std::size_t>::max() - a) throw std::bad_alloc();
     return a + b;
   }
-  void grow(std::size_t wanted) { growTo(std::max({wanted, 2 * _capacity, 64 / sizeof(T) + 1})); }
+  [[gnu::noinline]] void grow(std::size_t wanted) { growTo(std::max({wanted, 2 * _capacity, 64 / sizeof(T) + 1})); }
   void growTo(std::size_t capacity) {
     if (capacity > std::numeric_limits<std::ptrdiff_t>::max() / sizeof(T)) throw std::bad_alloc();
     _data = static_cast<T*>(TavGrowBlock(_data, _capacity * sizeof(T), capacity * sizeof(T)));

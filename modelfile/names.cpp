@@ -4,21 +4,21 @@
 #include <random>
 #include <stdexcept>
 
-const std::uint64_t TavNameTable::_factor = [] {
+[[gnu::init_priority(101)]] const TavNameTable::Factor TavNameTable::_factor = [] {
   std::random_device device;
-  return (std::uint64_t{device()} << 32 | device()) | 1;
+  return Factor{(std::uint64_t{device()} << 32 | device()) | 1};
 }();
 
 /// A polynomial of the name's words at the factor, mixed at each step.
 std::uint64_t TavNameTable::longWord(std::string_view name) noexcept {
-  std::uint64_t hash = _factor;
+  std::uint64_t hash = _factor.value;
   const char* at = name.data();
   std::size_t left = name.size();
   for (; left > 8; at += 8, left -= 8) {
-    hash = (hash ^ shortWord(at, 8)) * _factor;
+    hash = (hash ^ shortWord(at, 8)) * _factor.value;
     hash ^= hash >> 32;
   }
-  return (hash ^ shortWord(at, static_cast<std::uint32_t>(left))) * _factor;
+  return (hash ^ shortWord(at, static_cast<std::uint32_t>(left))) * _factor.value;
 }
 
 void TavNameTable::append(std::string_view name) {

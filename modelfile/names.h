@@ -108,7 +108,7 @@ class TavNameTable {
   }
   static std::uint64_t longWord(std::string_view name) noexcept;
   std::size_t placeOf(const Key& key) const noexcept {
-    return static_cast<std::size_t>(((key.word ^ key.size) * _factor) >> _shift);
+    return static_cast<std::size_t>(((key.word ^ key.size) * _factor.value) >> _shift);
   }
   /// The slot of the name, or the free one where it belongs.
   std::size_t slotOf(std::string_view name, const Key& key) const noexcept {
@@ -133,8 +133,12 @@ class TavNameTable {
   void hash(std::int32_t item, std::string_view name, const Key& key) noexcept;
   void grow(std::size_t items);
 
-  /// Odd, and another one in each process: no file can be made to collide.
-  static const std::uint64_t _factor;
+  struct Factor {
+    std::uint64_t value;
+  };
+  /// Odd, and another one in each process: no file can be made to collide. Initialised before tables that are objects
+  /// of namespace scope.
+  static const Factor _factor;
 
   TavFileArray<char> _text;
   /// Where the name of each item ends in the arena; it begins where the one before ends.

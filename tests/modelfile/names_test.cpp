@@ -12,6 +12,15 @@
 #include <string>
 #include <unordered_map>
 
+/// Made before main: what tables hash by is there already.
+const TavNameTable kEarlyNames = [] {
+  TavNameTable table;
+  table.insert("a name of many letters");
+  return table;
+}();
+
+TEST(Names, OfEarlyTablesAreFoundLater) { EXPECT_EQ(kEarlyNames.find("a name of many letters"), 0); }
+
 TEST(Names, AreFoundAsByAMap) {
   for (unsigned seed = 0; seed < 400; ++seed) {
     std::mt19937 random(seed);

@@ -1,17 +1,20 @@
 #include "modelfile/nl_names.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <set>
 #include <utility>
 
 #include "modelfile/file_error.h"
 #include "modelfile/input.h"
 #include "modelfile/nl_order.h"
+#include "modelfile/number_text.h"
 
 namespace {
 
@@ -57,9 +60,6 @@ class LineFile {
     if (!_file) fail();
   }
   void line(std::string_view text) {
-    if (text.find('\n') != text.npos) {
-      throw TavFileError(_path, {}, "the name " + std::string(text) + " has a line feed, which name files cannot say");
-    }
     if (std::fwrite(text.data(), 1, text.size(), _file.get()) != text.size() || std::fputc('\n', _file.get()) == EOF) {
       fail();
     }
@@ -72,15 +72,20 @@ class LineFile {
   struct Closer {
     void operator()(std::FILE* file) const noexcept { std::fclose(file); }
   };
-  [[noreturn]] void fail() const { throw TavFileError(_path, {}, "cannot be written"); }
+  [[noreturn]] void fail() const {
+    throw TavFileError(_path, {}, std::string("cannot be written: ") + std::strerror(errno));
+  }
 
   std::string _path;
   std::unique_ptr<std::FILE, Closer> _file;
 };
 
-/// The name, or a letter and the item's number.
-std::string nameOr(std::string_view name, char letter, std::size_t item) {
-  return name.empty() ? letter + std::to_string(item + 1) : std::string(name);
+/// Refuses a name that would not come back from its line.
+void checkLine(std::string_view name, const std::string& file) {
+  if (name.find('\n') == name.npos && (name.empty() || (name.back() != ' ' && name.back() != '\r'))) return;
+  throw TavFileError(file, {},
+                     "the name \"" + std::string(name) +
+                         "\" has a line feed or ends with a blank, which files of names " + "cannot say");
 }
 
 }  // namespace
@@ -105,8 +110,11 @@ void TavNlTakeSets(TavFileModel& model) {
     set.type = number.value > 0.0 ? 1 : 2;
     set.members.push_back({number.variable, weightOf[number.variable]});
   }
+  std::set<std::string> names;
   for (auto& [number, set] : sets) {
-    set.name = "set" + std::to_string(static_cast<std::int64_t>(std::fabs(number)));
+    char text[kTavLongestNumber];
+    set.name = "set" + std::string(text, TavWriteNumber(text, std::fabs(number)));
+    while (!names.insert(set.name).second) set.name += '_';
     model.sets.push_back(std::move(set));
   }
   std::erase_if(model.suffixes, [](const TavFileSuffix& suffix) {
@@ -135,25 +143,43 @@ void TavReadNlNames(TavFileModel& model, const std::string& path, const TavReadO
   refuseTwice(model.rowNames, stub + ".row");
 }
 
-void TavWriteNlNames(const TavFileModel& model, const std::string& path) {
-  const std::string stub = stubOf(path);
-  const TavNlLayout layout(model);
+TavNlNames::TavNlNames(const TavFileModel& model, const std::string& path) : _model(model), _stub(stubOf(path)) {
+  const auto check = [](const TavWriterNames& names, std::size_t count, const std::string& file) {
+    for (std::size_t i = 0; i < count; ++i) checkLine(names[static_cast<std::int32_t>(i)], file);
+  };
   if (model.variableNames.size() > 0) {
-    LineFile file(stub + ".col");
-    for (const std::int32_t j : layout.variables.itemAt) {
-      file.line(nameOr(model.variableNames[j], 'x', static_cast<std::size_t>(j)));
-    }
-    file.close();
+    const std::string file = _stub + ".col";
+    check(_variables.emplace(model.variableNames, model.variables.size(), "x", "variables", file),
+          model.variables.size(), file);
   }
   if (model.rowNames.size() > 0 || (!model.objectives.empty() && !model.objectives.front().name.empty())) {
-    LineFile file(stub + ".row");
-    for (const std::int32_t i : layout.rows.itemAt) {
-      file.line(nameOr(model.rowNames[i], 'c', static_cast<std::size_t>(i)));
-    }
-    for (std::size_t i = model.rows.size(); i < model.rows.size() + model.logical.size(); ++i) {
-      file.line(nameOr(model.rowNames[static_cast<std::int32_t>(i)], 'c', i));
-    }
-    for (std::size_t i = 0; i < model.objectives.size(); ++i) file.line(nameOr(model.objectives[i].name, 'o', i));
+    const std::size_t count = model.rows.size() + model.logical.size();
+    const std::string file = _stub + ".row";
+    check(_rows.emplace(model.rowNames, count, "c", "rows", file), count, file);
+    for (const TavFileObjective& objective : model.objectives) checkLine(objective.name, file);
+  }
+}
+
+void TavNlNames::write() const {
+  const TavNlLayout layout(_model);
+  if (_variables) {
+    LineFile file(_stub + ".col");
+    for (const std::int32_t j : layout.variables.itemAt) file.line((*_variables)[j]);
     file.close();
   }
+  if (_rows) {
+    LineFile file(_stub + ".row");
+    for (const std::int32_t i : layout.rows.itemAt) file.line((*_rows)[i]);
+    for (std::size_t i = _model.rows.size(); i < _model.rows.size() + _model.logical.size(); ++i) {
+      file.line((*_rows)[static_cast<std::int32_t>(i)]);
+    }
+    for (std::size_t i = 0; i < _model.objectives.size(); ++i) {
+      const std::string& name = _model.objectives[i].name;
+      file.line(name.empty() ? "o" + std::to_string(i + 1) : name);
+    }
+    file.close();
+  }
+  std::error_code ignored;
+  if (!_variables) std::filesystem::remove(_stub + ".col", ignored);
+  if (!_rows) std::filesystem::remove(_stub + ".row", ignored);
 }

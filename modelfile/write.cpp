@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 
 #include "modelfile/formats.h"
 #include "modelfile/nl_names.h"
@@ -96,10 +97,12 @@ void TavWriteModel(const TavFileModel& model, const std::string& path, TavFileFo
       throw TavFileError(path, {}, "the name says no format, expected one that ends with .mps, .lp or .nl");
     }
   }
+  std::optional<TavNlNames> names;
+  if (format == TavFileFormat::Nl && path != "-") names.emplace(model, path);
   FileSink out(path);
   write(model, format, path == "-" ? "standard output" : path, out);
   out.complete();
-  if (format == TavFileFormat::Nl && path != "-") TavWriteNlNames(model, path);
+  if (names) names->write();
 }
 
 std::string TavWriteModelText(const TavFileModel& model, TavFileFormat format) {

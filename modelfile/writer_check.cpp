@@ -9,6 +9,60 @@ namespace {
 /// Readers take bounds of this size for infinite ones.
 constexpr double kTextInfinity = 1e20;
 
+template <class Name>
+void checkFinite(double value, const char* what, const std::string& file, Name name) {
+  if (!std::isfinite(value)) throw TavFileError(file, {}, name() + " has a " + what + " that is not finite");
+}
+
+/// The numbers of objectives, expressions and sets.
+void checkOtherNumbers(const TavFileModel& model, const std::string& file) {
+  const auto objectives = [] { return std::string("the objective"); };
+  for (const TavFileObjective& objective : model.objectives) {
+    checkFinite(objective.constant, "constant", file, objectives);
+    for (const TavFileTerm& term : objective.linear) checkFinite(term.value, "coefficient", file, objectives);
+    for (const TavFileProduct& product : objective.products) {
+      checkFinite(product.value, "coefficient", file, objectives);
+    }
+  }
+  const auto expressions = [] { return std::string("an expression"); };
+  for (const TavFileToken& token : model.tokens) {
+    if (token.op == TavFileOp::Number) checkFinite(token.value, "number", file, expressions);
+  }
+  for (const TavFileCommon& common : model.commons) {
+    for (const TavFileTerm& term : common.linear) checkFinite(term.value, "coefficient", file, expressions);
+  }
+  for (const TavFileSet& set : model.sets) {
+    const auto name = [&] { return TavNamed("set", set.name); };
+    for (const TavFileTerm& member : set.members) checkFinite(member.value, "weight", file, name);
+  }
+}
+
+/// Fails for numbers that no format can say. The names of variables and rows are functions of their index.
+template <class VariableName, class RowName>
+void checkNumbers(const TavFileModel& model, const std::string& file, VariableName variableName, RowName rowName) {
+  const auto checkBounds = [&](double lower, double upper, auto name) {
+    const bool low = lower == -HUGE_VAL || std::fabs(lower) < kTextInfinity;
+    const bool high = upper == HUGE_VAL || std::fabs(upper) < kTextInfinity;
+    if (low && high) return;
+    throw TavFileError(file, {}, name() + " has a bound that readers would take for infinite, or that is no number");
+  };
+  for (std::size_t j = 0; j < model.variables.size(); ++j) {
+    checkBounds(model.variables[j].lower, model.variables[j].upper, [&] { return variableName(j); });
+  }
+  for (std::size_t i = 0; i < model.rows.size(); ++i) {
+    const auto name = [&] { return rowName(i); };
+    checkBounds(model.rows[i].lower, model.rows[i].upper, name);
+    for (std::size_t k = model.linearBegin[i]; k != model.linearBegin[i + 1]; ++k) {
+      checkFinite(model.linearValue[k], "coefficient", file, name);
+    }
+  }
+  for (const TavFileRowPart& part : model.rowParts) {
+    const auto name = [&] { return rowName(static_cast<std::size_t>(part.row)); };
+    for (const TavFileProduct& product : part.products) checkFinite(product.value, "coefficient", file, name);
+  }
+  checkOtherNumbers(model, file);
+}
+
 class Checker {
  public:
   Checker(const TavFileModel& model, const TavWriterNames& variables, const TavWriterNames& rows,
@@ -17,23 +71,16 @@ class Checker {
 
   void check() const {
     checkKinds();
-    for (std::size_t i = 0; i < _model.variables.size(); ++i) {
-      const TavFileVariable& variable = _model.variables[i];
-      checkBounds(variable.lower, variable.upper, [&] { return TavNamed("variable", _variables[index(i)]); });
-      checkKind(variable, i);
-    }
-    for (std::size_t i = 0; i < _model.rows.size(); ++i) {
-      const auto name = [&] { return TavNamed("row", _rows[index(i)]); };
-      checkBounds(_model.rows[i].lower, _model.rows[i].upper, name);
-      for (std::size_t k = _model.linearBegin[i]; k != _model.linearBegin[i + 1]; ++k) {
-        if (!std::isfinite(_model.linearValue[k])) fail(name() + " has a coefficient that is not finite");
-      }
-    }
+    checkNumbers(
+        _model, _file, [&](std::size_t j) { return TavNamed("variable", _variables[index(j)]); },
+        [&](std::size_t i) { return TavNamed("row", _rows[index(i)]); });
+    for (std::size_t j = 0; j < _model.variables.size(); ++j) checkKind(_model.variables[j], j);
     for (const TavFileRowPart& part : _model.rowParts) {
       checkProducts(part.products, part.expr, TavNamed("row", _rows[part.row]));
     }
-    for (const TavFileObjective& objective : _model.objectives) checkObjective(objective);
-    for (const TavFileSet& set : _model.sets) checkSet(set);
+    for (const TavFileObjective& objective : _model.objectives) {
+      checkProducts(objective.products, objective.expr, "the objective");
+    }
   }
 
  private:
@@ -49,13 +96,6 @@ class Checker {
     for (const TavFileSet& set : _model.sets) {
       if (!set.name.empty() && !names.insert(set.name).second) fail("two sets have the name \"" + set.name + '"');
     }
-  }
-
-  template <class Name>
-  void checkBounds(double lower, double upper, Name name) const {
-    const bool low = lower == -HUGE_VAL || std::fabs(lower) < kTextInfinity;
-    const bool high = upper == HUGE_VAL || std::fabs(upper) < kTextInfinity;
-    if (!low || !high) fail(name() + " has a bound that readers would take for infinite, or that is no number");
   }
 
   void checkKind(const TavFileVariable& variable, std::size_t i) const {
@@ -83,20 +123,6 @@ class Checker {
     }
   }
 
-  void checkObjective(const TavFileObjective& objective) const {
-    if (!std::isfinite(objective.constant)) fail("the objective has a constant that is not finite");
-    for (const TavFileTerm& term : objective.linear) {
-      if (!std::isfinite(term.value)) fail("the objective has a coefficient that is not finite");
-    }
-    checkProducts(objective.products, objective.expr, "the objective");
-  }
-
-  void checkSet(const TavFileSet& set) const {
-    for (const TavFileTerm& member : set.members) {
-      if (!std::isfinite(member.value)) fail(TavNamed("set", set.name) + " has a weight that is not finite");
-    }
-  }
-
   const TavFileModel& _model;
   const TavWriterNames& _variables;
   const TavWriterNames& _rows;
@@ -115,6 +141,10 @@ void TavCheckForNl(const TavFileModel& model, const std::string& file) {
     const std::string_view name = model.variableNames[static_cast<std::int32_t>(j)];
     return "variable " + (name.empty() ? "number " + std::to_string(j + 1) : std::string(name));
   };
+  checkNumbers(model, file, label, [&](std::size_t i) {
+    const std::string_view name = model.rowNames[static_cast<std::int32_t>(i)];
+    return "row " + (name.empty() ? "number " + std::to_string(i + 1) : std::string(name));
+  });
   for (std::size_t j = 0; j < model.variables.size(); ++j) {
     const TavFileKind kind = model.variables[j].kind;
     if (kind == TavFileKind::SemiContinuous || kind == TavFileKind::SemiInteger) {

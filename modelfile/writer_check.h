@@ -30,7 +30,7 @@ void TavCheckForText(const TavFileModel& model, const TavWriterNames& variables,
                      const std::string& file);
 
 /// Fails unless the model is one that .nl files can say: no semi-continuous variables, no variable in two special
-/// ordered sets, suffixes with names of one word.
+/// ordered sets, suffixes with names of one word, numbers as above.
 void TavCheckForNl(const TavFileModel& model, const std::string& file);
 
 /// `kind "name"`, for messages.

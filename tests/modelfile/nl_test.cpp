@@ -250,6 +250,43 @@ TEST(Nl, WhatTheFormatCannotSayIsRefusedByName) {
   EXPECT_EQ(refusal(), "model: variable v0 is in two special ordered sets, which .nl files cannot say");
   model.variables[1].kind = TavFileKind::SemiContinuous;
   EXPECT_EQ(refusal(), "model: variable v1 is semi-continuous, which .nl files cannot say");
+  const std::string bound = " has a bound that readers would take for infinite, or that is no number";
+  model.variables[0].upper = 1e25;
+  EXPECT_EQ(refusal(), "model: variable v0" + bound);
+  model.variables[0].upper = std::nan("");
+  EXPECT_EQ(refusal(), "model: variable v0" + bound);
+  model.variables[0].upper = 1.0;
+  model.objectives[0].constant = HUGE_VAL;
+  EXPECT_EQ(refusal(), "model: the objective has a constant that is not finite");
+}
+
+/// Beside the file stand the names of this model: different ones, or none.
+TEST(Nl, NamesBesideAFileAreThoseOfItsModel) {
+  namespace fs = std::filesystem;
+  const fs::path folder = fs::temp_directory_path() / ("tav_nl_names_" + std::to_string(::getpid()));
+  fs::create_directory(folder);
+  const std::string path = (folder / "m.nl").string();
+  TavFileModel model = readText(nlText("C0\nn0\nO0 0\nv0\nr\n1 1\nb\n3\n3\n"));
+  const auto namesAre = [&](const char* first, const char* second) {
+    const TavFileModel back = TavReadModel(path);
+    EXPECT_EQ(back.variableNames[0], first);
+    EXPECT_EQ(back.variableNames[1], second);
+  };
+  const TavFileModel nameless = model;
+  model.variableNames.append("");
+  model.variableNames.append("x1");
+  TavWriteModel(model, path);
+  namesAre("x1_", "x1");
+  TavWriteModel(nameless, path);
+  namesAre("", "");
+  fs::remove(path);
+  for (const char* name : {"a\nb", "a "}) {
+    TavFileModel bad = nameless;
+    bad.variableNames.append(name);
+    EXPECT_THROW(TavWriteModel(bad, path), TavFileError);
+    EXPECT_FALSE(fs::exists(path)) << "a file was written although its names were refused";
+  }
+  fs::remove_all(folder);
 }
 
 TEST(Nl, SetsComeBackFromTheirSuffixes) {
@@ -258,6 +295,13 @@ TEST(Nl, SetsComeBackFromTheirSuffixes) {
   const TavFileModel back = throughFiles(model);
   ASSERT_EQ(back.sets.size(), 2u);
   for (const TavFileSet& set : back.sets) EXPECT_EQ(set.members.size(), set.type == 1 ? 2u : 1u);
+  // Numbers of sets that are not whole, beyond all integers, or the same for both types.
+  const TavFileModel odd =
+      readText(nlText("S4 2 sosno\n0 1e300\n1 -1e300\nS4 2 ref\n0 1\n1 2\nC0\nn0\nO0 0\nn0\n"
+                      "r\n1 1\nb\n3\n3\n"));
+  ASSERT_EQ(odd.sets.size(), 2u);
+  EXPECT_EQ(odd.sets[0].name, "set1e+300");
+  EXPECT_EQ(odd.sets[1].name, "set1e+300_");
 }
 
 /// Exact over all points of a grid: at most one member is not zero, or two that are neighbours.

@@ -320,10 +320,9 @@ const char* Reader::nameWithoutDerivative(std::uint32_t root) const {
     });
     record = next;
   }
-  for (const auto& [at, name] : _withoutDerivative) {
-    if (at == record) return name;
-  }
-  return "TavNumExprI";
+  const auto found = std::lower_bound(_withoutDerivative.begin(), _withoutDerivative.end(), record,
+                                      [](const auto& known, std::uint32_t wanted) { return known.first < wanted; });
+  return found != _withoutDerivative.end() && found->first == record ? found->second : "TavNumExprI";
 }
 
 }  // namespace taveval

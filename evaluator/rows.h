@@ -232,7 +232,7 @@ class Reader {
   TavLargeArray<Frame> _frames;
   std::vector<Pending> _pending;
   bool _isInOrder = true;                                                 // of the row that is read
-  std::vector<std::pair<std::uint32_t, const char*>> _withoutDerivative;  // records and their classes
+  std::vector<std::pair<std::uint32_t, const char*>> _withoutDerivative;  // records, ascending, and their classes
 };
 
 }  // namespace taveval

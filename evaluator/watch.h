@@ -35,10 +35,12 @@ class RowsOf {
   void remove(std::size_t number) noexcept {
     if (_heads.empty()) return;
     for (std::uint32_t* link = &headOf(static_cast<std::uint32_t>(number)); *link != kNone;) {
-      if (_links[*link].number == number) {
-        *link = _links[*link].next;
+      Link& its = _links[*link];
+      if (its.number == number) {
+        its.row = kNone;  // grow() leaves it out
+        *link = its.next;
       } else {
-        link = &_links[*link].next;
+        link = &its.next;
       }
     }
   }
@@ -62,6 +64,7 @@ class RowsOf {
   void grow() {
     _heads.assign(std::max<std::size_t>(32, 2 * _heads.size()), kNone);
     for (std::uint32_t i = 0; i < _links.size(); ++i) {
+      if (_links[i].row == kNone) continue;
       std::uint32_t& head = headOf(_links[i].number);
       _links[i].next = head;
       head = i;

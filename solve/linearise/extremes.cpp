@@ -1,6 +1,8 @@
 // Minimum, maximum and absolute value.
 
 #include <algorithm>
+#include <array>
+#include <utility>
 
 #include "solve/linearise/rules.h"
 
@@ -30,24 +32,27 @@ std::vector<Candidate> candidatesOf(Builder& builder, const std::vector<Operand>
   return kept;
 }
 
-/// The upper bound that the others put on the maximum.
-double upperOfOthers(Builder& builder, const std::vector<Candidate>& all, const Candidate& one, double cap) {
-  double upper = -kInfinity;
-  const Operand* highest = nullptr;
-  for (const Candidate& other : all) {
-    if (&other == &one || other.range.hi <= upper) continue;
-    upper = other.range.hi;
-    highest = &other.operand;
+/// The two candidates with the highest upper bounds.
+std::array<const Candidate*, 2> highestTwo(const std::vector<Candidate>& all) {
+  std::array<const Candidate*, 2> highest = {&all[0], &all[1]};
+  if (highest[1]->range.hi > highest[0]->range.hi) std::swap(highest[0], highest[1]);
+  for (std::size_t i = 2; i < all.size(); ++i) {
+    if (all[i].range.hi > highest[1]->range.hi) highest[1] = &all[i];
+    if (highest[1]->range.hi > highest[0]->range.hi) std::swap(highest[0], highest[1]);
   }
-  return cap < upper ? builder.finiteUpper(one.operand, cap) : builder.finiteUpper(*highest, upper);
+  return highest;
 }
 
-/// maximum <= form + M (1 - chosen) for each candidate, one of which is chosen.
+/// maximum <= form + M (1 - chosen) for each candidate, one of which is chosen. M makes room for the greatest value of
+/// the others, or for the cap.
 void choose(Builder& builder, const LinearForm& maximum, const std::vector<Candidate>& all, double cap) {
+  const std::array<const Candidate*, 2> highest = highestTwo(all);
   LinearForm sum;
   for (std::size_t i = 0; i < all.size(); ++i) {
     const Candidate& one = all[i];
-    const double upper = upperOfOthers(builder, all, one, cap);
+    const Candidate& other = *highest[&one == highest[0] ? 1 : 0];
+    const double upper = cap < other.range.hi ? builder.finiteUpper(one.operand, cap)
+                                              : builder.finiteUpper(other.operand, other.range.hi);
     const double bigM = upper - builder.finiteLower(one.operand, one.range.lo);
     LinearForm unchosen(1.0);
     if (i == 1 && all.size() == 2) {

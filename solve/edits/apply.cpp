@@ -1,6 +1,7 @@
 #include "solve/edits/apply.h"
 
 #include <algorithm>
+#include <span>
 
 #include "modelfile/build.h"
 #include "solve/edits/overloaded.h"
@@ -26,6 +27,30 @@ double coefficientOf(TavNumVar column, TavExpr sum) {
   return coefficient;
 }
 
+/// Adds the linear objective of a file. The terms of new columns come all at once: engines that have not extracted the
+/// columns find them in the sum. They are notified of the others.
+void addObjective(Model& model, const TavModelBuilder& builder, std::span<const TavNumVar> known,
+                  std::span<const TavFileTerm> terms) {
+  TavNumVarArray fresh(model.getEnv());
+  TavNumArray values(model.getEnv());
+  const auto columnOf = [&](const TavFileTerm& term) {
+    return builder.variables()[static_cast<std::size_t>(term.variable)];
+  };
+  for (const TavFileTerm& term : terms) {
+    if (known[static_cast<std::size_t>(term.variable)]) continue;
+    fresh.add(columnOf(term));
+    values.add(term.value);
+  }
+  model.objective()->getSum().getImpl()->setCoef(fresh, values, TavNumArray());
+  fresh.end();
+  values.end();
+  for (const TavFileTerm& term : terms) {
+    if (!known[static_cast<std::size_t>(term.variable)]) continue;
+    const TavNumVar column = columnOf(term);
+    model.objective()->setCoef(column, coefficientOf(column, model.objective()->getSum()) + term.value);
+  }
+}
+
 void addFile(Model& model, EngineI* engine, const TavFileModel& file) {
   std::vector<TavNumVar> known;
   for (std::size_t j = 0; j < file.variables.size(); ++j) {
@@ -35,13 +60,7 @@ void addFile(Model& model, EngineI* engine, const TavFileModel& file) {
   for (std::size_t j = 0; j < known.size(); ++j) {
     if (!known[j]) model.addColumn(builder.variables()[j]);
   }
-  if (engine) engine->extend();  // it is notified of the objective's new coefficients
-  if (!file.objectives.empty()) {
-    for (const TavFileTerm& term : file.objectives[0].linear) {
-      const TavNumVar column = builder.variables()[static_cast<std::size_t>(term.variable)];
-      model.objective()->setCoef(column, coefficientOf(column, model.objective()->getSum()) + term.value);
-    }
-  }
+  if (!file.objectives.empty()) addObjective(model, builder, known, file.objectives[0].linear);
   for (std::int32_t i = 0; i < builder.rowCount(); ++i) {
     const std::string name(file.rowNames[i]);
     model.addRow(builder.rowLower(i), builder.row(i), builder.rowUpper(i), name.empty() ? nullptr : name.c_str());

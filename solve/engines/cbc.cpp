@@ -1,6 +1,5 @@
 #include "solve/engines/cbc.h"
 
-#include <CoinPackedVector.hpp>
 #include <algorithm>
 
 #include "solve/engines/cbc_load.h"
@@ -11,14 +10,19 @@ namespace tavsolve {
 
 namespace {
 
-void add(CoinPackedVector& vector, int index, double value) {
-  const int known = vector.findIndex(index);
-  if (known < 0) {
-    vector.insert(index, value);
-  } else {
-    vector.setElement(known, vector.getElements()[known] + value);
+/// Vectors one after the other, as CLP takes many of them at once.
+struct Vectors {
+  std::vector<CoinBigIndex> starts{0};
+  std::vector<int> indices{};
+  std::vector<double> values{};
+
+  int count() const { return static_cast<int>(starts.size()) - 1; }
+  void put(int index, double value) {
+    indices.push_back(index);
+    values.push_back(value);
   }
-}
+  void end() { starts.push_back(static_cast<CoinBigIndex>(indices.size())); }
+};
 
 }  // namespace
 
@@ -108,30 +112,65 @@ void CbcEngineI::columnRemoved(int column) {
 
 void CbcEngineI::appended(int firstColumn, int firstRow) {
   extendBasis(firstColumn, firstRow);
-  std::vector<CoinPackedVector> inOldRows(columns().size() - static_cast<std::size_t>(firstColumn));
+  appendColumns(firstColumn, firstRow);
+  appendRows(firstRow);
+}
+
+void CbcEngineI::appendColumns(int firstColumn, int firstRow) {
+  const std::size_t count = columns().size() - static_cast<std::size_t>(firstColumn);
+  if (count == 0) return;
+  std::vector<std::vector<std::pair<int, double>>> inOldRows(count);
   for (int i = 0; i < firstRow; ++i) {
     for (const auto* term = rows()[static_cast<std::size_t>(i)].sum()->getFirstTerm(); term; term = term->next) {
       const int column = placeOf(term->var);
-      if (column >= firstColumn) add(inOldRows[static_cast<std::size_t>(column - firstColumn)], i, term->coef);
+      if (column < firstColumn) continue;
+      auto& entries = inOldRows[static_cast<std::size_t>(column - firstColumn)];
+      if (!entries.empty() && entries.back().first == i) {
+        entries.back().second += term->coef;
+      } else {
+        entries.emplace_back(i, term->coef);
+      }
     }
   }
-  for (int j = firstColumn; j < static_cast<int>(columns().size()); ++j) {
-    _solver->addCol(inOldRows[static_cast<std::size_t>(j - firstColumn)], 0.0, 0.0, 0.0);
-    columnChanged(j);
+  Vectors added;
+  for (const auto& entries : inOldRows) {
+    for (const auto& [row, value] : entries) added.put(row, value);
+    added.end();
   }
+  const std::vector<double> zeros(count);
+  _solver->addCols(added.count(), added.starts.data(), added.indices.data(), added.values.data(), zeros.data(),
+                   zeros.data(), zeros.data());
+  for (int j = firstColumn; j < static_cast<int>(columns().size()); ++j) columnChanged(j);
   for (const auto* term = objectiveSum()->getFirstTerm(); term; term = term->next) {
     const int column = placeOf(term->var);
     if (column >= firstColumn)
       _solver->setObjCoeff(column, _solver->getObjCoefficients()[column] + sign() * term->coef);
   }
+}
+
+void CbcEngineI::appendRows(int firstRow) {
+  Vectors added;
+  std::vector<double> lower, upper;
+  std::vector<std::size_t> placeOfColumn(columns().size(), 0);  // of its last term
   for (std::size_t i = static_cast<std::size_t>(firstRow); i < rows().size(); ++i) {
-    CoinPackedVector terms;
+    const auto begin = static_cast<std::size_t>(added.starts.back());
     for (const auto* term = rows()[i].sum()->getFirstTerm(); term; term = term->next) {
-      add(terms, placeOf(term->var), term->coef);
+      const int column = placeOf(term->var);
+      std::size_t& place = placeOfColumn[static_cast<std::size_t>(column)];
+      if (place >= begin && place < added.indices.size() && added.indices[place] == column) {
+        added.values[place] += term->coef;
+      } else {
+        place = added.indices.size();
+        added.put(column, term->coef);
+      }
     }
-    _solver->addRow(terms, clpBound(rows()[i].lb() - rows()[i].constant()),
-                    clpBound(rows()[i].ub() - rows()[i].constant()));
+    added.end();
+    lower.push_back(clpBound(rows()[i].lb() - rows()[i].constant()));
+    upper.push_back(clpBound(rows()[i].ub() - rows()[i].constant()));
   }
+  if (added.count() == 0) return;
+  _solver->addRows(added.count(), added.starts.data(), added.indices.data(), added.values.data(), lower.data(),
+                   upper.data());
 }
 
 void CbcEngineI::senseChanged() {

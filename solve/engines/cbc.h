@@ -43,6 +43,8 @@ class CbcEngineI : public EngineI {
   std::unique_ptr<CoinPackedMatrix> gather() const;
   /// The objective, one coefficient a column, as it is minimised.
   void writeCosts(double* costs) const;
+  void appendColumns(int firstColumn, int firstRow);
+  void appendRows(int firstRow);
   std::string labelOf(int column) const;
 
   // Linear models (cbc_simplex.cpp).

@@ -155,7 +155,13 @@ void Model::setBounds(TavNumVar column, double lb, double ub) {
 
 void Model::remove(TavNumVar column) {
   _semiContinuous.erase(column.getId());
-  _columnIndex.clear();
+  // What remains of the index is kept, so that many columns can be removed one after the other.
+  const auto named = column.getName() ? _columnIndex.find(column.getName()) : _columnIndex.end();
+  if (named != _columnIndex.end() && named->second == kShared) {
+    _columnIndex.clear();
+  } else if (named != _columnIndex.end()) {
+    _columnIndex.erase(named);
+  }
   const auto same = [column](TavNumVar other) { return other.getImpl() == column.getImpl(); };
   *std::find_if(_columns.begin(), _columns.end(), same) = TavNumVar();
   for (TavModelSet& set : _sets) {

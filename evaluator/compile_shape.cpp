@@ -60,13 +60,27 @@ void Indices::renumber(const std::vector<std::uint32_t>& renumbered) noexcept {
   }
 }
 
+namespace {
+
+/// Whether a number differs between elements; `of(e)` is that of element e.
+template <class Of>
+bool isVarying(std::uint32_t count, Of of) {
+  const auto first = std::bit_cast<std::uint64_t>(of(0));
+  for (std::uint32_t e = 1; e < count; ++e) {
+    if (std::bit_cast<std::uint64_t>(of(e)) != first) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
 void ShapeCompiler::readMark(KeyMark mark, std::uint32_t node, std::uint32_t& parameters) {
   const bool isLinear = mark >= KeyMark::LinearPlus;
   if (mark == KeyMark::Minus || mark == KeyMark::LinearMinus) node = _graph.neg(node);
   if (mark == KeyMark::Scaled || mark == KeyMark::LinearScaled) {
-    node = _graph.mul(_graph.leaf(Op::Parameter, parameters++), node);
+    node = _graph.mul(parameter(parameters++), node);
   }
-  if (mark == KeyMark::LinearNumber) node = _graph.leaf(Op::Parameter, parameters++);
+  if (mark == KeyMark::LinearNumber) node = parameter(parameters++);
   if (!isLinear) _summands.push_back(node);
   // Linear terms follow the last summand, as in the expression.
   if (isLinear && _value == kNone) _value = _sum;
@@ -93,7 +107,7 @@ struct ShapeCompiler::Reading {
   void node(Op op, double value, const std::uint32_t* of) {
     const auto node = [this](std::uint32_t number) { return number == kNone ? kNone : to._nodeOf[number]; };
     to._nodeOf.push_back(op == Op::Variable    ? to._graph.leaf(op, variables++)
-                         : op == Op::Parameter ? to._graph.leaf(op, parameters++)
+                         : op == Op::Parameter ? to.parameter(parameters++)
                          : op == Op::Constant  ? to._graph.constant(value)
                                                : to._graph.apply(op, node(of[0]), node(of[1]), node(of[2])));
   }
@@ -111,6 +125,10 @@ void ShapeCompiler::readDraft(const ShapeDraft& draft) {
   _nodeOf.clear();
   for (auto* numbers : {&_outputs, &_uses, &_wholeValues}) numbers->clear();
   for (auto& roots : _roots) roots.clear();
+  _isVarying.clear();
+  for (std::uint32_t p = 0; p < draft.parameterCount; ++p) {
+    _isVarying.push_back(isVarying(draft.count, [&](std::uint32_t e) { return draft.parameters(e)[p]; }));
+  }
   // Variables have the lowest numbers: second derivatives end at them.
   for (std::uint32_t v = 0; v < draft.variableCount; ++v) _graph.leaf(Op::Variable, v);
   readKey(draft.key(), Reading{*this});
@@ -187,12 +205,8 @@ void ShapeCompiler::fillParameters(const ShapeDraft& draft, Shape& shape) {
   std::vector<std::uint32_t> varying;
   for (std::uint32_t p = 0; p < all; ++p) {
     if (!used[p]) continue;
-    bool isUniform = true;
-    for (std::uint32_t e = 1; e < draft.count && isUniform; ++e) {
-      isUniform =
-          std::bit_cast<std::uint64_t>(values[std::size_t{e} * all + p]) == std::bit_cast<std::uint64_t>(values[p]);
-    }
-    if (isUniform) {
+    const auto valueOf = [&](std::uint32_t e) { return values[std::size_t{e} * all + p]; };
+    if (!(p < own ? _isVarying[p] : isVarying(draft.count, valueOf))) {
       placeOfParameter[p] = operandAt(Place::Uniform, static_cast<std::uint32_t>(shape.uniforms.size() / shape.lanes));
       shape.uniforms.insert(shape.uniforms.end(), shape.lanes, values[p]);
     } else {

@@ -27,6 +27,7 @@ class ShapeCompiler {
   struct Reading;
   void readDraft(const ShapeDraft& draft);
   std::vector<std::uint32_t>& rootsOf(Section section) { return _roots[static_cast<std::size_t>(section)]; }
+  std::uint32_t parameter(std::uint32_t number) { return _graph.parameter(number, _isVarying[number]); }
   void readMark(KeyMark mark, std::uint32_t node, std::uint32_t& parameters);
   void endOutput();
   void differentiate(int derivatives, ShapePlan& plan);
@@ -40,6 +41,7 @@ class ShapeCompiler {
   Lowering _lowering;
   DerivedParameters _derived;
   Roots _roots;
+  std::vector<bool> _isVarying;        // by parameter of the key
   std::vector<std::uint32_t> _nodeOf;  // by number in the key
   std::vector<std::uint32_t> _outputs, _uses;
   std::vector<std::uint32_t> _summands;        // of the output that is read

@@ -45,8 +45,14 @@ std::uint32_t Graph::make(Op op, std::uint32_t a, std::uint32_t b, std::uint32_t
   if (2 * (_nodes.size() + 1) > _slots.size()) grow();
   const std::uint32_t of[] = {a, b, c};
   bool isFixed = op == Op::Constant || op == Op::Parameter || (operandCount(op) > 0 && !readsTable(op));
-  for (int i = 0; i < operandCount(op); ++i) isFixed = isFixed && _nodes[of[i]].isFixed;
-  const Node node{op, isFixed, a, b, c, value};
+  bool isVarying = false;
+  for (int i = 0; i < operandCount(op); ++i) {
+    isFixed = isFixed && _nodes[of[i]].isFixed;
+    isVarying = isVarying || _nodes[of[i]].isVarying;
+  }
+  const bool isProduct = op == Op::Mul && _joinsFactors;
+  if (isProduct && isVarying && (_nodes[a].op == Op::Constant || _nodes[b].op == Op::Constant)) isFixed = false;
+  const Node node{op, isFixed, isFixed && isVarying, a, b, c, value};
   const std::size_t mask = _slots.size() - 1;
   std::size_t at = hashOf(node) & mask;
   for (; _slots[at].generation == _generation; at = (at + 1) & mask) {
@@ -55,6 +61,12 @@ std::uint32_t Graph::make(Op op, std::uint32_t a, std::uint32_t b, std::uint32_t
   _nodes.push_back(node);
   _slots[at] = {_generation, size() - 1};
   return size() - 1;
+}
+
+std::uint32_t Graph::parameter(std::uint32_t number, bool isVarying) {
+  const std::uint32_t node = leaf(Op::Parameter, number);
+  _nodes[node].isVarying = isVarying;
+  return node;
 }
 
 std::uint32_t Graph::neg(std::uint32_t a) {

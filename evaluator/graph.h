@@ -15,6 +15,7 @@ class Graph {
   struct Node {
     Op op;
     bool isFixed;           ///< It depends on constants and parameters alone.
+    bool isVarying;         ///< It is fixed, but differs between elements.
     std::uint32_t a, b, c;  ///< Operands, or the number of a leaf in a; kNone for none.
     double value;           ///< Of a constant.
   };
@@ -22,6 +23,7 @@ class Graph {
   /// Drops all nodes; memory stays for the next graph.
   void clear() noexcept;
   /// From now on fixed factors of products are joined. Derivatives want this; values are rounded as `eval` does.
+  /// Multiples of what varies are no longer fixed: to compute one takes less time than to read it from memory.
   void startJoiningFactors() noexcept { _joinsFactors = true; }
   std::uint32_t size() const noexcept { return static_cast<std::uint32_t>(_nodes.size()); }
   const Node& operator[](std::uint32_t node) const noexcept { return _nodes[node]; }
@@ -32,6 +34,7 @@ class Graph {
 
   std::uint32_t constant(double value) { return make(Op::Constant, kNone, kNone, kNone, value); }
   std::uint32_t leaf(Op op, std::uint32_t number) { return make(op, number, kNone, kNone, 0.0); }
+  std::uint32_t parameter(std::uint32_t number, bool isVarying);
   std::uint32_t add(std::uint32_t a, std::uint32_t b);
   std::uint32_t sub(std::uint32_t a, std::uint32_t b);
   std::uint32_t mul(std::uint32_t a, std::uint32_t b);

@@ -63,6 +63,18 @@ Status statusOf(const ClpSimplex& simplex) {
   return simplex.status() == kUnbounded ? Status::Unbounded : Status::Stopped;
 }
 
+/// The status, confirmed where there is no optimum: a solver that has seen one side of it may mistake an unbounded
+/// model for an infeasible one, and the other way round.
+Status confirmedStatusOf(ClpSimplex& simplex) {
+  const Status status = statusOf(simplex);
+  if (status != Status::Infeasible && status != Status::Unbounded) return status;
+  if (!isFeasible(simplex)) return Status::Infeasible;
+  if (status == Status::Unbounded) return status;
+  simplex.allSlackBasis(true);
+  simplex.primal();
+  return statusOf(simplex);
+}
+
 }  // namespace
 
 bool isFeasible(const ClpSimplex& simplex) {
@@ -93,19 +105,7 @@ void CbcEngineI::runSimplex(const Controls& controls, Answer& answer) {
     simplex.initialSolve(options);
   }
   answer.iterations = simplex.numberIterations();
-  answer.status = statusOf(simplex);
-  // A solver that has seen one side of it may mistake an unbounded model for an infeasible one, and the other way
-  // round.
-  if (answer.status == Status::Infeasible || answer.status == Status::Unbounded) {
-    const bool feasible = isFeasible(simplex);
-    if (feasible && answer.status == Status::Infeasible) {
-      simplex.allSlackBasis(true);
-      simplex.primal();
-      answer.status = statusOf(simplex);
-    } else if (!feasible) {
-      answer.status = Status::Infeasible;
-    }
-  }
+  answer.status = confirmedStatusOf(simplex);
   if (answer.status == Status::Stopped && shouldStop()) {
     answer.status = secondsLeft() > 0.0 ? Status::Interrupted : Status::TimeLimit;
   }

@@ -44,18 +44,31 @@ class Copier {
   explicit Copier(Model& target) : _target(target), _env(target.getEnv()) {}
 
   void addColumn(const TavNumVarI* variable, const tavlinear::Interval& range) {
-    _copyOf[variable] = _target.addColumn(copyOf(_env, variable, range));
+    _placeOf[variable] = add(copyOf(_env, variable, range));
   }
-  int addColumn(const tavlinear::Column& column) {
-    const TavNumVar added = column.whole
-                                ? TavNumVar(TavIntVar(_env, wholeLowerBound(column.lb), wholeUpperBound(column.ub)))
-                                : TavNumVar(_env, column.lb, column.ub);
-    _target.addColumn(added);
-    return static_cast<int>(_target.columns().size()) - 1;
+  /// Enters a column of the linearisation under its number; the place in the target.
+  int enter(std::size_t number, const tavlinear::Column& column) {
+    const int place = column.variable ? _placeOf.at(column.variable) : addColumn(column);
+    if (number >= _columnOf.size()) _columnOf.resize(number + 1);
+    _columnOf[number] = columnAt(place);
+    return place;
   }
-  TavNumVar of(const TavNumVarI* variable) const { return _copyOf.at(variable); }
-  /// The columns of the linearisation, by their numbers.
-  std::vector<TavNumVar> columnOf;
+  void addRow(const RangeConstraintI* row) {
+    _target.addRow(row->getLB(), sum(row->getSum().getImpl()), row->getUB(), row->getName());
+  }
+  void addRow(const tavlinear::Row& row) { _target.addRow(row.lb, sum(row.terms, 0.0), row.ub); }
+  void addSet(TavModelSet set) {
+    for (TavNumVar& member : set.members) member = of(member.getImpl());
+    _target.addSet(std::move(set));
+  }
+  void addSet(const tavlinear::Set& from) {
+    TavModelSet set = {"", 2, {}, {}};
+    for (const int column : from.columns) {
+      set.weights.push_back(static_cast<double>(set.members.size() + 1));
+      set.members.push_back(_columnOf[static_cast<std::size_t>(column)]);
+    }
+    _target.addSet(std::move(set));
+  }
 
   TavExpr sum(const TavNumLinTermI* linear) {
     TavExpr copy(_env, linear->getNumConstant());
@@ -64,18 +77,31 @@ class Copier {
   }
   TavExpr sum(const std::vector<tavlinear::Term>& terms, double constant) {
     TavExpr copy(_env, constant);
-    for (const auto& term : terms) append(copy, columnOf[static_cast<std::size_t>(term.column)], term.coef);
+    for (const auto& term : terms) append(copy, _columnOf[static_cast<std::size_t>(term.column)], term.coef);
     return copy;
   }
 
  private:
+  int add(TavNumVar column) {
+    _target.addColumn(column);
+    return static_cast<int>(_target.columns().size()) - 1;
+  }
+  int addColumn(const tavlinear::Column& column) {
+    if (!column.whole) return add(TavNumVar(_env, column.lb, column.ub));
+    return add(TavIntVar(_env, wholeLowerBound(column.lb), wholeUpperBound(column.ub)));
+  }
+  TavNumVar columnAt(int place) const { return _target.columns()[static_cast<std::size_t>(place)]; }
+  TavNumVar of(const TavNumVarI* variable) const { return columnAt(_placeOf.at(variable)); }
   void append(TavExpr sum, TavNumVar variable, double coef) {
     sum.getImpl()->append(_env.getImpl()->newTerm(variable.getImpl(), coef));
   }
 
   Model& _target;
   TavEnv _env;
-  std::unordered_map<const TavNumVarI*, TavNumVar> _copyOf;
+  /// Places in the target of the model's variables.
+  std::unordered_map<const TavNumVarI*, int> _placeOf;
+  /// The columns of the linearisation, by their numbers.
+  std::vector<TavNumVar> _columnOf;
 };
 
 }  // namespace
@@ -175,39 +201,20 @@ std::unique_ptr<Model> LinearModel::make() {
   for (const TavNumVar column : _model.columns()) {
     if (column) copier.addColumn(column.getImpl(), _linear.rangeOf(column.getImpl()));
   }
-  const auto size = static_cast<std::size_t>(_linear.columns().size());
-  copier.columnOf.resize(size);
-  _placeOf.assign(size, -1);
-  int count = 0;
-  std::unordered_map<const TavNumVarI*, int> place;
-  for (const TavNumVar column : _model.columns()) {
-    if (column) place[column.getImpl()] = count++;
-  }
-  for (std::size_t j = 0; j < size; ++j) {
-    const tavlinear::Column& column = _linear.columns()[static_cast<int>(j)];
-    if (!_linear.columns().isUsed(static_cast<int>(j))) continue;
-    _placeOf[j] = column.variable ? place.at(column.variable) : copier.addColumn(column);
-    copier.columnOf[j] = target->columns()[static_cast<std::size_t>(_placeOf[j])];
+  _placeOf.assign(static_cast<std::size_t>(_linear.columns().size()), -1);
+  for (int j = 0; j < _linear.columns().size(); ++j) {
+    const auto number = static_cast<std::size_t>(j);
+    if (_linear.columns().isUsed(j)) _placeOf[number] = copier.enter(number, _linear.columns()[j]);
   }
   for (const RangeConstraintI* row : _model.rows()) {
-    if (_rowOf.contains(row)) continue;
-    target->addRow(row->getLB(), copier.sum(row->getSum().getImpl()), row->getUB(), row->getName());
+    if (!_rowOf.contains(row)) copier.addRow(row);
   }
   for (int i = 0; i < _linear.rows().size(); ++i) {
-    const tavlinear::Row& row = _linear.rows()[i];
-    if (_linear.rows().isUsed(i)) target->addRow(row.lb, copier.sum(row.terms, 0.0), row.ub);
+    if (_linear.rows().isUsed(i)) copier.addRow(_linear.rows()[i]);
   }
-  for (TavModelSet set : _model.sets()) {
-    for (TavNumVar& member : set.members) member = copier.of(member.getImpl());
-    target->addSet(std::move(set));
-  }
+  for (const TavModelSet& set : _model.sets()) copier.addSet(set);
   for (int i = 0; i < _linear.sets().size(); ++i) {
-    TavModelSet set = {"", 2, {}, {}};
-    for (const int column : _linear.sets()[i].columns) {
-      set.weights.push_back(static_cast<double>(set.members.size() + 1));
-      set.members.push_back(copier.columnOf[static_cast<std::size_t>(column)]);
-    }
-    if (_linear.sets().isUsed(i)) target->addSet(std::move(set));
+    if (_linear.sets().isUsed(i)) copier.addSet(_linear.sets()[i]);
   }
   target->setObjective(_isObjectiveLinear ? copier.sum(_model.objective()->getSum().getImpl())
                                           : copier.sum(_linear.objective().terms, _linear.objective().constant),

@@ -55,7 +55,6 @@ TavFileModel readFile(const Options& options, Progress& progress) {
   TavFileModel file = TavReadModel(options.file, how);
   progress.finish(std::to_string(file.rows.size()) + " rows, " + std::to_string(file.variables.size()) + " columns, " +
                   std::to_string(file.linearValue.size()) + " non-zeros");
-  for (const std::string& note : file.notes) std::cerr << "tavsolve: note: " << note << "\n";
   return file;
 }
 
@@ -92,6 +91,9 @@ Session::Session(const Options& options, Ranks* ranks)
 
 void Session::load() {
   TavFileModel file = readFile(_options, _progress);
+  if (isLeader()) {
+    for (const std::string& note : file.notes) std::cerr << "tavsolve: note: " << note << "\n";
+  }
   _stub = {file.answerOptions, file.variables.size(), file.rows.size()};
   _progress.begin("build");
   _model = std::make_unique<Model>(std::move(file));

@@ -1,5 +1,6 @@
 #include "solve/edits/words.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -16,6 +17,24 @@ namespace tavsolve {
 namespace {
 
 bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
+
+/// The bytes of the character of UTF-8 that the text begins with; 0 where it begins with none.
+std::size_t characterSize(std::string_view text) {
+  const auto byte = [&](std::size_t k) { return k < text.size() ? static_cast<unsigned char>(text[k]) : 0U; };
+  const unsigned first = byte(0), second = byte(1);
+  const std::size_t size = first < 0x80   ? 1
+                           : first < 0xc2 ? 0
+                           : first < 0xe0 ? 2
+                           : first < 0xf0 ? 3
+                           : first < 0xf5 ? 4
+                                          : 0;
+  for (std::size_t k = 1; k < size; ++k) {
+    if ((byte(k) & 0xc0) != 0x80) return 0;
+  }
+  const bool isOverlong = (first == 0xe0 && second < 0xa0) || (first == 0xf0 && second < 0x90);
+  const bool isNoCharacter = (first == 0xed && second >= 0xa0) || (first == 0xf4 && second >= 0x90);
+  return isOverlong || isNoCharacter ? 0 : size;
+}
 
 }  // namespace
 
@@ -106,15 +125,18 @@ std::string jsonNumber(double number) { return std::isfinite(number) ? exactText
 
 std::string jsonString(std::string_view text) {
   std::string result = "\"";
-  for (const char c : text) {
-    if (static_cast<unsigned char>(c) < 0x20) {
+  while (!text.empty()) {
+    const auto c = static_cast<unsigned char>(text[0]);
+    const std::size_t size = characterSize(text);
+    if (c < 0x20 || size == 0) {
       char escape[8];
       std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(c));
       result += escape;
-      continue;
+    } else {
+      if (c == '"' || c == '\\') result += '\\';
+      result += text.substr(0, size);
     }
-    if (c == '"' || c == '\\') result += '\\';
-    result += c;
+    text.remove_prefix(std::max<std::size_t>(size, 1));
   }
   return result + '"';
 }

@@ -46,7 +46,7 @@ std::string text(double number);
 std::string exactText(double number);
 
 ///@{
-/// A number and a text as JSON has them; it has no infinities, which are null.
+/// A number and a text as JSON has them: an infinity is null, bytes that are no UTF-8 are taken for Latin-1.
 std::string jsonNumber(double number);
 std::string jsonString(std::string_view text);
 ///@}

@@ -43,6 +43,7 @@ double violationOfSet(const TavModelSet& set, EngineI& engine) {
   std::iota(order.begin(), order.end(), std::size_t{0});
   std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) { return set.weights[a] < set.weights[b]; });
   std::vector<double> sizes;
+  sizes.reserve(order.size());
   for (const std::size_t k : order) sizes.push_back(std::abs(engine.getValue(set.members[k].getImpl())));
   const std::size_t width = std::min(static_cast<std::size_t>(set.type), sizes.size());
   std::vector<double> behind(sizes.size() + 1, 0.0);  // the greatest from each member on

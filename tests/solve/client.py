@@ -165,23 +165,24 @@ check(len(seconds) == 2 and seconds[1] < 0.5, "a time limit for both solves", ou
 
 # Names are whatever the file has; those without one are named by their places.
 name = 'a "b\\cé'
-with open("names.mps", "w") as file:
-    file.write(f"""NAME          N
+for encoding in ("utf-8", "latin-1"):
+    with open("names.mps", "w", encoding=encoding) as file:
+        file.write(f"""NAME          N
 ROWS
  N  cost
  G  need
 COLUMNS
-    {name}  cost               2.0   need               1.0
+    {name}{" " * (10 - len(name.encode(encoding)))}cost               2.0   need               1.0
     #other    cost               3.0   need               1.0
 RHS
     RHS       need               2.0
 ENDATA
 """)
-answer = json.loads(start("names.mps", "--solution", "-.json").communicate()[0])
-check([c["name"] for c in answer["columns"]] == [name, "#other"] and answer["columns"][1]["reducedCost"] == 1, answer)
-check(answer["rows"] == [{"name": "need", "value": 2, "dual": 2}] and answer["bound"] == 4, answer)
-start("names.mps", "--solution", "names.txt").communicate()
-check(start("names.mps", "--start", "names.txt").communicate()[0].count("optimal") == 1, "a solution to start from")
+    answer = json.loads(start("names.mps", "--solution", "-.json").communicate()[0])
+    check([c["name"] for c in answer["columns"]] == [name, "#other"] and answer["columns"][1]["reducedCost"] == 1, answer)
+    check(answer["rows"] == [{"name": "need", "value": 2, "dual": 2}] and answer["bound"] == 4, answer)
+    start("names.mps", "--solution", "names.txt").communicate()
+    check(start("names.mps", "--start", "names.txt").communicate()[0].count("optimal") == 1, "a solution to start from")
 
 # A further solve starts from the last one, not from the file once more.
 with open("square.lp", "w") as file:

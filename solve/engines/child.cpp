@@ -37,14 +37,35 @@ void writeAll(int file, const char* data, std::size_t size) {
   }
 }
 
+/// Signals wait while it lives: until the child has handlers of its own, those of the program would end it.
+class SignalPause {
+ public:
+  SignalPause() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int number : {SIGINT, SIGTERM, SIGALRM}) sigaddset(&signals, number);
+    pthread_sigmask(SIG_BLOCK, &signals, &_before);
+  }
+  SignalPause(const SignalPause&) = delete;
+  SignalPause& operator=(const SignalPause&) = delete;
+  ~SignalPause() { end(); }
+
+  void end() { pthread_sigmask(SIG_SETMASK, &_before, nullptr); }
+
+ private:
+  sigset_t _before{};
+};
+
 /// The child's own life: no output of its own, no core file, an end with the parent.
-[[noreturn]] void live(const std::function<void(const Parent&)>& work, int pipe, int errors, const std::string& log) {
+[[noreturn]] void live(const std::function<void(const Parent&)>& work, int pipe, int errors, const std::string& log,
+                       SignalPause& pause) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   const rlimit none{0, 0};
   setrlimit(RLIMIT_CORE, &none);
   for (const int number : {SIGABRT, SIGSEGV, SIGFPE, SIGILL, SIGBUS, SIGALRM}) std::signal(number, SIG_DFL);
   std::signal(SIGINT, SIG_IGN);  // a key of the terminal reaches the parent too, which decides
   std::signal(SIGTERM, wantEnd);
+  pause.end();
   const int output = open(log.empty() ? "/dev/null" : log.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
   dup2(output, STDOUT_FILENO);
   dup2(errors, STDERR_FILENO);
@@ -134,11 +155,12 @@ Child::Child(const std::function<void(const Parent&)>& work, const std::string& 
   if (!_errors) throw std::system_error(errno, std::generic_category());
   std::cout.flush();
   std::fflush(nullptr);
+  SignalPause pause;
   _id = fork();
   if (_id < 0) throw std::system_error(errno, std::generic_category());
   if (_id == 0) {
     _pipe.reading.close();
-    live(work, _pipe.writing.number(), fileno(_errors.get()), log);
+    live(work, _pipe.writing.number(), fileno(_errors.get()), log, pause);
   }
   _pipe.writing.close();
 }

@@ -155,6 +155,13 @@ for signals in ([signal.SIGINT], [signal.SIGINT, signal.SIGTERM]):
         os.remove("best.txt")
     else:
         check(not os.path.exists("best.txt"), "the second signal is waited for")
+for _ in range(20):  # while the solver's process starts
+    run = start("split.lp", "--time", "50")
+    run.stdout.readline()
+    time.sleep(random.uniform(0, 0.01))
+    os.killpg(run.pid, signal.SIGINT)
+    output = run.communicate()[0]
+    check(run.returncode == 1 and output.count("interrupted") == 1, "an early interruption", run.returncode, output)
 if "signals-late" not in sys.argv:  # as the thread sanitizer delays them while a program reads
     run = start("-", "--time", "0.3")  # the file never comes
     check(run.wait(timeout=60) == 1 and "time limit" in run.stdout.read(), "time limit while reading")

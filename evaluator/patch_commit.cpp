@@ -85,17 +85,17 @@ void Patch::appendTape() noexcept {
 }
 
 void Patch::commitTerms(const NewRow& row, std::size_t& nextNumber) noexcept {
-  const bool isObjective = row.number == objectiveRow();
+  const bool isObjective = row.number == objectiveRow(), hasPlaces = _options.derivatives > 0;
   if (isObjective) _code.adding = kNone;
   const Code::RowFacts& old = _code.rows[row.number];
   if (isObjective) {
     for (std::size_t t = old.firstTerm; t < old.termEnd(); ++t) gradientStart(_code.terms[t]) = 0.0;
-  } else if (_isOtherStructure) {
+  } else if (_isOtherStructure && hasPlaces) {
     for (std::size_t t = old.firstTerm; t < old.termEnd(); ++t) _code.termPlaces[t] = kNone;
   }
   if (row.facts.termEnd() > _code.terms.size()) {
     _code.terms.resize(row.facts.termEnd());
-    _code.termPlaces.resize(row.facts.termEnd(), kNone);
+    if (hasPlaces) _code.termPlaces.resize(row.facts.termEnd(), kNone);
   }
   for (std::size_t k = 0; k < row.source.count; ++k) {
     const TavEvaluator::LinearTerm& term = _rows.terms[row.source.first + k];
@@ -103,7 +103,7 @@ void Patch::commitTerms(const NewRow& row, std::size_t& nextNumber) noexcept {
     _code.terms[t] = term;
     if (isObjective) {
       gradientStart(term) = term.coefficient;
-    } else if (_options.derivatives > 0) {
+    } else if (hasPlaces) {
       if (_isOtherStructure) _code.termPlaces[t] = _jacobian.place(_termNumbers[nextNumber++]);
       _code.jacobian.start.set(_code.termPlaces[t] - _code.jacobian.firstAdded, term.coefficient);
     }

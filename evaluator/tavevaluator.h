@@ -70,7 +70,8 @@ class Scratch;
 /// stay until their variable is destroyed; without columns given, new variables become columns behind the others. It
 /// holds the nodes that it was given: a modification through a handle copies a node that is shared, so modify the node
 /// itself (`handle.getImpl()->setCoef(x, 2)`). What the library reports to nobody is taken over by refresh():
-/// - setConstant, clear and normalize of a linear node, and terms and parts appended to it;
+/// - setConstant, multiply, divide, clear, normalize and remove of a linear node, and terms and parts appended to it;
+/// - of the setCoef that sets many coefficients, those that change from one number to another, neither being 0;
 /// - elements of the arrays that element nodes look into.
 /// Another expression in the place of one is given by setObjective and setConstraint.
 class TavEvaluator {

@@ -104,6 +104,9 @@ TEST(Evaluator, AddsInTheOrderOfEval) {
   EXPECT_EQ(values, wanted);
   EXPECT_EQ(values[0], 0.0);
   EXPECT_EQ(TavEvaluation(fast).objective(x), wanted[1]);
+  exact.setConstraint(2, rows[1]);  // a program without derivatives is modified
+  TavEvaluation(exact).constraints(std::vector<double>{1e8, 1.0, 0.0}, values);
+  EXPECT_EQ(values[2], wanted[1]);
   env.end();
 }
 

@@ -2,6 +2,8 @@
 /// How the operands of each kind of class are read, and what records its expressions become: the rows of the table in
 /// classes.cpp.
 
+#include <algorithm>
+
 #include "evaluator/rows.h"
 
 namespace taveval::classrows {
@@ -223,7 +225,8 @@ ClassRow numberElement() {
                    });
 }
 
-/// An element of an array of expressions: a choice by each position but the last.
+/// An element of an array of expressions: a choice by each position but the last. The index of a single one is read
+/// too: it may throw.
 template <class Node>
 ClassRow expressionElement() {
   return row<Node>(
@@ -238,7 +241,7 @@ ClassRow expressionElement() {
         if (exprs.getSize() == 0) return reader.throwing();
         const std::uint32_t index = reader.put(Op::Trunc, reader.of(as<Node>(node)->getIndex()));
         std::uint32_t result = reader.of(exprs[exprs.getSize() - 1].getImpl());
-        for (TavInt i = exprs.getSize() - 1; i-- > 0;) {
+        for (TavInt i = std::max<TavInt>(exprs.getSize() - 1, 1); i-- > 0;) {
           const std::uint32_t here = reader.put(Op::Equal, index, reader.structural(static_cast<double>(i)));
           result = reader.put(its.op, here, reader.of(exprs[i].getImpl()), result);
         }

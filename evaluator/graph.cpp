@@ -110,11 +110,12 @@ std::uint32_t Graph::mul(std::uint32_t a, std::uint32_t b) {
   return make(Op::Mul, std::min(a, b), std::max(a, b), kNone, 0.0);
 }
 
-/// f (g x) as (f g) x, for fixed f and g. One of them is part of the structure: a product of data could overflow.
+/// f (g x) as (f g) x, for fixed f and g and an x that is not. One of them is part of the structure: a product of data
+/// could overflow.
 std::uint32_t Graph::joinFactors(std::uint32_t a, std::uint32_t b) {
   if (_nodes[b].isFixed) std::swap(a, b);
   const Node product = _nodes[b];
-  if (!_joinsFactors || !_nodes[a].isFixed || product.op != Op::Mul) return kNone;
+  if (!_joinsFactors || !_nodes[a].isFixed || product.isFixed || product.op != Op::Mul) return kNone;
   const bool isFirst = _nodes[product.a].isFixed;
   const std::uint32_t factor = isFirst ? product.a : product.b, rest = isFirst ? product.b : product.a;
   if (!_nodes[factor].isFixed || (_nodes[a].op != Op::Constant && _nodes[factor].op != Op::Constant)) return kNone;

@@ -46,6 +46,10 @@ TEST(Evaluator, SaysByNameWhatItCannotDo) {
   EXPECT_EQ(values[evaluator.getColumnOf(x)], 8.0);
   point[evaluator.getColumnOf(x)] = -4.0;
   EXPECT_THROW(at.constraints(point, values), TavWrongUsage);
+  evaluator.setConstraint(0, TavElement(TavNumVarArray(env, 1, y), TavMin(TavMax(TavNumToInt(0.3 * x), 0), 0)));
+  evaluator.setConstraint(1, y);
+  EXPECT_THROW(at.constraints(point, values), TavWrongUsage);  // by the index of the only element
+  evaluator.setConstraint(0, rows[0]), evaluator.setConstraint(1, rows[1]);
   try {
     evaluator.getJacobianStructure();
     ADD_FAILURE() << "a Jacobian without derivatives";

@@ -57,6 +57,8 @@ class Model {
       rows.add(TavExpr(x[i] * x[i + 1] + c * TavSquare(x[i]) - 3.0 * x[i] + TavSquare(x[(i + 7) % size]) +
                        TavSquare(angles.back())));
       rows.add(TavExpr(TavPower(TavAbs(x[i]) + c, 1.5) + TavMax(x[i], x[i + 1]) + TavTan(x[i])));
+      const TavNumExpr square = c * TavSquare(x[i]);
+      rows.add(TavExpr(TavFract(square + TavExponent(x[i]) + square + square)));
       rows.add(TavExpr(x[i] - c * x[i + 1]));
       rows.add(TavExpr(x[(i + 3) % size] - 0.5 * TavSin(x[i]) - 0.5 * TavSin(x[i + 1]) - 2.0 * x[(i + 1) % size] +
                        x[i] + c));

@@ -146,6 +146,7 @@ void BonminEngineI::setUp(Bonmin::BonminSetup& setup, const Controls& controls, 
     }
   }
   setOptions(options, *setup.roptions(), controls, "bonmin");
+  setup.readOptionsString("");  // instead of bonmin.opt of the current folder, which would override --option
 }
 
 void BonminEngineI::prepare(const Controls& controls) {

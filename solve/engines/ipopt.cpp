@@ -111,6 +111,8 @@ struct IpoptEngineI::Solver {
   /// Throws InputError for options that there are not.
   explicit Solver(const Controls& controls) : application(IpoptApplicationFactory()) {
     setCommonOptions(*application->Options(), controls);
+    // Instead of ipopt.opt of the current folder, which would override --option unasked.
+    application->Options()->SetStringValue("option_file_name", "");
     setOptions(*application->Options(), *application->RegOptions(), controls, "ipopt");
     options = *application->Options();
   }

@@ -14,7 +14,7 @@ install(FILES evaluator/tavevaluator.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/t
 install(FILES tools/gdb/tavexpression.py DESTINATION ${CMAKE_INSTALL_DATADIR}/tavexpression/gdb)
 if(TARGET tavmodelfile)
   # A component of the package, found on request: only its users need zlib and bzip2.
-  set(tav_modelfile_headers tavmodelfile.h build.h file_array.h file_error.h file_model.h names.h number_text.h
+  set(tav_modelfile_headers tavmodelfile.h build.h file_error.h file_model.h names.h number_text.h
                             numbered_names.h)
   install(TARGETS tavmodelfile EXPORT tavmodelfileTargets COMPONENT dev
           LIBRARY COMPONENT runtime NAMELINK_COMPONENT dev)

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "modelfile/file_array.h"
+#include "host/large_array.h"
 #include "modelfile/names.h"
 
 #pragma GCC visibility push(default)
@@ -144,7 +144,7 @@ struct TavFileObjective {
   bool maximise = false;  ///< Otherwise minimised.
   double constant = 0.0;  ///< Finite.
   /// No variable occurs twice.
-  TavFileArray<TavFileTerm> linear;
+  TavLargeArray<TavFileTerm> linear;
   std::vector<TavFileProduct> products;  ///< No pair occurs twice.
   TavFileExpr expr;                      ///< The general part.
 };
@@ -199,20 +199,20 @@ struct TavFileSuffix {
 struct TavFileModel {
   std::string name;  ///< May be empty.
 
-  TavFileArray<TavFileVariable> variables;  ///< In the order of the file.
+  TavLargeArray<TavFileVariable> variables;  ///< In the order of the file.
   /// Names of the variables; all differ. Shorter than `variables` where the last have none.
   TavNameTable variableNames;
   /// Start values: empty, or one a variable, NaN where there is none.
   std::vector<double> start;
 
-  TavFileArray<TavFileRow> rows;  ///< In the order of the file.
+  TavLargeArray<TavFileRow> rows;  ///< In the order of the file.
   /// Names of the rows; all differ.
   TavNameTable rowNames;
   /// The linear parts row by row: those of row i stand at linearBegin[i] up to, but not at, linearBegin[i + 1]. One
   /// entry more than rows. No variable occurs twice in a row. The readers of MPS and LP leave coefficients of zero out.
-  TavFileArray<std::size_t> linearBegin{0};
-  TavFileArray<std::int32_t> linearVariable;  ///< Indices of variables.
-  TavFileArray<double> linearValue;           ///< Their coefficients.
+  TavLargeArray<std::size_t> linearBegin{0};
+  TavLargeArray<std::int32_t> linearVariable;  ///< Indices of variables.
+  TavLargeArray<double> linearValue;           ///< Their coefficients.
   /// What rows have beside their linear part, by ascending row; at most one each.
   std::vector<TavFileRowPart> rowParts;
   /// Start values of the rows' multipliers: empty, or one a row, NaN where there is none.
@@ -227,7 +227,7 @@ struct TavFileModel {
   std::vector<TavFileSuffix> suffixes;  ///< In the order of the file.
 
   /// The tokens of all expressions.
-  TavFileArray<TavFileToken> tokens;
+  TavLargeArray<TavFileToken> tokens;
   /// Each refers only to those before it.
   std::vector<TavFileCommon> commons;
   /// Expressions that must be true.

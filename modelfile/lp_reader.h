@@ -136,9 +136,9 @@ class TavLpReader {
 
   TavFileModel _model;
   TavFileObjective _objective;
-  TavFileArray<Variable> _states;
+  TavLargeArray<Variable> _states;
   /// Where in the arrays of terms a variable stands last; true only where that place has the variable.
-  TavFileArray<std::size_t> _lastPlace;
+  TavLargeArray<std::size_t> _lastPlace;
   static constexpr int kMostPending = 64;
   /// Terms that stay pending, so that what their look-up needs has time to arrive.
   static constexpr int kKeptPending = 16;
@@ -152,7 +152,7 @@ class TavLpReader {
   /// The variable that a bound is about if bounds come in the order of the variables.
   mutable std::int32_t _nextVariable = 0;
   /// Where the rows begin in the file.
-  TavFileArray<TavPackedPlace> _rowPlaces;
+  TavLargeArray<TavPackedPlace> _rowPlaces;
   /// Upper bounds below 0 and where they stand.
   std::unordered_map<std::int32_t, TavFilePlace> _negativeUppers;
 };

@@ -43,7 +43,7 @@ void TavMatrixTurner::finish(TavFileModel& model) {
   for (const Bucket& bucket : _buckets) free += bucket.end - bucket.next;
   std::int32_t* const variables = model.linearVariable.append(_entries.size() - free);
   double* const values = model.linearValue.append(_entries.size() - free);
-  TavFileArray<std::size_t>& begin = model.linearBegin;
+  TavLargeArray<std::size_t>& begin = model.linearBegin;
   begin.assign(rows + 1, 0);
   std::size_t sum = 0;
   for (std::size_t i = 0; i < _buckets.size(); ++i) {

@@ -55,7 +55,7 @@ class TavMatrixTurner {
   std::size_t _rows = 0;
   int _shift = 0;
   std::vector<Bucket> _buckets;
-  TavFileArray<Entry> _entries;
+  TavLargeArray<Entry> _entries;
   /// The bucket of each chunk of _entries.
   std::vector<std::uint32_t> _bucketOf;
 
@@ -63,7 +63,7 @@ class TavMatrixTurner {
   /// they marked: the first _marked of _columnRows have the column in _markOf.
   std::int32_t _column = -1;
   std::int32_t _largest = -1;
-  TavFileArray<std::int32_t> _columnRows;
+  TavLargeArray<std::int32_t> _columnRows;
   std::size_t _marked = 0;
-  TavFileArray<std::int32_t> _markOf;
+  TavLargeArray<std::int32_t> _markOf;
 };

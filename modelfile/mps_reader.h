@@ -140,8 +140,8 @@ class TavMpsReader {
   TavFileObjective _objective;
 
   /// Until the end the lower bound of a row is its right-hand side and the upper one its range.
-  TavFileArray<RowState> _rowStates;
-  TavFileArray<ColumnState> _columnStates;
+  TavLargeArray<RowState> _rowStates;
+  TavLargeArray<ColumnState> _columnStates;
   bool _integerColumns = false;
   /// Of the column at hand.
   TavNameTable::Key _columnKey{0, 0};
@@ -161,7 +161,7 @@ class TavMpsReader {
   Pending _pending[kMostPending];
   int _pendingCount = 0;
   /// Where each column begins in the file.
-  TavFileArray<TavPackedPlace> _columnPlaces;
+  TavLargeArray<TavPackedPlace> _columnPlaces;
   TavMatrixTurner _entries;
   std::string _rhsName, _rangeName, _boundName;
   /// The row and the column that a line of RHS or BOUNDS is about if these come in order.

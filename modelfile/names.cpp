@@ -89,7 +89,7 @@ void TavNameTable::grow(std::size_t items) {
   std::size_t wanted = 32;
   int bits = 5;
   for (; 2 * wanted < 3 * (items + 1); wanted *= 2) ++bits;
-  TavFileArray<Slot> before;
+  TavLargeArray<Slot> before;
   before.resize(wanted);
   before.swap(_slots);
   _shift = 64 - bits;

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "modelfile/file_array.h"
+#include "host/large_array.h"
 #include "modelfile/numbered_names.h"
 
 #pragma GCC visibility push(default)
@@ -140,11 +140,11 @@ class TavNameTable {
   /// of namespace scope.
   static const Factor _factor;
 
-  TavFileArray<char> _text;
+  TavLargeArray<char> _text;
   /// Where the name of each item ends in the arena; it begins where the one before ends.
-  TavFileArray<std::size_t> _end;
+  TavLargeArray<std::size_t> _end;
   /// Open addressing, a power of two slots, at most two thirds of them used.
-  TavFileArray<Slot> _slots;
+  TavLargeArray<Slot> _slots;
   std::size_t _used = 0;
   int _shift = 63;
   /// Names of consecutive items, which are not in the slots.

@@ -74,8 +74,8 @@ void moveLinearParts(TavFileModel& model, std::vector<TavNlPiece>& pieces) {
   std::vector<std::size_t> order(pieces.size());
   std::iota(order.begin(), order.end(), std::size_t{0});
   std::stable_sort(order.begin(), order.end(), [&](auto a, auto b) { return pieces[a].row < pieces[b].row; });
-  TavFileArray<std::int32_t> variables;
-  TavFileArray<double> values;
+  TavLargeArray<std::int32_t> variables;
+  TavLargeArray<double> values;
   variables.reserve(model.linearVariable.size());
   values.reserve(model.linearValue.size());
   std::vector<TavNlPiece> moved;

@@ -130,7 +130,7 @@ class NlReader : private TavNlExpressions<Tokens> {
 
   /// Reads `count` lines of an index and a coefficient to the ends of two arrays. Room for some is made at a time: a
   /// count is no promise that they are there.
-  void readTerms(TavFileArray<std::int32_t>& indices, TavFileArray<double>& values, std::int64_t count) {
+  void readTerms(TavLargeArray<std::int32_t>& indices, TavLargeArray<double>& values, std::int64_t count) {
     if (count < 0 || count > _header.variables) _tokens.fail("more coefficients than variables");
     _tokens.endLine();
     const std::size_t begin = indices.size();
@@ -156,8 +156,8 @@ class NlReader : private TavNlExpressions<Tokens> {
   /// The same for sums that are lists of terms.
   template <class Terms>
   void readTerms(Terms& terms, std::int64_t count) {
-    TavFileArray<std::int32_t> indices;
-    TavFileArray<double> values;
+    TavLargeArray<std::int32_t> indices;
+    TavLargeArray<double> values;
     readTerms(indices, values, count);
     terms.reserve(indices.size());
     for (std::size_t i = 0; i < indices.size(); ++i) terms.push_back({indices[i], values[i]});

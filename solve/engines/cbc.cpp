@@ -1,7 +1,9 @@
 #include "solve/engines/cbc.h"
 
 #include <algorithm>
+#include <array>
 
+#include "host/prefetch.h"
 #include "solve/engines/cbc_load.h"
 
 /// How a model gets into the solver and how the loaded solver is edited.
@@ -9,6 +11,9 @@
 namespace tavsolve {
 
 namespace {
+
+/// Where an object has its identifier; only prefetching relies on it.
+constexpr std::size_t kIdentifierOffset = 2 * sizeof(void*);
 
 /// Vectors one after the other, as CLP takes many of them at once.
 struct Vectors {
@@ -33,24 +38,35 @@ CbcEngineI::CbcEngineI(const Model& model) : EngineI(model), _solver(std::make_u
 
 CbcEngineI::~CbcEngineI() = default;
 
-std::unique_ptr<CoinPackedMatrix> CbcEngineI::gather() const {
-  ColumnMatrix matrix(columns().size());
-  const int* place = places().data();  // every variable of the rows has one: columns are extracted first
-  LargeVector<int> order;              // of all terms, by column: from a term to its column is a long way in memory
-  order.reserve(model().nonZeros());
-  for (const Row& row : rows()) {
-    for (const auto* term = row.sum()->getFirstTerm(); term; term = term->next) {
-      order.push_back(place[term->var->getId()]);
-      matrix.count(order.back());
-    }
-  }
-  matrix.reserve();
-  auto column = order.begin();
+/// Calls visit(row, column, coefficient) for each term of the rows, in their order. From a term to its variable's
+/// identifier is a long way in memory, which is begun for a number of terms at once.
+template <class Visit>
+void CbcEngineI::visitTerms(const Visit& visit) const {
+  struct Item {
+    std::size_t row;
+    const TavNumLinExprTermI* term;
+  };
+  std::array<Item, 64> items;
+  std::size_t count = 0;
+  const auto visitItems = [&] {
+    for (std::size_t k = 0; k < count; ++k) visit(items[k].row, placeOf(items[k].term->var), items[k].term->coef);
+    count = 0;
+  };
   for (std::size_t i = 0; i < rows().size(); ++i) {
     for (const auto* term = rows()[i].sum()->getFirstTerm(); term; term = term->next) {
-      matrix.put(i, *column++, term->coef);
+      TavPrefetch(reinterpret_cast<const char*>(term->var) + kIdentifierOffset);
+      items[count++] = {i, term};
+      if (count == items.size()) visitItems();
     }
   }
+  visitItems();
+}
+
+std::unique_ptr<CoinPackedMatrix> CbcEngineI::gather() const {
+  ColumnMatrix matrix(columns().size());
+  visitTerms([&matrix](std::size_t, int column, double) { matrix.count(column); });
+  matrix.reserve();
+  visitTerms([&matrix](std::size_t row, int column, double value) { matrix.put(row, column, value); });
   return matrix.take(rows().size());
 }
 
@@ -77,6 +93,7 @@ void CbcEngineI::load() {
     if (whole && !column.relaxed) integers.push_back(static_cast<int>(j));
   }
   writeCosts(simplex->objective());
+  returnZeros(*simplex);
   _solver = solverOver(std::move(simplex), gather(), sign() * objectiveSum()->getNumConstant(), integers);
 }
 

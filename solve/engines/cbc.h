@@ -39,6 +39,8 @@ class CbcEngineI : public EngineI {
  private:
   /// -1 where the model maximises. The solver always minimises: its signs of duals and bounds differ by path otherwise.
   double sign() const { return model().objective()->isMaximised() ? -1.0 : 1.0; }
+  template <class Visit>
+  void visitTerms(const Visit& visit) const;
   /// The coefficients of all rows, column by column, for the solver to own.
   std::unique_ptr<CoinPackedMatrix> gather() const;
   /// The objective, one coefficient a column, as it is minimised.

@@ -19,7 +19,7 @@ class LinearisedEngineI final : public EngineI {
   Answer solve(const Controls& controls) override;
 
   void startFrom(const WarmStart& start) override;
-  void* addIndicator(const TavNumVarI* variable) override { return addColumn(variable, 0.0); }
+  void* addIndicator(const TavNumVarI* variable) override { return addColumn(variable); }
 
   /// Expressions below the rows are followed as well.
   bool hasExtracted(const TavExtractableI* object) const override;

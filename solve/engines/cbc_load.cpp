@@ -1,5 +1,11 @@
 #include "solve/engines/cbc_load.h"
 
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
+
+#include <cstdint>
+#include <cstring>
 #include <numeric>
 
 #include "expression/tavexpression.h"
@@ -15,6 +21,24 @@ std::unique_ptr<Number[]> numbers(std::size_t count) {
   auto result = std::make_unique_for_overwrite<Number[]>(count);
   TavWantHugePages(result.get(), count * sizeof(Number));
   return result;
+}
+
+/// Gives the whole pages of memory from the heap that hold zeros back to the system; they hold zeros all the same.
+void returnZeroPages([[maybe_unused]] double* values, [[maybe_unused]] std::size_t count) {
+#ifdef __linux__
+  constexpr std::size_t kPages = std::size_t{1} << 16;  // a multiple of every usual size of pages
+  const std::size_t bytes = count * sizeof(double), front = -reinterpret_cast<std::uintptr_t>(values) % kPages;
+  if (bytes < front) return;
+  char* at = reinterpret_cast<char*>(values) + front;
+  char* const end = at + (bytes - front) / kPages * kPages;
+  const auto isZero = [](const char* page) { return *page == 0 && std::memcmp(page, page + 1, kPages - 1) == 0; };
+  while (at != end) {
+    char* const begin = at;
+    while (at != end && isZero(at)) at += kPages;
+    if (at != begin) ::madvise(begin, static_cast<std::size_t>(at - begin), MADV_DONTNEED);
+    if (at != end) at += kPages;
+  }
+#endif
 }
 
 }  // namespace
@@ -53,6 +77,17 @@ std::unique_ptr<ClpSimplex> clpWithRoom(std::size_t rows, std::size_t columns) {
   simplex->setLogLevel(0);
   simplex->resize(static_cast<int>(rows), static_cast<int>(columns));
   return simplex;
+}
+
+void returnZeros(ClpSimplex& simplex) {
+  const auto rows = static_cast<std::size_t>(simplex.numberRows());
+  const auto columns = static_cast<std::size_t>(simplex.numberColumns());
+  for (double* values : {simplex.primalRowSolution(), simplex.dualRowSolution(), simplex.rowLower()}) {
+    returnZeroPages(values, rows);
+  }
+  for (double* values : {simplex.primalColumnSolution(), simplex.dualColumnSolution(), simplex.columnLower()}) {
+    returnZeroPages(values, columns);
+  }
 }
 
 std::unique_ptr<OsiClpSolverInterface> solverOver(std::unique_ptr<ClpSimplex> simplex,

@@ -40,6 +40,9 @@ class ColumnMatrix {
 
 /// CLP's model with room for so many rows and columns, whose bounds and costs are to be written in place.
 std::unique_ptr<ClpSimplex> clpWithRoom(std::size_t rows, std::size_t columns);
+/// Gives memory back where they hold nothing but zeros, once they are written: most lower bounds are 0, and the
+/// solution that CLP has from the beginning is, which nothing writes to before the first solve.
+void returnZeros(ClpSimplex& simplex);
 /// A solver over that model, once it has all but these.
 std::unique_ptr<OsiClpSolverInterface> solverOver(std::unique_ptr<ClpSimplex> simplex,
                                                   std::unique_ptr<CoinPackedMatrix> matrix, double objectiveConstant,

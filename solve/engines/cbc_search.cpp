@@ -112,7 +112,7 @@ bool CbcEngineI::isLinear() const {
   const auto isSemiContinuous = [](const Column& column) { return column.threshold() > 0.0; };
   return model().sets().empty() &&
          (!whole || std::count(whole, whole + columns().size(), 0) == std::ssize(columns())) &&
-         std::none_of(columns().begin(), columns().end(), isSemiContinuous);
+         std::ranges::none_of(columns(), isSemiContinuous);
 }
 
 void CbcEngineI::run(const Controls& controls, Answer& answer) {

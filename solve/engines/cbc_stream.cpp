@@ -83,6 +83,7 @@ std::unique_ptr<OsiClpSolverInterface> RowStream::load() {
   std::copy(_lower.begin(), _lower.end(), simplex->rowLower());
   std::copy(_upper.begin(), _upper.end(), simplex->rowUpper());
   for (const auto& [column, coef] : _costs) simplex->objective()[column] += coef;
+  returnZeros(*simplex);
   ColumnMatrix matrix(_columns.size());
   for (const int column : _termColumns) matrix.count(column);
   matrix.reserve();

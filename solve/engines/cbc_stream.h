@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "expression/tavexpression.h"
-#include "modelfile/file_array.h"
+#include "host/large_array.h"
 #include "solve/model/large_vector.h"
 
 class OsiClpSolverInterface;
@@ -43,10 +43,10 @@ class RowStream {
   /// The number of a variable's column by its identifier, kNowhere for none.
   LargeVector<int> _places;
   /// Terms of all rows; of each row where they end, and its bounds without the constant.
-  TavFileArray<int> _termColumns;
-  TavFileArray<double> _termValues;
-  TavFileArray<std::size_t> _ends;
-  TavFileArray<double> _lower, _upper;
+  TavLargeArray<int> _termColumns;
+  TavLargeArray<double> _termValues;
+  TavLargeArray<std::size_t> _ends;
+  TavLargeArray<double> _lower, _upper;
   std::vector<std::pair<int, double>> _costs;
   double _costConstant = 0.0;
 };

@@ -1,7 +1,9 @@
 #include "solve/engines/engine.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
+#include <utility>
 
 #include "solve/model/errors.h"
 
@@ -31,12 +33,6 @@ EngineI::EngineI(const Model& model) : TavAlgorithmI(model.getEnv().getImpl()), 
 // Extraction
 
 void EngineI::extract() {
-  _columns.reserve(_model.columns().size());
-  _rows.reserve(_model.rows().size());
-  // Identifiers ascend: most often the last row or the objective has the greatest.
-  TavInt greatest = _model.objective()->getSum().getImpl()->getId();
-  if (!_model.rows().empty()) greatest = std::max(greatest, _model.rows().back()->getId());
-  _places.resize(static_cast<std::size_t>(greatest) + 1, kNowhere);
   extractNew();
   _model.objective()->extractToCP(TavAlgorithm(this));
   if (_model.relaxation()) _model.relaxation()->extractToCP(TavAlgorithm(this));
@@ -44,14 +40,15 @@ void EngineI::extract() {
 }
 
 void EngineI::extend() {
-  const int firstColumn = static_cast<int>(_columns.size()), firstRow = static_cast<int>(_rows.size());
+  const int firstColumn = static_cast<int>(_columnCount), firstRow = static_cast<int>(_rowCount);
   extractNew();
   clearSolution();
-  if (!_last.empty()) _last.resize(_columns.size(), std::numeric_limits<double>::quiet_NaN());
+  if (!_last.empty()) _last.resize(_columnCount, std::numeric_limits<double>::quiet_NaN());
   appended(firstColumn, firstRow);
 }
 
 void EngineI::extractNew() {
+  reserveLists();
   const TavAlgorithm self(this);
   for (const TavNumVar column : _model.columns()) {
     if (column && !hasExtracted(column.getImpl())) column.getImpl()->extractToCP(self);
@@ -61,33 +58,42 @@ void EngineI::extractNew() {
   }
 }
 
-int EngineI::placeOf(const TavExtractableI* object) const {
-  const auto id = static_cast<std::size_t>(object->getId());
-  return id < _places.size() ? _places[id] : kNowhere;
+/// Sets memory aside for lists that only modifications need, so that these do not fail for want of it.
+void EngineI::reserveLists() {
+  // Identifiers ascend: most often the last row or the objective has the greatest.
+  TavInt greatest = _model.objective()->getSum().getImpl()->getId();
+  if (!_model.rows().empty()) greatest = std::max(greatest, _model.rows().back()->getId());
+  _places.reserve(static_cast<std::size_t>(greatest) + 1);
+  makeRoom(_variables, _model.columns().size());
+}
+
+void EngineI::listColumns() {
+  if (std::exchange(_listsColumns, true)) return;
+  for (std::size_t j = 0; j < _columnCount; ++j) _variables.push_back(_model.columns()[j].getImpl());
 }
 
 void* EngineI::setPlace(const TavExtractableI* object, int place) {
-  const auto id = static_cast<std::size_t>(object->getId());
-  if (id >= _places.size()) _places.resize(std::max(id + 1, 2 * _places.size()), kNowhere);
-  _places[id] = place;
+  _places.set(object->getId(), place);
   return reinterpret_cast<void*>(static_cast<std::intptr_t>(place));
 }
 
-void* EngineI::addColumn(const TavNumVarI* variable, bool isSemiContinuous) {
-  _columns.push_back({variable, isSemiContinuous, false});
-  return setPlace(variable, static_cast<int>(_columns.size()) - 1);
+void* EngineI::addColumn(const TavNumVarI* variable) {
+  const bool isNext = _columnCount < _model.columns().size() && _model.columns()[_columnCount].getImpl() == variable;
+  if (!isNext) listColumns();
+  if (_listsColumns) _variables.push_back(variable);
+  return setPlace(variable, static_cast<int>(_columnCount++));
 }
 
 void* EngineI::addIndicator(const TavNumVarI*) {
   throw InputError("the engine " + std::string(name()) + " does not take variables that stand for constraints");
 }
 
-void* EngineI::addSum(const TavNumLinTermI* sum) { return setPlace(sum, static_cast<int>(_rows.size())); }
+void* EngineI::addSum(const TavNumLinTermI* sum) { return setPlace(sum, static_cast<int>(_rowCount)); }
 
 void* EngineI::addRow(const RangeConstraintI* constraint) {
+  assert(_model.rows()[_rowCount] == constraint && "rows come in the model's order");
   constraint->getSum().getImpl()->extractToCP(TavAlgorithm(this));
-  _rows.push_back({constraint});
-  return setPlace(constraint, static_cast<int>(_rows.size()) - 1);
+  return setPlace(constraint, static_cast<int>(_rowCount++));
 }
 
 void* EngineI::takeObjective(const ObjectiveI* objective) {
@@ -97,9 +103,9 @@ void* EngineI::takeObjective(const ObjectiveI* objective) {
 
 void* EngineI::relaxColumns(const TavConversionI* conversion) {
   const TavNumVarArray variables = conversion->getVars();
+  _relaxed.resize(_columnCount);
   for (TavInt i = 0; i < variables.getSize(); ++i) {
-    _columns[static_cast<std::size_t>(placeOf(variables[i].getImpl()))].relaxed =
-        conversion->getType() == TavNumVar::Float;
+    _relaxed[static_cast<std::size_t>(placeOf(variables[i].getImpl()))] = conversion->getType() == TavNumVar::Float;
   }
   return setPlace(conversion, kKnown);
 }
@@ -118,7 +124,7 @@ void EngineI::updateCoefficient(const TavNumLinTermI* sum, const TavNumVarI* var
 
 void EngineI::restoreKind(const TavNumVarI* variable) {
   const int column = placeOf(variable);
-  _columns[static_cast<std::size_t>(column)].relaxed = false;
+  _relaxed[static_cast<std::size_t>(column)] = false;
   columnChanged(column);
 }
 
@@ -133,12 +139,15 @@ void EngineI::forget(TavExtractableI* object) {
 void EngineI::dropColumn(const TavNumVarI* variable) {
   const int column = placeOf(variable);
   columnRemoved(column);
-  _columns.erase(_columns.begin() + column);
+  listColumns();
+  _variables.erase(_variables.begin() + column);
+  if (static_cast<std::size_t>(column) < _relaxed.size()) _relaxed.erase(_relaxed.begin() + column);
+  --_columnCount;
   for (std::vector<double>* numbers : {&_values, &_reducedCosts, &_last}) {
     if (!numbers->empty()) numbers->erase(numbers->begin() + column);
   }
-  for (std::size_t j = static_cast<std::size_t>(column); j < _columns.size(); ++j) {
-    setPlace(_columns[j].variable, static_cast<int>(j));
+  for (std::size_t j = static_cast<std::size_t>(column); j < _columnCount; ++j) {
+    setPlace(_variables[j], static_cast<int>(j));
   }
 }
 

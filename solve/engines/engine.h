@@ -7,10 +7,12 @@
 #include <functional>
 #include <limits>
 #include <optional>
+#include <ranges>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "solve/engines/places.h"
 #include "solve/model/model.h"
 
 namespace tavsolve {
@@ -152,7 +154,7 @@ class EngineI : public TavAlgorithmI {
   void forget(TavExtractableI* object) override;
 
   // What the class hooks do (hooks.cpp); each extraction returns the algorithm's object.
-  void* addColumn(const TavNumVarI* variable, bool isSemiContinuous);
+  void* addColumn(const TavNumVarI* variable);
   /// A variable that stands for the truth of a constraint: refused by engines that do not linearise.
   virtual void* addIndicator(const TavNumVarI* variable);
   void* addSum(const TavNumLinTermI* sum);
@@ -169,13 +171,13 @@ class EngineI : public TavAlgorithmI {
  protected:
   struct Column {
     const TavNumVarI* variable;
-    bool isSemiContinuous;
     /// Continuous for the solver although the variable is integer.
     bool relaxed;
 
     bool isWhole() const { return variable->isInteger() && !relaxed; }
     /// Above 0: the column is 0 or at least this.
     double threshold() const {
+      const bool isSemiContinuous = variable->isType(TavSemiContVarI::GetTypeInfo());
       return isSemiContinuous ? static_cast<const TavSemiContVarI*>(variable)->getThreshold() : 0.0;
     }
   };
@@ -188,18 +190,26 @@ class EngineI : public TavAlgorithmI {
     /// The sum's constant: a solver that takes linear rows does not know it.
     double constant() const { return sum()->getConstant(); }
   };
-  static constexpr int kNowhere = -1;
+  static constexpr int kNowhere = Places::kNowhere;
   static constexpr int kObjective = -2;
   /// Extracted, without a column or row of its own.
   static constexpr int kKnown = -3;
 
   const Model& model() const { return _model; }
-  const LargeVector<Column>& columns() const { return _columns; }
-  const LargeVector<Row>& rows() const { return _rows; }
+  ///@{
+  /// Columns and rows by their numbers: ranges with random access and a size.
+  auto columns() const {
+    const auto column = [this](std::size_t j) { return Column{variableOf(j), isRelaxed(j)}; };
+    return std::views::iota(std::size_t{0}, _columnCount) | std::views::transform(column);
+  }
+  auto rows() const {
+    const auto row = [this](std::size_t i) { return Row{_model.rows()[i]}; };
+    return std::views::iota(std::size_t{0}, _rowCount) | std::views::transform(row);
+  }
+  ///@}
   const TavNumLinTermI* objectiveSum() const { return _model.objective()->getSum().getImpl(); }
   /// The number of a variable's column or of a constraint's row, or one of the constants above.
-  int placeOf(const TavExtractableI* object) const;
-  const LargeVector<int>& places() const { return _places; }
+  int placeOf(const TavExtractableI* object) const { return _places.of(object->getId()); }
 
   /// Everything is listed: hand it to the solver.
   virtual void load() = 0;
@@ -259,11 +269,23 @@ class EngineI : public TavAlgorithmI {
   template <class Visit>
   void visitAnswer(Answer& answer, const Visit& visit);
 
+  const TavNumVarI* variableOf(std::size_t j) const {
+    return _listsColumns ? _variables[j] : _model.columns()[j].getImpl();
+  }
+  bool isRelaxed(std::size_t j) const { return j < _relaxed.size() && _relaxed[j]; }
+  void reserveLists();
+  void listColumns();
+
   const Model& _model;
-  /// By identifier: the number of the object's column or row, or one of the constants above.
-  LargeVector<int> _places;
-  LargeVector<Column> _columns;
-  LargeVector<Row> _rows;
+  /// The number of an object's column or row, or one of the constants above.
+  Places _places;
+  std::size_t _columnCount = 0, _rowCount = 0;
+  /// The columns are the model's until one is removed or comes in another order. Then they are listed, in memory that
+  /// is set aside before. The rows always are the model's.
+  bool _listsColumns = false;
+  LargeVector<const TavNumVarI*> _variables;
+  /// Whether columns are relaxed; empty, or as many as there were when they were relaxed.
+  std::vector<bool> _relaxed;
   /// Values of the last solution there was.
   std::vector<double> _last;
   std::chrono::steady_clock::time_point _start, _reported;

@@ -60,7 +60,7 @@ Answer EngineI::solve(const Controls& controls) {
   _seconds = controls.seconds - std::min(kMargin, kPart * controls.seconds);
   _tolerance = controls.tolerance;
   Answer answer;
-  if (_columns.empty()) {
+  if (_columnCount == 0) {
     answerWithoutColumns(answer);
   } else {
     prepare(controls);
@@ -186,7 +186,7 @@ void EngineI::foundSolution(double objective, const double* values) const {
   Message message;
   message.put(Content::Solution);
   message.put(objective);
-  message.put(std::vector<double>(values, values + _columns.size()));
+  message.put(std::vector<double>(values, values + _columnCount));
   _parent->send(message);
 }
 
@@ -197,7 +197,7 @@ void EngineI::startFrom(const WarmStart& start) {
 
 std::vector<double> EngineI::startValues(const Controls& controls) const {
   if (controls.start.empty() && !_last.empty()) return _last;
-  std::vector<double> values(_columns.size(), std::numeric_limits<double>::quiet_NaN());
+  std::vector<double> values(_columnCount, std::numeric_limits<double>::quiet_NaN());
   const std::vector<double>& given = controls.start.empty() ? _model.start() : controls.start;
   for (std::size_t j = 0; j < given.size(); ++j) {
     const TavNumVar column = _model.columns()[j];
@@ -209,7 +209,7 @@ std::vector<double> EngineI::startValues(const Controls& controls) const {
 /// A solver refuses a model without columns: its rows hold as they stand, or not.
 void EngineI::answerWithoutColumns(Answer& answer) {
   _activities.clear();
-  for (const Row& row : _rows) _activities.push_back(row.sum()->eval(TavAlgorithm(this)));
+  for (const Row& row : rows()) _activities.push_back(row.sum()->eval(TavAlgorithm(this)));
   answer.hasSolution = true;
   answer.status = Status::Optimal;
   answer.objective = objectiveSum()->eval(TavAlgorithm(this));
@@ -228,7 +228,7 @@ void EngineI::completeSolution(Answer& answer) {
   _last = _values;
   answer.objective += 0.0;  // never -0
   if (_activities.empty()) {
-    for (const Row& row : _rows) _activities.push_back(row.sum()->eval(TavAlgorithm(this)));
+    for (const Row& row : rows()) _activities.push_back(row.sum()->eval(TavAlgorithm(this)));
   }
   answer.violation = greatestViolation(_model, *this);
   if (isSolved(answer.status) && answer.violation.amount > _tolerance) answer.status = Status::Violated;
@@ -244,7 +244,7 @@ double EngineI::getValue(const TavNumVarI* variable) const {
 double EngineI::getValue(const TavIntExprI* constraint) const {
   const int row = placeOf(constraint);
   if (row < 0 || _activities.empty()) throw TavAlgorithm::Exception("the constraint has no value", 0);
-  const Row& bounds = _rows[static_cast<std::size_t>(row)];
+  const Row bounds = rows()[static_cast<std::size_t>(row)];
   return violationOf(bounds.lb(), _activities[static_cast<std::size_t>(row)], bounds.ub()) <= _tolerance ? 1.0 : 0.0;
 }
 

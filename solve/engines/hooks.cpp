@@ -11,11 +11,7 @@ namespace {
 EngineI& engine(TavAlgorithm algorithm) { return static_cast<EngineI&>(*algorithm.getImpl()); }
 
 void* extractVariable(TavAlgorithm algorithm, const TavExtractableI* object) {
-  return engine(algorithm).addColumn(static_cast<const TavNumVarI*>(object), false);
-}
-
-void* extractSemiContinuous(TavAlgorithm algorithm, const TavExtractableI* object) {
-  return engine(algorithm).addColumn(static_cast<const TavSemiContVarI*>(object), true);
+  return engine(algorithm).addColumn(static_cast<const TavNumVarI*>(object));
 }
 
 void* extractIndicator(TavAlgorithm algorithm, const TavExtractableI* object) {
@@ -75,7 +71,7 @@ void installHooks() {
   TavNumVarI::_extractCP = extractVariable;
   TavNumVarI::_unextractCP = unextractVariable;
   TavNumVarI::_modifyCP = modifyVariable;
-  TavSemiContVarI::_extractCP = extractSemiContinuous;
+  TavSemiContVarI::_extractCP = extractVariable;
   TavSemiContVarI::_unextractCP = unextractVariable;
   TavSemiContVarI::_modifyCP = modifyVariable;
   TavConstraintIndVarI::_extractCP = extractIndicator;

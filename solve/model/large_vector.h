@@ -1,6 +1,7 @@
 #pragma once
 /// A std::vector for lists that are as long as the model.
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 #include <limits>
@@ -32,5 +33,11 @@ struct LargeBlocks {
 
 template <class T>
 using LargeVector = std::vector<T, LargeBlocks<T>>;
+
+/// Room for `count` elements; where it is called for one more at a time, the cost is constant on average.
+template <class T>
+void makeRoom(LargeVector<T>& vector, std::size_t count) {
+  if (count > vector.capacity()) vector.reserve(std::max(count, 2 * vector.capacity()));
+}
 
 }  // namespace tavsolve

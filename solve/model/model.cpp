@@ -163,7 +163,11 @@ void Model::remove(TavNumVar column) {
     _columnIndex.erase(named);
   }
   const auto same = [column](TavNumVar other) { return other.getImpl() == column.getImpl(); };
-  *std::find_if(_columns.begin(), _columns.end(), same) = TavNumVar();
+  // Engines read the list until they drop the column.
+  struct Emptying {
+    TavNumVar& handle;
+    ~Emptying() { handle = TavNumVar(); }
+  } const emptying{*std::find_if(_columns.begin(), _columns.end(), same)};
   for (TavModelSet& set : _sets) {
     for (std::size_t k = set.members.size(); k-- > 0;) {
       if (!same(set.members[k])) continue;

@@ -22,7 +22,7 @@ class Text {
     for (std::size_t i = 0; i < _model.variables.size(); ++i) _text += ' ' + variable(i);
     for (const TavFileObjective& objective : _model.objectives) {
       _text += std::string(" | ") + (objective.maximise ? "max " : "min ") + objective.name + ':';
-      TavFileArray<TavFileTerm> linear = objective.linear;  // in any order
+      TavLargeArray<TavFileTerm> linear = objective.linear;  // in any order
       std::sort(linear.begin(), linear.end(), [](auto& a, auto& b) { return a.variable < b.variable; });
       for (const TavFileTerm& term : linear) addTerm(term.variable, term.value);
       if (objective.constant != 0.0) _text += " +" + num(objective.constant);

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <random>
 #include <thread>
 
@@ -138,6 +139,31 @@ void expectStationary(const Model& model, const EngineI& engine) {
 }
 
 }  // namespace
+
+TEST(Engines, NumbersOfColumnsAndRowsAreThoseOfAMapWhateverTheIdentifiers) {
+  Random random(3);
+  for (int model = 0; model < 2000; ++model) {
+    Places places;
+    std::map<TavInt, int> expected;
+    TavInt id = random.between(0, 2);
+    const auto set = [&](TavInt object, int place) { places.set(object, expected[object] = place); };
+    const auto setNext = [&](int place) { set(id += random.chance(95) ? 1 : 2, place); };
+    if (random.chance(50)) places.reserve(20);
+    for (int j = 0; j < model % 5; ++j) setNext(j);
+    for (int i = 0; i < model % 7; ++i) {
+      setNext(i);
+      setNext(i);
+    }
+    for (int k = random.between(0, 4); k > 0; --k)
+      set(random.between(0, static_cast<int>(id) + 3), -random.between(1, 3));
+    for (int k = random.between(-2, 2); k > 0; --k) set(random.between(0, static_cast<int>(id)), random.between(0, 9));
+    for (TavInt object = 0; object < id + 5; ++object) {
+      const auto found = expected.find(object);
+      ASSERT_EQ(places.of(object), found != expected.end() ? found->second : Places::kNowhere)
+          << model << " " << object;
+    }
+  }
+}
 
 TEST(Engines, AgreeOnLinearModelsBeforeAndAfterEachModification) {
   if (!isBuilt("cbc") || !isBuilt("ipopt")) GTEST_SKIP();

@@ -58,18 +58,21 @@ class SignalPause {
 
 /// The child's own life: no output of its own, no core file, an end with the parent.
 [[noreturn]] void live(const std::function<void(const Parent&)>& work, int pipe, int errors, const std::string& log,
-                       SignalPause& pause) {
+                       pid_t parent, SignalPause& pause) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (getppid() != parent) _exit(kFailed);  // it ended before the line above
   const rlimit none{0, 0};
   setrlimit(RLIMIT_CORE, &none);
   for (const int number : {SIGABRT, SIGSEGV, SIGFPE, SIGILL, SIGBUS, SIGALRM}) std::signal(number, SIG_DFL);
   std::signal(SIGINT, SIG_IGN);  // a key of the terminal reaches the parent too, which decides
   std::signal(SIGTERM, wantEnd);
   pause.end();
-  const int output = open(log.empty() ? "/dev/null" : log.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
-  dup2(output, STDOUT_FILENO);
   dup2(errors, STDERR_FILENO);
   try {
+    const char* name = log.empty() ? "/dev/null" : log.c_str();
+    const int output = open(name, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    if (output < 0) throw std::system_error(errno, std::generic_category(), name);
+    dup2(output, STDOUT_FILENO);
     work(Parent(pipe));
     std::fflush(nullptr);
     _exit(0);
@@ -156,11 +159,12 @@ Child::Child(const std::function<void(const Parent&)>& work, const std::string& 
   std::cout.flush();
   std::fflush(nullptr);
   SignalPause pause;
+  const pid_t self = getpid();
   _id = fork();
   if (_id < 0) throw std::system_error(errno, std::generic_category());
   if (_id == 0) {
     _pipe.reading.close();
-    live(work, _pipe.writing.number(), fileno(_errors.get()), log, pause);
+    live(work, _pipe.writing.number(), fileno(_errors.get()), log, self, pause);
   }
   _pipe.writing.close();
 }

@@ -107,8 +107,8 @@ class Parent {
 /// A process of its own that works for this one; killed when this object or this process ends.
 class Child {
  public:
-  /// Runs `work` in the process. Its standard output and error go to the file `log`, or nowhere when the name is empty.
-  /// Throws std::system_error when there can be no process.
+  /// Runs `work` in the process. Its standard output goes to the file `log`, or nowhere when the name is empty; the
+  /// last line of its standard error is part of failure(). Throws std::system_error when there can be no process.
   Child(const std::function<void(const Parent&)>& work, const std::string& log);
   Child(const Child&) = delete;
   Child& operator=(const Child&) = delete;

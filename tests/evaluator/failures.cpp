@@ -26,6 +26,15 @@ struct Model {
   Model(const Model&) = delete;
   Model& operator=(const Model&) = delete;
 
+  /// So many structures that each occurs once: they are interpreted.
+  void addDifferentRows() {
+    for (int k = 0; k < 80; ++k) {
+      TavNumExprArg row = x[k % 16];
+      for (int bits = k + 2; bits > 1; bits /= 2) row = bits % 2 ? TavSin(row) : TavSquare(row);
+      rows.add(TavExpr(row * x[(k + 1) % 16]));
+    }
+  }
+
   /// What a client sees of the expressions, and who counts on them.
   std::string seen() const {
     std::ostringstream os;
@@ -79,6 +88,9 @@ TEST(FailedAllocations, WhileCompilingLeaveExpressionsAndProgramsAsTheyWere) {
   Model model;
   const auto expressions = [&] { return model.seen(); };
   EXPECT_GT(failEach([&] { TavEvaluator(model.env, model.objective, model.rows); }, expressions), 400);
+  Model different;
+  different.addDifferentRows();
+  failEach([&] { TavEvaluator(different.env, different.objective, different.rows); }, [&] { return different.seen(); });
   TavEvaluator evaluator(model.env, model.objective, model.rows);
   const auto row = [&](TavInt r) { return static_cast<TavNumLinTermI*>(model.rows[r].getImpl()); };
   // They are reported: update() takes them over, and fails.

@@ -41,6 +41,9 @@
 /// | element of an array, conditional | that of what is chosen; 0 by the index or condition |
 /// | client functions (monotonic), classes made outside the library | none: see TavEvaluator::NoDerivative |
 ///
+/// Where the chain rule multiplies 0 by an infinite or undefined factor, as that of atan(1 / x) at x = 0 does, the
+/// derivative is 0 or not a number. Values that are all equal but whose mean is rounded deviate by the rounding.
+///
 /// **Threads.** A compiled evaluator may be used by several threads at once, each with a TavEvaluation of its own, as
 /// long as nobody modifies the model. Rows that are evaluated by their objects (getClassWithoutDerivative tells which)
 /// follow the rules of those objects.

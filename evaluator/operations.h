@@ -104,8 +104,9 @@ constexpr std::uint8_t countOperands(Op op) noexcept {
 }
 
 inline constexpr auto kOperandCounts = [] {
-  std::array<std::uint8_t, static_cast<std::size_t>(Op::Select) + 1> counts{};
-  for (std::size_t op = 0; op < counts.size(); ++op) counts[op] = countOperands(static_cast<Op>(op));
+  constexpr std::size_t kCount = static_cast<std::size_t>(Op::Select) + 1;
+  std::array<std::uint8_t, kCount> counts{};
+  for (std::size_t op = 0; op != kCount; ++op) counts[op] = countOperands(static_cast<Op>(op));
   return counts;
 }();
 

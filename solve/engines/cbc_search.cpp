@@ -110,9 +110,10 @@ bool CbcEngineI::isLinear() const {
   const ClpSimplex& simplex = *_solver->getModelPtr();
   const char* whole = simplex.integerInformation();  // null where no column is
   const auto isSemiContinuous = [](const Column& column) { return column.threshold() > 0.0; };
+  const auto all = columns();
   return model().sets().empty() &&
-         (!whole || std::count(whole, whole + columns().size(), 0) == std::ssize(columns())) &&
-         std::ranges::none_of(columns(), isSemiContinuous);
+         (!whole || std::count(whole, whole + all.size(), 0) == static_cast<std::ptrdiff_t>(all.size())) &&
+         std::none_of(all.begin(), all.end(), isSemiContinuous);
 }
 
 void CbcEngineI::run(const Controls& controls, Answer& answer) {

@@ -5,10 +5,11 @@
 #include <atomic>
 #include <chrono>
 #include <functional>
+#include <iterator>
 #include <limits>
 #include <optional>
-#include <ranges>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -196,15 +197,46 @@ class EngineI : public TavAlgorithmI {
   static constexpr int kKnown = -3;
 
   const Model& model() const { return _model; }
+  /// The items 0 to size() - 1, each made when it is asked for. clang++ 14 does not take std::views of g++ 12.
+  template <class Make>
+  class Items {
+   public:
+    class Iterator {
+     public:
+      using iterator_category = std::input_iterator_tag;
+      using value_type = std::invoke_result_t<const Make&, std::size_t>;
+      using difference_type = std::ptrdiff_t;
+      using pointer = void;
+      using reference = value_type;
+      Iterator(const Items& items, std::size_t at) : _items(&items), _at(at) {}
+      value_type operator*() const { return (*_items)[_at]; }
+      Iterator& operator++() {
+        ++_at;
+        return *this;
+      }
+      bool operator==(const Iterator& other) const { return _at == other._at; }
+
+     private:
+      const Items* _items;
+      std::size_t _at;
+    };
+    Items(std::size_t size, Make make) : _size(size), _make(std::move(make)) {}
+    std::size_t size() const { return _size; }
+    auto operator[](std::size_t at) const { return _make(at); }
+    Iterator begin() const { return {*this, 0}; }
+    Iterator end() const { return {*this, _size}; }
+
+   private:
+    std::size_t _size;
+    Make _make;
+  };
   ///@{
-  /// Columns and rows by their numbers: ranges with random access and a size.
+  /// Columns and rows by their numbers.
   auto columns() const {
-    const auto column = [this](std::size_t j) { return Column{variableOf(j), isRelaxed(j)}; };
-    return std::views::iota(std::size_t{0}, _columnCount) | std::views::transform(column);
+    return Items(_columnCount, [this](std::size_t j) { return Column{variableOf(j), isRelaxed(j)}; });
   }
   auto rows() const {
-    const auto row = [this](std::size_t i) { return Row{_model.rows()[i]}; };
-    return std::views::iota(std::size_t{0}, _rowCount) | std::views::transform(row);
+    return Items(_rowCount, [this](std::size_t i) { return Row{_model.rows()[i]}; });
   }
   ///@}
   const TavNumLinTermI* objectiveSum() const { return _model.objective()->getSum().getImpl(); }

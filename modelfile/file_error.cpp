@@ -17,6 +17,17 @@ void appendPrintable(std::string& out, const std::string& text) {
   }
 }
 
+/// Without its middle where the text is long, as with a name of a million characters.
+std::string shortened(const std::string& text) {
+  constexpr std::size_t kHead = 300, kTail = 150;
+  if (text.size() <= kHead + kTail) return text;
+  const auto isInCharacter = [&](std::size_t at) { return (static_cast<unsigned char>(text[at]) & 0xc0) == 0x80; };
+  std::size_t head = kHead, tail = text.size() - kTail;
+  while (head > 0 && isInCharacter(head)) --head;
+  while (tail < text.size() && isInCharacter(tail)) ++tail;
+  return text.substr(0, head) + " ... " + text.substr(tail);
+}
+
 std::shared_ptr<const std::string> message(const std::string& file, TavFilePlace place, const std::string& what) {
   std::string text;
   appendPrintable(text, file);
@@ -24,7 +35,7 @@ std::shared_ptr<const std::string> message(const std::string& file, TavFilePlace
     text += ':' + std::to_string(place.line) + ':' + std::to_string(place.column);
   }
   text += ": ";
-  appendPrintable(text, what);
+  appendPrintable(text, shortened(what));
   return std::make_shared<const std::string>(std::move(text));
 }
 

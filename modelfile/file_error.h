@@ -21,8 +21,8 @@ struct TavFilePlace {
 /// `FILE:LINE:COLUMN: what is wrong, and what was expected`; without LINE and COLUMN where there is no place.
 class TavFileError : public TavException {
  public:
-  /// `file` as the message shows it; `what` says what is wrong and what was expected, control characters in it being
-  /// shown as hexadecimal escapes.
+  /// `file` as the message shows it; `what` says what is wrong and what was expected. Control characters in both are
+  /// shown as hexadecimal escapes; a `what` of more than 450 bytes loses its middle.
   TavFileError(const std::string& file, TavFilePlace place, const std::string& what);
 
   const char* getMessage() const noexcept override { return _text->c_str(); }

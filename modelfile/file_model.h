@@ -131,7 +131,7 @@ struct TavFileToken {
   double value = 0.0;    ///< Of a Number; otherwise 0.
 };
 
-/// The tokens from begin up to, but not at, end in TavFileModel::tokens; empty means 0.
+/// The tokens from begin up to, but not at, end in TavFileModel::tokens: one whole expression; empty means 0.
 struct TavFileExpr {
   std::size_t begin = 0;                                ///< The first token.
   std::size_t end = 0;                                  ///< Behind the last token.
@@ -195,7 +195,21 @@ struct TavFileSuffix {
   std::vector<TavFileTerm> values;
 };
 
-/// A model. Its parts refer to each other by index, counted from 0; readers have checked every index.
+/// A model. Its parts refer to each other by index, counted from 0. Readers have checked every index. A program that
+/// fills a model itself keeps to the sizes, indices and orders that are stated here: writers and TavModelBuilder rely
+/// on them unchecked. They check values: what a format cannot say is refused.
+///
+/// ```
+/// TavFileModel model;                                      // minimise -x + 2 b with x + 3 b <= 4
+/// model.variables = {{0.0, 10.0}, {0.0, 1.0, TavFileKind::Binary}};
+/// model.variableNames.append("x");
+/// model.variableNames.append("b");
+/// model.objectives.emplace_back().linear = {{0, -1.0}, {1, 2.0}};
+/// model.rows.push_back({-std::numeric_limits<double>::infinity(), 4.0});
+/// model.linearVariable = {0, 1};                           // all rows, one after the other
+/// model.linearValue = {1.0, 3.0};
+/// model.linearBegin.push_back(model.linearValue.size());   // where each row ends
+/// ```
 struct TavFileModel {
   std::string name;  ///< May be empty.
 

@@ -51,11 +51,12 @@ TavFileModel TavReadModelText(std::string_view text, const std::string& name, co
 /// Writes the model to the file `path`, to standard output when it is `-`. Format Auto: by the name's extension, which
 /// must be .mps, .lp or .nl. Numbers are written as the shortest text that reads back the same; items without a name
 /// get one (x1, …, c1, …). Reading the file gives the same model.
+/// Files are not compressed. Names of .nl models are in files of their own beside it, `stub.col` and `stub.row`.
 /// Throws TavFileError, naming the item, for what the format cannot say, and when the file cannot be written; nothing
 /// has been written in the first case.   Cost: linear.
 void TavWriteModel(const TavFileModel& model, const std::string& path, TavFileFormat format = TavFileFormat::Auto);
 
-/// Returns the model's text in the format, which is not Auto; otherwise as above.
+/// Returns the model's text in the format, which is not Auto, without the names of an .nl model; otherwise as above.
 std::string TavWriteModelText(const TavFileModel& model, TavFileFormat format);
 
 #pragma GCC visibility pop

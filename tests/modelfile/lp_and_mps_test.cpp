@@ -18,6 +18,8 @@ std::string reading(const std::string& text, TavFileFormat format) {
   try {
     return textOf(TavReadModelText(text, "f", options));
   } catch (const TavFileError& error) {
+    const std::string message = error.getMessage();
+    EXPECT_TRUE(message.size() < 500 && message.find('\n') == message.npos) << message.size();
     return "refused " + std::to_string(error.place().line) + ':' + std::to_string(error.place().column);
   }
 }
@@ -156,6 +158,7 @@ TEST(LpFiles, AreRefusedWhereTheyAreInDoubt) {
   const std::string blanks(1'000'000, ' ');
   EXPECT_EQ(reading("min\nx\nst\nx >= 1\n" + blanks + "y >= 1" + blanks + "x == 1\n", TavFileFormat::Lp),
             "refused 5:2000010");
+  EXPECT_EQ(reading("min\nx" + std::string(1'000'000, '[') + "\nst\nend", TavFileFormat::Lp), "refused 2:1");
 }
 
 TEST(MpsFiles, Sections) {

@@ -78,7 +78,10 @@ class CbcEngineI : public EngineI {
   double _nextCompletion = 0.0;
 };
 
-/// Whether CLP finds a point within rows and bounds, whatever it costs.
-bool isFeasible(const ClpSimplex& simplex);
+/// The status that CLP claims of a linear model, confirmed where it is that there is no optimum: a solver that has seen
+/// one side of it may mistake an unbounded model for an infeasible one, and the other way round. Whether the model is
+/// feasible shows without costs; from a feasible point the primal simplex sees whether it is unbounded. May solve
+/// `simplex` again.
+Status confirmedStatus(ClpSimplex& simplex, Status claimed);
 
 }  // namespace tavsolve

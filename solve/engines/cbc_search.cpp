@@ -190,11 +190,8 @@ void CbcEngineI::takeIncumbent(const CbcModel& search, const OsiClpSolverInterfa
 Status CbcEngineI::confirm(const Controls& controls, Status claimed) {
   OsiClpSolverInterface solver(*_solver);
   addSemiContinuous(solver);
-  if (!isFeasible(*solver.getModelPtr())) return Status::Infeasible;
-  const bool isUnbounded = claimed == Status::Unbounded || [&] {
-    solver.getModelPtr()->primal();
-    return solver.getModelPtr()->status() == 2;
-  }();
+  const Status relaxed = confirmedStatus(*solver.getModelPtr(), claimed);
+  if (relaxed == Status::Infeasible) return relaxed;
   const std::vector<double> zeros(static_cast<std::size_t>(solver.getNumCols()), 0.0);
   solver.setObjective(zeros.data());
   CbcModel model(solver);
@@ -202,7 +199,7 @@ Status CbcEngineI::confirm(const Controls& controls, Status claimed) {
   search(model, controls, answer);
   if (answer.status == Status::Infeasible) return Status::Infeasible;
   if (answer.status != Status::Optimal) return answer.status;
-  return isUnbounded ? Status::Unbounded : Status::Stopped;
+  return relaxed == Status::Unbounded ? relaxed : Status::Stopped;
 }
 
 /// x is 0 or within [threshold, upper]: threshold * b <= x <= upper * b with a binary b.

@@ -63,26 +63,27 @@ Status statusOf(const ClpSimplex& simplex) {
   return simplex.status() == kUnbounded ? Status::Unbounded : Status::Stopped;
 }
 
-/// The status, confirmed where there is no optimum: a solver that has seen one side of it may mistake an unbounded
-/// model for an infeasible one, and the other way round.
-Status confirmedStatusOf(ClpSimplex& simplex) {
-  const Status status = statusOf(simplex);
-  if (status != Status::Infeasible && status != Status::Unbounded) return status;
-  if (!isFeasible(simplex)) return Status::Infeasible;
-  if (status == Status::Unbounded) return status;
-  simplex.allSlackBasis(true);
-  simplex.primal();
-  return statusOf(simplex);
-}
-
-}  // namespace
-
-bool isFeasible(const ClpSimplex& simplex) {
+/// The model without costs, solved.
+ClpSimplex solvedWithoutCosts(const ClpSimplex& simplex) {
   ClpSimplex copy(simplex);
   std::fill_n(copy.objective(), copy.numberColumns(), 0.0);
   copy.allSlackBasis(true);
   copy.primal();
-  return copy.status() == 0;
+  return copy;
+}
+
+}  // namespace
+
+Status confirmedStatus(ClpSimplex& simplex, Status claimed) {
+  if (claimed != Status::Infeasible && claimed != Status::Unbounded) return claimed;
+  const ClpSimplex feasible = solvedWithoutCosts(simplex);
+  if (statusOf(feasible) != Status::Optimal) return Status::Infeasible;
+  if (claimed == Status::Unbounded) return claimed;
+  simplex.createStatus();
+  const int count = simplex.numberColumns() + simplex.numberRows();
+  for (int i = 0; i < count; ++i) simplex.setStatus(i, feasible.getStatus(i));
+  simplex.primal();
+  return statusOf(simplex);
 }
 
 void CbcEngineI::runSimplex(const Controls& controls, Answer& answer) {
@@ -105,7 +106,9 @@ void CbcEngineI::runSimplex(const Controls& controls, Answer& answer) {
     simplex.initialSolve(options);
   }
   answer.iterations = simplex.numberIterations();
-  answer.status = confirmedStatusOf(simplex);
+  // Where there is no optimum the barrier may end far out and call the point optimal; the simplex notices.
+  if (controls.method == Method::Barrier && statusOf(simplex) == Status::Optimal) simplex.primal();
+  answer.status = confirmedStatus(simplex, statusOf(simplex));
   if (answer.status == Status::Stopped && shouldStop()) {
     answer.status = secondsLeft() > 0.0 ? Status::Interrupted : Status::TimeLimit;
   }

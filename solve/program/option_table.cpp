@@ -22,12 +22,14 @@ double notNegative(const std::string& word) {
   return value;
 }
 
+/// Whole numbers up to it have a double of their own.
+constexpr std::int64_t kMostBytes = std::int64_t{1} << 53;
+
 template <class Whole>
-Whole whole(const std::string& word, double least) {
+Whole whole(const std::string& word, double least, std::int64_t most = std::numeric_limits<int>::max()) {
   const double value = numberOf(word);
-  constexpr int kMost = std::numeric_limits<int>::max();
-  if (value != std::floor(value) || value < least || value > kMost) {
-    throw InputError("\"" + word + "\" is not a whole number from " + text(least) + " to " + std::to_string(kMost));
+  if (value != std::floor(value) || value < least || value > static_cast<double>(most)) {
+    throw InputError("\"" + word + "\" is not a whole number from " + text(least) + " to " + std::to_string(most));
   }
   return static_cast<Whole>(value);
 }
@@ -150,6 +152,10 @@ const std::vector<OptionRow> kAnswers{
 };
 
 const std::vector<OptionRow> kModel{
+    {"infinity", "SIZE", "Bounds of this size and beyond in the model file are no bounds. Default 1e20.",
+     [](Options& o, Operands w) { o.reading.infinity = positive(w[0]); }},
+    {"unpacked-limit", "BYTES", "Refuses a compressed model file that holds more than this. Default 8589934592.",
+     [](Options& o, Operands w) { o.reading.decompressedLimit = whole<std::uint64_t>(w[0], 1, kMostBytes); }},
     {"print", "plain|library", "Writes the model as text before it is solved, in either syntax.",
      [](Options& o, Operands w) {
        o.print = oneOf(w[0], {"plain", "library"}) == 0 ? PrintForm::Plain : PrintForm::Library;

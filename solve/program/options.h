@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "modelfile/tavmodelfile.h"
 #include "solve/edits/edit.h"
 #include "solve/engines/engine.h"
 
@@ -16,6 +17,8 @@ enum class PrintForm { None, Plain, Library };
 
 struct Options {
   std::string file;
+  /// How it is read.
+  TavReadOptions reading;
   /// What is done after the first solve, stage by stage.
   std::vector<EditStage> stages{1};
   /// The engine's name; empty for the one that suits the model.

@@ -47,7 +47,7 @@ struct CallEnds {};
 
 TavFileModel readFile(const Options& options, Progress& progress) {
   progress.begin("read");
-  TavReadOptions how;
+  TavReadOptions how = options.reading;
   how.progress = [&](std::uint64_t done, std::uint64_t size) {
     if (options.protocol && (interruption() || isTimeOver())) throw CallEnds();
     progress.update(megabytes(done) + (size > 0 ? " of " + megabytes(size) : "") + " MB");

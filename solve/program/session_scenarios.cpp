@@ -49,7 +49,7 @@ std::uint64_t Session::hashOfRun(const ScenarioFile& scenarios) const {
   for (const auto& number : {c.gap, c.absoluteGap}) os << ' ' << number.value_or(-1.0);
   for (const auto& number : {c.threads, c.seed}) os << ' ' << number.value_or(-1);
   os << ' ' << c.nodes.value_or(-1) << ' ' << (c.presolve ? *c.presolve : 2) << ' '
-     << (_options.maximise ? *_options.maximise : 2) << _options.relax << '\n';
+     << (_options.maximise ? *_options.maximise : 2) << _options.relax << ' ' << _options.reading.infinity << '\n';
   for (const auto& [name, value] : c.options) os << name << '=' << value << '\n';
   for (const Edit& edit : _options.stages[0]) os << tavsolve::describe(edit) << '\n';
   for (const std::string& name : _options.values) os << name << '\n';

@@ -118,7 +118,7 @@ class Patch {
   std::vector<std::pair<std::uint64_t, std::uint32_t>> _oldByHash;
   Rows _rows;
   Drafts _drafts;
-  TapeCompiler _compiler;
+  TapeCompiler _compiler{};
   std::vector<Update> _updates;
   std::vector<Promotion> _promotions;
   Tape _fresh;                          // new elements

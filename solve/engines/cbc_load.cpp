@@ -6,10 +6,12 @@
 
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <numeric>
 
 #include "expression/tavexpression.h"
 #include "host/large_block.h"
+#include "solve/model/errors.h"
 
 namespace tavsolve {
 
@@ -54,6 +56,10 @@ ColumnMatrix::ColumnMatrix(std::size_t columns) : _columns(columns), _start(numb
 }
 
 void ColumnMatrix::reserve() {
+  constexpr std::int64_t kMost = std::numeric_limits<CoinBigIndex>::max();
+  if (std::accumulate(_start.get(), _start.get() + _columns + 2, std::int64_t{0}) > kMost) {
+    throw InputError("the model has more than " + std::to_string(kMost) + " non-zeros, the most that CLP can take");
+  }
   std::partial_sum(_start.get(), _start.get() + _columns + 2, _start.get());
   const auto count = static_cast<std::size_t>(_start[_columns + 1]);
   _rows = numbers<int>(count);

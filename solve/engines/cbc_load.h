@@ -19,7 +19,7 @@ class ColumnMatrix {
 
   /// One more coefficient in this column.
   void count(int column) { ++_start[static_cast<std::size_t>(column) + 2]; }
-  /// All are counted.
+  /// All are counted. Throws InputError when they are more than CLP can number.
   void reserve();
   /// Within a column the rows stay in the order in which they are put.
   void put(std::size_t row, int column, double value) {

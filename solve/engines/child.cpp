@@ -8,6 +8,7 @@
 #include <exception>
 #include <iostream>
 #include <memory>
+#include <mutex>
 #include <stdexcept>
 #include <system_error>
 
@@ -127,6 +128,8 @@ void Parent::send(const Message& message) const {
   const std::size_t size = message.bytes.size();
   std::string whole(reinterpret_cast<const char*>(&size), sizeof size);
   whole += message.bytes;
+  static std::mutex sending;  // threads of the solver report too
+  const std::lock_guard lock(sending);
   writeAll(_pipe, whole.data(), whole.size());
 }
 

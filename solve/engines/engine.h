@@ -320,7 +320,9 @@ class EngineI : public TavAlgorithmI {
   std::vector<bool> _relaxed;
   /// Values of the last solution there was.
   std::vector<double> _last;
-  std::chrono::steady_clock::time_point _start, _reported;
+  std::chrono::steady_clock::time_point _start;
+  /// Threads of the solver report progress.
+  std::atomic<std::chrono::steady_clock::time_point> _reported;
   double _seconds = std::numeric_limits<double>::infinity();
   /// In the child process of solveInChild() only.
   const Parent* _parent = nullptr;

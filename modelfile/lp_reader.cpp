@@ -105,15 +105,15 @@ void TavLpReader::readSets(TavLpSection section) {
     const char* at = _at;
     std::string_view word = name();
     const auto isType = [&] { return TavSameWord(word, "S1") || TavSameWord(word, "S2"); };
-    const auto takeColon = [&](const char* what) {
-      if (peek() != ':') fail(std::string("expected ") + what + ", found " + found());
+    const auto takeColon = [&](const char* expectation) {
+      if (peek() != ':') fail(expectation + found());
       take(1);
     };
     bool hasType = section == TavLpSection::Sets && isType() && _at[0] == ':' && _at[1] == ':';
     if (!hasType) {
       set.name = word;
       if (!_setNames.insert(set.name).second) fail(at, "a second set \"" + set.name + "\", expected a new name");
-      takeColon("a colon");
+      takeColon("expected a colon, found ");
       if (section == TavLpSection::Sets) {
         peek();
         at = _at;
@@ -124,8 +124,8 @@ void TavLpReader::readSets(TavLpSection section) {
     }
     if (hasType) {
       set.type = word.back() == '1' ? 1 : 2;
-      takeColon("::");
-      takeColon("::");
+      takeColon("expected ::, found ");
+      takeColon("expected ::, found ");
     }
     readMembers(set);
     _model.sets.push_back(std::move(set));

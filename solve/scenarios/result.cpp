@@ -68,7 +68,7 @@ ResultFormat::ResultFormat(const std::string& path, std::vector<std::string> val
 std::string ResultFormat::header() const {
   if (_isJson) return "";
   std::string text = "name,status,objective,bound,violation,seconds";
-  for (const std::string& value : _values) text += "," + csvText(value);
+  for (const std::string& value : _values) text.append(",").append(csvText(value));
   return text + ",reason,check\n";
 }
 
@@ -96,8 +96,8 @@ std::string ResultFormat::body(const ScenarioResult& result) const {
     return text + "}, \"reason\": " + jsonString(reason) + ", \"check\": \"";
   }
   text = csvText(result.name) + "," + result.status;
-  for (const Field& field : fields) text += "," + csvNumber(field.number);
-  for (std::size_t k = 0; k < _values.size(); ++k) text += "," + csvNumber(valueAt(k));
+  for (const Field& field : fields) text.append(",").append(csvNumber(field.number));
+  for (std::size_t k = 0; k < _values.size(); ++k) text.append(",").append(csvNumber(valueAt(k)));
   return text + "," + csvText(reason) + ",";
 }
 

@@ -57,6 +57,20 @@ TEST(Evaluator, EachCallAloneGivesWhatAllTogetherGive) {
   for (std::thread& thread : threads) thread.join();
 }
 
+TEST(Evaluator, TellsKindsByTheFormOfTheExpression) {
+  using Kind = TavEvaluator::Kind;
+  TavEnv env;
+  TavNumVar x(env), y(env), z(env);
+  const std::pair<TavNumExpr, Kind> forms[] = {
+      {3 * x - y, Kind::Linear},       {x * y, Kind::Quadratic},       {x * y / 2 + TavSquare(z), Kind::Quadratic},
+      {x * y * z, Kind::NonLinear},    {(x + y) * z, Kind::Quadratic}, {TavSquare(x) * y, Kind::NonLinear},
+      {x / TavSin(y), Kind::NonLinear}};
+  TavExprArray rows(env);
+  for (const auto& form : forms) rows.add(TavExpr(form.first));
+  const TavEvaluator evaluator(env, TavNumExpr(), rows);
+  for (std::size_t r = 0; r < std::size(forms); ++r) EXPECT_EQ(evaluator.getKind(r), forms[r].second) << "row " << r;
+}
+
 TEST(Evaluator, DescribesRowsAsItEvaluatesThem) {
   Model model(40);
   model.rows.add(TavExpr(model.x[0] / model.x[1] + TavSquare(model.x[2]) / 4.0));

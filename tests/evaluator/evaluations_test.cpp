@@ -69,6 +69,7 @@ TEST(Evaluator, TellsKindsByTheFormOfTheExpression) {
   for (const auto& form : forms) rows.add(TavExpr(form.first));
   const TavEvaluator evaluator(env, TavNumExpr(), rows);
   for (std::size_t r = 0; r < std::size(forms); ++r) EXPECT_EQ(evaluator.getKind(r), forms[r].second) << "row " << r;
+  env.end();
 }
 
 TEST(Evaluator, DescribesRowsAsItEvaluatesThem) {

@@ -36,13 +36,14 @@ void* map(std::size_t bytes) {
   return begin + front;
 }
 
+/// The block moves and grows in one step and stays one mapping: Linux before 6.17 does not move several at once. A step
+/// that fails may have removed the new mapping, and another thread may have its addresses: nothing is unmapped then.
 void* growMapped(void* block, std::size_t before, std::size_t bytes) {
-  const std::size_t size = wholePieces(before);
-  if (wholePieces(bytes) == size) return block;
-  void* const larger = map(bytes);
-  if (::mremap(block, size, size, MREMAP_MAYMOVE | MREMAP_FIXED, larger) != MAP_FAILED) return larger;
-  ::munmap(larger, wholePieces(bytes));
-  throw std::bad_alloc();
+  const std::size_t size = wholePieces(before), larger = wholePieces(bytes);
+  if (larger == size) return block;
+  void* const moved = ::mremap(block, size, larger, MREMAP_MAYMOVE | MREMAP_FIXED, map(bytes));
+  if (moved == MAP_FAILED) throw std::bad_alloc();
+  return moved;
 }
 
 #else

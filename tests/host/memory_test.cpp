@@ -1,9 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
+#include <fstream>
+#include <sstream>
+#include <string>
 #include <vector>
 
+#include "host/large_array.h"
 #include "tests/host/objects.h"
 
 namespace {
@@ -29,6 +34,24 @@ TEST(Memory, BlocksOfEverySizeAreAlignedAndDisjointAndCanBeFreed) {
     memory.dealloc(at, bytes);
   }
   EXPECT_EQ(memory.usedBytes(), 0);
+}
+
+TEST(Memory, LargeArraysKeepTheirValuesAndStayOneMapping) {
+  constexpr std::size_t kCount = std::size_t{1} << 22;
+  TavLargeArray<int> values;
+  for (std::size_t i = 0; i < kCount; ++i) values.push_back(static_cast<int>(i));
+  for (std::size_t i = 0; i < kCount; ++i) ASSERT_EQ(values[i], static_cast<int>(i));
+#ifdef __linux__
+  std::ifstream maps("/proc/self/maps");
+  std::uintptr_t begin = 0, end = 0;
+  const auto address = reinterpret_cast<std::uintptr_t>(values.data());
+  for (std::string line; end <= address && std::getline(maps, line);) {
+    char dash = 0;
+    std::istringstream(line) >> std::hex >> begin >> dash >> end;
+  }
+  EXPECT_LE(begin, address);
+  EXPECT_GE(end, address + kCount * sizeof(int));  // Linux before 6.17 cannot move several mappings at once
+#endif
 }
 
 #ifdef TAV_ADDRESS_SANITIZER

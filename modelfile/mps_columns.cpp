@@ -136,6 +136,9 @@ void TavMpsReader::endColumns() {
 }
 
 void TavMpsReader::marker(const TavMpsFields& fields) {
+  if (fields.count > 3 && !isComment(fields[3], {}, true)) {
+    _lines.fail(fields[3], TavQuoted(fields[3]) + " behind a marker, expected the end of the line");
+  }
   const std::string_view kind = fields[2];
   if (kind == "'INTORG'" && !_integerColumns) {
     _integerColumns = true;

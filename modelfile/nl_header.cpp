@@ -99,6 +99,7 @@ TavNlHeader TavReadNlHeader(TavNlText& text) {
   checkKinds(text, header);
   line.end();
   header.nonzeros = line.next();
+  header.gradientNonzeros = line.next();
   line.end();
   line.end();  // lengths of names
   for (int i = 0; i < 5; ++i) header.commons += line.count();

@@ -27,8 +27,9 @@ struct TavNlHeader {
   std::int32_t integersInBoth = 0;
   std::int32_t integersInRows = 0;
   std::int32_t integersInObjectives = 0;
-  /// Coefficients of the constraints.
+  /// Coefficients of the constraints, and of the objectives.
   std::int64_t nonzeros = 0;
+  std::int64_t gradientNonzeros = 0;
   std::int64_t commons = 0;
 };
 

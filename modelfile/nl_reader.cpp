@@ -324,6 +324,7 @@ class NlReader : private TavNlExpressions<Tokens> {
       _tokens.fail("the file ends here, expected the variables' bounds");
     }
     if (std::ssize(_model.logical) != _header.logical) _tokens.fail("the file ends here, expected logical constraints");
+    requireCoefficients();
     sortRowParts();
     const std::int32_t twice = TavNlSortRows(_model, std::move(_pieces));
     if (twice >= 0) _tokens.fail("constraint " + text(twice) + " has two linear parts");
@@ -343,6 +344,16 @@ class NlReader : private TavNlExpressions<Tokens> {
       _model.notes.push_back(text(_header.objectives) + " objectives; the first is the one to solve for");
     }
     _model.answerOptions = std::move(_header.options);
+  }
+
+  /// A file that was cut off between two segments lacks some. More than the header counts are no mistake: some writers
+  /// count those of several objectives once.
+  void requireCoefficients() const {
+    std::int64_t ofObjectives = 0;
+    for (const auto& [i, objective] : _objectives) ofObjectives += std::ssize(objective.linear);
+    if (std::ssize(_model.linearValue) < _header.nonzeros || ofObjectives < _header.gradientNonzeros) {
+      _tokens.fail("the file ends here, expected as many coefficients as its header counts");
+    }
   }
 
   void sortRowParts() {

@@ -16,6 +16,8 @@ class TavNlTokens {
   TavNlTokens& operator=(const TavNlTokens&) = delete;
 
  protected:
+  static constexpr const char* kZeroByte = "a byte of value 0, expected a letter";
+
   TavNlTokens(const TavNlTokens&) = default;
   ~TavNlTokens() = default;
 
@@ -42,6 +44,7 @@ class TavNlText final : public TavNlTokens {
       endLine();
     }
     _token = _at;
+    if (*_at == '\0') fail(kZeroByte);
     return *_at++;
   }
   /// An integer.
@@ -154,6 +157,7 @@ class TavNlBinary final : public TavNlTokens {
   char letter() {
     if (_at == _end && !refill(1)) return 0;
     _token = _at;
+    if (*_at == '\0') fail(kZeroByte);
     return *_at++;
   }
   std::int64_t integer() { return take<std::int32_t>(); }

@@ -280,6 +280,7 @@ TEST(MpsFiles, AreRefusedWhereTheyAreInDoubt) {
       {"OBJNAME\n a\n b\nENDATA", "3:2"},
       {"OBJNAME q\nROWS\n N o\nCOLUMNS\nENDATA", "4:1"},
       {"ROWS\n N o\nCOLUMNS\n M 'MARKER' 'INTEND'\nENDATA", "4:13"},
+      {"ROWS\n N o\nCOLUMNS\n M 'MARKER' 'INTORG' $ x\n M 'MARKER' 'INTEND' x o 1\nENDATA", "5:22"},
       {"ROWS\n N o\nCOLUMNS\n M 'MARKER' 'INTORG'\n x o 1\nENDATA", "6:1"},
       {"ROWS\n N o\nCOLUMNS\n x o\nENDATA", "4:2"},
       {"ROWS\n N o\n N o\nENDATA", "3:4"},

@@ -183,8 +183,10 @@ TEST(Nl, EveryClassGoesThroughAFileOrIsRefusedByName) {
 }
 
 /// A head that fits the lines behind it, which begin in line 11.
-std::string nlText(const std::string& lines, const std::string& sizes = "2 1 1 0 0 0") {
-  return "g3 1 1 0\n " + sizes + "\n 1 1\n 0 0\n 2 2 2\n 0 0 0 1\n 0 0 0 0 0\n 2 2\n 0 0\n 1 0 0 0 0\n" + lines;
+std::string nlText(const std::string& lines, const std::string& sizes = "2 1 1 0 0 0",
+                   const std::string& coefficients = "0 0") {
+  return "g3 1 1 0\n " + sizes + "\n 1 1\n 0 0\n 2 2 2\n 0 0 0 1\n 0 0 0 0 0\n " + coefficients +
+         "\n 0 0\n 1 0 0 0 0\n" + lines;
 }
 
 TEST(Nl, WhatIsWrongOrCannotBeSaidIsRefusedWithItsPlace) {
@@ -220,6 +222,9 @@ TEST(Nl, WhatIsWrongOrCannotBeSaidIsRefusedWithItsPlace) {
       {nlText(tail + "J0 2\n0 inf\n1 2\n"), "17:3: expected a finite number"},
       {nlText("b\n3\n3\n"), "14:1: the file ends here, expected the constraints' bounds"},
       {nlText(tail), "the file ends here, expected objective 0"},
+      {nlText(tail + "O0 0\nn0\nG0 1\n0 1\n", "2 1 1", "1 1"), "the file ends here, expected as many coefficients"},
+      {nlText(tail + "O0 0\nn0\nJ0 1\n0 1\n", "2 1 1", "1 1"), "the file ends here, expected as many coefficients"},
+      {nlText(tail + "O0 0\nn0\n" + '\0' + "0 2\n"), "18:1: a byte of value 0"},
       {"g2 0 3 inf\n", "1:8: expected a finite number"},
       {nlText("q\n"), "11:1: expected a segment"},
       {nlText(tail, "99999999999 1 1"), "2:2: more than 2^31 - 1 items"},

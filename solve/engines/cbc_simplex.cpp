@@ -122,7 +122,10 @@ void CbcEngineI::runSimplex(const Controls& controls, Answer& answer) {
   const double *values = simplex.primalColumnSolution(), *activities = simplex.primalRowSolution();
   _values.assign(values, values + columns().size());
   _activities.resize(rows().size());
-  for (std::size_t i = 0; i < rows().size(); ++i) _activities[i] = rows()[i].constant() + activities[i];
+  for (std::size_t i = 0; i < rows().size(); ++i) {
+    // Presolve leaves rows without coefficients at some bound.
+    _activities[i] = rows()[i].constant() + (rows()[i].sum()->getFirstTerm() ? activities[i] : 0.0);
+  }
   takePrices(simplex.dualColumnSolution(), simplex.dualRowSolution());
   keepBasis(simplex);
 }

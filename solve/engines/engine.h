@@ -283,7 +283,7 @@ class EngineI : public TavAlgorithmI {
   /// What else the engine wants to know at the next solve.
   std::vector<double> _state;
   void clearSolution();
-  /// Checks the solution, once _values has it.
+  /// Checks the solution, once _values has it. Its objective counts where the solver says another one.
   void completeSolution(Answer& answer);
   /// Of the last solve.
   double _tolerance = Controls().tolerance;

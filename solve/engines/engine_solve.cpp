@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <system_error>
 
 #include "solve/engines/child.h"
@@ -64,6 +65,7 @@ Answer EngineI::solve(const Controls& controls) {
     answerWithoutColumns(answer);
   } else {
     prepare(controls);
+    bool isRight;
     do {
       answer = Answer();
       if (controls.inPlace) {
@@ -72,8 +74,10 @@ Answer EngineI::solve(const Controls& controls) {
       } else {
         solveInChild(controls, answer);
       }
+      const double objective = answer.objective;
       completeSolution(answer);
-    } while (answer.status == Status::Violated && makeCareful());
+      isRight = answer.status != Status::Violated && (!isSolved(answer.status) || answer.objective == objective);
+    } while (!isRight && makeCareful());
   }
   constexpr double kNoBound = 1e50;  // solvers have numbers of their own for it
   const bool isKnown = std::abs(answer.bound) < kNoBound && answer.status != Status::Infeasible &&
@@ -232,6 +236,16 @@ void EngineI::completeSolution(Answer& answer) {
   }
   answer.violation = greatestViolation(_model, *this);
   if (isSolved(answer.status) && answer.violation.amount > _tolerance) answer.status = Status::Violated;
+  const double objective = objectiveSum()->eval(TavAlgorithm(this));
+  constexpr double kClose = 1e-6;
+  if (std::abs(objective - answer.objective) <= kClose * std::max(1.0, std::abs(objective))) return;
+  if (answer.remark.empty()) {
+    char remark[64];
+    std::snprintf(remark, sizeof remark, "the solver's own objective was %.12g", answer.objective);
+    answer.remark = remark;
+  }
+  if (isSolved(answer.status)) answer.bound = std::numeric_limits<double>::quiet_NaN();
+  answer.objective = objective;
 }
 
 double EngineI::getValue(const TavNumVarI* variable) const {

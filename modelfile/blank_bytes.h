@@ -7,15 +7,8 @@
 
 #include <cstdint>
 
-/// Whether TavBlankBytes finds anything on this processor. Elsewhere lines are read byte by byte.
-#ifdef __SSE2__
-constexpr bool kTavFindsBlankBytes = true;
-#else
-constexpr bool kTavFindsBlankBytes = false;
-#endif
-
 /// Bit i is set where byte i at `at` is a blank or a control character, for the first 16 * kBlocks bytes, which may be
-/// read.
+/// read. None is set on processors without SSE2; there, lines are read byte by byte.
 template <int kBlocks>
 inline std::uint64_t TavBlankBytes([[maybe_unused]] const char* at) noexcept {
   static_assert(kBlocks >= 1 && kBlocks <= 4);

@@ -70,7 +70,7 @@ std::array<std::int32_t, kGroups> order(TavNlOrder& out, const std::vector<std::
 constexpr std::uint8_t kRankOfUse[] = {3, 1, 2, 0};
 
 /// Moves the linear parts so that they stand in the order of the rows.
-void moveLinearParts(TavFileModel& model, std::vector<TavNlPiece>& pieces) {
+void moveLinearParts(TavFileModel& model, TavLargeArray<TavNlPiece>& pieces) {
   std::vector<std::size_t> order(pieces.size());
   std::iota(order.begin(), order.end(), std::size_t{0});
   std::stable_sort(order.begin(), order.end(), [&](auto a, auto b) { return pieces[a].row < pieces[b].row; });
@@ -78,7 +78,7 @@ void moveLinearParts(TavFileModel& model, std::vector<TavNlPiece>& pieces) {
   TavLargeArray<double> values;
   variables.reserve(model.linearVariable.size());
   values.reserve(model.linearValue.size());
-  std::vector<TavNlPiece> moved;
+  TavLargeArray<TavNlPiece> moved;
   for (const std::size_t i : order) {
     const std::size_t end = i + 1 < pieces.size() ? pieces[i + 1].begin : model.linearVariable.size();
     moved.push_back({pieces[i].row, variables.size()});
@@ -151,7 +151,7 @@ TavNlLayout::TavNlLayout(const TavFileModel& model) : partOf(model.rows.size()),
   integers = sizes[8];
 }
 
-std::int32_t TavNlSortRows(TavFileModel& model, std::vector<TavNlPiece> pieces) {
+std::int32_t TavNlSortRows(TavFileModel& model, TavLargeArray<TavNlPiece> pieces) {
   const auto byRow = [](const TavNlPiece& a, const TavNlPiece& b) { return a.row < b.row; };
   if (!std::is_sorted(pieces.begin(), pieces.end(), byRow)) moveLinearParts(model, pieces);
   model.linearBegin.reserve(model.rows.size() + 1);

@@ -51,4 +51,4 @@ struct TavNlPiece {
 };
 
 /// Makes the pieces, which came in any order, the linear parts of the model's rows. Returns a row that has two, or -1.
-std::int32_t TavNlSortRows(TavFileModel& model, std::vector<TavNlPiece> pieces);
+std::int32_t TavNlSortRows(TavFileModel& model, TavLargeArray<TavNlPiece> pieces);

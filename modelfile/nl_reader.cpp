@@ -70,6 +70,7 @@ class NlReader : private TavNlExpressions<Tokens> {
   void constraint() {
     const std::int32_t row = index(_header.rows, "constraint");
     _tokens.endLine();
+    if (_tokens.zeroLine()) return;
     const TavFileExpr expr = wholeExpression();
     if (isZero(expr)) return;
     if (!_model.rowParts.empty() && row <= _model.rowParts.back().row) _partsInOrder = false;
@@ -187,6 +188,14 @@ class NlReader : private TavNlExpressions<Tokens> {
   /// Both bounds as the type of a line says.
   std::pair<double, double> bounds() {
     std::pair<double, double> bounds{-kTavInfinity, kTavInfinity};
+    std::int64_t type;
+    double numbers[2];
+    // Numbers of at most eight bytes are bounds, unless what counts as infinite is as small.
+    if (_infinity > 1e8 && _tokens.plainBounds(type, numbers)) {
+      if (type != 1 && type != 3) bounds.first = numbers[0];
+      if (type != 2 && type != 3) bounds.second = numbers[type == 0 ? 1 : 0];
+      return bounds;
+    }
     switch (_tokens.boundType()) {
       case 0:
         bounds.first = lower();
@@ -376,7 +385,7 @@ class NlReader : private TavNlExpressions<Tokens> {
 
   double _infinity;
   std::map<std::int32_t, TavFileObjective> _objectives;
-  std::vector<TavNlPiece> _pieces;
+  TavLargeArray<TavNlPiece> _pieces;
   bool _partsInOrder = true;
   std::vector<TavFileTerm> _start, _dualStart;
 };

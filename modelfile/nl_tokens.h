@@ -7,6 +7,7 @@
 
 #include "modelfile/blank_bytes.h"
 #include "modelfile/input.h"
+#include "modelfile/nl_plain_terms.h"
 #include "modelfile/number_text.h"
 
 /// What both variants share. Calls fail with the place of the token that is wrong.
@@ -47,6 +48,12 @@ class TavNlText final : public TavNlTokens {
     if (*_at == '\0') fail(kZeroByte);
     return *_at++;
   }
+  /// Takes a line that is the number 0 in the shortest form, if there is one.
+  bool zeroLine() noexcept {
+    if (std::strncmp(_at, "n0\n", 3) != 0) return false;
+    _at += 3;
+    return true;
+  }
   /// An integer.
   std::int64_t integer() {
     needLine();
@@ -86,32 +93,31 @@ class TavNlText final : public TavNlTokens {
     _at = number.end;
     return negative ? -number.value : number.value;
   }
-  /// Takes lines, at most `count`, that are an index below `size`, a blank and a number, both of at most eight bytes.
-  /// Returns how many; other lines, and all mistakes, are left where they are.
+  /// As TavTakePlainTerms does.
   std::int64_t plainTerms(std::int64_t count, std::int32_t size, std::int32_t* indices, double* values) noexcept {
-    if (!kTavFindsBlankBytes) return 0;
-    const char* at = _at;
-    std::int64_t taken = 0;
-    for (; taken != count && at != _end; ++taken) {
-      const std::uint64_t blanks = TavBlankBytes<2>(at);
-      const int middle = std::countr_zero(blanks);
-      const int end = std::countr_zero(blanks & (blanks - 1));
-      if (end > kMostPlain || middle == 0 || middle > 8 || end - middle > 9) break;
-      if (at[middle] != ' ' || at[end] != '\n') break;
-      const std::uint64_t digits = (TavWordAt(at) ^ 0x3030303030303030) << (64 - 8 * middle);
-      const std::uint64_t index = TavNumberOfDigits(digits, 8);
-      if (TavNoDigitsIn(digits) != 0 || index >= static_cast<std::uint64_t>(size)) break;
-      double value;
-      if (!TavShortNumber(TavWordAt(at + middle + 1), end - middle - 1, value)) break;
-      indices[taken] = static_cast<std::int32_t>(index);
-      values[taken] = value;
-      at += end + 1;
-    }
-    _at = at;
-    return taken;
+    return TavTakePlainTerms(_at, _end, count, size, indices, values);
   }
   /// The type of a bound.
   std::int64_t boundType() { return integer(); }
+  /// Takes a line of a type of bounds, 0 to 4, and its numbers, of at most eight bytes each and behind one blank each.
+  /// Other lines, and all mistakes, are left where they are.
+  bool plainBounds(std::int64_t& type, double (&numbers)[2]) noexcept {
+    static constexpr int kNumbers[] = {2, 1, 1, 0, 1};
+    std::uint64_t blanks = TavBlankBytes<2>(_at);
+    int end = std::countr_zero(blanks);
+    type = *_at - '0';
+    if (end != 1 || type < 0 || type > 4) return false;
+    for (int i = 0; i != kNumbers[type]; ++i) {
+      if (_at[end] != ' ') return false;
+      const int begin = end + 1;
+      blanks &= blanks - 1;
+      end = std::countr_zero(blanks);
+      if (end - begin > 8 || !TavShortNumber(TavWordAt(_at + begin), end - begin, numbers[i])) return false;
+    }
+    if (_at[end] != '\n') return false;
+    _at += end + 1;
+    return true;
+  }
   /// A name: what stands up to the next blank.
   std::string word();
   /// Goes on to the next line.
@@ -125,8 +131,6 @@ class TavNlText final : public TavNlTokens {
  private:
   /// Whole numbers of so many digits are exact in doubles and far from the end of 64 bits.
   static constexpr std::ptrdiff_t kMostDigits = 15;
-  /// Bytes of a line of plainTerms in front of its end.
-  static constexpr int kMostPlain = 17;
 
   static bool isWordByte(char c) noexcept { return c != ' ' && c != '\n' && c != '\t' && c != '\r' && c != '#'; }
   static const char* skipped(const char* at) noexcept {
@@ -165,9 +169,11 @@ class TavNlBinary final : public TavNlTokens {
   /// Binary files leave nothing out, so `missing` is for text alone.
   std::int64_t integerOr(std::int64_t) { return integer(); }
   double number() { return std::bit_cast<double>(take<std::uint64_t>()); }
-  /// Binary terms are read one by one.
+  /// Binary numbers, terms and bounds are read one by one.
+  static bool zeroLine() noexcept { return false; }
   static std::int64_t plainTerms(std::int64_t, std::int32_t, std::int32_t*, double*) noexcept { return 0; }
   std::int64_t boundType() { return take<std::uint8_t>() - '0'; }
+  static bool plainBounds(std::int64_t&, double (&)[2]) noexcept { return false; }
   std::string word();
   void endLine() noexcept {}
   [[noreturn]] void fail(const std::string& what) const {

@@ -2,6 +2,7 @@
 // those that the standard library reads.
 
 #include "modelfile/names.h"
+#include "modelfile/nl_plain_terms.h"
 #include "modelfile/number_text.h"
 
 #include <gtest/gtest.h>
@@ -75,6 +76,15 @@ TEST(Numbers, AreThoseOfTheStandardLibrary) {
     ASSERT_EQ(read.fault == TavNumberFault::None, isNumber) << text;
     ASSERT_TRUE(!isNumber || (read.end == end && read.value == wanted)) << text;
     double value = 0.0;
+    const auto wantedIndex = static_cast<std::int32_t>(random() % 200);
+    const std::string line = std::to_string(wantedIndex) + ' ' + text.substr(0, size) + '\n', padded = line + text;
+    const char* at = padded.data();
+    const char* const lineEnd = at + line.size();
+    std::int32_t index = -1;
+    if (TavTakePlainTerms(at, lineEnd, 1, 100, &index, &value) != 0) {
+      ASSERT_TRUE(index == wantedIndex && index < 100 && at == lineEnd && end == text.data() + size) << line;
+      ASSERT_TRUE(value == wanted && std::signbit(value) == std::signbit(wanted)) << line;
+    }
     if (size > 8 || !TavShortNumber(TavWordAt(text.data()), static_cast<int>(size), value)) continue;
     ASSERT_TRUE(end == text.data() + size && value == wanted && std::signbit(value) == std::signbit(wanted)) << text;
   }

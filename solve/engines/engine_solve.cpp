@@ -76,7 +76,10 @@ Answer EngineI::solve(const Controls& controls) {
       }
       const double objective = answer.objective;
       completeSolution(answer);
-      isRight = answer.status != Status::Violated && (!isSolved(answer.status) || answer.objective == objective);
+      // CBC's presolve now and then calls a model infeasible that is not, and the solver then has no answer.
+      const bool isLost = answer.status == Status::Stopped && !answer.hasSolution && answer.remark.empty();
+      isRight =
+          !isLost && answer.status != Status::Violated && (!isSolved(answer.status) || answer.objective == objective);
     } while (!isRight && makeCareful());
   }
   constexpr double kNoBound = 1e50;  // solvers have numbers of their own for it

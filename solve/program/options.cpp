@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <numeric>
 
 #include "solve/edits/words.h"
@@ -157,6 +158,33 @@ void checkScenarios(const Options& options) {
   if (other) throw InputError(std::string(other) + " cannot be used with --scenarios");
 }
 
+bool isSameFile(const std::string& a, const std::string& b) {
+  if (a.empty() || b.empty() || a == "-" || b == "-") return false;
+  std::error_code none;  // a file that is missing is not the same
+  if (std::filesystem::exists(a, none) && !std::filesystem::is_regular_file(a, none)) return false;
+  return a == b || std::filesystem::equivalent(a, b, none);
+}
+
+/// Throws InputError where an answer would replace what is read, or another answer. A model may be written over the one
+/// that was read, and a solution over the one to start from.
+void checkFiles(const Options& options) {
+  const std::pair<const char*, const std::string&> written[] = {{"--log", options.log},
+                                                                {"--solution", options.solution},
+                                                                {"--results", options.results},
+                                                                {"--write", options.write},
+                                                                {"--keep-failed", options.keepFailed}};
+  for (const auto* a = std::begin(written); a != std::end(written); ++a) {
+    const bool isModel = a >= written + 3;
+    const bool isRead = (!isModel && isSameFile(a->second, options.file)) || isSameFile(a->second, options.scenarios) ||
+                        (a == written && isSameFile(a->second, options.start));
+    if (isRead) throw InputError(std::string(a->first) + ": " + a->second + " is read too, expected another file");
+    for (const auto* b = a + 1; b != std::end(written); ++b) {
+      if (!isSameFile(a->second, b->second)) continue;
+      throw InputError(std::string(a->first) + " and " + b->first + ": " + a->second + " is the file of both");
+    }
+  }
+}
+
 }  // namespace
 
 Options parseOptions(int argc, const char* const* argv) {
@@ -176,6 +204,7 @@ Options parseOptions(int argc, const char* const* argv) {
   if (options.help || options.version) return options;
   if (options.file.empty()) throw InputError("no model file given (see --help)");
   checkScenarios(options);
+  checkFiles(options);
   return options;
 }
 

@@ -126,11 +126,37 @@ void CbcEngineI::runSearch(const Controls& controls, Answer& answer) {
   addSemiContinuous(solver);
   CbcModel model(solver);
   search(model, controls, answer);
+  if (leftNothingToSearch(controls, answer) && searchPlainly(solver, controls, model.getObjValue(), answer)) return;
   const bool isBeforeSearch = answer.nodes == 0;
   if (answer.status == Status::Unbounded || (answer.status == Status::Infeasible && isBeforeSearch)) {
     answer.status = confirm(controls, answer.status);
   }
   readBack(model, answer);
+}
+
+/// CBC's preprocessing now and then takes away the optimum of a small model when it leaves nothing to search.
+bool CbcEngineI::leftNothingToSearch(const Controls& controls, const Answer& answer) const {
+  constexpr std::size_t kSmall = 1000;
+  return answer.status == Status::Optimal && answer.nodes == 0 && answer.iterations == 0 &&
+         columns().size() <= kSmall && controls.presolve.value_or(true) && !_careful;
+}
+
+/// Searches without preprocessing. False where that finds nothing better than `least`.
+bool CbcEngineI::searchPlainly(const OsiClpSolverInterface& solver, const Controls& controls, double least,
+                               Answer& answer) {
+  constexpr long kMostNodes = 1000;
+  Controls plain = controls;
+  plain.presolve = false;
+  plain.nodes = std::min(kMostNodes, controls.nodes.value_or(kMostNodes));
+  CbcModel model(solver);
+  Answer second;
+  search(model, plain, second);
+  constexpr double kBetter = 1e-6;
+  const double gain = least - model.getObjValue();
+  if (!model.bestSolution() || gain <= kBetter * std::max(1.0, std::abs(least))) return false;
+  answer = second;
+  readBack(model, answer);
+  return true;
 }
 
 void CbcEngineI::search(CbcModel& search, const Controls& controls, Answer& answer) {

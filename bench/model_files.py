@@ -12,7 +12,7 @@ def measure(program, pin):
     """Rows of the program's table, as dictionaries."""
     rows = []
     for size in SIZES:
-        repetitions = 3 if size >= 10_000_000 else 5
+        repetitions = 2 if size >= 10_000_000 else 5
         out = subprocess.run([*pin, program, str(size), str(repetitions)], check=True, capture_output=True, text=True)
         lines = out.stdout.splitlines()
         rows += [dict(zip(lines[0].split("\t"), line.split("\t"))) for line in lines[1:]]

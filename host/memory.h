@@ -75,7 +75,7 @@ class TavFixedSizeAllocatorI {
   }
   void* grow(TavMemory* memory);
 
-  static constexpr std::size_t kLongestRun = 16;
+  static constexpr std::size_t kLongestRun = 4;
   std::size_t _blockSize = 0;
   FreeBlock* _free = nullptr;
   char* _bump = nullptr;

@@ -45,12 +45,6 @@ void returnZeroPages([[maybe_unused]] double* values, [[maybe_unused]] std::size
 
 }  // namespace
 
-double clpBound(double bound, bool whole) {
-  const double last = whole ? static_cast<double>(TavIntVar::kMaxInt) : TavGetInfinity();
-  if (bound >= last) return COIN_DBL_MAX;
-  return bound <= -last ? -COIN_DBL_MAX : bound;
-}
-
 ColumnMatrix::ColumnMatrix(std::size_t columns) : _columns(columns), _start(numbers<CoinBigIndex>(columns + 2)) {
   std::fill_n(_start.get(), columns + 2, 0);
 }

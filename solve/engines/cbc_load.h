@@ -7,10 +7,16 @@
 #include <memory>
 #include <vector>
 
+#include "expression/tavexpression.h"
+
 namespace tavsolve {
 
 /// A bound as CLP has it; whole bounds end where doubles stop counting.
-double clpBound(double bound, bool whole = false);
+inline double clpBound(double bound, bool whole = false) {
+  const double last = whole ? static_cast<double>(TavIntVar::kMaxInt) : TavGetInfinity();
+  if (bound >= last) return COIN_DBL_MAX;
+  return bound <= -last ? -COIN_DBL_MAX : bound;
+}
 
 /// Coefficients that come row by row, sorted by column. All are counted, in any order, then put.
 class ColumnMatrix {

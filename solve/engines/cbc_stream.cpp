@@ -1,6 +1,5 @@
 #include "solve/engines/cbc_stream.h"
 
-#include <algorithm>
 #include <string>
 
 #include "expression/nodes.h"
@@ -9,70 +8,63 @@
 
 namespace tavsolve {
 
-namespace {
-
-constexpr int kNowhere = -1;
-
-}  // namespace
-
 int RowStream::addColumn(TavNumVar column) {
   const TavNumVarI* variable = column.getImpl();
-  if (variable->isType(TavSemiContVarI::GetTypeInfo()) || variable->isType(TavConstraintIndVarI::GetTypeInfo())) {
-    throw InputError("column " + std::to_string(_columns.size() + 1) + " is neither continuous nor integer");
+  if (variable->getTypeInfo() != _lastType) {
+    if (variable->isType(TavSemiContVarI::GetTypeInfo()) || variable->isType(TavConstraintIndVarI::GetTypeInfo())) {
+      throw InputError("column " + std::to_string(_columns.size() + 1) + " is neither continuous nor integer");
+    }
+    _lastType = variable->getTypeInfo();
   }
-  const auto id = static_cast<std::size_t>(column.getId());
-  if (id >= _places.size()) _places.resize(id + 1, kNowhere);
-  _places[id] = static_cast<int>(_columns.size());
+  const auto place = static_cast<int>(_columns.size());
+  _places.reserve(static_cast<std::size_t>(column.getId()) + 1);
   _columns.push_back(column);
-  return _places[id];
+  _places.set(column.getId(), place);
+  return place;
 }
 
-template <class Term>
-double RowStream::take(TavExpr sum, const std::string& what, Term term) {
+template <class Term, class Name>
+double RowStream::take(TavExpr sum, Name name, Term term) {
   struct End {
     TavExpr sum;
     ~End() { sum.end(); }
   } const end{sum};
-  if (sum.getImpl()->getFirstPart()) throw InputError(what + " is not linear");
+  if (sum.getImpl()->getFirstPart()) throw InputError(name() + " is not linear");
   for (const auto* cell = sum.getImpl()->getFirstTerm(); cell; cell = cell->next) {
-    const auto id = static_cast<std::size_t>(cell->var->getId());
-    if (id >= _places.size() || _places[id] == kNowhere) throw InputError(what + " has a variable that is no column");
-    term(_places[id], cell->coef);
+    const int place = _places.of(cell->var->getId());
+    if (place == Places::kNowhere) throw InputError(name() + " has a variable that is no column");
+    term(place, cell->coef);
   }
   return sum.getImpl()->getConstant();
 }
 
-/// A row that was refused may have left terms.
-void RowStream::dropUnfinishedRow() {
-  const std::size_t end = _ends.empty() ? 0 : _ends.back();
-  _termColumns.resize(end);
-  _termValues.resize(end);
-  _lower.resize(_ends.size());
-  _upper.resize(_ends.size());
-}
-
 void RowStream::addRow(double lb, TavExpr sum, double ub) {
-  dropUnfinishedRow();
-  const double constant = take(sum, "row " + std::to_string(_ends.size() + 1), [this](int column, double coef) {
-    _termColumns.push_back(column);
-    _termValues.push_back(coef);
-  });
-  _lower.push_back(clpBound(lb - constant));
-  _upper.push_back(clpBound(ub - constant));
-  _ends.push_back(_termColumns.size());
+  const std::size_t begin = _termColumns.size();
+  try {
+    const auto name = [this] { return "row " + std::to_string(_rows.size() + 1); };
+    const double constant = take(sum, name, [this](int column, double coef) {
+      _termColumns.push_back(column);
+      _termValues.push_back(coef);
+    });
+    _rows.push_back({_termColumns.size(), clpBound(lb - constant), clpBound(ub - constant)});
+  } catch (...) {
+    _termColumns.resize(begin);
+    _termValues.resize(begin);
+    throw;
+  }
 }
 
 void RowStream::setObjective(TavExpr sum, bool maximise) {
   const double sign = maximise ? -1.0 : 1.0;
   std::vector<std::pair<int, double>> costs;
-  _costConstant = sign * take(sum, "the objective",
-                              [&costs, sign](int column, double coef) { costs.emplace_back(column, sign * coef); });
+  const auto name = [] { return std::string("the objective"); };
+  _costConstant =
+      sign * take(sum, name, [&costs, sign](int column, double coef) { costs.emplace_back(column, sign * coef); });
   _costs = std::move(costs);
 }
 
 std::unique_ptr<OsiClpSolverInterface> RowStream::load() {
-  dropUnfinishedRow();
-  std::unique_ptr<ClpSimplex> simplex = clpWithRoom(_ends.size(), _columns.size());
+  std::unique_ptr<ClpSimplex> simplex = clpWithRoom(_rows.size(), _columns.size());
   std::vector<int> integers;
   for (std::size_t j = 0; j < _columns.size(); ++j) {
     const TavNumVarI* variable = _columns[j].getImpl();
@@ -80,18 +72,20 @@ std::unique_ptr<OsiClpSolverInterface> RowStream::load() {
     simplex->columnUpper()[j] = clpBound(variable->getUB(), variable->isInteger());
     if (variable->isInteger()) integers.push_back(static_cast<int>(j));
   }
-  std::copy(_lower.begin(), _lower.end(), simplex->rowLower());
-  std::copy(_upper.begin(), _upper.end(), simplex->rowUpper());
+  for (std::size_t i = 0; i < _rows.size(); ++i) {
+    simplex->rowLower()[i] = _rows[i].lower;
+    simplex->rowUpper()[i] = _rows[i].upper;
+  }
   for (const auto& [column, coef] : _costs) simplex->objective()[column] += coef;
   returnZeros(*simplex);
   ColumnMatrix matrix(_columns.size());
   for (const int column : _termColumns) matrix.count(column);
   matrix.reserve();
   std::size_t k = 0;
-  for (std::size_t i = 0; i < _ends.size(); ++i) {
-    for (; k < _ends[i]; ++k) matrix.put(i, _termColumns[k], _termValues[k]);
+  for (std::size_t i = 0; i < _rows.size(); ++i) {
+    for (; k < _rows[i].end; ++k) matrix.put(i, _termColumns[k], _termValues[k]);
   }
-  std::unique_ptr<CoinPackedMatrix> taken = matrix.take(_ends.size());
+  std::unique_ptr<CoinPackedMatrix> taken = matrix.take(_rows.size());
   const double constant = _costConstant;
   *this = RowStream();
   return solverOver(std::move(simplex), std::move(taken), constant, integers);

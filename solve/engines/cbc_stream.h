@@ -8,7 +8,7 @@
 
 #include "expression/tavexpression.h"
 #include "host/large_array.h"
-#include "solve/model/large_vector.h"
+#include "solve/engines/places.h"
 
 class OsiClpSolverInterface;
 
@@ -22,7 +22,7 @@ class RowStream {
  public:
   /// The next column, counted from 0: a continuous or integer variable. Throws InputError for another kind.
   int addColumn(TavNumVar column);
-  const LargeVector<TavNumVar>& columns() const { return _columns; }
+  const TavLargeArray<TavNumVar>& columns() const { return _columns; }
   /// lb <= sum <= ub as the next row; infinite bounds are none. Takes over the reference that the sum holds, also when
   /// it throws: InputError, naming the row by its number from 1, for a sum that is not linear or has a variable that is
   /// no column; the stream is then as it was. Cost: linear in the terms.
@@ -34,19 +34,24 @@ class RowStream {
   std::unique_ptr<OsiClpSolverInterface> load();
 
  private:
-  /// Calls term(column, coefficient) for each term of a sum, which it ends; returns the sum's constant.
-  template <class Term>
-  double take(TavExpr sum, const std::string& what, Term term);
-  void dropUnfinishedRow();
+  /// A row's terms end here; its bounds are without its constant.
+  struct Row {
+    std::size_t end;
+    double lower, upper;
+  };
 
-  LargeVector<TavNumVar> _columns;
-  /// The number of a variable's column by its identifier, kNowhere for none.
-  LargeVector<int> _places;
-  /// Terms of all rows; of each row where they end, and its bounds without the constant.
+  /// Calls term(column, coefficient) for each term of a sum, which it ends; returns the sum's constant.
+  template <class Term, class Name>
+  double take(TavExpr sum, Name name, Term term);
+
+  TavLargeArray<TavNumVar> _columns;
+  Places _places;
+  /// The class of the last column.
+  TavTypeInfo _lastType = nullptr;
+  /// Terms of all rows.
   TavLargeArray<int> _termColumns;
   TavLargeArray<double> _termValues;
-  TavLargeArray<std::size_t> _ends;
-  TavLargeArray<double> _lower, _upper;
+  TavLargeArray<Row> _rows;
   std::vector<std::pair<int, double>> _costs;
   double _costConstant = 0.0;
 };

@@ -4,7 +4,7 @@
 
 namespace tavsolve {
 
-void Places::set(TavInt id, int place) {
+void Places::setAny(TavInt id, int place) {
   if (!_isTable && setInRuns(id, place)) return;
   if (!_isTable) makeTable();
   setInTable(id, place);
@@ -25,7 +25,7 @@ bool Places::setInRuns(TavInt id, int place) {
   }
   for (Run& run : _runs) {
     if (run.count == 0) run.first = id;
-    if (id != run.first + static_cast<TavInt>(run.count) || place != static_cast<int>(run.count >> run.shift)) continue;
+    if (!run.isNext(id, place)) continue;
     ++run.count;
     return true;
   }

@@ -29,11 +29,22 @@ class Places {
   }
   /// Sets it; negative numbers are those of objects without a column or row. Throws std::bad_alloc only for an
   /// identifier beyond the room.
-  void set(TavInt id, int place);
+  void set(TavInt id, int place) {
+    const bool onlyColumns = !_isTable && _runs[1].count == 0 && _specialCount == 0;
+    if (onlyColumns && _runs[0].isNext(id, place)) {
+      ++_runs[0].count;
+    } else {
+      setAny(id, place);
+    }
+  }
 
  private:
   /// The identifier first + k has the number k >> shift, for k < count.
   struct Run {
+    bool isNext(TavInt id, int place) const {
+      return id == first + static_cast<TavInt>(count) && place == static_cast<int>(count >> shift);
+    }
+
     TavInt first;
     unsigned shift;
     std::uint64_t count;
@@ -44,6 +55,7 @@ class Places {
   };
   static constexpr std::size_t kMostSpecials = 4;
 
+  void setAny(TavInt id, int place);
   int special(TavInt id) const;
   bool setInRuns(TavInt id, int place);
   void makeTable();

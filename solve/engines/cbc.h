@@ -61,7 +61,7 @@ class CbcEngineI : public EngineI {
   // Everything else (cbc_search.cpp).
   void runSearch(const Controls& controls, Answer& answer);
   bool leftNothingToSearch(const Controls& controls, const Answer& answer) const;
-  bool searchPlainly(const OsiClpSolverInterface& solver, const Controls& controls, double least, Answer& answer);
+  void searchPlainly(const OsiClpSolverInterface& solver, const Controls& controls, double least, Answer& answer);
   void search(CbcModel& search, const Controls& controls, Answer& answer);
   Status confirm(const Controls& controls, Status claimed);
   std::vector<double> impliedUpperBounds() const;

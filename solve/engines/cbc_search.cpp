@@ -126,7 +126,12 @@ void CbcEngineI::runSearch(const Controls& controls, Answer& answer) {
   addSemiContinuous(solver);
   CbcModel model(solver);
   search(model, controls, answer);
-  if (leftNothingToSearch(controls, answer) && searchPlainly(solver, controls, model.getObjValue(), answer)) return;
+  if (leftNothingToSearch(controls, answer)) {
+    readBack(model, answer);
+    sendAnswer(answer);  // it counts should the second search break down
+    searchPlainly(solver, controls, model.getObjValue(), answer);
+    return;
+  }
   const bool isBeforeSearch = answer.nodes == 0;
   if (answer.status == Status::Unbounded || (answer.status == Status::Infeasible && isBeforeSearch)) {
     answer.status = confirm(controls, answer.status);
@@ -141,22 +146,23 @@ bool CbcEngineI::leftNothingToSearch(const Controls& controls, const Answer& ans
          columns().size() <= kSmall && controls.presolve.value_or(true) && !_careful;
 }
 
-/// Searches without preprocessing. False where that finds nothing better than `least`.
-bool CbcEngineI::searchPlainly(const OsiClpSolverInterface& solver, const Controls& controls, double least,
+/// Searches without preprocessing. The answer changes where that finds something better than `least`.
+void CbcEngineI::searchPlainly(const OsiClpSolverInterface& solver, const Controls& controls, double least,
                                Answer& answer) {
   constexpr long kMostNodes = 1000;
   Controls plain = controls;
   plain.presolve = false;
+  plain.inPlace = true;  // no solution is handed over on the way
   plain.nodes = std::min(kMostNodes, controls.nodes.value_or(kMostNodes));
   CbcModel model(solver);
   Answer second;
   search(model, plain, second);
   constexpr double kBetter = 1e-6;
   const double gain = least - model.getObjValue();
-  if (!model.bestSolution() || gain <= kBetter * std::max(1.0, std::abs(least))) return false;
+  if (!model.bestSolution() || gain <= kBetter * std::max(1.0, std::abs(least))) return;
   answer = second;
+  clearSolution();
   readBack(model, answer);
-  return true;
 }
 
 void CbcEngineI::search(CbcModel& search, const Controls& controls, Answer& answer) {

@@ -261,6 +261,8 @@ class EngineI : public TavAlgorithmI {
   bool tick(const SolverProgress& progress);
   /// The best solution so far: one value a column.
   void foundSolution(double objective, const double* values) const;
+  /// In a child: the answer counts, with the vectors below, should what follows break down or take too long.
+  void sendAnswer(Answer& answer);
   /// Values to start from, one a column, NaN for none: those given, else the last solution, else those of the file.
   std::vector<double> startValues(const Controls& controls) const;
   ///@}
@@ -296,7 +298,6 @@ class EngineI : public TavAlgorithmI {
   /// One run in a child process; false when the solver broke down, which `failure` describes.
   bool runOnce(const Controls& controls, Answer& answer, std::string& failure);
   void receive(Message message, const Controls& controls, Answer& answer, bool& done);
-  void sendAnswer(Answer& answer);
   /// Calls visit for each part of the answer and of the solution, in the order of the message.
   template <class Visit>
   void visitAnswer(Answer& answer, const Visit& visit);

@@ -146,6 +146,7 @@ void EngineI::visitAnswer(Answer& answer, const Visit& visit) {
 void EngineI::receive(Message message, const Controls& controls, Answer& answer, bool& done) {
   Content content{};
   message.take(content);
+  if (done && content != Content::Answer) return;
   if (content == Content::Progress) {
     SolverProgress progress;
     message.take(progress);

@@ -62,13 +62,17 @@ TEST(Evaluator, TellsKindsByTheFormOfTheExpression) {
   TavEnv env;
   TavNumVar x(env), y(env), z(env);
   const std::pair<TavNumExpr, Kind> forms[] = {
-      {3 * x - y, Kind::Linear},       {x * y, Kind::Quadratic},       {x * y / 2 + TavSquare(z), Kind::Quadratic},
-      {x * y * z, Kind::NonLinear},    {(x + y) * z, Kind::Quadratic}, {TavSquare(x) * y, Kind::NonLinear},
-      {x / TavSin(y), Kind::NonLinear}};
+      {3 * x - y, Kind::Linear},        {x * y, Kind::Quadratic},       {x * y / 2 + TavSquare(z), Kind::Quadratic},
+      {x * y * z, Kind::NonLinear},     {(x + y) * z, Kind::Quadratic}, {TavSquare(x) * y, Kind::NonLinear},
+      {x / TavSin(y), Kind::NonLinear}, {z * x, Kind::Quadratic}};
   TavExprArray rows(env);
   for (const auto& form : forms) rows.add(TavExpr(form.first));
   const TavEvaluator evaluator(env, TavNumExpr(), rows);
-  for (std::size_t r = 0; r < std::size(forms); ++r) EXPECT_EQ(evaluator.getKind(r), forms[r].second) << "row " << r;
+  for (std::size_t r = 0; r < std::size(forms); ++r) {
+    ASSERT_EQ(evaluator.getKind(r), forms[r].second) << "row " << r;
+    if (forms[r].second == Kind::NonLinear) continue;
+    for (const auto& [at, value] : evaluator.getConstantHessian(r)) EXPECT_GE(at.row, at.column) << "row " << r;
+  }
   env.end();
 }
 

@@ -165,23 +165,28 @@ bool isSameFile(const std::string& a, const std::string& b) {
   return a == b || std::filesystem::equivalent(a, b, none);
 }
 
-/// Throws InputError where an answer would replace what is read, or another answer. A model may be written over the one
-/// that was read, and a solution over the one to start from.
+/// Throws InputError where what is written would replace what is read, or something else that is written. A model may
+/// be written over the one that was read, and a solution over the one to start from.
 void checkFiles(const Options& options) {
-  const std::pair<const char*, const std::string&> written[] = {{"--log", options.log},
-                                                                {"--solution", options.solution},
-                                                                {"--results", options.results},
-                                                                {"--write", options.write},
-                                                                {"--keep-failed", options.keepFailed}};
-  for (const auto* a = std::begin(written); a != std::end(written); ++a) {
-    const bool isModel = a >= written + 3;
-    const bool isRead = (!isModel && isSameFile(a->second, options.file)) || isSameFile(a->second, options.scenarios) ||
-                        (a == written && isSameFile(a->second, options.start));
-    if (isRead) throw InputError(std::string(a->first) + ": " + a->second + " is read too, expected another file");
-    for (const auto* b = a + 1; b != std::end(written); ++b) {
-      if (!isSameFile(a->second, b->second)) continue;
-      throw InputError(std::string(a->first) + " and " + b->first + ": " + a->second + " is the file of both");
-    }
+  struct Written {
+    const char* option;
+    const std::string& file;
+    bool mayReplaceModel = false, mayReplaceStart = true;
+  };
+  const Written written[] = {{"--log", options.log, false, false},
+                             {"--solution", options.solution},
+                             {"--results", options.results},
+                             {"--write", options.write, true},
+                             {"--keep-failed", options.keepFailed, true}};
+  for (const Written* a = std::begin(written); a != std::end(written); ++a) {
+    const bool isRead = isSameFile(a->file, options.scenarios) ||
+                        (!a->mayReplaceModel && isSameFile(a->file, options.file)) ||
+                        (!a->mayReplaceStart && isSameFile(a->file, options.start));
+    if (isRead) throw InputError(std::string(a->option) + ": " + a->file + " is read too, expected another file");
+    const Written* const b =
+        std::find_if(a + 1, std::end(written), [a](const Written& other) { return isSameFile(a->file, other.file); });
+    if (b == std::end(written)) continue;
+    throw InputError(std::string(a->option) + " and " + b->option + ": " + a->file + " is the file of both");
   }
 }
 
